@@ -1,0 +1,80 @@
+#pragma once
+// The media index: songs, and the rows of the playlists that are kept in libraries. One interface;
+// an engine (SQLite today) stands behind it. An owner is 0 for the shared library, else the id of
+// the user whose personal library it is. Everything throws IndexError; "not found" is an empty result.
+
+#include "index/song_query.h"
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace vexo::index {
+
+class IndexError : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+struct Song {
+  int32_t id = 0;
+  int owner = 0;
+  std::string path; ///< absolute, with the library's folder as its link or account names it
+  std::string title, artist, album, album_artist, genre, composer, comment;
+  std::string type; ///< the format, as its usual file extension: "mp3", "flac", ...
+  int32_t track = 0, disc = 0, year = 0;
+  double duration_seconds = 0;
+  uint32_t bitrate = 0, sample_rate = 0, channels = 0; ///< bit/s, Hz, count
+  uint64_t size_bytes = 0;
+  int rating = 0, play_count = 0;
+  bool compilation = false;
+  int64_t time_added = 0, time_modified = 0, time_changed = 0; ///< seconds since 1970
+};
+
+/// A playlist's row. Times are kept as the texts that came with it.
+struct Playlist {
+  int32_t id = 0;
+  int owner = 0;
+  std::string path, title, album, change_time, modification_time;
+  uint64_t size_bytes = 0;
+};
+
+/// A search as a client asks for it; codes and names as in vexo/media_index.h.
+struct Search {
+  int field = 0;
+  std::string keyword, sort;
+  bool ascending = true;
+  int64_t offset = 0, limit = 0; ///< a limit of 0 is none
+};
+
+class MediaIndex {
+public:
+  virtual ~MediaIndex() = default;
+
+  // Songs. Each is one query, whatever the number of ids or paths.
+  virtual std::vector<Song> SongsById(const std::vector<int32_t> &ids) = 0; ///< no promised order
+  virtual std::vector<Song> SongsByPath(const std::vector<std::string> &paths) = 0;
+  virtual std::vector<Song> SearchSongs(int owner, const Search &search) = 0;
+  virtual std::vector<Song> RandomSongs(int owner, int count) = 0;
+  virtual std::vector<Song> QuerySongs(int owner, const SongQuery &query) = 0;
+
+  // Playlists.
+  /// Adds a row and gives its id; throws when the owner has one with that path.
+  virtual int32_t AddPlaylist(const Playlist &playlist) = 0;
+  virtual bool UpdatePlaylist(int owner, int32_t id, const Playlist &values) = 0; ///< false: no row
+  virtual bool UpdatePlaylist(int owner, const std::string &old_path, const Playlist &values) = 0;
+  virtual bool RemovePlaylist(int owner, int32_t id) = 0; ///< false: no such row
+  virtual std::vector<Playlist> PlaylistsById(int owner, const std::vector<int32_t> &ids) = 0;
+  virtual std::optional<Playlist> PlaylistByPath(int owner, const std::string &path) = 0;
+  virtual std::vector<Playlist> AllPlaylists(int owner) = 0;
+};
+
+/// Opens the index of the configuration, made and migrated where needed.
+std::unique_ptr<MediaIndex> OpenMediaIndex();
+
+/// The one index of this process, opened at the first call.
+MediaIndex &ProcessIndex();
+
+} // namespace vexo::index

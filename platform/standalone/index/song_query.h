@@ -1,0 +1,45 @@
+#pragma once
+// A question to the index about songs, free of any engine's language.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vexo::index {
+
+enum class Field {
+  // Texts; one that is not known counts as empty.
+  kTitle, kArtist, kAlbum, kAlbumArtist, kGenre, kComposer, kComment, kPath, kType,
+  // Numbers.
+  kYear, kTrack, kDisc, kBitrate, kSampleRate, kChannels, kSongLength, kFileSize, kRating,
+  kPlayCount, kCompilation,
+  // Times, in seconds since 1970.
+  kTimeAdded, kTimeModified,
+};
+
+enum class Comparison {
+  kIs, kIncludes, kStartsWith, kEndsWith, // texts, ignoring case; % and _ are plain characters
+  kEqual, kNotEqual, kLess, kLessEqual, kGreater, kGreaterEqual, // numbers and times
+};
+
+/// A tree of conditions. And, or: over `children`; not: of the one child; test: of `field`.
+struct Condition {
+  enum class Kind { kAnd, kOr, kNot, kTest };
+  Kind kind = Kind::kTest;
+  std::vector<Condition> children;
+  Field field = Field::kTitle;
+  Comparison comparison = Comparison::kIs;
+  std::string text;   ///< for text fields
+  int64_t number = 0; ///< for numbers and times
+};
+
+struct SongQuery {
+  std::optional<Condition> where; ///< nothing: every song
+  bool random = false;            ///< uniform order
+  std::optional<Field> order;     ///< nothing: by id
+  bool ascending = true;
+  int64_t limit = 0; ///< 0: all
+};
+
+} // namespace vexo::index

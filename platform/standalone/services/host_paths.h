@@ -1,0 +1,26 @@
+#pragma once
+// The standalone platform's own files and folders. All below DEVICE_ROOT, which is empty on a
+// machine of its own and a folder of the build for `serve` and the tests.
+
+#ifndef DEVICE_ROOT
+#define DEVICE_ROOT ""
+#endif
+
+namespace vexo::services {
+
+/// The link to the shared music library.
+inline constexpr const char *kMusicLink = DEVICE_ROOT "/var/services/music";
+/// One folder a user below it: the default personal library is kHomes/USER/music.
+inline constexpr const char *kHomes = DEVICE_ROOT "/var/services/homes";
+/// One preference folder a user below it.
+inline constexpr const char *kPreferences = DEVICE_ROOT "/var/lib/vexo/preferences";
+inline constexpr const char *kConfigFile = DEVICE_ROOT "/etc/vexo/playlist.conf";
+inline constexpr const char *kAccountsFile = DEVICE_ROOT "/etc/vexo/accounts";
+/// What the web server checks passwords against.
+inline constexpr const char *kPasswordFile = DEVICE_ROOT "/etc/vexo/passwords";
+inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
+inline constexpr const char *kAdminLog = DEVICE_ROOT "/var/log/vexo/admin.log";
+inline constexpr const char *kSharedSmartRules = DEVICE_ROOT "/etc/mt-daapd.playlist";
+inline constexpr const char *kTemporary = DEVICE_ROOT "/tmp";
+
+} // namespace vexo::services

@@ -1,0 +1,16 @@
+#pragma once
+// Code pages, by the number that names them (932, 1252, ...; 65001 is UTF-8), through iconv.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vexo::text {
+
+/// `utf8` in the code page; nothing when a character has no place there or the page is not known.
+std::optional<std::string> FromUtf8(int code_page, std::string_view utf8);
+
+/// `bytes` of the code page as UTF-8; nothing when they are not of it or the page is not known.
+std::optional<std::string> ToUtf8(int code_page, std::string_view bytes);
+
+} // namespace vexo::text
