@@ -54,7 +54,9 @@ public:
   virtual ~MediaIndex() = default;
 
   // Songs. Each is one query, whatever the number of ids or paths.
-  virtual std::vector<Song> SongsById(const std::vector<int32_t> &ids) = 0; ///< no promised order
+  /// Those of `owner` that exist, in no promised order.
+  virtual std::vector<Song> SongsById(int owner, const std::vector<int32_t> &ids) = 0;
+  /// Those of any owner that exist, in no promised order.
   virtual std::vector<Song> SongsByPath(const std::vector<std::string> &paths) = 0;
   virtual std::vector<Song> SearchSongs(int owner, const Search &search) = 0;
   virtual std::vector<Song> RandomSongs(int owner, int count) = 0;
