@@ -7,6 +7,8 @@
 
 namespace vexo::text {
 
+inline constexpr int kUtf8CodePage = 65001;
+
 /// `utf8` in the code page; nothing when a character has no place there or the page is not known.
 std::optional<std::string> FromUtf8(int code_page, std::string_view utf8);
 

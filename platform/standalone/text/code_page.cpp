@@ -1,0 +1,110 @@
+#include "text/code_page.h"
+
+#include "text/text.h"
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <iconv.h>
+
+namespace vexo::text {
+namespace {
+
+/// The code pages that iconv knows by another name.
+constexpr std::pair<int, const char *> kNames[] = {
+    {10000, "MACINTOSH"},   {10007, "MAC-CYRILLIC"}, {20127, "US-ASCII"},   {20866, "KOI8-R"},
+    {20932, "EUC-JP"},      {20936, "GB2312"},       {21866, "KOI8-U"},     {28591, "ISO-8859-1"},
+    {28592, "ISO-8859-2"},  {28593, "ISO-8859-3"},   {28594, "ISO-8859-4"}, {28595, "ISO-8859-5"},
+    {28596, "ISO-8859-6"},  {28597, "ISO-8859-7"},   {28598, "ISO-8859-8"}, {28599, "ISO-8859-9"},
+    {28603, "ISO-8859-13"}, {28605, "ISO-8859-15"},  {38598, "ISO-8859-8"}, {51932, "EUC-JP"},
+    {51936, "GB2312"},      {51949, "EUC-KR"},       {51950, "EUC-TW"},     {54936, "GB18030"},
+};
+
+/// The code pages that iconv calls CP and their number.
+constexpr int kNamedByNumber[] = {437,  737,  775,  850,  852,  855,  857,  858,  860, 861, 862,
+                                  863,  864,  865,  866,  869,  874,  932,  936,  949, 950, 1250,
+                                  1251, 1252, 1253, 1254, 1255, 1256, 1257, 1258, 1361};
+
+std::string IconvName(int code_page) {
+  const auto *const named = std::find_if(std::begin(kNames), std::end(kNames),
+                                         [&](const auto &row) { return row.first == code_page; });
+  if (named != std::end(kNames)) {
+    return named->second;
+  }
+  const bool known = std::find(std::begin(kNamedByNumber), std::end(kNamedByNumber), code_page) !=
+                     std::end(kNamedByNumber);
+  return known ? "CP" + std::to_string(code_page) : "";
+}
+
+class Converter {
+public:
+  Converter(const std::string &to, const std::string &from)
+      : handle_(iconv_open(to.c_str(), from.c_str())) {}
+  ~Converter() {
+    if (IsOpen()) {
+      iconv_close(handle_);
+    }
+  }
+  Converter(const Converter &) = delete;
+  Converter &operator=(const Converter &) = delete;
+
+  /// Nothing when a character cannot be converted exactly.
+  std::optional<std::string> Convert(std::string_view bytes) {
+    if (!IsOpen()) {
+      return std::nullopt;
+    }
+    std::string converted;
+    char *in = const_cast<char *>(bytes.data());
+    std::size_t left = bytes.size();
+    if (!Run(&in, &left, converted) || !Run(nullptr, nullptr, converted)) {
+      return std::nullopt;
+    }
+    return converted;
+  }
+
+private:
+  [[nodiscard]] bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
+
+  /// Converts all input; without input, closes an open shift state.
+  bool Run(char **in, std::size_t *left, std::string &converted) {
+    std::array<char, 1024> buffer{};
+    while (true) {
+      char *out = buffer.data();
+      std::size_t room = buffer.size();
+      const std::size_t inexact = iconv(handle_, in, left, &out, &room);
+      const int error = errno;
+      converted.append(buffer.data(), buffer.size() - room);
+      if (inexact != static_cast<std::size_t>(-1)) {
+        return inexact == 0;
+      }
+      if (error != E2BIG) {
+        return false;
+      }
+    }
+  }
+
+  iconv_t handle_;
+};
+
+std::optional<std::string> Convert(const std::string &to, const std::string &from,
+                                   std::string_view bytes) {
+  if (to.empty() || from.empty()) {
+    return std::nullopt;
+  }
+  return Converter(to, from).Convert(bytes);
+}
+
+std::optional<std::string> IfUtf8(std::string_view bytes) {
+  return IsUtf8(bytes) ? std::optional<std::string>(bytes) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::string> FromUtf8(int code_page, std::string_view utf8) {
+  return code_page == kUtf8CodePage ? IfUtf8(utf8) : Convert(IconvName(code_page), "UTF-8", utf8);
+}
+
+std::optional<std::string> ToUtf8(int code_page, std::string_view bytes) {
+  return code_page == kUtf8CodePage ? IfUtf8(bytes) : Convert("UTF-8", IconvName(code_page), bytes);
+}
+
+} // namespace vexo::text

@@ -1,0 +1,74 @@
+#include "text/text.h"
+
+#include <charconv>
+
+namespace vexo::text {
+namespace {
+
+constexpr std::string_view kSpaces = " \t\r\n";
+
+std::string_view HtmlEntity(char c) {
+  switch (c) {
+  case '&':
+    return "&amp;";
+  case '<':
+    return "&lt;";
+  case '>':
+    return "&gt;";
+  case '"':
+    return "&quot;";
+  case '\'':
+    return "&#39;";
+  default:
+    return {};
+  }
+}
+
+} // namespace
+
+std::vector<std::string> Split(std::string_view text, std::string_view separator) {
+  std::vector<std::string> pieces;
+  while (!text.empty()) {
+    const std::size_t end = text.find(separator);
+    const std::string_view piece = text.substr(0, end);
+    if (!piece.empty()) {
+      pieces.emplace_back(piece);
+    }
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + separator.size());
+  }
+  return pieces;
+}
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t begin = text.find_first_not_of(kSpaces);
+  if (begin == std::string_view::npos) {
+    return text.substr(0, 0);
+  }
+  return text.substr(begin, text.find_last_not_of(kSpaces) - begin + 1);
+}
+
+std::string EscapeHtml(std::string_view text) {
+  std::string escaped;
+  escaped.reserve(text.size());
+  for (const char c : text) {
+    const std::string_view entity = HtmlEntity(c);
+    if (entity.empty()) {
+      escaped += c;
+    } else {
+      escaped += entity;
+    }
+  }
+  return escaped;
+}
+
+std::optional<int64_t> ParseInteger(std::string_view text) {
+  int64_t number = 0;
+  const char *end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+} // namespace vexo::text
