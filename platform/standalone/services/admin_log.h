@@ -1,13 +1,19 @@
 #pragma once
-// The administrative log (kAdminLog): one event a line, for the owner of the machine.
+// The administrative log (kAdminLog): one event a line, for the owner of the machine. A line is the
+// time in UTC (ISO 8601), the event's code in eight hexadecimal digits, and the event's texts, all
+// separated by tabs.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vexo::services {
 
-/// Appends an event: the time, `event` in hex, and `texts` separated by tabs (tabs and line breaks
-/// in them escaped). One write, so lines of several processes do not mix. Throws std::system_error.
+/// Appends an event with `texts`. One write, so lines of several processes do not mix. Makes the
+/// log and its folder when missing. Throws std::system_error.
 void AppendAdminLog(unsigned event, const std::vector<std::string> &texts);
+
+/// `text` without tabs and line breaks: they become \t, \n and \r, and a backslash two of them.
+std::string EscapeLogText(std::string_view text);
 
 } // namespace vexo::services

@@ -23,8 +23,8 @@ Result Guarded(const char *operation, Result failure, Body &&body) noexcept {
   return failure;
 }
 
-/// Copies `text` and its terminator into `buffer` of `size` bytes; false, and nothing copied, when it
-/// does not fit.
+/// Copies `text` and its terminator into `buffer` of `size` bytes; false, and nothing copied, when
+/// it does not fit.
 bool CopyOut(const char *text, char *buffer, int size) noexcept;
 
 } // namespace vexo::services

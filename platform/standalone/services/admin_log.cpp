@@ -1,0 +1,102 @@
+#include "services/admin_log.h"
+
+#include "files/file_descriptor.h"
+#include "services/boundary.h"
+#include "services/host_paths.h"
+#include "vexo/core.h"
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <system_error>
+
+namespace vexo::services {
+namespace {
+
+std::string EventHeader(unsigned event) {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  gmtime_r(&now, &utc);
+  std::array<char, 64> header{};
+  const std::size_t length =
+      std::strftime(header.data(), header.size(), "%Y-%m-%dT%H:%M:%SZ\t", &utc);
+  std::snprintf(header.data() + length, header.size() - length, "%08x", event);
+  return header.data();
+}
+
+std::string EventLine(unsigned event, const std::vector<std::string> &texts) {
+  std::string line = EventHeader(event);
+  for (const std::string &text : texts) {
+    line += '\t';
+    line += EscapeLogText(text);
+  }
+  return line += '\n';
+}
+
+files::FileDescriptor OpenLog() {
+  return files::FileDescriptor(open(kAdminLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640));
+}
+
+files::FileDescriptor OpenLogAndItsFolder() {
+  files::FileDescriptor log = OpenLog();
+  if (!log && errno == ENOENT) {
+    std::filesystem::create_directories(std::filesystem::path(kAdminLog).parent_path());
+    log = OpenLog();
+  }
+  return log;
+}
+
+} // namespace
+
+std::string EscapeLogText(std::string_view text) {
+  std::string escaped;
+  escaped.reserve(text.size());
+  for (const char c : text) {
+    switch (c) {
+    case '\t':
+      escaped += "\\t";
+      break;
+    case '\n':
+      escaped += "\\n";
+      break;
+    case '\r':
+      escaped += "\\r";
+      break;
+    case '\\':
+      escaped += "\\\\";
+      break;
+    default:
+      escaped += c;
+    }
+  }
+  return escaped;
+}
+
+void AppendAdminLog(unsigned event, const std::vector<std::string> &texts) {
+  const std::string line = EventLine(event, texts);
+  const files::FileDescriptor log = OpenLogAndItsFolder();
+  const ssize_t written = log ? write(log.get(), line.data(), line.size()) : -1;
+  if (written < 0) {
+    throw std::system_error(errno, std::generic_category(), kAdminLog);
+  }
+  if (static_cast<std::size_t>(written) != line.size()) {
+    throw std::system_error(ENOSPC, std::generic_category(), kAdminLog);
+  }
+}
+
+} // namespace vexo::services
+
+int VEXOLogSet1(int /*kind*/, int /*level*/, unsigned event, const char *text, const char *a,
+                const char *b, const char *c) {
+  return vexo::services::Guarded("VEXOLogSet1", -1, [&] {
+    std::vector<std::string> texts;
+    for (const char *part : {text, a, b, c}) {
+      if (part != nullptr && *part != '\0') {
+        texts.emplace_back(part);
+      }
+    }
+    vexo::services::AppendAdminLog(event, texts);
+    return 0;
+  });
+}

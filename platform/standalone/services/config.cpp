@@ -1,0 +1,108 @@
+#include "services/config.h"
+
+#include "files/durable_file.h"
+#include "services/boundary.h"
+#include "services/host_paths.h"
+#include "text/code_page.h"
+#include "text/text.h"
+#include "vexo/core.h"
+#include <algorithm>
+#include <ini.h>
+#include <system_error>
+
+namespace vexo::services {
+namespace {
+
+struct Entry {
+  std::string section, key, value;
+};
+
+using Entries = std::vector<Entry>;
+
+int AddEntry(void *entries, const char *section, const char *key, const char *value) {
+  static_cast<Entries *>(entries)->push_back({section, key, value});
+  return 1;
+}
+
+/// inih's own limits would cut a line after 200 bytes without a word.
+void AllowLongLines() {
+  ini_use_stack = false;
+  ini_allow_realloc = true;
+  ini_max_line = 1 << 20;
+  ini_allow_multiline = false;
+  ini_stop_on_first_error = true;
+}
+
+std::string ReadConfigFile() {
+  try {
+    return files::ReadWholeFile(kConfigFile);
+  } catch (const std::system_error &error) {
+    if (error.code() != std::errc::no_such_file_or_directory) {
+      LogFailure("reading the configuration", error.what());
+    }
+    return {};
+  }
+}
+
+Entries ParseConfigFile() {
+  AllowLongLines();
+  Entries entries;
+  const int bad_line = ini_parse_string(ReadConfigFile().c_str(), AddEntry, &entries);
+  if (bad_line != 0) {
+    const std::string where = std::string(kConfigFile) + ":" + std::to_string(bad_line);
+    LogFailure(where.c_str(), "not understood; what follows in this file is ignored");
+  }
+  return entries;
+}
+
+const Entries &ConfigEntries() {
+  static const Entries entries = ParseConfigFile();
+  return entries;
+}
+
+} // namespace
+
+std::optional<std::string> Setting(std::string_view section, std::string_view key) {
+  const Entries &entries = ConfigEntries();
+  const auto found = std::find_if(entries.rbegin(), entries.rend(), [&](const Entry &entry) {
+    return entry.section == section && entry.key == key;
+  });
+  if (found == entries.rend()) {
+    return std::nullopt;
+  }
+  return found->value;
+}
+
+std::vector<std::string> Sections(std::string_view prefix) {
+  std::vector<std::string> names;
+  for (const Entry &entry : ConfigEntries()) {
+    if (std::string_view(entry.section).starts_with(prefix) &&
+        std::find(names.begin(), names.end(), entry.section) == names.end()) {
+      names.push_back(entry.section);
+    }
+  }
+  return names;
+}
+
+int HostCodePage() {
+  const std::optional<std::string> value = Setting("texts", "code_page");
+  const std::optional<int64_t> number = value ? text::ParseInteger(*value) : std::nullopt;
+  return number && *number > 0 && *number <= text::kUtf8CodePage ? static_cast<int>(*number)
+                                                                 : text::kUtf8CodePage;
+}
+
+} // namespace vexo::services
+
+int VEXOAudioConfGet(const char *key, char *buffer, int size) {
+  using namespace vexo::services;
+  return Guarded("VEXOAudioConfGet", 0, [&] {
+    if (key == nullptr || buffer == nullptr) {
+      return 0;
+    }
+    const std::optional<std::string> value = Setting("audio", key);
+    if (!value || !CopyOut(value->c_str(), buffer, size)) {
+      return 0;
+    }
+    return static_cast<int>(value->size()) + 1;
+  });
+}
