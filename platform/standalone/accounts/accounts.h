@@ -1,8 +1,10 @@
 #pragma once
 // The users of the server, one a line in kAccountsFile. The file is read at each question, as a
-// process asks once or twice; it is replaced whole. Reading functions throw nothing for a file that
-// is not there (no users) and std::runtime_error, with file and line, for one that is damaged.
+// process asks once or twice; it is replaced whole, so a reader needs no lock. Reading functions
+// throw nothing for a file that is not there (no users) and std::runtime_error, with file and line,
+// for one that is damaged.
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,15 +23,20 @@ struct Account {
 /// Whether `name` can be an account's: [A-Za-z0-9._-]{1,64}, but not "." or "..".
 bool IsAccountName(std::string_view name);
 
+/// In the order in which they were added.
 std::vector<Account> ListAccounts();
 std::optional<Account> FindAccount(std::string_view name);
 std::optional<Account> FindAccount(int id);
 
-/// Adds an account (its `id` is ignored) and gives its new id; empty folders get their defaults below
-/// kHomes and kPreferences. Makes the folders. Throws when the name is bad or taken.
+// Changes. They are serialised between processes, and durable when they return. They throw
+// std::invalid_argument for what cannot be, std::system_error when writing fails.
+
+/// Adds an account (its `id` is ignored) and gives its new id; empty folders get their defaults
+/// below kHomes and kPreferences. Makes the folders. Throws when the name is bad or taken.
 int AddAccount(Account account);
-/// Rewrites the account of that name, its id kept. Throws when there is none.
-void SetAccount(const Account &account);
+/// Changes what `change` changes in the account of that name, but for its name and id. Makes the
+/// folders. Throws when there is none.
+void ChangeAccount(std::string_view name, const std::function<void(Account &)> &change);
 /// Removes the account; its files stay. Throws when there is none.
 void RemoveAccount(std::string_view name);
 

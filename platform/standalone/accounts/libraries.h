@@ -25,8 +25,8 @@ std::optional<std::string> RealPath(const std::string &path);
 /// Whether `path` is `folder` or lies below it; both resolved already.
 bool IsWithin(std::string_view path, std::string_view folder);
 
-/// The resolved path of a song file that may leave the machine: a regular file in the shared library
-/// or in the personal library of the account `user`. Nothing for any other.
+/// The resolved path of a song file that may leave the machine: a regular file in the shared
+/// library or in the personal library of the account `user`. Nothing for any other.
 std::optional<std::string> SendableSongFile(const std::string &path, std::string_view user);
 
 } // namespace vexo::accounts

@@ -1,0 +1,128 @@
+#include "accounts/accounts.h"
+#include "accounts/accounts_file.h"
+#include "files/durable_file.h"
+#include "services/host_paths.h"
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace vexo::accounts {
+namespace {
+
+constexpr unsigned kAccountsFileMode = 0644;
+
+void MakeAccountsFileIfMissing() {
+  try {
+    files::CreateDurably(services::kAccountsFile, FormatAccounts({}), kAccountsFileMode);
+  } catch (const std::system_error &error) {
+    if (error.code() != std::errc::file_exists) {
+      throw;
+    }
+  }
+}
+
+/// Changes the accounts under the file's lock; what `change` throws leaves them as they were.
+void EditAccounts(const std::function<void(AccountsFile &)> &change) {
+  files::EditDurably(services::kAccountsFile, [&](std::string_view old_text) {
+    AccountsFile file = ParseAccounts(old_text);
+    change(file);
+    return FormatAccounts(file);
+  });
+}
+
+std::vector<Account>::iterator Named(AccountsFile &file, std::string_view name) {
+  return std::find_if(file.accounts.begin(), file.accounts.end(),
+                      [&](const Account &account) { return account.name == name; });
+}
+
+std::vector<Account>::iterator NamedOrThrow(AccountsFile &file, std::string_view name) {
+  const auto found = Named(file, name);
+  if (found == file.accounts.end()) {
+    throw std::invalid_argument("there is no account '" + std::string(name) + "'");
+  }
+  return found;
+}
+
+void CheckFolder(const std::string &folder) {
+  const bool plain = folder.starts_with('/') && folder.size() > 1 && !folder.ends_with('/') &&
+                     folder.find_first_of("\t\r\n") == std::string::npos;
+  if (!plain) {
+    throw std::invalid_argument("'" + folder +
+                                "' is not an absolute folder without a '/' at its end");
+  }
+}
+
+/// New folders belong to whom the folder above belongs, so that an account added by root can be
+/// used by the web server.
+void MakeFolder(const std::filesystem::path &folder) {
+  if (std::filesystem::is_directory(folder)) {
+    return;
+  }
+  MakeFolder(folder.parent_path());
+  struct stat above {};
+  if (std::filesystem::create_directory(folder) && geteuid() == 0 &&
+      stat(folder.parent_path().c_str(), &above) == 0 &&
+      chown(folder.c_str(), above.st_uid, above.st_gid) != 0) {
+    throw std::system_error(errno, std::generic_category(), folder);
+  }
+}
+
+void CheckAndMakeFolders(const Account &account) {
+  CheckFolder(account.preference_folder);
+  CheckFolder(account.personal_folder);
+  MakeFolder(account.preference_folder);
+  if (account.personal_library) {
+    MakeFolder(account.personal_folder);
+  }
+}
+
+} // namespace
+
+int AddAccount(Account account) {
+  if (!IsAccountName(account.name)) {
+    throw std::invalid_argument("'" + account.name + "' cannot be an account's name");
+  }
+  if (account.personal_folder.empty()) {
+    account.personal_folder = std::string(services::kHomes) + "/" + account.name + "/music";
+  }
+  if (account.preference_folder.empty()) {
+    account.preference_folder = std::string(services::kPreferences) + "/" + account.name;
+  }
+  MakeAccountsFileIfMissing();
+  EditAccounts([&](AccountsFile &file) {
+    if (Named(file, account.name) != file.accounts.end()) {
+      throw std::invalid_argument("there is an account '" + account.name + "' already");
+    }
+    if (file.next_id == std::numeric_limits<int>::max()) {
+      throw std::invalid_argument("no ids are left");
+    }
+    CheckAndMakeFolders(account);
+    account.id = file.next_id++;
+    file.accounts.push_back(account);
+  });
+  return account.id;
+}
+
+void ChangeAccount(std::string_view name, const std::function<void(Account &)> &change) {
+  EditAccounts([&](AccountsFile &file) {
+    const auto found = NamedOrThrow(file, name);
+    Account changed = *found;
+    change(changed);
+    CheckAndMakeFolders(changed);
+    found->personal_library = changed.personal_library;
+    found->personal_folder = changed.personal_folder;
+    found->preference_folder = changed.preference_folder;
+  });
+}
+
+void RemoveAccount(std::string_view name) {
+  EditAccounts([&](AccountsFile &file) { file.accounts.erase(NamedOrThrow(file, name)); });
+}
+
+} // namespace vexo::accounts

@@ -1,0 +1,99 @@
+#include "accounts/accounts_file.h"
+
+#include "text/text.h"
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <stdexcept>
+
+namespace vexo::accounts {
+namespace {
+
+constexpr std::string_view kFormat = "vexo-accounts-1";
+
+[[noreturn]] void FailAt(std::size_t line, const char *what) {
+  throw std::runtime_error("accounts file, line " + std::to_string(line) + ": " + what);
+}
+
+/// Cuts `text` at its first `separator` and gives the part before it; `text` keeps the rest.
+std::string_view TakeUntil(std::string_view &text, char separator) {
+  const std::size_t end = std::min(text.find(separator), text.size());
+  const std::string_view part = text.substr(0, end);
+  text.remove_prefix(std::min(end + 1, text.size()));
+  return part;
+}
+
+int ParseId(std::string_view text, std::size_t line) {
+  const std::optional<int64_t> id = text::ParseInteger(text);
+  if (!id || *id < 1 || *id > std::numeric_limits<int>::max()) {
+    FailAt(line, "not an id");
+  }
+  return static_cast<int>(*id);
+}
+
+bool ParseSwitch(std::string_view text, std::size_t line) {
+  if (text != "on" && text != "off") {
+    FailAt(line, "neither on nor off");
+  }
+  return text == "on";
+}
+
+std::string ParseFolder(std::string_view text, std::size_t line) {
+  if (!text.starts_with('/')) {
+    FailAt(line, "not an absolute folder");
+  }
+  return std::string(text);
+}
+
+Account ParseAccount(std::string_view fields, std::size_t line) {
+  if (std::count(fields.begin(), fields.end(), '\t') != 4) {
+    FailAt(line, "not five fields");
+  }
+  Account account;
+  account.id = ParseId(TakeUntil(fields, '\t'), line);
+  account.name = TakeUntil(fields, '\t');
+  if (!IsAccountName(account.name)) {
+    FailAt(line, "not an account name");
+  }
+  account.personal_library = ParseSwitch(TakeUntil(fields, '\t'), line);
+  account.personal_folder = ParseFolder(TakeUntil(fields, '\t'), line);
+  account.preference_folder = ParseFolder(fields, line);
+  return account;
+}
+
+int ParseHeader(std::string_view header) {
+  if (TakeUntil(header, '\t') != kFormat) {
+    FailAt(1, "not of a format that is known");
+  }
+  return ParseId(header, 1);
+}
+
+} // namespace
+
+AccountsFile ParseAccounts(std::string_view text) {
+  AccountsFile file;
+  file.next_id = ParseHeader(TakeUntil(text, '\n'));
+  for (std::size_t line = 2; !text.empty(); ++line) {
+    const std::string_view fields = TakeUntil(text, '\n');
+    if (fields.empty() || fields.front() == '#') {
+      continue;
+    }
+    file.accounts.push_back(ParseAccount(fields, line));
+    if (file.accounts.back().id >= file.next_id) {
+      FailAt(line, "an id that was not given away yet");
+    }
+  }
+  return file;
+}
+
+std::string FormatAccounts(const AccountsFile &file) {
+  std::string text = std::string(kFormat) + '\t' + std::to_string(file.next_id) + '\n';
+  for (const Account &account : file.accounts) {
+    text += std::to_string(account.id) + '\t' + account.name + '\t' +
+            (account.personal_library ? "on" : "off") + '\t' + account.personal_folder + '\t' +
+            account.preference_folder + '\n';
+  }
+  return text;
+}
+
+} // namespace vexo::accounts

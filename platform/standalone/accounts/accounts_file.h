@@ -1,0 +1,19 @@
+#pragma once
+// The text of the accounts file. The first line is the format's name and the next free id, each
+// further line an account: id, name, "on" or "off", personal folder, preference folder. Fields are
+// separated by tabs; empty lines and lines that begin with '#' are passed over.
+
+#include "accounts/accounts.h"
+
+namespace vexo::accounts {
+
+struct AccountsFile {
+  int next_id = 1; ///< above every id that was ever given away
+  std::vector<Account> accounts;
+};
+
+/// Throws std::runtime_error, with the line, for a text that is none.
+AccountsFile ParseAccounts(std::string_view text);
+std::string FormatAccounts(const AccountsFile &file);
+
+} // namespace vexo::accounts

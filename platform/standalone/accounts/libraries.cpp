@@ -1,0 +1,86 @@
+#include "accounts/libraries.h"
+
+#include "accounts/accounts.h"
+#include "services/host_paths.h"
+#include <array>
+#include <climits>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vexo::accounts {
+namespace {
+
+bool IsRegularFile(const std::string &path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool IsInLibrary(std::string_view file, const std::optional<std::string> &library) {
+  const std::optional<std::string> folder = library ? RealPath(*library) : std::nullopt;
+  return folder && IsWithin(file, *folder);
+}
+
+std::optional<std::string> PersonalLibraryFolder(std::optional<Account> account) {
+  if (!account || !account->personal_library) {
+    return std::nullopt;
+  }
+  return std::move(account->personal_folder);
+}
+
+} // namespace
+
+std::optional<std::string> SharedLibraryFolder() {
+  std::array<char, PATH_MAX> target{};
+  const ssize_t length = readlink(services::kMusicLink, target.data(), target.size());
+  if (length <= 0 || static_cast<std::size_t>(length) == target.size()) {
+    return std::nullopt;
+  }
+  return std::string(target.data(), static_cast<std::size_t>(length));
+}
+
+int LibraryOwner(const char *library, int user_id) {
+  const std::string_view name = library == nullptr ? "" : library;
+  if (name == "shared") {
+    return 0;
+  }
+  if (name != "personal" || user_id <= 0) {
+    throw std::invalid_argument("no library '" + std::string(name) + "' of user " +
+                                std::to_string(user_id));
+  }
+  return user_id;
+}
+
+std::optional<std::string> LibraryFolder(int owner) {
+  return owner == 0 ? SharedLibraryFolder() : PersonalLibraryFolder(FindAccount(owner));
+}
+
+std::optional<std::string> RealPath(const std::string &path) {
+  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr),
+                                                             &std::free);
+  if (!resolved) {
+    return std::nullopt;
+  }
+  return resolved.get();
+}
+
+bool IsWithin(std::string_view path, std::string_view folder) {
+  return path.starts_with(folder) &&
+         (path.size() == folder.size() || folder.ends_with('/') || path[folder.size()] == '/');
+}
+
+std::optional<std::string> SendableSongFile(const std::string &path, std::string_view user) {
+  std::optional<std::string> file = RealPath(path);
+  if (!file || !IsRegularFile(*file)) {
+    return std::nullopt;
+  }
+  if (IsInLibrary(*file, SharedLibraryFolder()) ||
+      IsInLibrary(*file, PersonalLibraryFolder(FindAccount(user)))) {
+    return file;
+  }
+  return std::nullopt;
+}
+
+} // namespace vexo::accounts
