@@ -12,8 +12,10 @@ enum class Field {
   // Texts; one that is not known counts as empty.
   kTitle, kArtist, kAlbum, kAlbumArtist, kGenre, kComposer, kComment, kPath, kType,
   // Numbers.
-  kYear, kTrack, kDisc, kBitrate, kSampleRate, kChannels, kSongLength, kFileSize, kRating,
-  kPlayCount, kCompilation,
+  kYear, kTrack, kDisc, kBitrate, kSampleRate, kChannels,
+  kSongLength, // whole seconds, what is beyond them dropped
+  kFileSize, kRating, kPlayCount,
+  kCompilation, // 1 or 0
   // Times, in seconds since 1970.
   kTimeAdded, kTimeModified,
 };
@@ -23,7 +25,9 @@ enum class Comparison {
   kEqual, kNotEqual, kLess, kLessEqual, kGreater, kGreaterEqual, // numbers and times
 };
 
-/// A tree of conditions. And, or: over `children`; not: of the one child; test: of `field`.
+/// A tree of conditions. And, or: over `children` (two or more); not: of the one child; test: of
+/// `field`. Users write these: nesting of 200 levels and some thousand children of one node are
+/// ordinary, and an engine whose own language bounds either must find another way to say it.
 struct Condition {
   enum class Kind { kAnd, kOr, kNot, kTest };
   Kind kind = Kind::kTest;
@@ -35,6 +39,7 @@ struct Condition {
 };
 
 struct SongQuery {
+  bool with_shared = false;       ///< the songs of the shared library too, besides the owner's
   std::optional<Condition> where; ///< nothing: every song
   bool random = false;            ///< uniform order
   std::optional<Field> order;     ///< nothing: by id
