@@ -3,33 +3,69 @@
 // synced, and takes its place by a rename; then the folder is synced. Writers of one file are
 // serialised by a lock on the file itself (its inode), which follows it through renames. A crash
 // leaves the old file or the new one, and perhaps a temporary file, which IsTemporaryName() tells.
-// All functions throw std::system_error.
+// A path whose last component is a symbolic link is never written (ELOOP). All functions throw
+// std::system_error.
 
+#include "files/file_descriptor.h"
 #include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vexo::files {
 
-/// The whole file. Fails with EFBIG above `max_bytes`, with EISDIR or EINVAL for what is no file.
-std::string ReadWholeFile(const std::string &path, std::size_t max_bytes = std::size_t{1} << 30);
+inline constexpr std::size_t kMaxFileBytes = std::size_t{1} << 30;
 
-/// Makes a new file; fails with EEXIST, and touches nothing, when `path` exists.
+/// The whole file. Fails with EFBIG above `max_bytes`, with EISDIR or EINVAL for what is no file.
+std::string ReadWholeFile(const std::string &path, std::size_t max_bytes = kMaxFileBytes);
+/// The same of an open descriptor, from its beginning on.
+std::string ReadWholeFile(int fd, std::size_t max_bytes = kMaxFileBytes);
+
+/// Makes a new file; fails with EEXIST, and touches nothing, when `path` exists. The mode is
+/// reduced by the umask.
 void CreateDurably(const std::string &path, std::string_view content, unsigned mode = 0666);
 
 /// Makes the file, or puts the content in the place of the one that is there (with its mode kept).
 void ReplaceDurably(const std::string &path, std::string_view content, unsigned mode = 0666);
 
-/// Turns the old content into the new; nothing: leave the file as it is. May throw to give up.
+/// Turns the old content into the new; nothing: leave the file as it is. May throw to give up. It
+/// is called again when somebody else's rename or write came between.
 using Edit = std::function<std::optional<std::string>(std::string_view old_content)>;
 
-/// Reads, changes and replaces a file that exists, under its lock. Fails with ENOENT when it is gone
-/// or was renamed meanwhile: the new content then exists nowhere, and no old name comes back.
+/// Reads, changes and replaces a file that exists, under its lock. Fails with ENOENT when it is
+/// gone or was renamed meanwhile: the new content then exists nowhere, and no old name comes back.
 void EditDurably(const std::string &path, const Edit &edit);
+
+/// The new content in pieces, in order: views of the old content, or of texts of the caller's that
+/// live until EditPiecesDurably() returns. What stays of a large file is so never copied.
+using Pieces = std::vector<std::string_view>;
+using PieceEdit = std::function<std::optional<Pieces>(std::string_view old_content)>;
+void EditPiecesDurably(const std::string &path, const PieceEdit &edit);
+
+/// A file taken away: it has a temporary name, and nothing stands where it stood. Commit() removes
+/// it for good; a destructor that comes first puts it back, unless something else stands there by
+/// then.
+class FileSetAside {
+public:
+  /// Fails with ENOENT when nothing stands at `path`. A link is taken away itself.
+  explicit FileSetAside(const std::string &path);
+  ~FileSetAside();
+  FileSetAside(const FileSetAside &) = delete;
+  FileSetAside &operator=(const FileSetAside &) = delete;
+  void Commit();
+
+private:
+  FileDescriptor folder_;
+  std::string path_, name_, aside_; ///< `aside_` is empty once there is nothing to put back
+};
 
 /// Whether a file name (no folders) is that of a temporary file a crash may have left.
 bool IsTemporaryName(std::string_view name);
+
+/// Removes a temporary file whose writer is gone: nobody has it locked, and it is older than a
+/// minute. Whether it was removed.
+bool RemoveAbandonedTemporary(const std::string &path);
 
 } // namespace vexo::files

@@ -1,0 +1,106 @@
+#include "files/folder.h"
+#include "files/durable_file.h"
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <system_error>
+
+namespace vexo::files {
+
+namespace {
+
+constexpr std::string_view kPrefix = ".vexo-";
+constexpr std::string_view kSuffix = ".tmp";
+
+std::string FolderOf(const std::string &path) {
+  const auto slash = path.rfind('/');
+  if (slash == std::string::npos) {
+    return ".";
+  }
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+} // namespace
+
+void ThrowErrno(const char *what, std::string_view name) {
+  const int error = errno;
+  throw std::system_error(error, std::generic_category(),
+                          std::string(what).append(" ").append(name));
+}
+
+Folder::Folder(const std::string &path)
+    : path_(FolderOf(path)), name_(path.substr(path.rfind('/') + 1)),
+      fd_(open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+  if (!fd_) {
+    ThrowErrno("cannot open folder", path_);
+  }
+}
+
+void SyncFolder(int fd, std::string_view path) {
+  if (fsync(fd) != 0 && !IsUnsupported(errno)) {
+    ThrowErrno("cannot sync folder", path);
+  }
+}
+
+TemporaryFile::TemporaryFile(const Folder &folder, mode_t mode)
+    : folder_(folder), name_(NewTemporaryName()),
+      fd_(openat(folder.fd(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                 mode)) {
+  if (!fd_) {
+    ThrowErrno("cannot make a temporary file in", folder.path());
+  }
+  if (flock(fd_.get(), LOCK_EX | LOCK_NB) != 0) {
+    const int error = errno;
+    unlinkat(folder.fd(), name_.c_str(), 0);
+    errno = error;
+    ThrowErrno("cannot lock a temporary file in", folder.path());
+  }
+}
+
+TemporaryFile::~TemporaryFile() {
+  if (!name_.empty()) {
+    unlinkat(folder_.fd(), name_.c_str(), 0);
+  }
+}
+
+std::string NewTemporaryName() {
+  static std::atomic<unsigned> counter = 0;
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  std::array<char, 96> name{};
+  snprintf(name.data(), name.size(), ".vexo-%lx-%llx-%lx-%x.tmp",
+           static_cast<unsigned long>(getpid()), static_cast<unsigned long long>(now.tv_sec),
+           static_cast<unsigned long>(now.tv_nsec), ++counter);
+  return name.data();
+}
+
+bool IsTemporaryName(std::string_view name) {
+  return name.size() > kPrefix.size() + kSuffix.size() && name.starts_with(kPrefix) &&
+         name.ends_with(kSuffix);
+}
+
+void LockExclusively(int fd, std::string_view name) {
+  while (flock(fd, LOCK_EX) != 0) {
+    if (errno != EINTR) {
+      ThrowErrno("cannot lock", name);
+    }
+  }
+}
+
+int RenameExclusively(int folder, const char *from, const char *to) {
+  if (renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) {
+    return 0;
+  }
+  if (!IsUnsupported(errno)) {
+    return -1;
+  }
+  return linkat(folder, from, folder, to, 0) == 0 ? unlinkat(folder, from, 0) : -1;
+}
+
+bool IsUnsupported(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP; }
+
+} // namespace vexo::files

@@ -1,0 +1,76 @@
+#pragma once
+// The folder of a file, held open: what is done by name inside it stays inside it, even when the
+// folder itself is renamed.
+
+#include "files/file_descriptor.h"
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+namespace vexo::files {
+
+/// Throws the std::system_error of errno: "WHAT NAME: ...".
+[[noreturn]] void ThrowErrno(const char *what, std::string_view name);
+
+/// Makes the names in an open folder durable, where the file system can.
+void SyncFolder(int fd, std::string_view path);
+
+class Folder {
+public:
+  /// Opens the folder that `path` names a file of.
+  explicit Folder(const std::string &path);
+
+  [[nodiscard]] int fd() const { return fd_.get(); }
+  [[nodiscard]] const std::string &path() const { return path_; }
+  /// The name of the file inside the folder.
+  [[nodiscard]] const std::string &name() const { return name_; }
+
+  /// Makes the names in it durable.
+  void Sync() const { SyncFolder(fd_.get(), path_); }
+  /// The descriptor, for who keeps it longer than this object.
+  [[nodiscard]] FileDescriptor TakeDescriptor() { return std::move(fd_); }
+
+private:
+  std::string path_, name_;
+  FileDescriptor fd_;
+};
+
+/// A new file of a temporary name, open for writing and locked; removed by the destructor unless
+/// its name was given away.
+class TemporaryFile {
+public:
+  TemporaryFile(const Folder &folder, mode_t mode);
+  ~TemporaryFile();
+  TemporaryFile(const TemporaryFile &) = delete;
+  TemporaryFile &operator=(const TemporaryFile &) = delete;
+
+  [[nodiscard]] int fd() const { return fd_.get(); }
+  [[nodiscard]] const char *name() const { return name_.c_str(); }
+  /// The name now belongs to nobody here.
+  void GiveNameAway() { name_.clear(); }
+
+private:
+  const Folder &folder_;
+  std::string name_;
+  FileDescriptor fd_;
+};
+
+/// A name that IsTemporaryName() tells, different at each call and in each process.
+std::string NewTemporaryName();
+
+/// Takes the exclusive lock of an open file, waiting for it.
+void LockExclusively(int fd, std::string_view name);
+
+/// Whether both are the same file.
+inline bool IsSameFile(const struct stat &a, const struct stat &b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+/// Renames inside one folder, and never over a file that is there (EEXIST).
+int RenameExclusively(int folder, const char *from, const char *to);
+
+/// Whether errno says that the file system does not know a kind of rename or sync.
+bool IsUnsupported(int error);
+
+} // namespace vexo::files
