@@ -1,0 +1,20 @@
+#pragma once
+// Answers that the framework gives by itself.
+
+namespace vexo::web {
+
+/// Why a request may not go on.
+enum class Refusal {
+  kNoUser,     ///< the web server named no user
+  kNoAccount,  ///< the user has no account
+  kCrossSite,  ///< a page of another site sent the request
+  kNoAccounts, ///< the accounts cannot be read
+};
+
+/// Answers with the refusal's status and a body of one line.
+void PrintRefusal(Refusal refusal) noexcept;
+
+/// Answers a request that nobody answered, as one that asked for nothing.
+void PrintNothingAsked() noexcept;
+
+} // namespace vexo::web

@@ -1,0 +1,31 @@
+#pragma once
+// A request as the web server hands it to a CGI program (RFC 3875): environment variables and the
+// standard input.
+
+#include "web/parameters.h"
+#include <optional>
+#include <string_view>
+
+namespace vexo::web {
+
+/// A variable of the request; nothing when the web server set none.
+std::optional<std::string_view> Variable(const char *name);
+
+/// The parameters of a request, and the bytes that hold them.
+class Parameters {
+public:
+  /// Reads query string and body. False, and no parameters, for a request that cannot be read whole
+  /// or that is harmful.
+  bool Load();
+  /// The first value of `name`, those of the body before those of the query; null: none was sent.
+  [[nodiscard]] const char *Find(std::string_view name) const;
+
+private:
+  bool LoadBody();
+  bool LoadQuery();
+
+  Buffer body_, query_;
+  std::vector<Parameter> parameters_;
+};
+
+} // namespace vexo::web
