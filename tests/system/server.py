@@ -1,0 +1,253 @@
+"""The real program behind a real lighttpd, in a device root of its own.
+
+The root's place is fixed when the programs are built, so one test has it at a time (ctest's resource
+lock), and each test class starts from an empty one.
+"""
+
+import base64
+import http.client
+import json
+import os
+import shutil
+import signal
+import socket
+import subprocess
+import time
+import unittest
+import urllib.parse
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+BUILD = Path(os.environ.get("VEXO_BUILD", SOURCE / "build/test")).resolve()
+ROOT = BUILD / "root"
+BIN = BUILD / "bin"
+LIBRARY = ROOT / "library"
+PASSWORD = "correct horse"
+LONG = "VEXO_LONG" in os.environ
+
+# One user with a personal library, one without.
+ANNA, BEN = "anna", "ben"
+
+
+class Kind:
+    """A place where playlists are kept: who asks, with which `type`, and where the files lie."""
+
+    def __init__(self, name, user, type_, folder, indexed=True):
+        self.name, self.user, self.type, self.folder = name, user, type_, folder
+        self.indexed = indexed
+
+    def file(self, playlist):
+        return self.folder / f"{playlist}.m3u"
+
+
+SHARED = Kind("shared", ANNA, "shared", LIBRARY / "playlists")
+PERSONAL = Kind("personal", ANNA, "personal", ROOT / "var/services/homes/anna/music/playlists")
+PREFERENCE = Kind("preference", BEN, "personal", ROOT / "var/lib/vexo/preferences/ben/playlists",
+                  indexed=False)
+KINDS = (SHARED, PERSONAL, PREFERENCE)
+
+
+class Answer:
+    """What came back: the status, the bytes, and as `json` the parsed document."""
+
+    def __init__(self, status, headers, body):
+        self.status, self.headers, self.body = status, headers, body
+
+    @property
+    def json(self):
+        return json.loads(self.body)
+
+    @property
+    def success(self):
+        return self.json.get("success")
+
+    @property
+    def error(self):
+        """"section/key" of the error, "" without one."""
+        error = self.json.get("error")
+        return f"{error['section']}/{error['key']}" if error else ""
+
+    @property
+    def id(self):
+        """The node id of the playlist that was made."""
+        return self.json["node"]["id"]
+
+    def __repr__(self):
+        return f"<{self.status} {self.body[:300]!r}>"
+
+
+def run(*command, **options):
+    """Runs a program that must succeed, and gives its standard output."""
+    options.setdefault("timeout", 120)
+    done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, text=True, check=False, **options)
+    if done.returncode:
+        raise AssertionError(f"{command}: status {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def playlistctl(*arguments, **options):
+    return run(BIN / "playlistctl", *arguments, **options)
+
+
+def lay_root():
+    """An empty device root with an empty shared library, ANNA and BEN."""
+    shutil.rmtree(ROOT, ignore_errors=True)
+    LIBRARY.mkdir(parents=True)
+    run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
+    add_account(ANNA, "--personal")
+    add_account(BEN)
+
+
+def add_account(name, *options):
+    playlistctl("account", "add", name, *options, "--password-stdin", input=PASSWORD + "\n")
+
+
+def copy_demo_tracks():
+    """The demo tracks into the shared library, and into the index. Gives their paths."""
+    shutil.copytree(SOURCE / "demo/music", LIBRARY, dirs_exist_ok=True)
+    playlistctl("scan")
+    return sorted(str(path) for path in LIBRARY.rglob("*.*") if path.is_file())
+
+
+def free_port():
+    with socket.socket() as listener:
+        listener.bind(("127.0.0.1", 0))
+        return listener.getsockname()[1]
+
+
+def wait_until(condition, what, seconds=20):
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError(f"timed out: {what}")
+        time.sleep(0.02)
+
+
+class Server:
+    """A lighttpd on a free port of the loopback."""
+
+    def __init__(self, address="127.0.0.1"):
+        self.port = free_port()
+        conf = ROOT / "etc/lighttpd.conf"
+        conf.write_text(run(SOURCE / "scripts/lighttpd_conf", ROOT, address, self.port))
+        self.log_file = ROOT / "var/log/vexo/lighttpd.log"
+        with open(self.log_file, "ab") as log:
+            self.process = subprocess.Popen(["lighttpd", "-D", "-f", conf], stdin=subprocess.DEVNULL,
+                                            stdout=log, stderr=log, start_new_session=True)
+        wait_until(self._listens, "lighttpd listens")
+
+    def _listens(self):
+        if self.process.poll() is not None:
+            raise AssertionError(f"lighttpd ended:\n{self.log()}")
+        with socket.socket() as client:
+            return client.connect_ex(("127.0.0.1", self.port)) == 0
+
+    def log(self):
+        """All that the web server and the programs it started have logged."""
+        return self.log_file.read_text(errors="replace")
+
+    def send(self, user, query="", body=None, headers=None, password=PASSWORD, timeout=120):
+        """One request: a POST when there is a body. No user: one without authentication."""
+        headers = dict(headers or {})
+        if user is not None:
+            token = base64.b64encode(f"{user}:{password}".encode()).decode()
+            headers["Authorization"] = f"Basic {token}"
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=timeout)
+        try:
+            connection.request("GET" if body is None else "POST", f"/audio_playlist.cgi?{query}",
+                               body, headers)
+            response = connection.getresponse()
+            return Answer(response.status, response.headers, response.read())
+        finally:
+            connection.close()
+
+    def ask(self, action, user=ANNA, **parameters):
+        """An action by POST, its parameters as texts, or as JSON where they are lists."""
+        body = encode({"action": action, **parameters})
+        return self.send(user, body=body,
+                         headers={"Content-Type": "application/x-www-form-urlencoded"})
+
+    def add(self, kind, name, songs=None, **parameters):
+        if songs is not None:
+            parameters["id_info_list"] = songs
+        return self.ask("add", kind.user, name=name, type=kind.type, **parameters)
+
+    def stop(self):
+        self.process.send_signal(signal.SIGTERM)
+        self.process.wait(20)
+
+
+def encode(parameters):
+    """URL-encoded text; lists become JSON."""
+    texts = {key: json.dumps(value) if isinstance(value, (list, dict)) else value
+             for key, value in parameters.items()}
+    return urllib.parse.urlencode(texts)
+
+
+def cgi_environment(user, body):
+    return {
+        "PATH": os.environ["PATH"], "GATEWAY_INTERFACE": "CGI/1.1", "REQUEST_METHOD": "POST",
+        "REMOTE_USER": user, "QUERY_STRING": "", "HTTP_HOST": "127.0.0.1",
+        "CONTENT_TYPE": "application/x-www-form-urlencoded", "CONTENT_LENGTH": str(len(body)),
+    }
+
+
+def cgi(user, wrapper=(), **parameters):
+    """Runs the program without a web server, below the command `wrapper` (strace, prlimit).
+
+    Gives its exit status (negative: the signal that ended it), and its answer, None without one.
+    """
+    body = encode(parameters).encode()
+    done = subprocess.run([*map(str, wrapper), str(BIN / "audio_playlist.cgi")], input=body,
+                          env=cgi_environment(user, body), stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, cwd=ROOT / "www", timeout=120, check=False)
+    _, _, answer = done.stdout.partition(b"\n\n")
+    if b"\r\n\r\n" in done.stdout:
+        _, _, answer = done.stdout.partition(b"\r\n\r\n")
+    return done.returncode, Answer(200, {}, answer) if answer else None
+
+
+def songs_of(path):
+    """The entries of a playlist file: its lines that are neither empty nor comments."""
+    lines = Path(path).read_text().splitlines()
+    return [line for line in lines if line and not line.startswith("#")]
+
+
+def tree(*folders):
+    """Every path below the folders with its kind, and for a file its bytes."""
+    found = {}
+    for folder in folders:
+        for path in sorted(Path(folder).rglob("*")):
+            if path.is_symlink():
+                found[str(path)] = os.readlink(path)
+            else:
+                found[str(path)] = path.read_bytes() if path.is_file() else "folder"
+    return found
+
+
+class RootTest(unittest.TestCase):
+    """A fresh root with the demo tracks, whose paths are `tracks`."""
+
+    @classmethod
+    def setUpClass(cls):
+        lay_root()
+        cls.tracks = copy_demo_tracks()
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(ROOT, ignore_errors=True)
+
+
+class ServerTest(RootTest):
+    """A fresh root and a server on it."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.server = Server()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.server.stop()
+        super().tearDownClass()
