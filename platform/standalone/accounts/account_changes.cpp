@@ -1,16 +1,14 @@
 #include "accounts/accounts.h"
 #include "accounts/accounts_file.h"
+#include "accounts/ownership.h"
 #include "files/durable_file.h"
 #include "services/host_paths.h"
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <limits>
 #include <stdexcept>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace vexo::accounts {
 namespace {
@@ -20,6 +18,7 @@ constexpr unsigned kAccountsFileMode = 0644;
 void MakeAccountsFileIfMissing() {
   try {
     files::CreateDurably(services::kAccountsFile, FormatAccounts({}), kAccountsFileMode);
+    InheritOwner(services::kAccountsFile);
   } catch (const std::system_error &error) {
     if (error.code() != std::errc::file_exists) {
       throw;
@@ -58,18 +57,13 @@ void CheckFolder(const std::string &folder) {
   }
 }
 
-/// New folders belong to whom the folder above belongs, so that an account added by root can be
-/// used by the web server.
 void MakeFolder(const std::filesystem::path &folder) {
   if (std::filesystem::is_directory(folder)) {
     return;
   }
   MakeFolder(folder.parent_path());
-  struct stat above {};
-  if (std::filesystem::create_directory(folder) && geteuid() == 0 &&
-      stat(folder.parent_path().c_str(), &above) == 0 &&
-      chown(folder.c_str(), above.st_uid, above.st_gid) != 0) {
-    throw std::system_error(errno, std::generic_category(), folder);
+  if (std::filesystem::create_directory(folder)) {
+    InheritOwner(folder);
   }
 }
 

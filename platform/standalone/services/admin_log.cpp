@@ -47,28 +47,25 @@ files::FileDescriptor OpenLogAndItsFolder() {
   return log;
 }
 
+void AppendEscaped(std::string &escaped, char c) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  const auto byte = static_cast<unsigned char>(c);
+  if (c == '\\') {
+    escaped += "\\\\";
+  } else if (byte >= 0x20 && byte != 0x7F) {
+    escaped += c;
+  } else {
+    escaped.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 0xFU]);
+  }
+}
+
 } // namespace
 
 std::string EscapeLogText(std::string_view text) {
   std::string escaped;
   escaped.reserve(text.size());
   for (const char c : text) {
-    switch (c) {
-    case '\t':
-      escaped += "\\t";
-      break;
-    case '\n':
-      escaped += "\\n";
-      break;
-    case '\r':
-      escaped += "\\r";
-      break;
-    case '\\':
-      escaped += "\\\\";
-      break;
-    default:
-      escaped += c;
-    }
+    AppendEscaped(escaped, c);
   }
   return escaped;
 }

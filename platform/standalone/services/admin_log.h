@@ -13,7 +13,8 @@ namespace vexo::services {
 /// log and its folder when missing. Throws std::system_error.
 void AppendAdminLog(unsigned event, const std::vector<std::string> &texts);
 
-/// `text` without tabs and line breaks: they become \t, \n and \r, and a backslash two of them.
+/// `text` without control characters: they become \xNN, and a backslash two of them. A file's name
+/// can thus neither forge a line nor command a terminal.
 std::string EscapeLogText(std::string_view text);
 
 } // namespace vexo::services

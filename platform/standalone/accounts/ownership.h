@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace vexo::accounts {
+
+/// Gives what root has just made to whom the folder above belongs, so that the web server can use
+/// it. Does nothing for other users. Throws std::system_error.
+void InheritOwner(const std::string &path);
+
+} // namespace vexo::accounts
