@@ -1,0 +1,195 @@
+"""Which folder may include which: the arrows between folders go one way.
+
+ALLOWED is the whole rule. A folder may always include itself and the C++ standard library.
+"""
+
+import re
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
+SUFFIXES = {".h", ".cpp", ".c"}
+
+PROGRAM = ["handler", "actions", "player", "export", "model"]
+HOST = ["text", "files", "services", "accounts", "index", "playlists", "smart", "web"]
+
+# folder: folders, single headers, and libraries (by the first part of their headers' names) that
+# its sources may include.
+ALLOWED = {
+    "src/model": ["vexo", "json"],
+    "src/player": ["vexo", "json", "src/model"],
+    "src/actions": ["vexo", "json", "src/model", "src/player/queue.h"],
+    "src/export": ["vexo", "json", "src/model", "src/player/queue.h"],
+    "src/handler": ["vexo", "json", "src/model", "src/actions", "src/player", "src/export"],
+    "standalone/text": ["vexo"],
+    "standalone/files": ["vexo", "text"],
+    "standalone/services": ["vexo", "files", "text", "ini.h"],
+    "standalone/accounts": ["vexo", "services", "files", "text"],
+    "standalone/index": ["vexo", "services", "files", "text", "sqlite3.h"],
+    "standalone/playlists": ["vexo", "index", "accounts", "services", "files", "text"],
+    "standalone/smart": ["vexo", "index", "accounts", "services", "files", "text"],
+    "standalone/web": ["vexo", "json", "playlists", "index", "accounts", "services", "files",
+                       "text"],
+    # The tools may use every folder of the host but web.
+    "tools": ["json", *HOST[:-1], "CLI", "taglib", "archive.h", "archive_entry.h",
+              "libdeflate.h", "mpd"],
+}
+
+# What is in every system: POSIX, Linux and the C library.
+SYSTEM = re.compile(r"^(sys|linux|netinet|arpa)/|^(dirent|dlfcn|fcntl|fnmatch|ftw|getopt|glob|grp|"
+                    r"iconv|libgen|limits|paths|poll|pthread|pwd|sched|signal|spawn|strings|syslog|"
+                    r"termios|unistd|utime|crypt)\.h$|^std\w+\.h$|^[a-z_]+$")
+
+
+def folder_of(path, source):
+    """The folder's name in ALLOWED, None for a file that has no rule (tests, benchmarks)."""
+    parts = path.relative_to(source).parts
+    if parts[0] == "src":
+        return f"src/{parts[1]}"
+    if parts[:2] == ("platform", "standalone"):
+        return f"standalone/{parts[2]}"
+    if parts[:2] == ("platform", "tools"):
+        return "tools"
+    return None
+
+
+def target_of(folder, header, source):
+    """What an include means: a folder of ALLOWED, "vexo", or the first part of a foreign name."""
+    first = header.split("/")[0]
+    if folder.startswith("src/"):
+        return f"src/{first}" if first in PROGRAM else first
+    if first in HOST:
+        return f"standalone/{first}"
+    if (source / "platform/tools" / first).is_dir() and "/" in header:
+        return "tools"
+    return first
+
+
+def is_allowed(folder, header, source):
+    target = target_of(folder, header, source)
+    if target == folder or SYSTEM.match(header):
+        return True
+    if "/" not in header and target not in ALLOWED[folder]:
+        return False
+    for allowed in ALLOWED[folder]:
+        if allowed == target or f"standalone/{allowed}" == target or f"src/{header}" == allowed:
+            return True
+    return False
+
+
+def sources(source):
+    for top in ("src", "platform/standalone", "platform/tools"):
+        yield from sorted(path for path in (source / top).rglob("*") if path.suffix in SUFFIXES)
+
+
+def includes(path):
+    for match in INCLUDE.finditer(path.read_text()):
+        yield match.group(1) or match.group(2)
+
+
+def is_beside(path, header):
+    """An include of a file in the very same folder, by its bare name."""
+    return "/" not in header and (path.parent / header).exists()
+
+
+def arrows(source):
+    """(file, folder, header) of every include that goes out of its folder's own."""
+    for path in sources(source):
+        folder = folder_of(path, source)
+        for header in includes(path):
+            if not is_beside(path, header):
+                yield path.relative_to(source), folder, header
+
+
+def violations(source):
+    found = []
+    for path, folder, header in arrows(source):
+        if folder not in ALLOWED:
+            found.append(f"{path}: the folder {folder} has no rule")
+        elif not is_allowed(folder, header, source):
+            found.append(f"{path}: {folder} must not include {header}")
+    return found
+
+
+def pairs_that_include_each_other(source):
+    seen = {(folder, target_of(folder, header, source)) for _, folder, header in arrows(source)}
+    return [pair for pair in seen if pair[0] < pair[1] and (pair[1], pair[0]) in seen]
+
+
+def host_interface_includes(source):
+    """What the host's headers include beside themselves and the standard library."""
+    for path in sorted((source / "platform/include").rglob("*.h")):
+        for header in includes(path):
+            if not header.startswith("vexo/") and not SYSTEM.match(header):
+                yield path.name, header
+
+
+class Includes(unittest.TestCase):
+    def test_every_arrow_is_allowed(self):
+        self.assertEqual(violations(SOURCE), [])
+
+    def test_no_two_folders_include_each_other(self):
+        self.assertEqual(pairs_that_include_each_other(SOURCE), [])
+
+    def test_the_host_interface_knows_the_standard_library_and_json_only(self):
+        self.assertEqual({header.split("/")[0] for _, header in host_interface_includes(SOURCE)},
+                         {"json"})
+
+    def test_the_sources_are_found(self):
+        folders = {folder for _, folder, _ in arrows(SOURCE)}
+        self.assertEqual(folders, set(ALLOWED))
+
+
+class TheRuleItself(unittest.TestCase):
+    """Trees that break the rule are found to break it."""
+
+    CASES = [
+        ("src/model/a.h", '#include "actions/b.h"', "the model must not know actions"),
+        ("src/actions/a.cpp", '#include "player/ctrl.h"', "only the queue of the player"),
+        ("src/player/a.cpp", "#include <sqlite3.h>", "a library of the host"),
+        ("src/export/a.cpp", '#include "services/config.h"', "the standalone platform"),
+        ("platform/standalone/text/a.h", '#include "web/b.h"', "nothing uses web"),
+        ("platform/standalone/smart/a.h", '  #  include "playlists/b.h"', "smart and playlists"),
+        ("platform/standalone/accounts/a.h", '#include "index/b.h"', "accounts and index"),
+        ("platform/tools/zip/a.cpp", '#include "web/b.h"', "tools use all but web"),
+        ("platform/standalone/new/a.h", '#include "text/b.h"', "a folder without a rule"),
+    ]
+    FINE = [
+        ("src/actions/a.cpp", '#include "player/queue.h"\n#include <vector>\n#include <unistd.h>'),
+        ("src/export/a.cpp", '#include "export/b.h"\n#include "model/c.h"\n#include "vexo/web.h"'),
+        ("platform/standalone/web/a.cpp", '#include "playlists/b.h"\n#include <sys/stat.h>'),
+        ("platform/tools/doctor/a.cpp", '#include "scan/b.h"\n#include "index/c.h"'),
+    ]
+
+    def check(self, name, text):
+        with tempfile.TemporaryDirectory() as folder:
+            source = Path(folder)
+            (source / "platform/tools/scan").mkdir(parents=True)
+            (source / name).parent.mkdir(parents=True, exist_ok=True)
+            (source / name).write_text(text)
+            return violations(source)
+
+    def test_finds_each_forbidden_arrow(self):
+        for name, text, description in self.CASES:
+            with self.subTest(description):
+                self.assertEqual(len(self.check(name, text)), 1)
+
+    def test_lets_allowed_arrows_pass(self):
+        for name, text in self.FINE:
+            with self.subTest(name):
+                self.assertEqual(self.check(name, text), [])
+
+    def test_finds_two_folders_that_include_each_other(self):
+        with tempfile.TemporaryDirectory() as folder:
+            source = Path(folder)
+            for one, other in (("text", "files"), ("files", "text")):
+                (source / f"platform/standalone/{one}").mkdir(parents=True)
+                (source / f"platform/standalone/{one}/a.h").write_text(f'#include "{other}/a.h"')
+            self.assertEqual(pairs_that_include_each_other(source),
+                             [("standalone/files", "standalone/text")])
+
+
+if __name__ == "__main__":
+    unittest.main()
