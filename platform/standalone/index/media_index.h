@@ -1,7 +1,8 @@
 #pragma once
 // The media index: songs, and the rows of the playlists that are kept in libraries. One interface;
 // an engine (SQLite today) stands behind it. An owner is 0 for the shared library, else the id of
-// the user whose personal library it is. Everything throws IndexError; "not found" is an empty result.
+// the user whose personal library it is. Everything throws IndexError; "not found" is an empty
+// result.
 
 #include "index/song_query.h"
 #include <cstdint>
@@ -41,12 +42,21 @@ struct Playlist {
   uint64_t size_bytes = 0;
 };
 
-/// A search as a client asks for it; codes and names as in vexo/media_index.h.
+/// What tells whether a song's file has changed since it was read.
+struct SongFile {
+  int32_t id = 0;
+  std::string path;
+  uint64_t size_bytes = 0;
+  int64_t time_modified = 0;
+};
+
+/// A search as a client asks for it; codes and names as in vexo/media_index.h. A field that is none
+/// of those finds nothing; a sort name that is none of the columns sorts by album.
 struct Search {
   int field = 0;
   std::string keyword, sort;
   bool ascending = true;
-  int64_t offset = 0, limit = 0; ///< a limit of 0 is none
+  int64_t offset = 0, limit = 0; ///< a limit of 0 is none; a negative number throws
 };
 
 class MediaIndex {
@@ -58,9 +68,21 @@ public:
   virtual std::vector<Song> SongsById(int owner, const std::vector<int32_t> &ids) = 0;
   /// Those of any owner that exist, in no promised order.
   virtual std::vector<Song> SongsByPath(const std::vector<std::string> &paths) = 0;
+  /// Those whose text holds the keyword, ignoring case. Songs that the named column does not tell
+  /// apart come by album, disc, track and id, whatever the direction.
   virtual std::vector<Song> SearchSongs(int owner, const Search &search) = 0;
+  /// `count` different songs, or all when there are fewer: every choice and every order is as
+  /// likely.
   virtual std::vector<Song> RandomSongs(int owner, int count) = 0;
   virtual std::vector<Song> QuerySongs(int owner, const SongQuery &query) = 0;
+
+  // Songs, as the scanner keeps them.
+  /// All songs of `owner`, by path.
+  virtual std::vector<SongFile> SongFiles(int owner) = 0;
+  /// In one transaction: removes the rows `removed`, then adds each of `songs` whose id is 0, and
+  /// gives the others what their files tell (path, tags, audio properties, size and time). A row
+  /// that is already there keeps its owner, its rating, its play count and the time it was added.
+  virtual void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) = 0;
 
   // Playlists.
   /// Adds a row and gives its id; throws when the owner has one with that path.
@@ -71,7 +93,18 @@ public:
   virtual std::vector<Playlist> PlaylistsById(int owner, const std::vector<int32_t> &ids) = 0;
   virtual std::optional<Playlist> PlaylistByPath(int owner, const std::string &path) = 0;
   virtual std::vector<Playlist> AllPlaylists(int owner) = 0;
+
+  // Upkeep.
+  /// After many changes: what makes later searches and openings quick again.
+  virtual void Optimize() = 0;
+  /// What is broken inside the index, a line a finding; nothing when all is well.
+  virtual std::vector<std::string> FindDamage() = 0;
+  /// Builds anew what can be built from the rows; FindDamage() tells what remains.
+  virtual void RepairDamage() = 0;
 };
+
+/// The engine on a SQLite file, made and migrated where needed.
+std::unique_ptr<MediaIndex> OpenSqliteIndex(const std::string &path);
 
 /// Opens the index of the configuration, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenMediaIndex();

@@ -1,0 +1,83 @@
+#pragma once
+// SQLite's C interface with owners and exceptions. Every failure throws IndexError with the file,
+// the cause and SQLite's code.
+
+#include "index/media_index.h"
+#include <cstdint>
+#include <sqlite3.h>
+#include <string>
+#include <string_view>
+
+namespace vexo::index {
+
+/// One connection to a database file.
+class Database {
+public:
+  /// Opens the file, made when it is not there (its folder too). A lock that another process holds
+  /// is waited for, but not longer than `busy_milliseconds`.
+  Database(const std::string &path, int busy_milliseconds);
+  ~Database();
+  Database(const Database &) = delete;
+  Database &operator=(const Database &) = delete;
+
+  /// Runs statements that answer no rows.
+  void Execute(const char *sql);
+  /// The one number that a statement answers.
+  int64_t Number(const char *sql);
+  [[nodiscard]] sqlite3 *get() const { return handle_; }
+  [[noreturn]] void Fail(const char *operation) const;
+
+private:
+  void Open(const std::string &path);
+  sqlite3 *handle_ = nullptr;
+  std::string path_;
+};
+
+/// A prepared statement. Parameters count from 1, columns from 0, as in SQLite.
+class Statement {
+public:
+  Statement(Database &database, std::string_view sql);
+  ~Statement();
+  Statement(const Statement &) = delete;
+  Statement &operator=(const Statement &) = delete;
+
+  Statement &Bind(int parameter, int64_t value);
+  Statement &Bind(int parameter, double value);
+  /// The text must live until the statement is stepped for the last time or bound anew.
+  Statement &Bind(int parameter, std::string_view text);
+  /// Moves to the next row; false: there is none.
+  bool Step();
+  /// Runs a statement that answers no row, and makes it ready for other parameters.
+  void Run();
+  /// Ends the reading of rows, so that other parameters can be bound.
+  void Reset();
+
+  [[nodiscard]] int64_t Int64(int column) const;
+  [[nodiscard]] double Double(int column) const;
+  [[nodiscard]] std::string Text(int column) const;
+  /// A column whose values fit in the type that it is read into.
+  template <typename Number> void Read(int column, Number &number) const {
+    number = static_cast<Number>(Int64(column));
+  }
+
+private:
+  void Check(int code) const;
+  Database &database_;
+  sqlite3_stmt *handle_ = nullptr;
+};
+
+/// A write transaction, undone unless it is committed.
+class Transaction {
+public:
+  explicit Transaction(Database &database);
+  ~Transaction();
+  Transaction(const Transaction &) = delete;
+  Transaction &operator=(const Transaction &) = delete;
+  void Commit();
+
+private:
+  Database &database_;
+  bool committed_ = false;
+};
+
+} // namespace vexo::index

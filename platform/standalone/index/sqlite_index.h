@@ -1,0 +1,42 @@
+#pragma once
+// The media index on SQLite.
+
+#include "index/media_index.h"
+#include "index/sqlite_database.h"
+#include <string>
+#include <vector>
+
+namespace vexo::index {
+
+class SqliteIndex : public MediaIndex {
+public:
+  /// How long a lock of another process is waited for.
+  static constexpr int kBusyMilliseconds = 10'000;
+
+  explicit SqliteIndex(const std::string &path, int busy_milliseconds = kBusyMilliseconds);
+
+  std::vector<Song> SongsById(int owner, const std::vector<int32_t> &ids) override;
+  std::vector<Song> SongsByPath(const std::vector<std::string> &paths) override;
+  std::vector<Song> SearchSongs(int owner, const Search &search) override;
+  std::vector<Song> RandomSongs(int owner, int count) override;
+  std::vector<Song> QuerySongs(int owner, const SongQuery &query) override;
+  std::vector<SongFile> SongFiles(int owner) override;
+  void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) override;
+
+  int32_t AddPlaylist(const Playlist &playlist) override;
+  bool UpdatePlaylist(int owner, int32_t id, const Playlist &values) override;
+  bool UpdatePlaylist(int owner, const std::string &old_path, const Playlist &values) override;
+  bool RemovePlaylist(int owner, int32_t id) override;
+  std::vector<Playlist> PlaylistsById(int owner, const std::vector<int32_t> &ids) override;
+  std::optional<Playlist> PlaylistByPath(int owner, const std::string &path) override;
+  std::vector<Playlist> AllPlaylists(int owner) override;
+
+  void Optimize() override;
+  std::vector<std::string> FindDamage() override;
+  void RepairDamage() override;
+
+private:
+  Database database_;
+};
+
+} // namespace vexo::index

@@ -1,0 +1,79 @@
+// Playlist rows of the SQLite engine.
+
+#include "index/sqlite_index.h"
+#include "index/sqlite_rows.h"
+
+#include <cstdlib>
+
+namespace vexo::index {
+namespace {
+
+/// Binds what a row holds besides its id and owner, from `parameter` on.
+void BindValues(Statement &statement, int parameter, const Playlist &playlist) {
+  for (const std::string *text : {&playlist.path, &playlist.title, &playlist.album,
+                                  &playlist.change_time, &playlist.modification_time}) {
+    statement.Bind(parameter++, *text);
+  }
+  statement.Bind(parameter, static_cast<int64_t>(playlist.size_bytes));
+}
+
+constexpr const char *kUpdate =
+    "UPDATE playlists SET path = ?3, title = ?4, album = ?5, change_time = ?6, "
+    "modification_time = ?7, size = ?8 WHERE owner = ?1 AND ";
+
+} // namespace
+
+int32_t SqliteIndex::AddPlaylist(const Playlist &playlist) {
+  Statement statement(database_, "INSERT INTO playlists(owner, path, title, album, change_time, "
+                                 "modification_time, size) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+  statement.Bind(1, int64_t{playlist.owner});
+  BindValues(statement, 2, playlist);
+  statement.Run();
+  return static_cast<int32_t>(sqlite3_last_insert_rowid(database_.get()));
+}
+
+bool SqliteIndex::UpdatePlaylist(int owner, int32_t id, const Playlist &values) {
+  Statement statement(database_, std::string(kUpdate) + "id = ?2");
+  statement.Bind(1, int64_t{owner}).Bind(2, int64_t{id});
+  BindValues(statement, 3, values);
+  statement.Run();
+  return sqlite3_changes(database_.get()) > 0;
+}
+
+bool SqliteIndex::UpdatePlaylist(int owner, const std::string &old_path, const Playlist &values) {
+  Statement statement(database_, std::string(kUpdate) + "path = ?2");
+  statement.Bind(1, int64_t{owner}).Bind(2, old_path);
+  BindValues(statement, 3, values);
+  statement.Run();
+  return sqlite3_changes(database_.get()) > 0;
+}
+
+bool SqliteIndex::RemovePlaylist(int owner, int32_t id) {
+  Statement statement(database_, "DELETE FROM playlists WHERE owner = ?1 AND id = ?2");
+  statement.Bind(1, int64_t{owner}).Bind(2, int64_t{id}).Run();
+  return sqlite3_changes(database_.get()) > 0;
+}
+
+std::vector<Playlist> SqliteIndex::PlaylistsById(int owner, const std::vector<int32_t> &ids) {
+  Statement statement(database_, "SELECT " VEXO_PLAYLIST_COLUMNS " FROM playlists WHERE owner = ?1 "
+                                 "AND id IN (SELECT value FROM json_each(?2))");
+  const std::string list = JsonList(ids);
+  return ReadPlaylists(statement.Bind(1, int64_t{owner}).Bind(2, list));
+}
+
+std::optional<Playlist> SqliteIndex::PlaylistByPath(int owner, const std::string &path) {
+  Statement statement(database_, "SELECT " VEXO_PLAYLIST_COLUMNS
+                                 " FROM playlists WHERE owner = ?1 AND path = ?2");
+  if (!statement.Bind(1, int64_t{owner}).Bind(2, path).Step()) {
+    return std::nullopt;
+  }
+  return ReadPlaylist(statement);
+}
+
+std::vector<Playlist> SqliteIndex::AllPlaylists(int owner) {
+  Statement statement(database_, "SELECT " VEXO_PLAYLIST_COLUMNS
+                                 " FROM playlists WHERE owner = ?1 ORDER BY path");
+  return ReadPlaylists(statement.Bind(1, int64_t{owner}));
+}
+
+} // namespace vexo::index

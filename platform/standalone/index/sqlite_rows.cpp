@@ -1,0 +1,102 @@
+#include "index/sqlite_rows.h"
+
+#include <array>
+#include <cstdio>
+
+namespace vexo::index {
+namespace {
+
+template <typename Record, Record Read(const Statement &)>
+std::vector<Record> ReadAll(Statement &statement) {
+  std::vector<Record> records;
+  while (statement.Step()) {
+    records.push_back(Read(statement));
+  }
+  return records;
+}
+
+void AppendJsonText(std::string &json, const std::string &text) {
+  json += '"';
+  for (const char c : text) {
+    if (c == '"' || c == '\\') {
+      json += '\\';
+      json += c;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      std::array<char, 8> escaped{};
+      std::snprintf(escaped.data(), escaped.size(), "\\u%04x", static_cast<unsigned>(c));
+      json += escaped.data();
+    } else {
+      json += c;
+    }
+  }
+  json += '"';
+}
+
+} // namespace
+
+Song ReadSong(const Statement &row) {
+  Song song;
+  int column = 0;
+  row.Read(column++, song.id);
+  row.Read(column++, song.owner);
+  for (std::string *text : {&song.path, &song.title, &song.artist, &song.album, &song.genre}) {
+    *text = row.Text(column++);
+  }
+  row.Read(column++, song.track);
+  row.Read(column++, song.disc);
+  row.Read(column++, song.year);
+  song.duration_seconds = row.Double(column++);
+  row.Read(column++, song.bitrate);
+  row.Read(column++, song.sample_rate);
+  row.Read(column++, song.channels);
+  row.Read(column++, song.size_bytes);
+  for (std::string *text : {&song.album_artist, &song.composer, &song.comment, &song.type}) {
+    *text = row.Text(column++);
+  }
+  row.Read(column++, song.rating);
+  row.Read(column++, song.play_count);
+  row.Read(column++, song.compilation);
+  row.Read(column++, song.time_added);
+  row.Read(column++, song.time_modified);
+  row.Read(column++, song.time_changed);
+  return song;
+}
+
+Playlist ReadPlaylist(const Statement &row) {
+  Playlist playlist;
+  row.Read(0, playlist.id);
+  row.Read(1, playlist.owner);
+  playlist.path = row.Text(2);
+  playlist.title = row.Text(3);
+  playlist.album = row.Text(4);
+  playlist.change_time = row.Text(5);
+  playlist.modification_time = row.Text(6);
+  row.Read(7, playlist.size_bytes);
+  return playlist;
+}
+
+std::vector<Song> ReadSongs(Statement &statement) { return ReadAll<Song, ReadSong>(statement); }
+
+std::vector<Playlist> ReadPlaylists(Statement &statement) {
+  return ReadAll<Playlist, ReadPlaylist>(statement);
+}
+
+std::string JsonList(const std::vector<int32_t> &numbers) {
+  std::string json = "[";
+  for (const int32_t number : numbers) {
+    json += json.size() > 1 ? "," : "";
+    json += std::to_string(number);
+  }
+  return json + "]";
+}
+
+std::string JsonList(const std::vector<std::string> &texts) {
+  std::string json = "[";
+  for (const std::string &text : texts) {
+    json += json.size() > 1 ? "," : "";
+    AppendJsonText(json, text);
+  }
+  return json + "]";
+}
+
+} // namespace vexo::index

@@ -1,0 +1,104 @@
+#include "index/sqlite_schema.h"
+
+#include <array>
+#include <chrono>
+#include <string>
+#include <thread>
+
+namespace vexo::index {
+namespace {
+
+// Element N leads from version N to N + 1. What has been released is never changed.
+//
+// AUTOINCREMENT is what keeps an id from being given twice. song_texts is the trigram index of the
+// folded texts; it holds no texts of its own (content=''), so a row is taken out of it by naming
+// the texts that went in.
+constexpr std::array kMigrations = {
+    R"sql(
+CREATE TABLE songs(
+  id INTEGER PRIMARY KEY AUTOINCREMENT CHECK(id <= 2147483647),
+  owner INTEGER NOT NULL,
+  path TEXT NOT NULL,
+  title TEXT NOT NULL,
+  artist TEXT NOT NULL,
+  album TEXT NOT NULL,
+  genre TEXT NOT NULL,
+  track INTEGER NOT NULL,
+  disc INTEGER NOT NULL,
+  year INTEGER NOT NULL,
+  duration REAL NOT NULL,
+  bitrate INTEGER NOT NULL,
+  sample_rate INTEGER NOT NULL,
+  channels INTEGER NOT NULL,
+  size INTEGER NOT NULL,
+  album_artist TEXT NOT NULL,
+  composer TEXT NOT NULL,
+  comment TEXT NOT NULL,
+  type TEXT NOT NULL,
+  rating INTEGER NOT NULL,
+  play_count INTEGER NOT NULL,
+  compilation INTEGER NOT NULL,
+  time_added INTEGER NOT NULL,
+  time_modified INTEGER NOT NULL,
+  time_changed INTEGER NOT NULL,
+  UNIQUE(path, owner));
+CREATE INDEX songs_owner ON songs(owner);
+CREATE VIRTUAL TABLE song_texts USING fts5(
+  title, artist, album, genre, content='', tokenize='trigram case_sensitive 1');
+CREATE TABLE playlists(
+  id INTEGER PRIMARY KEY AUTOINCREMENT CHECK(id <= 2147483647),
+  owner INTEGER NOT NULL,
+  path TEXT NOT NULL,
+  title TEXT NOT NULL,
+  album TEXT NOT NULL,
+  change_time TEXT NOT NULL,
+  modification_time TEXT NOT NULL,
+  size INTEGER NOT NULL,
+  UNIQUE(owner, path));
+)sql",
+};
+
+int64_t StoredVersion(Database &database) {
+  const int64_t version = database.Number("PRAGMA user_version");
+  if (version > SchemaVersion()) {
+    throw IndexError("the index was made by a newer program (schema " + std::to_string(version) +
+                     ")");
+  }
+  return version;
+}
+
+/// The switch to the write-ahead log needs the file for itself and does not wait for it, so
+/// processes that make the index at the same time take turns here.
+void UseWriteAheadLog(Database &database) {
+  constexpr int kTries = 500;
+  for (int tries = 1;; ++tries) {
+    try {
+      return database.Execute("PRAGMA journal_mode=WAL");
+    } catch (const IndexError &) {
+      if (tries == kTries || (sqlite3_errcode(database.get()) & 0xff) != SQLITE_BUSY) {
+        throw;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  }
+}
+
+} // namespace
+
+int SchemaVersion() { return static_cast<int>(kMigrations.size()); }
+
+void MigrateSchema(Database &database) {
+  int64_t version = StoredVersion(database);
+  if (version == SchemaVersion()) {
+    return;
+  }
+  UseWriteAheadLog(database);
+  Transaction transaction(database);
+  for (version = StoredVersion(database); version < SchemaVersion(); ++version) {
+    database.Execute(kMigrations.at(static_cast<std::size_t>(version)));
+  }
+  database.Execute(("PRAGMA user_version=" + std::to_string(version)).c_str());
+  transaction.Commit();
+}
+
+} // namespace vexo::index

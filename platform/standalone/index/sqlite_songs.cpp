@@ -1,0 +1,194 @@
+// Songs by id, path and chance, and what the scanner writes.
+
+#include "index/random_generator.h"
+#include "index/sqlite_index.h"
+#include "index/sqlite_rows.h"
+#include "index/sqlite_texts.h"
+
+#include <algorithm>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace vexo::index {
+namespace {
+
+/// Binds what the song's file tells, from parameter 2 on.
+void BindFileFacts(Statement &statement, const Song &song) {
+  int parameter = 2;
+  for (const std::string *text : {&song.path, &song.title, &song.artist, &song.album, &song.genre,
+                                  &song.album_artist, &song.composer, &song.comment, &song.type}) {
+    statement.Bind(parameter++, *text);
+  }
+  statement.Bind(parameter++, song.duration_seconds);
+  for (const int64_t number :
+       {int64_t{song.track}, int64_t{song.disc}, int64_t{song.year}, int64_t{song.bitrate},
+        int64_t{song.sample_rate}, int64_t{song.channels}, static_cast<int64_t>(song.size_bytes),
+        int64_t{song.compilation}, song.time_modified, song.time_changed}) {
+    statement.Bind(parameter++, number);
+  }
+}
+
+/// What the scanner does to songs, with its statements prepared once.
+class SongWriter {
+public:
+  explicit SongWriter(Database &database)
+      : database_(database), search_(database),
+        read_(database, "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE id = ?1"),
+        remove_(database, "DELETE FROM songs WHERE id = ?1"),
+        add_(database,
+             "INSERT INTO songs(owner, path, title, artist, album, genre, album_artist, "
+             "composer, comment, type, duration, track, disc, year, bitrate, sample_rate, "
+             "channels, size, compilation, time_modified, time_changed, time_added, "
+             "rating, play_count) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, "
+             "?12, ?13, ?14, ?15, ?16, ?17, ?18, ?19, ?20, ?21, ?22, ?23, ?24)"),
+        update_(database, "UPDATE songs SET path = ?2, title = ?3, artist = ?4, album = ?5, "
+                          "genre = ?6, album_artist = ?7, composer = ?8, comment = ?9, type = ?10, "
+                          "duration = ?11, track = ?12, disc = ?13, year = ?14, bitrate = ?15, "
+                          "sample_rate = ?16, channels = ?17, size = ?18, compilation = ?19, "
+                          "time_modified = ?20, time_changed = ?21 WHERE id = ?1") {}
+
+  void Remove(int32_t id) {
+    if (const std::optional<Song> old = Read(id)) {
+      search_.Remove(*old);
+      remove_.Bind(1, int64_t{id}).Run();
+    }
+  }
+
+  void Write(const Song &song) {
+    if (song.id == 0) {
+      Add(song);
+    } else if (const std::optional<Song> old = Read(song.id)) {
+      Update(*old, song);
+    }
+  }
+
+private:
+  std::optional<Song> Read(int32_t id) {
+    std::optional<Song> song;
+    if (read_.Bind(1, int64_t{id}).Step()) {
+      song = ReadSong(read_);
+    }
+    read_.Reset();
+    return song;
+  }
+
+  void Add(Song song) {
+    BindFileFacts(add_.Bind(1, int64_t{song.owner}), song);
+    add_.Bind(22, song.time_added).Bind(23, int64_t{song.rating});
+    add_.Bind(24, int64_t{song.play_count}).Run();
+    song.id = static_cast<int32_t>(sqlite3_last_insert_rowid(database_.get()));
+    search_.Add(song);
+  }
+
+  void Update(const Song &old, const Song &song) {
+    BindFileFacts(update_.Bind(1, int64_t{song.id}), song);
+    update_.Run();
+    const auto texts = [](const Song &s) { return std::tie(s.title, s.artist, s.album, s.genre); };
+    if (texts(old) != texts(song)) {
+      search_.Remove(old);
+      search_.Add(song);
+    }
+  }
+
+  Database &database_;
+  SearchWriter search_;
+  Statement read_, remove_, add_, update_;
+};
+
+/// `count` different numbers of [low, high], in random order. `count` is small beside the range.
+std::vector<int32_t> DrawNumbers(std::size_t count, int64_t low, int64_t high) {
+  std::mt19937_64 generator = RandomGenerator();
+  std::uniform_int_distribution<int64_t> distribution(low, high);
+  std::vector<int32_t> numbers;
+  std::unordered_set<int64_t> seen;
+  while (numbers.size() < count) {
+    if (const int64_t number = distribution(generator); seen.insert(number).second) {
+      numbers.push_back(static_cast<int32_t>(number));
+    }
+  }
+  return numbers;
+}
+
+/// Puts songs into the order of `ids`.
+void SortByPosition(std::vector<Song> &songs, const std::vector<int32_t> &ids) {
+  std::unordered_map<int32_t, std::size_t> position;
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    position.emplace(ids[i], i);
+  }
+  std::sort(songs.begin(), songs.end(), [&](const Song &left, const Song &right) {
+    return position.at(left.id) < position.at(right.id);
+  });
+}
+
+} // namespace
+
+std::vector<Song> SqliteIndex::SongsById(int owner, const std::vector<int32_t> &ids) {
+  Statement statement(database_, "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE +owner = ?1 "
+                                 "AND id IN (SELECT value FROM json_each(?2))");
+  const std::string list = JsonList(ids);
+  return ReadSongs(statement.Bind(1, int64_t{owner}).Bind(2, list));
+}
+
+std::vector<Song> SqliteIndex::SongsByPath(const std::vector<std::string> &paths) {
+  Statement statement(database_, "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE path IN "
+                                 "(SELECT value FROM json_each(?1))");
+  const std::string list = JsonList(paths);
+  return ReadSongs(statement.Bind(1, list));
+}
+
+std::vector<Song> SqliteIndex::RandomSongs(int owner, int count) {
+  // Ids drawn at random, those that are not songs of this owner thrown away: what is left is a
+  // uniform choice in a uniform order. Where the ids are too sparse for that, the owner's songs are
+  // gone through once instead, and only `count` of them are ever held.
+  const int64_t low = database_.Number("SELECT min(id) FROM songs");
+  const int64_t high = database_.Number("SELECT max(id) FROM songs");
+  for (const int64_t draws_per_song : {2, 16}) {
+    const int64_t draws = count * draws_per_song + 16;
+    if (count <= 0 || draws > (high - low) / 2) {
+      break;
+    }
+    const std::vector<int32_t> ids = DrawNumbers(static_cast<std::size_t>(draws), low, high);
+    std::vector<Song> songs = SongsById(owner, ids);
+    if (songs.size() >= static_cast<std::size_t>(count)) {
+      SortByPosition(songs, ids);
+      songs.resize(static_cast<std::size_t>(count));
+      return songs;
+    }
+  }
+  SongQuery query;
+  query.random = true;
+  query.limit = count;
+  return count <= 0 ? std::vector<Song>() : QuerySongs(owner, query);
+}
+
+std::vector<SongFile> SqliteIndex::SongFiles(int owner) {
+  Statement statement(database_,
+                      "SELECT id, path, size, time_modified FROM songs WHERE +owner = ?1 "
+                      "ORDER BY path");
+  statement.Bind(1, int64_t{owner});
+  std::vector<SongFile> files;
+  while (statement.Step()) {
+    SongFile file;
+    statement.Read(0, file.id);
+    file.path = statement.Text(1);
+    statement.Read(2, file.size_bytes);
+    statement.Read(3, file.time_modified);
+    files.push_back(std::move(file));
+  }
+  return files;
+}
+
+void SqliteIndex::WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) {
+  Transaction transaction(database_);
+  SongWriter writer(database_);
+  for (const int32_t id : removed) {
+    writer.Remove(id);
+  }
+  for (const Song &song : songs) {
+    writer.Write(song);
+  }
+  transaction.Commit();
+}
+
+} // namespace vexo::index

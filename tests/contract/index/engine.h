@@ -1,0 +1,61 @@
+#pragma once
+// The suite of the media index, the same for every engine.
+
+#include "index/media_index.h"
+#include "index/sqlite_index.h"
+#include "support/temporary_folder.h"
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+
+namespace vexo::index {
+
+struct Engine {
+  std::string name;
+  /// Opens an index that lies in the folder, the same one at each call.
+  std::function<std::unique_ptr<MediaIndex>(const std::string &folder)> open;
+};
+
+inline void PrintTo(const Engine &engine, std::ostream *out) { *out << engine.name; }
+
+inline std::vector<Engine> Engines() {
+  return {
+      {"Sqlite", [](const std::string &folder) { return OpenSqliteIndex(folder + "/index.db"); }}};
+}
+
+/// An empty index for each test.
+class IndexTest : public ::testing::TestWithParam<Engine> {
+protected:
+  [[nodiscard]] std::unique_ptr<MediaIndex> Open() const { return GetParam().open(folder_.path()); }
+  MediaIndex &index() { return *index_; }
+
+  TemporaryFolder folder_;
+  std::unique_ptr<MediaIndex> index_ = Open();
+};
+
+#define VEXO_FOR_EACH_ENGINE(suite)                                                                \
+  INSTANTIATE_TEST_SUITE_P(Engines, suite, ::testing::ValuesIn(Engines()),                         \
+                           [](const auto &test) { return test.param.name; })
+
+inline Song MakeSong(const std::string &path, int owner = 0) {
+  Song song;
+  song.path = path;
+  song.owner = owner;
+  song.title = path;
+  return song;
+}
+
+inline Playlist MakePlaylist(const std::string &path, int owner = 0) {
+  Playlist playlist;
+  playlist.owner = owner;
+  playlist.path = path;
+  playlist.title = "title of " + path;
+  playlist.album = "playlists";
+  playlist.change_time = "Thu Jan  1 00:00:00 1970\n";
+  playlist.modification_time = "Fri Jan  2 00:00:00 1970\n";
+  playlist.size_bytes = 5'000'000'000;
+  return playlist;
+}
+
+} // namespace vexo::index

@@ -1,0 +1,177 @@
+#include "contract/index/engine.h"
+
+#include <gmock/gmock.h>
+#include <set>
+
+namespace vexo::index {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+using Songs = IndexTest;
+VEXO_FOR_EACH_ENGINE(Songs);
+
+std::vector<std::string> Paths(const std::vector<Song> &songs) {
+  std::vector<std::string> paths;
+  for (const Song &song : songs) {
+    paths.push_back(song.path);
+  }
+  return paths;
+}
+
+Song FullSong() {
+  Song song = MakeSong("/m/\"a\\b\".flac", 4);
+  song.title = "Title";
+  song.artist = "Artist";
+  song.album = "Album";
+  song.album_artist = "Various";
+  song.genre = "Genre";
+  song.composer = "Composer";
+  song.comment = "Comment";
+  song.type = "flac";
+  song.track = 1;
+  song.disc = 2;
+  song.year = 1999;
+  song.duration_seconds = 215.5;
+  song.bitrate = 320'000;
+  song.sample_rate = 44'100;
+  song.channels = 2;
+  song.size_bytes = 5'000'000'000;
+  song.rating = 80;
+  song.play_count = 3;
+  song.compilation = true;
+  song.time_added = 1'700'000'000;
+  song.time_modified = 1'600'000'000;
+  song.time_changed = 1'600'000'001;
+  return song;
+}
+
+void ExpectFileFacts(const Song &actual, const Song &expected) {
+  EXPECT_EQ(actual.path, expected.path);
+  EXPECT_EQ(actual.title, expected.title);
+  EXPECT_EQ(actual.artist, expected.artist);
+  EXPECT_EQ(actual.album, expected.album);
+  EXPECT_EQ(actual.album_artist, expected.album_artist);
+  EXPECT_EQ(actual.genre, expected.genre);
+  EXPECT_EQ(actual.composer, expected.composer);
+  EXPECT_EQ(actual.comment, expected.comment);
+  EXPECT_EQ(actual.type, expected.type);
+  EXPECT_EQ(actual.track, expected.track);
+  EXPECT_EQ(actual.disc, expected.disc);
+  EXPECT_EQ(actual.year, expected.year);
+  EXPECT_EQ(actual.duration_seconds, expected.duration_seconds);
+  EXPECT_EQ(actual.bitrate, expected.bitrate);
+  EXPECT_EQ(actual.sample_rate, expected.sample_rate);
+  EXPECT_EQ(actual.channels, expected.channels);
+  EXPECT_EQ(actual.size_bytes, expected.size_bytes);
+  EXPECT_EQ(actual.compilation, expected.compilation);
+  EXPECT_EQ(actual.time_modified, expected.time_modified);
+  EXPECT_EQ(actual.time_changed, expected.time_changed);
+}
+
+TEST_P(Songs, ASongIsReadAsItWasAdded) {
+  const Song song = FullSong();
+  index().WriteSongs({song}, {});
+  const std::vector<Song> found = index().SongsByPath({song.path});
+  ASSERT_EQ(found.size(), 1U);
+  ExpectFileFacts(found[0], song);
+  EXPECT_GT(found[0].id, 0);
+  EXPECT_EQ(found[0].owner, 4);
+  EXPECT_EQ(found[0].rating, 80);
+  EXPECT_EQ(found[0].play_count, 3);
+  EXPECT_EQ(found[0].time_added, 1'700'000'000);
+}
+
+TEST_P(Songs, ARewrittenSongKeepsWhatItsFileDoesNotTell) {
+  index().WriteSongs({FullSong()}, {});
+  Song changed = MakeSong("/m/moved.flac", 5);
+  changed.id = index().SongsByPath({FullSong().path})[0].id;
+  index().WriteSongs({changed}, {});
+  const std::vector<Song> found = index().SongsById(4, {changed.id});
+  ASSERT_EQ(found.size(), 1U);
+  ExpectFileFacts(found[0], changed);
+  EXPECT_EQ(found[0].rating, 80);
+  EXPECT_EQ(found[0].play_count, 3);
+  EXPECT_EQ(found[0].time_added, 1'700'000'000);
+}
+
+TEST_P(Songs, ASongThatWasRemovedMeanwhileIsNotRewritten) {
+  Song song = MakeSong("/a");
+  song.id = 17;
+  index().WriteSongs({song}, {18});
+  EXPECT_THAT(index().SongFiles(0), IsEmpty());
+}
+
+TEST_P(Songs, AnIdIsNeverGivenAgain) {
+  index().WriteSongs({MakeSong("/a")}, {});
+  const int32_t first = index().SongsByPath({"/a"})[0].id;
+  index().WriteSongs({}, {first});
+  index_ = Open();
+  index().WriteSongs({MakeSong("/a")}, {});
+  EXPECT_GT(index().SongsByPath({"/a"})[0].id, first);
+}
+
+TEST_P(Songs, AFailedBatchChangesNothing) {
+  index().WriteSongs({MakeSong("/a")}, {});
+  const int32_t id = index().SongsByPath({"/a"})[0].id;
+  EXPECT_THROW(index().WriteSongs({MakeSong("/b"), MakeSong("/c"), MakeSong("/c")}, {id}),
+               IndexError);
+  EXPECT_THAT(Paths(index().SongsByPath({"/a", "/b", "/c"})), ElementsAre("/a"));
+}
+
+TEST_P(Songs, SongsAreFoundByAListOfIdsOfTheirOwner) {
+  index().WriteSongs({MakeSong("/a"), MakeSong("/b"), MakeSong("/c", 1)}, {});
+  std::vector<int32_t> ids = {0, -1, 999'999};
+  for (const Song &song : index().SongsByPath({"/a", "/b", "/c"})) {
+    ids.push_back(song.id);
+    ids.push_back(song.id);
+  }
+  EXPECT_THAT(Paths(index().SongsById(0, ids)), UnorderedElementsAre("/a", "/b"));
+  EXPECT_THAT(Paths(index().SongsById(1, ids)), UnorderedElementsAre("/c"));
+  EXPECT_THAT(index().SongsById(0, {}), IsEmpty());
+}
+
+TEST_P(Songs, TwentyThousandIdsAreAnOrdinaryRequest) {
+  std::vector<Song> songs;
+  std::vector<int32_t> ids;
+  for (int i = 1; i <= 20'000; ++i) {
+    songs.push_back(MakeSong("/" + std::to_string(i)));
+    ids.push_back(i);
+  }
+  index().WriteSongs(songs, {});
+  EXPECT_EQ(index().SongsById(0, ids).size(), 20'000U);
+}
+
+TEST_P(Songs, PathsAreFoundWhateverTheirBytes) {
+  const std::vector<std::string> paths = {"/\"", "/\\", "/\x01", "/caf\xc3\xa9", "/\xff", "/a,b]"};
+  std::vector<Song> songs;
+  for (const std::string &path : paths) {
+    songs.push_back(MakeSong(path));
+  }
+  index().WriteSongs(songs, {});
+  EXPECT_THAT(Paths(index().SongsByPath(paths)), ::testing::UnorderedElementsAreArray(paths));
+}
+
+TEST_P(Songs, PathsOfEveryOwnerAreFound) {
+  index().WriteSongs({MakeSong("/a"), MakeSong("/a", 1)}, {});
+  EXPECT_THAT(Paths(index().SongsByPath({"/a", "/none"})), ElementsAre("/a", "/a"));
+}
+
+TEST_P(Songs, TheFilesOfAnOwnerComeByPath) {
+  Song song = MakeSong("/b");
+  song.size_bytes = 3;
+  song.time_modified = 4;
+  index().WriteSongs({song, MakeSong("/a"), MakeSong("/c", 1)}, {});
+  const std::vector<SongFile> files = index().SongFiles(0);
+  ASSERT_EQ(files.size(), 2U);
+  EXPECT_EQ(files[0].path, "/a");
+  EXPECT_EQ(files[1].path, "/b");
+  EXPECT_EQ(files[1].size_bytes, 3U);
+  EXPECT_EQ(files[1].time_modified, 4);
+  EXPECT_GT(files[1].id, 0);
+}
+
+} // namespace
+} // namespace vexo::index
