@@ -1,21 +1,24 @@
 #include "index/records.h"
-#include <array>
+
+#include <cstdlib>
 #include <cstring>
-#include <ctime>
+#include <new>
 
 namespace vexo::index {
 
 namespace {
 
-void CopyTime(char (&field)[32], int64_t seconds) {
-  std::array<char, 32> text{};
-  const auto time = static_cast<std::time_t>(seconds);
-  if (seconds != 0 && ctime_r(&time, text.data()) != nullptr) {
-    CopyText(field, text.data());
-  }
+bool IsInsideCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
+template <std::size_t Size> std::string Text(const char (&field)[Size]) {
+  return std::string(field, strnlen(field, Size));
 }
 
-bool IsInsideCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+void FillPath(__tag_VEXO_MEDIA_INFO &record, const std::string &path) {
+  if (path.size() < sizeof record.path) {
+    CopyText(record.path, path);
+  }
+}
 
 } // namespace
 
@@ -33,7 +36,7 @@ void CopyText(char *field, std::size_t size, std::string_view text) {
 
 void FillRecord(__tag_VEXO_MEDIA_INFO &record, const Song &song) {
   record.id = song.id;
-  CopyText(record.path, song.path);
+  FillPath(record, song.path);
   record.track = song.track;
   record.disc = song.disc;
   record.year = song.year;
@@ -41,8 +44,6 @@ void FillRecord(__tag_VEXO_MEDIA_INFO &record, const Song &song) {
   CopyText(record.album, song.album);
   CopyText(record.artist, song.artist);
   CopyText(record.genre, song.genre);
-  CopyTime(record.changeTime, song.time_changed);
-  CopyTime(record.modificationTime, song.time_modified);
   record.duration = static_cast<float>(song.duration_seconds);
   record.bitrate = song.bitrate;
   record.sampleRate = song.sample_rate;
@@ -52,7 +53,7 @@ void FillRecord(__tag_VEXO_MEDIA_INFO &record, const Song &song) {
 
 void FillRecord(__tag_VEXO_MEDIA_INFO &record, const Playlist &playlist) {
   record.id = playlist.id;
-  CopyText(record.path, playlist.path);
+  FillPath(record, playlist.path);
   CopyText(record.title, playlist.title);
   CopyText(record.album, playlist.album);
   CopyText(record.changeTime, playlist.change_time);
@@ -63,12 +64,31 @@ void FillRecord(__tag_VEXO_MEDIA_INFO &record, const Playlist &playlist) {
 Playlist PlaylistOf(const __tag_VEXO_MEDIA_INFO &record, int owner) {
   return {.id = record.id,
           .owner = owner,
-          .path = record.path,
-          .title = record.title,
-          .album = record.album,
-          .change_time = record.changeTime,
-          .modification_time = record.modificationTime,
+          .path = Text(record.path),
+          .title = Text(record.title),
+          .album = Text(record.album),
+          .change_time = Text(record.changeTime),
+          .modification_time = Text(record.modificationTime),
           .size_bytes = record.size};
+}
+
+SongList MakeSongList(const std::vector<Song> &songs) {
+  SongList list;
+  VEXOPlaylistRec *last = nullptr;
+  for (const Song &song : songs) {
+    auto *node = static_cast<VEXOPlaylistRec *>(std::calloc(1, sizeof(VEXOPlaylistRec)));
+    if (node == nullptr) {
+      throw std::bad_alloc();
+    }
+    FillRecord(node->info, song);
+    if (last == nullptr) {
+      list.reset(node);
+    } else {
+      last->next = node;
+    }
+    last = node;
+  }
+  return list;
 }
 
 } // namespace vexo::index

@@ -4,7 +4,9 @@
 #include "index/media_index.h"
 #include "vexo/media_info.h"
 #include <cstddef>
+#include <memory>
 #include <string_view>
+#include <vector>
 
 namespace vexo::index {
 
@@ -16,11 +18,21 @@ template <std::size_t Size> void CopyText(char (&field)[Size], std::string_view 
   CopyText(field, Size, text);
 }
 
-/// Fill a record that is all zero.
+/// Fill a record that is all zero. A path that is too long stays empty, as a cut one would name
+/// another file. A song's times stay unknown: nobody reads them, and ten thousand ctime() texts
+/// cost as much as looking the songs up.
 void FillRecord(__tag_VEXO_MEDIA_INFO &record, const Song &song);
 void FillRecord(__tag_VEXO_MEDIA_INFO &record, const Playlist &playlist);
 
 /// The row of an owner that a playlist's record describes.
 Playlist PlaylistOf(const __tag_VEXO_MEDIA_INFO &record, int owner);
+
+struct SongListFree {
+  void operator()(VEXOPlaylistRec *head) const { VEXOPlaylistRecFree(head); }
+};
+using SongList = std::unique_ptr<VEXOPlaylistRec, SongListFree>;
+
+/// The songs as a list, in their order; null for none. Throws std::bad_alloc.
+SongList MakeSongList(const std::vector<Song> &songs);
 
 } // namespace vexo::index
