@@ -95,7 +95,7 @@ def lay_root():
     shutil.rmtree(ROOT, ignore_errors=True)
     LIBRARY.mkdir(parents=True)
     run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
-    add_account(ANNA, "--personal")
+    add_account(ANNA, "--personal", "on")
     add_account(BEN)
 
 
