@@ -1,18 +1,18 @@
 // vexo/media_index.h: the songs, and the cursor on a playlist's row.
+#include "index/id_list.h"
 #include "index/library_owner.h"
 #include "index/media_index.h"
 #include "index/records.h"
 #include "services/boundary.h"
 #include "services/config.h"
-#include "text/text.h"
 #include "vexo/media_index.h"
 
-#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
 
 using vexo::index::LibraryOwner;
+using vexo::index::ParseIds;
 using vexo::index::ProcessIndex;
 using vexo::services::Guarded;
 
@@ -22,21 +22,6 @@ struct VEXOMediaCursor {
 };
 
 namespace {
-
-/// The ids of a comma-separated text; what is no id of a song is left out, as an id that is not
-/// there.
-std::vector<int32_t> ParseIds(std::string_view text) {
-  std::vector<int32_t> ids;
-  while (!text.empty()) {
-    const std::size_t comma = std::min(text.find(','), text.size());
-    const std::optional<int64_t> id = vexo::text::ParseInteger(text.substr(0, comma));
-    if (id && *id > 0 && *id <= INT32_MAX) {
-      ids.push_back(static_cast<int32_t>(*id));
-    }
-    text.remove_prefix(std::min(comma + 1, text.size()));
-  }
-  return ids;
-}
 
 /// The one query that cursors answer: "id = NUMBER".
 int32_t ParseIdQuery(std::string_view query) {

@@ -73,20 +73,28 @@ Playlist PlaylistOf(const __tag_VEXO_MEDIA_INFO &record, int owner) {
 }
 
 SongList MakeSongList(const std::vector<Song> &songs) {
+  return MakeSongList(songs.size(), [&](__tag_VEXO_MEDIA_INFO &record, std::size_t position) {
+    FillRecord(record, songs[position]);
+  });
+}
+
+SongList
+MakeSongList(std::size_t count,
+             const std::function<void(__tag_VEXO_MEDIA_INFO &record, std::size_t position)> &fill) {
   SongList list;
   VEXOPlaylistRec *last = nullptr;
-  for (const Song &song : songs) {
+  for (std::size_t position = 0; position < count; ++position) {
     auto *node = static_cast<VEXOPlaylistRec *>(std::calloc(1, sizeof(VEXOPlaylistRec)));
     if (node == nullptr) {
       throw std::bad_alloc();
     }
-    FillRecord(node->info, song);
     if (last == nullptr) {
       list.reset(node);
     } else {
       last->next = node;
     }
     last = node;
+    fill(node->info, position);
   }
   return list;
 }

@@ -4,6 +4,7 @@
 #include "index/media_index.h"
 #include "vexo/media_info.h"
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -34,5 +35,9 @@ using SongList = std::unique_ptr<VEXOPlaylistRec, SongListFree>;
 
 /// The songs as a list, in their order; null for none. Throws std::bad_alloc.
 SongList MakeSongList(const std::vector<Song> &songs);
+/// A list of `count` records, each filled, when it is all zero, by `fill`.
+SongList
+MakeSongList(std::size_t count,
+             const std::function<void(__tag_VEXO_MEDIA_INFO &record, std::size_t position)> &fill);
 
 } // namespace vexo::index
