@@ -1,0 +1,128 @@
+#include "smart/rule_file.h"
+
+#include "accounts/accounts.h"
+#include "accounts/libraries.h"
+#include "services/host_paths.h"
+#include <cerrno>
+#include <system_error>
+
+namespace vexo::smart {
+namespace {
+
+[[noreturn]] void Fail(int error, const std::string &path) {
+  throw std::system_error(error, std::generic_category(), path);
+}
+
+/// The account whose own rule file that is.
+std::optional<accounts::Account> FindFileAccount(const std::string &path) {
+  constexpr std::string_view kPlace = "/playlists/smart.playlist";
+  if (!path.ends_with(kPlace)) {
+    return std::nullopt;
+  }
+  const std::string_view folder = std::string_view(path).substr(0, path.size() - kPlace.size());
+  for (accounts::Account &account : accounts::ListAccounts()) {
+    if (account.preference_folder == folder) {
+      return std::move(account);
+    }
+  }
+  return std::nullopt;
+}
+
+/// A link in the place of the file is refused where files are written; one in the place of its
+/// folder, here.
+void RequireWritable(const std::string &path) {
+  if (path == services::kSharedSmartRules) {
+    return;
+  }
+  const std::optional<accounts::Account> account = FindFileAccount(path);
+  if (!account) {
+    Fail(EACCES, path);
+  }
+  const auto folder = accounts::RealPath(path.substr(0, path.rfind('/')));
+  const auto preferences = accounts::RealPath(account->preference_folder);
+  if (!folder || !preferences) {
+    Fail(ENOENT, path);
+  }
+  if (*folder != *preferences + "/playlists") {
+    Fail(EACCES, path);
+  }
+}
+
+void RequireSize(std::size_t size, const std::string &path) {
+  if (size > kLargestRuleFile) {
+    Fail(EFBIG, path);
+  }
+}
+
+/// Whether the file was there to be edited.
+bool TryEdit(const std::string &path, const files::Edit &edit) {
+  try {
+    files::EditDurably(path, edit);
+    return true;
+  } catch (const std::system_error &error) {
+    if (error.code().value() != ENOENT) {
+      throw;
+    }
+    return false;
+  }
+}
+
+/// Whether nobody else made the file in the meantime.
+bool TryMake(const std::string &path, const files::Edit &edit) {
+  const std::optional<std::string> content = edit("");
+  try {
+    files::CreateDurably(path, content.value_or(""), 0644);
+    return true;
+  } catch (const std::system_error &error) {
+    if (error.code().value() != EEXIST) {
+      throw;
+    }
+    return false;
+  }
+}
+
+} // namespace
+
+std::optional<std::string> ReadRuleFile(const std::string &path) {
+  try {
+    return files::ReadWholeFile(path, kLargestRuleFile);
+  } catch (const std::system_error &error) {
+    if (error.code().value() != ENOENT && error.code().value() != ENOTDIR) {
+      throw;
+    }
+    return std::nullopt;
+  }
+}
+
+void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
+  RequireWritable(path);
+  const files::Edit within_size = [&](std::string_view old) {
+    RequireSize(old.size(), path);
+    std::optional<std::string> changed = edit(old);
+    RequireSize(changed ? changed->size() : 0, path);
+    return changed;
+  };
+  constexpr int kTries = 10;
+  for (int tries = 0; tries < kTries; ++tries) {
+    if (TryEdit(path, within_size) || (make && TryMake(path, within_size))) {
+      return;
+    }
+    if (!make) {
+      Fail(ENOENT, path);
+    }
+  }
+  Fail(EAGAIN, path);
+}
+
+Viewer FindViewer(const std::string &path) {
+  if (path == services::kSharedSmartRules) {
+    return {};
+  }
+  const std::optional<accounts::Account> account = FindFileAccount(path);
+  if (!account || !account->personal_library) {
+    return {};
+  }
+  return {account->id, true};
+}
+
+} // namespace vexo::smart
