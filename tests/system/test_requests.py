@@ -3,7 +3,7 @@
 import json
 import unittest
 
-from server import ANNA, LONG, SHARED, ServerTest, encode, songs_of
+from server import ANNA, SHARED, ServerTest, encode, songs_of
 
 FORM = {"Content-Type": "application/x-www-form-urlencoded"}
 
@@ -102,7 +102,7 @@ class HostileJson(ServerTest):
         "null as an element": "[null]",
         "an array as an element": '[["1"]]',
         "a number as an element": "[1]",
-        "a huge number as an element": "[1e400]" if LONG else "[1e30]",
+        "a huge number as an element": "[1e30]",
         "a negative number as an element": "[-1]",
         "true as an element": "[true]",
         "a negative id": '["-1"]',

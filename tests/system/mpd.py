@@ -1,0 +1,29 @@
+"""An MPD on the library of the device root."""
+
+import os
+import subprocess
+
+from server import LIBRARY, ROOT, SOURCE, run, wait_until
+
+SOCKET = ROOT / "tmp/mpd.sock"
+
+
+class Mpd:
+    def __init__(self):
+        conf = ROOT / "etc/mpd.conf"
+        conf.write_text(run(SOURCE / "scripts/mpd_conf", ROOT, LIBRARY))
+        with open(ROOT / "var/log/vexo/mpd.log", "wb") as log:
+            self.process = subprocess.Popen(["mpd", "--no-daemon", str(conf)],
+                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+        wait_until(SOCKET.exists, "mpd listens")
+
+    def mpc(self, *arguments):
+        return run("mpc", "-q", *arguments, env={**os.environ, "MPD_HOST": str(SOCKET)})
+
+    def queue(self):
+        """The queue's files, as paths below the library or as addresses."""
+        return self.mpc("playlist", "-f", "%file%").splitlines()
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait(20)

@@ -1,0 +1,139 @@
+"""A disk that is full or fails, a folder that cannot be written, a database locked or damaged."""
+
+import os
+import sqlite3
+import unittest
+
+import faults
+from server import KINDS, ROOT, RootTest, cgi, playlistctl, songs_of
+
+INDEX = ROOT / "var/lib/vexo/index.db"
+OLD, NEW = ["http://old/1", "http://old/2"], ["http://new/1", "http://new/2", "http://new/3"]
+WRITING = {"write", "writev", "pwrite64", "fsync", "fdatasync", "openat", "ftruncate", "fallocate",
+           "rename", "renameat", "renameat2", "linkat", "unlink"}
+# Whatever user runs the tests, file permissions hold for this process.
+POWERLESS = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.geteuid() == 0 else []
+
+
+def objects(songs):
+    return [{"res": song} for song in songs]
+
+
+def add(kind, name, songs, wrapper=(), **parameters):
+    _, answer = cgi(kind.user, wrapper, action="add", name=name, type=kind.type,
+                    id_info_list=objects(songs), **parameters)
+    return answer
+
+
+class FailingDisk(RootTest):
+    def walk(self, error):
+        """Overwrites a playlist with each writing system call failing once."""
+        for kind in KINDS:
+            self.assertTrue(add(kind, "list", OLD).success)
+            request = {"action": "add", "name": "list", "type": kind.type, "overwrite": "true",
+                       "id_info_list": objects(NEW)}
+            counts = faults.system_calls(kind.user, **request)
+            failed = 0
+            for call, number in faults.steps(counts, WRITING):
+                add(kind, "list", OLD, overwrite="true")
+                answer = add(kind, "list", NEW, faults.failing_at(call, number, error),
+                             overwrite="true")
+                failed += not (answer and answer.success)
+                with self.subTest(f"{kind.name}, {call} {number}"):
+                    self.check(kind, answer)
+            self.assertGreater(failed, 0)
+            os.unlink(kind.file("list"))
+
+    def check(self, kind, answer):
+        songs = songs_of(kind.file("list"))
+        if answer is None:
+            self.assertIn(songs, (OLD, NEW))
+        elif answer.success:
+            self.assertEqual(songs, NEW)
+        else:
+            self.assertEqual(answer.error, "common/error_system")
+            self.assertIn(songs, (OLD, NEW))
+
+    def test_a_full_disk_leaves_the_old_list_or_the_new_one(self):
+        self.walk("ENOSPC")
+
+    def test_a_disk_that_fails_leaves_the_old_list_or_the_new_one(self):
+        self.walk("EIO")
+
+    def test_a_disk_that_stays_full_is_an_error_and_changes_nothing(self):
+        for kind in KINDS:
+            with self.subTest(kind.name):
+                add(kind, "full", OLD)
+                always = ["strace", "-qq", "-o", "/dev/null", "-P", kind.folder, "-e",
+                          "inject=openat,linkat,renameat2,rename:error=ENOSPC"]
+                answer = add(kind, "full", NEW, always, overwrite="true")
+                self.assertEqual(answer.error, "common/error_system")
+                self.assertEqual(songs_of(kind.file("full")), OLD)
+
+
+class ReadOnlyFolder(RootTest):
+    def test_nothing_is_written_and_the_answer_is_an_error(self):
+        for kind in KINDS:
+            with self.subTest(kind.name):
+                add(kind, "list", OLD)
+                kind.folder.chmod(0o555)
+                try:
+                    for name, overwrite in (("new", "false"), ("list", "true")):
+                        answer = add(kind, name, NEW, POWERLESS, overwrite=overwrite)
+                        self.assertEqual(answer.error, "common/error_system")
+                finally:
+                    kind.folder.chmod(0o777)
+                self.assertEqual(songs_of(kind.file("list")), OLD)
+                self.assertFalse(kind.file("new").exists())
+
+
+class Database(RootTest):
+    INDEXED = [kind for kind in KINDS if kind.indexed]
+
+    def setUp(self):
+        for kind in KINDS:
+            add(kind, "list", OLD, overwrite=str(kind.file("list").exists()).lower())
+
+    def assert_refused(self, kind, name):
+        answer = add(kind, name, NEW)
+        self.assertEqual(answer.error, "common/error_system")
+        self.assertEqual(songs_of(kind.file("list")), OLD)
+
+    def test_a_locked_database_is_an_error_and_what_was_there_stays(self):
+        lock = sqlite3.connect(INDEX, isolation_level=None)
+        lock.execute("BEGIN EXCLUSIVE")
+        try:
+            for kind in self.INDEXED:
+                self.assert_refused(kind, "while locked")
+        finally:
+            lock.execute("ROLLBACK")
+            lock.close()
+        playlistctl("doctor", "--repair")
+        for kind in self.INDEXED:
+            self.assertTrue(add(kind, "while locked", NEW, overwrite="true").success)
+
+    def test_a_damaged_database_is_an_error_and_what_was_there_stays(self):
+        good = INDEX.read_bytes()
+        for suffix in ("-wal", "-shm"):
+            INDEX.with_name(INDEX.name + suffix).unlink(missing_ok=True)
+        for description, bad in (("garbage", b"garbage" * 1000), ("cut short", good[:3000]),
+                                 ("zeroes within", good[:4096] + bytes(len(good) - 4096))):
+            INDEX.write_bytes(bad)
+            with self.subTest(description):
+                for kind in self.INDEXED:
+                    self.assert_refused(kind, f"damaged, {description}")
+                self.assertEqual(INDEX.read_bytes()[:3000], bad[:3000])
+        INDEX.write_bytes(good)
+
+    def test_a_preference_folder_needs_no_database(self):
+        kind = KINDS[2]
+        away = INDEX.with_suffix(".away")
+        os.rename(INDEX, away)
+        try:
+            self.assertTrue(add(kind, "without", NEW).success)
+        finally:
+            os.rename(away, INDEX)
+
+
+if __name__ == "__main__":
+    unittest.main()
