@@ -1,0 +1,60 @@
+#include "web/same_site.h"
+#include <gtest/gtest.h>
+
+namespace vexo::web {
+namespace {
+
+struct Row {
+  const char *what, *origin, *host;
+};
+
+TEST(IsOriginOfHost, AcceptsTheHostItself) {
+  const Row rows[] = {
+      {"a name", "http://music.local", "music.local"},
+      {"a port", "http://music.local:8080", "music.local:8080"},
+      {"the default port, written in one", "http://music.local", "music.local:80"},
+      {"the default port, written in the other", "http://music.local:80", "music.local"},
+      {"the default port of https", "https://music.local", "music.local:443"},
+      {"https before a proxy", "https://music.local", "music.local"},
+      {"an empty port", "http://music.local", "music.local:"},
+      {"letter case", "HTTP://Music.Local", "mUSIC.lOCAL"},
+      {"an IPv4 address", "http://127.0.0.1:8080", "127.0.0.1:8080"},
+      {"an IPv6 address", "http://[::1]", "[::1]"},
+      {"an IPv6 address with a port", "http://[::1]:8080", "[::1]:8080"},
+      {"an IPv6 address with the default port", "http://[::1]:80", "[::1]"},
+  };
+  for (const Row &row : rows) {
+    EXPECT_TRUE(IsOriginOfHost(row.origin, row.host)) << row.what;
+  }
+}
+
+TEST(IsOriginOfHost, RefusesEverythingElse) {
+  const Row rows[] = {
+      {"another name", "http://evil.example", "music.local"},
+      {"a longer name", "http://music.local.evil.example", "music.local"},
+      {"a name before it", "http://evil.music.local", "music.local"},
+      {"a user before it", "http://music.local@evil.example", "music.local"},
+      {"another port", "http://music.local:8081", "music.local:8080"},
+      {"a port that the host lacks", "http://music.local:8080", "music.local"},
+      {"a port that the origin lacks", "http://music.local", "music.local:8080"},
+      {"https on the port of http", "https://music.local", "music.local:80"},
+      {"an opaque origin", "null", "null"},
+      {"an opaque origin in capitals", "NULL", "music.local"},
+      {"nothing", "", "music.local"},
+      {"only a scheme", "http://", ""},
+      {"no host", "http://music.local", ""},
+      {"another scheme", "chrome-extension://music.local", "music.local"},
+      {"a file", "file://", "music.local"},
+      {"no scheme", "music.local", "music.local"},
+      {"two origins", "http://music.local http://evil.example", "music.local"},
+      {"a path", "http://music.local/", "music.local"},
+      {"another IPv6 address", "http://[::2]", "[::1]"},
+      {"an IPv6 address and its last number as a port", "http://[::1]", "[::]:1"},
+  };
+  for (const Row &row : rows) {
+    EXPECT_FALSE(IsOriginOfHost(row.origin, row.host)) << row.what;
+  }
+}
+
+} // namespace
+} // namespace vexo::web

@@ -1,0 +1,308 @@
+#include "accounts/accounts.h"
+#include "contract/web/cgi_process.h"
+#include "support/device_root.h"
+#include "vexo/web.h"
+#include <cstring>
+#include <gmock/gmock.h>
+#include <json/json.h>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using ::testing::Not;
+
+class WebManTest : public DeviceRootTest {
+protected:
+  void SetUp() override {
+    DeviceRootTest::SetUp();
+    vexo::accounts::Account account;
+    account.name = "alice";
+    vexo::accounts::AddAccount(account);
+  }
+
+  static CgiRequest RequestOf(std::map<std::string, std::string> environment) {
+    environment.try_emplace("REMOTE_USER", "alice");
+    environment.try_emplace("HTTP_HOST", "music.local:8080");
+    environment.try_emplace("REQUEST_METHOD", "GET");
+    return {environment, ""};
+  }
+
+  static CgiRequest Post(const std::string &type, const std::string &body,
+                         const std::string &query = "") {
+    CgiRequest request = RequestOf({{"REQUEST_METHOD", "POST"},
+                                    {"CONTENT_TYPE", type},
+                                    {"CONTENT_LENGTH", std::to_string(body.size())},
+                                    {"QUERY_STRING", query}});
+    request.body = body;
+    return request;
+  }
+
+  /// The exit status is 1 when the request is authorized.
+  static CgiAnswer Authorize(const CgiRequest &request) {
+    return RunCgi(request, [] { return WebMan().IsAuthorized() ? 1 : 0; });
+  }
+
+  /// What In() finds under "a" and "b" once the request is loaded: "loaded a=... b=...".
+  static std::string Loaded(const CgiRequest &request) {
+    return RunCgi(request,
+                  [] {
+                    WebMan web;
+                    const bool loaded = web.LoadIn();
+                    printf("%s a=%s b=%s", loaded ? "loaded" : "refused", web.In("a", "none"),
+                           web.In("b", "none"));
+                    return 0;
+                  })
+        .output;
+  }
+};
+
+constexpr const char *kUrlEncoded = "application/x-www-form-urlencoded";
+constexpr const char *kNothing = "refused a=none b=none";
+
+TEST_F(WebManTest, LetsAUserWithAnAccountPass) {
+  const CgiAnswer answer = Authorize(RequestOf({}));
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_EQ(answer.output, "");
+}
+
+void ExpectRefusal(const CgiAnswer &answer, const std::string &status) {
+  EXPECT_EQ(answer.status, 0);
+  EXPECT_THAT(answer.Headers(), HasSubstr("Status: " + status + " "));
+  EXPECT_THAT(answer.Body(), MatchesRegex("\\{[^\n]*\\}\n"));
+  Json::Value body;
+  EXPECT_TRUE(Json::Reader().parse(answer.Body(), body));
+  EXPECT_FALSE(body["success"].asBool());
+}
+
+TEST_F(WebManTest, RefusesARequestWithoutAUser) {
+  CgiRequest request = RequestOf({});
+  request.environment.erase("REMOTE_USER");
+  ExpectRefusal(Authorize(request), "401");
+  ExpectRefusal(Authorize(RequestOf({{"REMOTE_USER", ""}})), "401");
+}
+
+TEST_F(WebManTest, RefusesAUserWithoutAnAccount) {
+  for (const char *user : {"bob", "Alice", "alice ", "../alice", "alice\tbob"}) {
+    ExpectRefusal(Authorize(RequestOf({{"REMOTE_USER", user}})), "403");
+  }
+}
+
+TEST_F(WebManTest, TakesNoUserFromAnywhereElse) {
+  CgiRequest request = RequestOf({{"HTTP_REMOTE_USER", "alice"},
+                                  {"HTTP_AUTHORIZATION", "Basic YWxpY2U6YQ=="},
+                                  {"HTTP_COOKIE", "user=alice"},
+                                  {"QUERY_STRING", "user=alice&REMOTE_USER=alice"}});
+  request.environment.erase("REMOTE_USER");
+  ExpectRefusal(Authorize(request), "401");
+}
+
+TEST_F(WebManTest, RefusesARequestThatABrowserSaysComesFromAnotherSite) {
+  ExpectRefusal(Authorize(RequestOf({{"HTTP_SEC_FETCH_SITE", "cross-site"}})), "403");
+  ExpectRefusal(Authorize(RequestOf({{"HTTP_SEC_FETCH_SITE", "Cross-Site"}})), "403");
+  ExpectRefusal(Authorize(RequestOf({{"HTTP_ORIGIN", "http://evil.example"}})), "403");
+  ExpectRefusal(Authorize(RequestOf({{"HTTP_ORIGIN", "null"}})), "403");
+  ExpectRefusal(Authorize(RequestOf({{"HTTP_ORIGIN", ""}})), "403");
+  ExpectRefusal(Authorize(RequestOf({{"HTTP_SEC_FETCH_SITE", "same-origin"},
+                                     {"HTTP_ORIGIN", "http://music.local"}})),
+                "403");
+}
+
+TEST_F(WebManTest, LetsARequestFromItsOwnPagesPass) {
+  for (const char *site : {"same-origin", "same-site", "none"}) {
+    EXPECT_EQ(Authorize(RequestOf({{"HTTP_SEC_FETCH_SITE", site}})).status, 1) << site;
+  }
+  EXPECT_EQ(Authorize(RequestOf({{"HTTP_ORIGIN", "http://music.local:8080"}})).status, 1);
+}
+
+TEST_F(WebManTest, RefusesEveryoneWhileTheAccountsCannotBeRead) {
+  WriteBytes(vexo::services::kAccountsFile, "garbage");
+  ExpectRefusal(Authorize(RequestOf({})), "500");
+}
+
+TEST_F(WebManTest, NamesTheLoginUserAndThePreferenceFolder) {
+  const CgiAnswer answer = RunCgi(RequestOf({}), [] {
+    WebMan web;
+    const bool authorized = web.IsAuthorized();
+    printf("%s %s", web.GetLoginUserName().c_str(), web.GetPreferenceDir().c_str());
+    return authorized ? 1 : 0;
+  });
+  EXPECT_EQ(answer.output, "alice " + std::string(vexo::services::kPreferences) + "/alice");
+}
+
+TEST_F(WebManTest, NamesNobodyWithoutAUser) {
+  const CgiAnswer answer = RunCgi(RequestOf({{"REMOTE_USER", "bob"}}), [] {
+    WebMan web;
+    web.IsAuthorized();
+    return web.GetLoginUserName().empty() && web.GetPreferenceDir().empty() ? 1 : 0;
+  });
+  EXPECT_EQ(answer.status, 1);
+}
+
+TEST_F(WebManTest, LoadsTheQueryString) {
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&b=%C3%A9"}})), "loaded a=1 b=\u00E9");
+}
+
+TEST_F(WebManTest, LoadsNothingFromARequestWithoutParameters) {
+  EXPECT_EQ(Loaded(RequestOf({})), "loaded a=none b=none");
+}
+
+TEST_F(WebManTest, LoadsAUrlEncodedBody) {
+  EXPECT_EQ(Loaded(Post(kUrlEncoded, "a=1&b=2")), "loaded a=1 b=2");
+  EXPECT_EQ(Loaded(Post("Application/X-WWW-Form-URLEncoded; charset=UTF-8", "a=1&b=2")),
+            "loaded a=1 b=2");
+}
+
+constexpr const char *kMultipartBody =
+    "--x\r\nContent-Disposition: form-data; name=\"a\"\r\n\r\n1\r\n"
+    "--x\r\nContent-Disposition: form-data; name=\"b\"\r\n\r\n2\r\n--x--\r\n";
+
+TEST_F(WebManTest, LoadsAMultipartBody) {
+  EXPECT_EQ(Loaded(Post("multipart/form-data; boundary=x", kMultipartBody)), "loaded a=1 b=2");
+  EXPECT_EQ(Loaded(Post("Multipart/Form-Data; charset=UTF-8; Boundary=\"x\"", kMultipartBody)),
+            "loaded a=1 b=2");
+}
+
+TEST_F(WebManTest, RefusesAMultipartBodyWithoutAUsableBoundary) {
+  for (const std::string &type :
+       {std::string("multipart/form-data"), std::string("multipart/form-data; boundary="),
+        std::string("multipart/form-data; boundary=\"x"),
+        std::string("multipart/form-data; boundary"),
+        "multipart/form-data; boundary=" + std::string(71, 'x')}) {
+    EXPECT_EQ(Loaded(Post(type, kMultipartBody)), kNothing) << type;
+  }
+}
+
+TEST_F(WebManTest, TakesTheFirstValueOfAName) {
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&a=2"}})), "loaded a=1 b=none");
+}
+
+TEST_F(WebManTest, TakesTheBodyBeforeTheQuery) {
+  EXPECT_EQ(Loaded(Post(kUrlEncoded, "a=body&a=second", "a=query&b=query")),
+            "loaded a=body b=query");
+}
+
+TEST_F(WebManTest, TakesAnEmptyValueAsAValue) {
+  EXPECT_EQ(Loaded(Post(kUrlEncoded, "a=", "a=query")), "loaded a= b=none");
+}
+
+TEST_F(WebManTest, LeavesBodiesOfOtherTypes) {
+  EXPECT_EQ(Loaded(Post("application/json", "{\"a\":1}", "b=query")), "loaded a=none b=query");
+  EXPECT_EQ(Loaded(Post("", "a=1", "b=query")), "loaded a=none b=query");
+}
+
+TEST_F(WebManTest, LeavesTheBodyOfARequestThatIsNoPost) {
+  CgiRequest request = Post(kUrlEncoded, "a=1", "b=query");
+  request.environment["REQUEST_METHOD"] = "GET";
+  EXPECT_EQ(Loaded(request), "loaded a=none b=query");
+}
+
+TEST_F(WebManTest, LoadsNothingOfABodyThatWasCutShort) {
+  CgiRequest request = Post(kUrlEncoded, "a=1&b=2", "a=query");
+  request.environment["CONTENT_LENGTH"] = "8";
+  EXPECT_EQ(Loaded(request), kNothing);
+}
+
+TEST_F(WebManTest, ReadsNoMoreThanTheLengthSays) {
+  CgiRequest request = Post(kUrlEncoded, "a=1&b=2");
+  request.environment["CONTENT_LENGTH"] = "3";
+  EXPECT_EQ(Loaded(request), "loaded a=1 b=none");
+}
+
+TEST_F(WebManTest, LoadsNothingWithALengthThatIsNone) {
+  for (const char *length : {"abc", "-1", "7 ", "0x7", "7.0", "67108865", "99999999999999999999"}) {
+    CgiRequest request = Post(kUrlEncoded, "a=1&b=2", "a=query");
+    request.environment["CONTENT_LENGTH"] = length;
+    EXPECT_EQ(Loaded(request), kNothing) << length;
+  }
+}
+
+TEST_F(WebManTest, LoadsNothingOfABodyInChunksWithoutALength) {
+  CgiRequest request = Post(kUrlEncoded, "a=1", "b=query");
+  request.environment.erase("CONTENT_LENGTH");
+  request.environment["HTTP_TRANSFER_ENCODING"] = "chunked";
+  EXPECT_EQ(Loaded(request), kNothing);
+}
+
+TEST_F(WebManTest, TakesAPostWithoutALengthAsOneWithoutABody) {
+  CgiRequest request = Post(kUrlEncoded, "a=1", "b=query");
+  request.environment.erase("CONTENT_LENGTH");
+  EXPECT_EQ(Loaded(request), "loaded a=none b=query");
+}
+
+TEST_F(WebManTest, LoadsABodyOf64MebibytesAndNotOneByteMore) {
+  const std::string largest = "b=" + std::string((64 << 20) - 6, 'x') + "&a=1";
+  const auto loaded_a = [](const std::string &body) {
+    return RunCgi(Post(kUrlEncoded, body),
+                  [] {
+                    WebMan web;
+                    return web.LoadIn() && std::strcmp(web.In("a", ""), "1") == 0 ? 1 : 0;
+                  })
+        .status;
+  };
+  EXPECT_EQ(loaded_a(largest), 1);
+  EXPECT_EQ(loaded_a(largest + "1"), 0);
+}
+
+TEST_F(WebManTest, LoadsNothingWhenAParameterHoldsANulByte) {
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&b=x%00y"}})), kNothing);
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&c%00=2"}})), kNothing);
+  EXPECT_EQ(Loaded(Post(kUrlEncoded, std::string("a=1&b=\0", 7))), kNothing);
+  EXPECT_EQ(Loaded(Post("multipart/form-data; boundary=x",
+                        std::string("--x\r\nContent-Disposition: form-data; name=a\r\n\r\n\0\r\n"
+                                    "--x--",
+                                    57))),
+            kNothing);
+}
+
+TEST_F(WebManTest, LoadsNothingWhenANameLeadsUpwards) {
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&name=../x"}})), kNothing);
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&name=x%2F%2e%2e%2fy"}})), kNothing);
+  EXPECT_EQ(Loaded(Post(kUrlEncoded, "name=good&a=1", "name=..")), kNothing);
+}
+
+TEST_F(WebManTest, FindsTwentyThousandIdsWhole) {
+  std::string ids;
+  for (int i = 0; i < 20000; ++i) {
+    ids += "%22" + std::to_string(i) + "%22%2C";
+  }
+  const CgiAnswer answer = RunCgi(Post(kUrlEncoded, "id_info_list=" + ids), [] {
+    WebMan web;
+    web.LoadIn();
+    printf("%zu", std::strlen(web.In("id_info_list", "")));
+    return 0;
+  });
+  EXPECT_EQ(answer.output, "148890");
+}
+
+TEST_F(WebManTest, GivesTheFallbackForWhatWasNotSent) {
+  const CgiAnswer answer = RunCgi(RequestOf({{"QUERY_STRING", "a=1"}}), [] {
+    WebMan web;
+    const bool before = web.In("a", nullptr) == nullptr;
+    web.LoadIn();
+    return before && web.In("b", nullptr) == nullptr && web.In(nullptr, nullptr) == nullptr ? 1 : 0;
+  });
+  EXPECT_EQ(answer.status, 1);
+}
+
+TEST_F(WebManTest, KeepsItsTextsAsLongAsItLives) {
+  const CgiAnswer answer = RunCgi(Post(kUrlEncoded, "a=1", "b=2"), [] {
+    WebMan web;
+    web.LoadIn();
+    const char *const first = web.In("a", nullptr);
+    const char *const second = web.In("b", nullptr);
+    web.GetLoginUserName();
+    return first == web.In("a", nullptr) && second == web.In("b", nullptr) ? 1 : 0;
+  });
+  EXPECT_EQ(answer.status, 1);
+}
+
+TEST_F(WebManTest, KnowsNoBrowserWithoutItsName) {
+  const CgiAnswer answer = RunCgi(RequestOf({}), [] {
+    _tag_vexo_browser_info_ info{};
+    return WebMan().GetBrowserInfo(&info) < 0 && WebMan().GetBrowserInfo(nullptr) < 0 ? 1 : 0;
+  });
+  EXPECT_EQ(answer.status, 1);
+}
+
+} // namespace
