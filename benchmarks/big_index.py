@@ -1,0 +1,32 @@
+"""A device root whose index holds as many songs as one likes; the indexes are made once a build."""
+
+import os
+
+from server import BIN, BUILD, LIBRARY, ROOT, Server, lay_root, run
+
+SMALL, BIG = 10_000, 1_000_000
+INDEX = ROOT / "var/lib/vexo/index.db"
+
+
+def index_of(songs):
+    """The index of so many songs; 100 of them have the text RARE in their title."""
+    file = BUILD / f"index-{songs}.db"
+    if not file.exists():
+        unfinished = file.with_suffix(".new")
+        unfinished.unlink(missing_ok=True)
+        run(BIN / "make_index", unfinished, songs, LIBRARY, timeout=1800)
+        os.rename(unfinished, file)
+    return file
+
+
+def use(songs):
+    """From now on requests work on the index of so many songs."""
+    link = INDEX.with_suffix(".link")
+    link.symlink_to(index_of(songs))
+    os.rename(link, INDEX)
+
+
+def serve():
+    """A fresh root and a server on it, without an index as yet."""
+    lay_root()
+    return Server()
