@@ -5,11 +5,12 @@ import os
 from server import BIN, BUILD, LIBRARY, ROOT, Server, lay_root, run
 
 SMALL, BIG = 10_000, 1_000_000
+RARE = "zyx rare"
 INDEX = ROOT / "var/lib/vexo/index.db"
 
 
 def index_of(songs):
-    """The index of so many songs; 100 of them have the text RARE in their title."""
+    """The index of so many songs; 100 of them have the text RARE."""
     file = BUILD / f"index-{songs}.db"
     if not file.exists():
         unfinished = file.with_suffix(".new")
