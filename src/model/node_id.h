@@ -9,8 +9,11 @@ inline constexpr char kRandomPlaylistId[] = "musiclib_random";
 /// it. `text` itself when there is no separator, nothing stands behind it, or in any other mode.
 [[nodiscard]] const char *IdTail(const char *text, int mode);
 
-/// The number that the tail of a node id begins with; 0 when it is none. One that does not fit
-/// becomes the nearest that does.
+/// The number that a text begins with, in decimal; 0 when it begins with none. One that does not
+/// fit becomes the nearest that does.
+[[nodiscard]] int LeadingNumber(const char *text);
+
+/// The number that the tail of a node id begins with.
 [[nodiscard]] int NumericTail(const char *id);
 
 /// Whether the id names a playlist of the login user. Only its beginning counts: any id that does

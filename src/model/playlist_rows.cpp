@@ -1,0 +1,10 @@
+#include "model/playlist_rows.h"
+
+int LookUpRows(const char *library, int userId, const char *ids, PlaylistRows &rows) {
+  VEXOPlaylistRow *list = nullptr;
+  const int result = VEXOPlayListListGetByID(library, userId, &list, ids);
+  rows.reset(list);
+  return result;
+}
+
+std::string FirstPath(const PlaylistRows &rows) { return rows == nullptr ? "" : rows->info.path; }
