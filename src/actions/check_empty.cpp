@@ -1,0 +1,79 @@
+#include "actions/check_empty.h"
+
+#include "model/answer.h"
+#include "model/location.h"
+#include "model/log_line.h"
+#include "model/node_id.h"
+#include "model/parameters.h"
+#include "model/playlist_rows.h"
+#include "model/song_json.h"
+#include "vexo/audio_file.h"
+#include "vexo/playlist_file.h"
+#include <array>
+#include <cstring>
+#include <list>
+
+namespace {
+
+/// The file of a playlist that has a row. False: there is none, logged and in the response.
+bool FindByRow(const char *id, PlaylistLocation &location, Json::Value &response) {
+  const int owner = location.IsShared() ? 0 : location.userId;
+  PlaylistRows rows;
+  if (LookUpRows(location.Library(), owner, id, rows) < 0) {
+    LOG_LINE("The playlist with id: %s does not exist.", id);
+    return SystemError(response);
+  }
+  location.path = FirstPath(rows);
+  return true;
+}
+
+bool CountNormal(const WebMan &request, const char *node_id, PlaylistLocation &location, int *count,
+                 Json::Value &response) {
+  const char *tail = IdTail(node_id, 2);
+  location.kind = StorageKindOf(IsPersonalId(node_id), location.user);
+  if (!location.HasRow()) {
+    location.path = PlaylistFilePath(request.GetPreferenceDir(), tail);
+  } else if (!FindByRow(tail, location, response)) {
+    return false;
+  }
+  const SongList songs(ParsePlayListByFieldGivenPath(location.path.c_str(), count, 0, 0, "*", 7));
+  return true;
+}
+
+void CountSmart(const WebMan &request, const char *node_id, int *count) {
+  const bool is_personal = IsPersonalId(node_id);
+  const std::string rules = is_personal ? PersonalSmartRules(request) : "";
+  std::list<__tag_VEXO_MEDIA_INFO> songs;
+  VexoAudioUtils::SmartPLSListSongs(IdTail(node_id, 2), 0, 0, count, songs,
+                                    is_personal ? rules.c_str() : nullptr, false);
+}
+
+/// Counts the songs as far as they matter: the random playlist always has some.
+bool Count(const WebMan &request, int *count, Json::Value &response) {
+  PlaylistLocation location = LocationOfUser(request);
+  if (!RequireParameters(request, std::array{"playlist"}, response)) {
+    return false;
+  }
+  const char *node_id = request.In("playlist", "");
+  if (std::strcmp(node_id, kRandomPlaylistId) == 0) {
+    *count = 1;
+    return true;
+  }
+  if (IsSmartId(node_id)) {
+    CountSmart(request, node_id, count);
+    return true;
+  }
+  return CountNormal(request, node_id, location, count, response);
+}
+
+} // namespace
+
+void HandleCheckEmpty(WebMan &request) {
+  Json::Value response;
+  response["isEmpty"] = true;
+  int count = 0;
+  const bool success = Count(request, &count, response);
+  response["isEmpty"] = count < 1;
+  ActionHandler::SetSuccess(response, success);
+  PrintAnswer(response);
+}

@@ -1,0 +1,5 @@
+#pragma once
+#include "vexo/web.h"
+
+/// "checkempty": whether a playlist of any kind has no songs.
+void HandleCheckEmpty(WebMan &request);

@@ -1,0 +1,169 @@
+#include "actions/delete_playlists.h"
+
+#include "actions/itunes_service.h"
+#include "model/answer.h"
+#include "model/device_paths.h"
+#include "model/field_text.h"
+#include "model/location.h"
+#include "model/log_line.h"
+#include "model/node_id.h"
+#include "model/playlist_rows.h"
+#include "vexo/itunes.h"
+#include <cstring>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr int kNameListSize = 1024;
+constexpr size_t kNameFieldSize = 255;
+
+struct NameListDeleter {
+  void operator()(PSZLIST list) const { VLIBCSzListFree(list); }
+};
+using NameList = std::unique_ptr<VLIBCSzList, NameListDeleter>;
+
+/// A list of ids has one library, told by its beginning.
+bool IsSharedList(const char *ids) { return std::strncmp(ids, "musiclib_music_shared", 21) == 0; }
+
+bool BadParameter(Json::Value &response) {
+  LOG_LINE("Bad parameter.");
+  return SystemError(response);
+}
+
+/// Unlinks the files of playlists that have no rows. A file that is gone already is as good.
+bool DeleteFiles(const WebMan &request, const char *ids, Json::Value &response) {
+  const std::vector<std::string> elements = WebUtils::StringExplode(ids, ",");
+  if (elements.empty()) {
+    return BadParameter(response);
+  }
+  const std::string root = request.GetPreferenceDir();
+  for (const std::string &element : elements) {
+    const size_t slash = element.rfind('/');
+    if (slash == std::string::npos) {
+      LOG_LINE("%s is wrong id", element.c_str());
+      continue;
+    }
+    unlink(PlaylistFilePath(root, element.substr(slash + 1)).c_str());
+  }
+  return true;
+}
+
+/// Removes files and rows of playlists, all of them together.
+bool DeleteRows(const PlaylistLocation &location, const char *ids, PlaylistRows &rows,
+                Json::Value &response) {
+  std::string id_list;
+  if (!BuildPlaylistIdList(ids, id_list, 2)) {
+    return BadParameter(response);
+  }
+  if (LookUpRows(location.Library(), location.userId, id_list.c_str(), rows) != 0) {
+    LOG_LINE("Failed to get music list.");
+    return SystemError(response);
+  }
+  if (VEXOPlayListUnlink(location.Library(), rows.get()) != 0) {
+    LOG_LINE("Failed to delete playlists");
+    return SystemError(response);
+  }
+  return true;
+}
+
+bool DeleteNormalPlaylists(const WebMan &request, const char *ids, PlaylistRows &rows,
+                           Json::Value &response) {
+  PlaylistLocation location = LocationOfUser(request);
+  location.kind = StorageKindOf(!IsSharedList(ids), location.user);
+  return location.HasRow() ? DeleteRows(location, ids, rows, response)
+                           : DeleteFiles(request, ids, response);
+}
+
+/// The names of the playlists, comma-separated. A name that holds a comma comes apart there.
+std::string JoinedNames(const std::vector<std::string> &ids) {
+  std::string names;
+  for (const std::string &id : ids) {
+    const std::string name = IdTail(id.c_str(), 2);
+    names += CutToField(names.empty() ? name : "," + name, kNameFieldSize);
+  }
+  return names;
+}
+
+bool DeleteNames(const std::string &rules, const std::string &names) {
+  NameList list(VLIBCSzListAlloc(kNameListSize));
+  if (list == nullptr) {
+    LOG_LINE("out of memory!!");
+    return false;
+  }
+  PSZLIST filled = list.release();
+  VLIBCStrSep(names.c_str(), ",", &filled);
+  list.reset(filled);
+  if (iTunesPlaylistDeleteByFilename(rules.c_str(), list.get()) < 0) {
+    LOG_LINE("iTunesPlaylistDelete() failed; pszCurList = [%p]\n", static_cast<void *>(list.get()));
+    return false;
+  }
+  return true;
+}
+
+void Run(const WebMan &request, PlaylistRows &rows, Json::Value &response) {
+  const char *normal = request.In("playlists", nullptr);
+  const char *smart = request.In("smartPlaylists", nullptr);
+  if (normal == nullptr && smart == nullptr) {
+    BadParameter(response);
+    return;
+  }
+  if (normal != nullptr && !DeleteNormalPlaylists(request, normal, rows, response)) {
+    return;
+  }
+  // Why smart playlists could not be removed is told in the system log alone.
+  if (smart != nullptr && !DeleteSmartPlaylists(request, smart, !IsSharedList(smart))) {
+    return;
+  }
+  ActionHandler::SetSuccess(response, true);
+  if (normal != nullptr) {
+    response["playlists"] = normal;
+  }
+  if (smart != nullptr) {
+    response["smartPlaylists"] = smart;
+  }
+}
+
+} // namespace
+
+void HandleDelete(WebMan &request) {
+  Json::Value response;
+  PlaylistRows rows;
+  Run(request, rows, response);
+  rows.reset();
+  PrintAnswer(response);
+}
+
+bool BuildPlaylistIdList(const char *ids, std::string &out, int tailMode) {
+  if (ids == nullptr || ids[0] == '\0') {
+    return false;
+  }
+  const std::vector<std::string> elements = WebUtils::StringExplode(ids, ",");
+  for (const std::string &element : elements) {
+    out +=
+        (out.empty() ? "" : ",") + std::to_string(LeadingNumber(IdTail(element.c_str(), tailMode)));
+  }
+  return !elements.empty();
+}
+
+bool DeleteSmartPlaylists(const WebMan &request, const char *ids, bool personal) {
+  const std::string rules = personal ? PersonalSmartRules(request) : kSharedSmartRules;
+  struct stat facts {};
+  if (stat(rules.c_str(), &facts) != 0) {
+    LOG_LINE("smart playlist file not exist. %s", rules.c_str());
+    return false;
+  }
+  if (ids == nullptr || ids[0] == '\0') {
+    return false;
+  }
+  const std::vector<std::string> elements = WebUtils::StringExplode(ids, ",");
+  if (elements.empty() || !DeleteNames(rules, JoinedNames(elements))) {
+    return false;
+  }
+  if (!personal) {
+    RestartITunesServiceAndLog();
+  }
+  return true;
+}

@@ -1,0 +1,134 @@
+#include "actions/duplicate_playlist.h"
+
+#include "actions/new_playlist.h"
+#include "model/answer.h"
+#include "model/field_text.h"
+#include "model/log_line.h"
+#include "model/node_id.h"
+#include "model/parameters.h"
+#include "model/playlist_rows.h"
+#include "model/tree_node.h"
+#include "vexo/playlist_file.h"
+#include <cstring>
+#include <sys/stat.h>
+
+namespace {
+
+/// What is copied.
+struct Source {
+  PlaylistLocation location;
+  const char *tail; ///< of its node id
+  std::string name; ///< the copy's as well
+};
+
+bool NoSuchPlaylist(const Source &source, Json::Value &response) {
+  LOG_LINE("The playlist with id: %s does not exist.", source.tail);
+  return SystemError(response);
+}
+
+bool FindShared(Source &source, Json::Value &response) {
+  PlaylistRows rows;
+  char title[kPathSize] = {};
+  if (LookUpRows("shared", source.location.userId, source.tail, rows) < 0 || rows == nullptr ||
+      VEXOPlaylistTitleGet(source.tail, title, sizeof(title), rows.get()) < 0) {
+    return NoSuchPlaylist(source, response);
+  }
+  source.location.path = FirstPath(rows);
+  source.name = title;
+  return true;
+}
+
+/// The client gets no word of a failure here: the response stays empty.
+bool FindInPersonalLibrary(Source &source) {
+  char path[kPathSize] = {};
+  char title[kPathSize] = {};
+  const int owner = source.location.userId;
+  if (VEXOPlaylistPathGet("personal", owner, LeadingNumber(source.tail), path, sizeof(path)) < 0 ||
+      VEXOPlaylistTitleGetByPath(path, title, sizeof(title), owner) < 0) {
+    LOG_LINE("Failed to get playlist path.");
+    return false;
+  }
+  source.location.path = path;
+  source.name = title;
+  return true;
+}
+
+void FindInPreferences(const WebMan &request, Source &source) {
+  source.location.path = PlaylistFilePath(request.GetPreferenceDir(), source.tail);
+  source.name = source.tail;
+}
+
+bool FindSource(const WebMan &request, Source &source, Json::Value &response) {
+  if (source.location.IsShared()) {
+    return FindShared(source, response);
+  }
+  if (!source.location.HasRow()) {
+    FindInPreferences(request, source);
+  } else if (!FindInPersonalLibrary(source)) {
+    return false;
+  }
+  struct stat facts {};
+  return stat(source.location.path.c_str(), &facts) == 0 || NoSuchPlaylist(source, response);
+}
+
+bool CopySongs(const Source &source, const PlaylistLocation &target, Json::Value &response) {
+  const std::string from = ResolvedPath(source.location.path);
+  const std::string to = ResolvedPath(target.path);
+  int count = 0;
+  const SongList songs(ParsePlayListByFieldGivenPath(from.c_str(), &count, 0, 0, "*", 7));
+  return WriteSongs(songs, to, response);
+}
+
+/// Gives the copy its row, which an overwritten playlist has already, and reads back the row's id.
+bool Register(const PlaylistLocation &target, const std::string &name, bool overwrite,
+              std::string &id, Json::Value &response) {
+  return !target.HasRow() ||
+         ((overwrite || SaveRow(target, name, response)) && ReadBackId(target, id, response));
+}
+
+void AnswerNode(const WebMan &request, const PlaylistLocation &target, const std::string &name,
+                const std::string &id, Json::Value &response) {
+  Json::Value node;
+  PlaylistNodeToJson(request, name, id, target.IsShared(), node);
+  node["pid"] = LibraryRootId(target.IsShared());
+  response["node"] = node;
+  ActionHandler::SetSuccess(response, true);
+}
+
+} // namespace
+
+void HandleDuplicate(WebMan &request) {
+  Json::Value response;
+  const char *id = request.In("id", nullptr);
+  if (id == nullptr) {
+    LOG_LINE("Bad parameter.");
+    SystemError(response);
+  } else if (IsSmartId(id)) {
+    DuplicateSmartPlaylist(request, response, id);
+  } else if (std::strchr(id, '/') != nullptr) {
+    DuplicateNormalPlaylist(request, response, id);
+  }
+  PrintAnswer(response);
+}
+
+void DuplicateNormalPlaylist(const WebMan &request, Json::Value &response, const char *id) {
+  if (id == nullptr) {
+    LOG_LINE("Bad parameter.");
+    SystemError(response);
+    return;
+  }
+  PlaylistLocation target = LocationOfUser(request);
+  Source source{target, IdTail(id, 2), ""};
+  source.location.kind = StorageKindOf(IsPersonalId(id), target.user);
+  const bool overwrite = WantsOverwrite(request);
+  std::string copy_id;
+  if (!FindSource(request, source, response)) {
+    return;
+  }
+  target.kind = StorageKindOf(source.location.IsShared(), target.user);
+  if (LocateNewPlaylist(request, source.name, {false, false}, target, response) &&
+      CreateEmptyPlaylist(target, overwrite, response) && CopySongs(source, target, response) &&
+      Register(target, source.name, overwrite, copy_id, response)) {
+    AnswerNode(request, target, source.name, copy_id, response);
+  }
+}

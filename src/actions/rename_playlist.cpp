@@ -1,0 +1,157 @@
+#include "actions/rename_playlist.h"
+
+#include "model/answer.h"
+#include "model/field_text.h"
+#include "model/file_facts.h"
+#include "model/folder_lock.h"
+#include "model/location.h"
+#include "model/log_line.h"
+#include "model/node_id.h"
+#include "model/parameters.h"
+#include "vexo/media_index.h"
+#include <array>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+struct Rename {
+  PlaylistLocation location;
+  std::string oldPath;
+  std::string folder;
+  std::string newPath;
+  __tag_VEXO_MEDIA_INFO record; ///< the new row of a playlist that has one
+};
+
+// Each step returns whether the action goes on; where not, the response is complete.
+
+/// A playlist that is gone no longer has its old name, which is all that was asked.
+bool EndWithoutPlaylist(Json::Value &response) {
+  LOG_LINE("Playlist does not exist.");
+  ActionHandler::SetSuccess(response, true);
+  return false;
+}
+
+bool Examine(const std::string &path, struct stat &facts) {
+  return stat(path.c_str(), &facts) == 0;
+}
+
+bool LocateInPreferences(const WebMan &request, const char *id, const char *name, Rename &rename,
+                         Json::Value &response) {
+  const std::string root = request.GetPreferenceDir();
+  rename.folder = PlaylistsFolder(root);
+  rename.oldPath = PlaylistFilePath(root, IdTail(id, 2));
+  rename.newPath = PlaylistFilePath(root, IdTail(name, 2));
+  struct stat facts {};
+  return Examine(rename.oldPath, facts) || EndWithoutPlaylist(response);
+}
+
+/// What stands behind the last '.' of the path.
+std::string ExtensionOf(const std::string &path) {
+  const size_t dot = path.rfind('.');
+  if (dot == std::string::npos) {
+    LOG_LINE("Bad playlist name [%s].", path.c_str());
+    return "m3u";
+  }
+  return path.substr(dot + 1);
+}
+
+bool LocateByRow(const char *id, const char *name, Rename &rename, Json::Value &response) {
+  rename.record.id = NumericTail(id);
+  char path[kPathSize] = {};
+  VEXOPlaylistPathGet(rename.location.Library(), rename.location.userId, rename.record.id, path,
+                      sizeof(path));
+  rename.oldPath = path;
+  struct stat facts {};
+  if (!Examine(rename.oldPath, facts)) {
+    return EndWithoutPlaylist(response);
+  }
+  rename.record.size = static_cast<uint64_t>(facts.st_size);
+  const std::string extension = ExtensionOf(rename.oldPath);
+  const size_t slash = rename.oldPath.rfind('/');
+  if (slash == std::string::npos) {
+    LOG_LINE("Bad playlist name %s.", rename.oldPath.c_str());
+    return SystemError(response);
+  }
+  rename.folder = rename.oldPath.substr(0, slash);
+  rename.newPath = CutToField(rename.folder + "/" + name + "." + extension, kPathSize);
+  return true;
+}
+
+/// Puts what is known of the new name into the row.
+bool FillRow(const char *name, Rename &rename, Json::Value &response) {
+  SetField(rename.record.path, rename.newPath.c_str());
+  SetField(rename.record.title, name);
+  const size_t slash = rename.folder.rfind('/');
+  if (slash == std::string::npos) {
+    LOG_LINE("Bad playlist name %s.", rename.oldPath.c_str());
+    return SystemError(response);
+  }
+  SetField(rename.record.album, rename.folder.c_str() + slash + 1);
+  return true;
+}
+
+/// Rewrites the row. When that fails the file gets its old name back.
+bool WriteRow(Rename &rename, const struct stat &facts) {
+  SetFileTimes(rename.record, facts);
+  if (VEXOPlaylistDBUpdate(rename.location.Library(), rename.location.userId, &rename.record,
+                           rename.oldPath.c_str()) == -1) {
+    std::rename(rename.newPath.c_str(), rename.oldPath.c_str());
+    return false;
+  }
+  return true;
+}
+
+/// Renames the file and rewrites the row. The folder stays locked until the old name is given up
+/// for good: nobody may take it before, as the file might have to go back.
+bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
+  const FolderLock lock(rename.folder);
+  struct stat facts {};
+  if (Examine(rename.newPath, facts)) {
+    return NameExists(response);
+  }
+  if (std::rename(rename.oldPath.c_str(), rename.newPath.c_str()) != 0) {
+    LOG_LINE("Failed to rename to new playlist name.");
+    return SystemError(response);
+  }
+  const bool has_row = rename.location.HasRow();
+  if (has_row && !FillRow(name, rename, response)) {
+    return false;
+  }
+  if (!Examine(rename.newPath, facts)) {
+    LOG_LINE("Failed to stat new name pls");
+    return SystemError(response);
+  }
+  return !has_row || WriteRow(rename, facts);
+}
+
+void Run(const WebMan &request, Json::Value &response) {
+  Rename rename{};
+  rename.location = LocationOfUser(request);
+  if (!RequireParameters(request, std::array{"id", "name"}, response)) {
+    return;
+  }
+  const char *id = request.In("id", "");
+  const char *name = request.In("name", "");
+  if (IsNameTooLong(name)) {
+    NameTooLong(response);
+    return;
+  }
+  rename.location.kind = StorageKindOf(IsPersonalId(id), rename.location.user);
+  const bool located = rename.location.HasRow()
+                           ? LocateByRow(id, name, rename, response)
+                           : LocateInPreferences(request, id, name, rename, response);
+  if (located && MoveFile(name, rename, response)) {
+    ActionHandler::SetSuccess(response, true);
+    response["id"] = id;
+    response["name"] = name;
+  }
+}
+
+} // namespace
+
+void HandleSavePlsName(WebMan &request) {
+  Json::Value response;
+  Run(request, response);
+  PrintAnswer(response);
+}
