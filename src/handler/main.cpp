@@ -1,0 +1,3 @@
+#include "handler/audio_playlist.h"
+
+int main() { return PlaylistHandler().Process(); }
