@@ -188,6 +188,19 @@ void CopyOwnerAndMode(const TemporaryFile &file, const struct stat &facts) {
   }
 }
 
+/// Whether `operation` fails with this error; other errors are thrown.
+template <typename Operation> bool Fails(std::errc expected, Operation operation) {
+  try {
+    operation();
+    return false;
+  } catch (const std::system_error &error) {
+    if (error.code() != expected) {
+      throw;
+    }
+    return true;
+  }
+}
+
 /// One try of an edit; false when somebody else was quicker.
 bool TryEdit(const Folder &folder, const PieceEdit &edit) {
   const LockedFile old(folder);
@@ -243,20 +256,17 @@ void CreateDurably(const std::string &path, std::string_view content, unsigned m
 }
 
 void ReplaceDurably(const std::string &path, std::string_view content, unsigned mode) {
+  EditOrCreateDurably(
+      path, [&](std::string_view) { return Pieces{content}; }, [&] { return std::string(content); },
+      mode);
+}
+
+void EditOrCreateDurably(const std::string &path, const PieceEdit &edit,
+                         const std::function<std::string()> &new_content, unsigned mode) {
   for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-    try {
-      return EditPiecesDurably(path, [&](std::string_view) { return Pieces{content}; });
-    } catch (const std::system_error &error) {
-      if (error.code() != std::errc::no_such_file_or_directory) {
-        throw;
-      }
-    }
-    try {
-      return CreateDurably(path, content, mode);
-    } catch (const std::system_error &error) {
-      if (error.code() != std::errc::file_exists) {
-        throw;
-      }
+    if (!Fails(std::errc::no_such_file_or_directory, [&] { EditPiecesDurably(path, edit); }) ||
+        !Fails(std::errc::file_exists, [&] { CreateDurably(path, new_content(), mode); })) {
+      return;
     }
   }
   errno = EBUSY;
@@ -288,6 +298,12 @@ FileSetAside::FileSetAside(const std::string &path) : path_(path), aside_(NewTem
   if (RenameExclusively(folder.fd(), name_.c_str(), aside_.c_str()) != 0) {
     ThrowErrno("cannot take away", path);
   }
+  try {
+    folder.Sync();
+  } catch (const std::system_error &) {
+    RenameExclusively(folder.fd(), aside_.c_str(), name_.c_str());
+    throw;
+  }
   folder_ = folder.TakeDescriptor();
 }
 
@@ -302,7 +318,6 @@ void FileSetAside::Commit() {
     ThrowErrno("cannot remove", path_);
   }
   aside_.clear();
-  SyncFolder(folder_.get(), path_);
 }
 
 bool RemoveAbandonedTemporary(const std::string &path) {

@@ -44,6 +44,11 @@ using Pieces = std::vector<std::string_view>;
 using PieceEdit = std::function<std::optional<Pieces>(std::string_view old_content)>;
 void EditPiecesDurably(const std::string &path, const PieceEdit &edit);
 
+/// Edits the file, or makes it with what `new_content` gives when it is not there, whichever it
+/// takes. `new_content` may throw to give up.
+void EditOrCreateDurably(const std::string &path, const PieceEdit &edit,
+                         const std::function<std::string()> &new_content, unsigned mode = 0666);
+
 /// A file taken away: it has a temporary name, and nothing stands where it stood. Commit() removes
 /// it for good; a destructor that comes first puts it back, unless something else stands there by
 /// then.

@@ -1,0 +1,48 @@
+#pragma once
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+namespace vexo::playlists {
+
+/// What some programs write before UTF-8.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// The lines of a text file, ended by "\n" or "\r\n" or the end of the file; a byte order mark at
+/// its beginning is no part of the first line.
+class LineReader {
+public:
+  struct Line {
+    std::size_t begin, end; ///< offsets of the whole line, its end included
+    std::string_view text;  ///< without blanks before it, and without its end
+  };
+
+  explicit LineReader(std::string_view content, std::size_t begin = 0)
+      : content_(content), position_(begin) {
+    if (begin == 0 && content.starts_with(kByteOrderMark)) {
+      position_ = kByteOrderMark.size();
+    }
+  }
+
+  /// The next line; nothing behind the last one.
+  std::optional<Line> Next() {
+    if (position_ >= content_.size()) {
+      return std::nullopt;
+    }
+    const std::size_t begin = position_;
+    const std::size_t line_end = std::min(content_.find('\n', begin), content_.size());
+    position_ = std::min(line_end + 1, content_.size());
+    std::string_view text = content_.substr(begin, line_end - begin);
+    if (text.ends_with('\r')) {
+      text.remove_suffix(1);
+    }
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    return Line{begin, position_, text};
+  }
+
+private:
+  std::string_view content_;
+  std::size_t position_;
+};
+
+} // namespace vexo::playlists

@@ -1,0 +1,206 @@
+#include "playlists/m3u.h"
+#include "playlists/line_reader.h"
+#include "playlists/readable_text.h"
+#include "playlists/seconds.h"
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <stdexcept>
+
+namespace vexo::playlists {
+
+namespace {
+
+constexpr std::string_view kInfoTag = "#EXTINF:";
+constexpr std::string_view kProtection = "./";
+constexpr std::string_view kArtistEnd = " - ";
+
+/// A hostile file of nothing but line ends must not take all memory there is.
+void RequireRoom(std::size_t entries) {
+  if (entries >= kMaxEntries) {
+    throw std::length_error("more than " + std::to_string(kMaxEntries) + " entries");
+  }
+}
+
+bool NeedsProtection(std::string_view path) {
+  while (path.starts_with(kProtection)) {
+    path.remove_prefix(kProtection.size());
+  }
+  return path.starts_with('#') || path.starts_with(' ') || path.starts_with('\t');
+}
+
+/// The first comma that is not part of a quoted attribute value.
+std::size_t TitleComma(std::string_view info) {
+  bool quoted = false;
+  for (std::size_t i = 0; i < info.size(); ++i) {
+    if (info[i] == '"') {
+      quoted = !quoted;
+    } else if (info[i] == ',' && !quoted) {
+      return i;
+    }
+  }
+  return info.find(',');
+}
+
+/// One line of text: its control characters become blanks.
+std::string InOneLine(const char *text) {
+  std::string line = ReadableText(text);
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
+  return line;
+}
+
+/// The seconds of a tag; -1 stands for a length that is not known.
+long WholeSeconds(float seconds) {
+  return seconds > 0 && seconds < 1e9F ? std::max(1L, std::lround(seconds)) : -1;
+}
+
+void AppendInfo(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
+  const std::string artist = InOneLine(song.artist);
+  const std::string title = InOneLine(song.title);
+  const long seconds = WholeSeconds(song.duration);
+  if (artist.empty() && title.empty() && seconds < 0) {
+    return;
+  }
+  text.append(kInfoTag).append(std::to_string(seconds)).append(",");
+  if (!artist.empty()) {
+    text.append(artist).append(kArtistEnd);
+  }
+  text.append(title).append("\n");
+}
+
+void AddPiece(files::Pieces &pieces, std::string_view piece) {
+  if (!piece.empty()) {
+    pieces.push_back(piece);
+  }
+}
+
+/// The lines of [begin, end) but those of #EXTINF tags.
+void AddWithoutInfo(files::Pieces &pieces, std::string_view content, std::size_t begin,
+                    std::size_t end) {
+  LineReader lines(content.substr(0, end), begin);
+  while (const auto line = lines.Next()) {
+    if (!line->text.starts_with(kInfoTag)) {
+      AddPiece(pieces, content.substr(line->begin, line->end - line->begin));
+    }
+  }
+}
+
+/// What stands between `position` and an entry that goes, and those lines between its tag and its
+/// path that are not its own. Gives the position behind the entry.
+std::size_t AddUpTo(files::Pieces &pieces, std::string_view content, std::size_t position,
+                    const M3uEntry &entry) {
+  AddPiece(pieces, content.substr(position, entry.begin - position));
+  if (entry.begin != entry.path_line) {
+    AddWithoutInfo(pieces, content, entry.begin, entry.path_line);
+  }
+  return entry.end;
+}
+
+/// `text` behind `before`, which may lack the end of its last line, or its head.
+void AddText(files::Pieces &pieces, std::string_view before, std::string_view text) {
+  if (text.empty()) {
+    return;
+  }
+  if (before.empty()) {
+    pieces.push_back(kM3uHead);
+  } else if (before != kByteOrderMark && !before.ends_with('\n')) {
+    pieces.emplace_back("\n");
+  }
+  pieces.push_back(text);
+}
+
+} // namespace
+
+std::vector<M3uEntry> ParseM3u(std::string_view content) {
+  std::vector<M3uEntry> entries;
+  LineReader lines(content);
+  std::optional<std::size_t> begin;
+  std::string_view info;
+  while (const auto line = lines.Next()) {
+    if (line->text.starts_with(kInfoTag)) {
+      begin = begin.value_or(line->begin);
+      info = line->text.substr(kInfoTag.size());
+    } else if (!line->text.empty() && line->text.front() != '#') {
+      RequireRoom(entries.size());
+      entries.push_back({begin.value_or(line->begin), line->begin, line->end, line->text, info});
+      begin.reset();
+      info = {};
+    }
+  }
+  return entries;
+}
+
+std::string_view UnprotectPath(std::string_view text) {
+  if (text.starts_with(kProtection) && NeedsProtection(text)) {
+    text.remove_prefix(kProtection.size());
+  }
+  return text;
+}
+
+M3uInfo ParseM3uInfo(std::string_view info) {
+  M3uInfo parsed;
+  const std::size_t comma = TitleComma(info);
+  parsed.duration_seconds = ParseSeconds(info.substr(0, comma));
+  if (comma == std::string_view::npos) {
+    return parsed;
+  }
+  parsed.title = info.substr(comma + 1);
+  const std::size_t artist_end = parsed.title.find(kArtistEnd);
+  if (artist_end != std::string_view::npos) {
+    parsed.artist = parsed.title.substr(0, artist_end);
+    parsed.title.remove_prefix(artist_end + kArtistEnd.size());
+  }
+  return parsed;
+}
+
+void AppendM3uEntry(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
+  const std::string_view path = song.path;
+  if (path.empty()) {
+    return;
+  }
+  if (path.find_first_of("\r\n") != std::string_view::npos) {
+    throw std::invalid_argument("a song's path holds a line break: " + InOneLine(song.path));
+  }
+  AppendInfo(text, song);
+  text.append(NeedsProtection(path) ? kProtection : "").append(path).append("\n");
+}
+
+std::string M3uEntries(const VEXOPlaylistRec *songs, std::size_t count) {
+  std::string text;
+  for (; songs != nullptr && count > 0; songs = songs->next, --count) {
+    AppendM3uEntry(text, songs->info);
+  }
+  return text;
+}
+
+files::Pieces AppendedM3u(std::string_view content, std::string_view text) {
+  files::Pieces pieces;
+  AddPiece(pieces, content);
+  AddText(pieces, content, text);
+  return pieces;
+}
+
+files::Pieces SplicedM3u(std::string_view content, const std::vector<M3uEntry> &entries,
+                         std::size_t first, std::size_t last, std::string_view text) {
+  std::size_t position = first < entries.size() ? entries[first].begin : content.size();
+  files::Pieces pieces = AppendedM3u(content.substr(0, position), text);
+  for (std::size_t i = first; i < last; ++i) {
+    position = AddUpTo(pieces, content, position, entries[i]);
+  }
+  AddPiece(pieces, content.substr(position));
+  return pieces;
+}
+
+files::Pieces ReducedM3u(std::string_view content, const std::vector<M3uEntry> &entries,
+                         const std::vector<std::size_t> &positions) {
+  files::Pieces pieces;
+  std::size_t position = 0;
+  for (const std::size_t i : positions) {
+    position = AddUpTo(pieces, content, position, entries[i]);
+  }
+  AddPiece(pieces, content.substr(position));
+  return pieces;
+}
+
+} // namespace vexo::playlists

@@ -1,0 +1,66 @@
+#pragma once
+// Extended M3U: a line a song (a path or an address), lines that begin with '#' are tags or
+// comments. The tag "#EXTINF:seconds,Artist - Title" tells about the song of the next path's line.
+// Everything works on views of the file's bytes: what is not touched stays as it is, to the byte.
+//
+// A path that begins with '#' or a blank would be taken for a comment, or lose its blanks, in any
+// reader. Such a path is relative, so it is written with "./" before it, and read without.
+
+#include "files/durable_file.h"
+#include "vexo/media_info.h"
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vexo::playlists {
+
+/// One song of a file. Offsets count bytes of the content it was parsed from.
+struct M3uEntry {
+  std::size_t begin;     ///< of the first line that belongs to it: its #EXTINF, or its path's line
+  std::size_t path_line; ///< where the path's line begins
+  std::size_t end;       ///< behind its path's line, the line's end included
+  std::string_view path; ///< as it stands there, without blanks before it and without "\r\n"
+  std::string_view info; ///< of its #EXTINF tag, behind the colon; empty when it has none
+};
+
+inline constexpr std::size_t kMaxEntries = 1'000'000;
+
+/// Throws std::length_error for more than kMaxEntries.
+std::vector<M3uEntry> ParseM3u(std::string_view content);
+
+/// The path that an entry's text stands for: without the "./" that protects it.
+std::string_view UnprotectPath(std::string_view text);
+
+/// What an #EXTINF tag tells; empty and 0 when it does not.
+struct M3uInfo {
+  float duration_seconds = 0;
+  std::string_view artist, title;
+};
+M3uInfo ParseM3uInfo(std::string_view info);
+
+/// Appends the lines of one song; nothing for a song without a path. Throws std::invalid_argument
+/// for a path that holds a line break.
+void AppendM3uEntry(std::string &text, const __tag_VEXO_MEDIA_INFO &song);
+
+/// The lines of the first `count` songs of a list (all, when it is shorter).
+std::string M3uEntries(const VEXOPlaylistRec *songs, std::size_t count = SIZE_MAX);
+
+/// The line that a file begins with.
+inline constexpr std::string_view kM3uHead = "#EXTM3U\n";
+
+// Edits. `entries` is what ParseM3u() made of `content`, `text` is of M3uEntries(). What they give
+// are views of both. Lines whose meaning is not known stay where they stand.
+
+/// `text` behind everything that is there.
+files::Pieces AppendedM3u(std::string_view content, std::string_view text);
+
+/// `text` in the place of the entries [first, last).
+files::Pieces SplicedM3u(std::string_view content, const std::vector<M3uEntry> &entries,
+                         std::size_t first, std::size_t last, std::string_view text);
+
+/// Without the entries at `positions`, which ascend.
+files::Pieces ReducedM3u(std::string_view content, const std::vector<M3uEntry> &entries,
+                         const std::vector<std::size_t> &positions);
+
+} // namespace vexo::playlists

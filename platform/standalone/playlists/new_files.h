@@ -1,0 +1,20 @@
+#pragma once
+// Playlist files written whole.
+
+#include "index/media_index.h"
+#include "vexo/media_info.h"
+#include <string>
+#include <vector>
+
+namespace vexo::playlists {
+
+/// Makes the playlist file `path` with these songs, or replaces the songs of the one that is there.
+/// Songs for a file that this process made before, and that is gone since, are refused: somebody
+/// renamed or deleted it, and a second file would bring the old name back. Throws.
+void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path);
+
+/// Makes the playlist file `path` in the folder for temporary files, where others may have put
+/// something of that name: a link is replaced, a file only when it is the server's own. Throws.
+void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path);
+
+} // namespace vexo::playlists

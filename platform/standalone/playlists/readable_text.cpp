@@ -1,0 +1,50 @@
+#include "playlists/readable_text.h"
+#include "services/config.h"
+#include "text/code_page.h"
+#include "text/text.h"
+#include <algorithm>
+
+namespace vexo::playlists {
+
+namespace {
+
+constexpr int kFallbackCodePage = 1252;
+constexpr std::size_t kLongestCharacter = 4;
+
+/// `bytes` without the character that is cut off at their end, if one is.
+std::string_view WithoutCutCharacter(std::string_view bytes) {
+  const std::size_t most = std::min(bytes.size(), kLongestCharacter - 1);
+  for (std::size_t cut = 1; cut <= most; ++cut) {
+    const auto first = static_cast<unsigned char>(bytes[bytes.size() - cut]);
+    if (first >= 0xC0 && text::IsUtf8(bytes.substr(0, bytes.size() - cut))) {
+      return bytes.substr(0, bytes.size() - cut);
+    }
+  }
+  return bytes;
+}
+
+} // namespace
+
+std::optional<std::string> FromHostCodePage(std::string_view bytes) {
+  const int page = services::HostCodePage();
+  return text::ToUtf8(page == text::kUtf8CodePage ? kFallbackCodePage : page, bytes);
+}
+
+std::string ReadableText(std::string_view bytes) {
+  if (text::IsUtf8(bytes)) {
+    return std::string(bytes);
+  }
+  const std::string_view whole = WithoutCutCharacter(bytes);
+  if (whole.size() < bytes.size()) {
+    return std::string(whole);
+  }
+  if (auto converted = FromHostCodePage(bytes)) {
+    return *std::move(converted);
+  }
+  std::string ascii(bytes);
+  std::replace_if(
+      ascii.begin(), ascii.end(), [](char c) { return static_cast<unsigned char>(c) >= 128; }, '?');
+  return ascii;
+}
+
+} // namespace vexo::playlists

@@ -1,0 +1,193 @@
+#include "playlists/rows.h"
+#include "files/durable_file.h"
+#include "playlists/edges.h"
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <optional>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <system_error>
+#include <thread>
+
+namespace vexo::playlists {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// A rename moves the file first and writes the row a moment later. Who finds no file at a row's
+/// path waits for that moment, with ever longer breaks, and not for ever.
+class Patience {
+public:
+  explicit Patience(milliseconds whole) : left_(whole) {}
+
+  /// Sleeps a little; false, without sleep, when there is no patience left.
+  bool Wait() {
+    if (left_ <= milliseconds::zero()) {
+      return false;
+    }
+    std::this_thread::sleep_for(step_);
+    left_ -= step_;
+    step_ = std::min(2 * step_, kLongestStep);
+    return true;
+  }
+
+private:
+  static constexpr milliseconds kLongestStep{64};
+  milliseconds left_, step_{1};
+};
+
+constexpr milliseconds kPatienceWithEdits{2000};
+constexpr milliseconds kPatienceWithRemovals{500};
+
+/// The row names another path than it did.
+class MovedError : public std::exception {};
+
+std::optional<index::Playlist> FindRow(int owner, int32_t id) {
+  std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, {id});
+  return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
+}
+
+index::Playlist RequireRow(int owner, int32_t id) {
+  auto row = FindRow(owner, id);
+  if (!row) {
+    throw std::runtime_error("no playlist with the id " + std::to_string(id));
+  }
+  return *std::move(row);
+}
+
+bool IsNotFound(const std::system_error &error) {
+  return error.code() == std::errc::no_such_file_or_directory;
+}
+
+/// False: the playlist was moved away meanwhile.
+bool TryChangeRow(const index::Playlist &row, const Change &change) {
+  try {
+    ChangeFile(row.path, [&](std::string_view content, const std::string &path) {
+      // The file is locked now. What is locked is another playlist when a rename and a new one of
+      // the old name came between; the row tells.
+      if (RequireRow(row.owner, row.id).path != path) {
+        throw MovedError();
+      }
+      return change(content, path);
+    });
+    return true;
+  } catch (const MovedError &) {
+    return false;
+  } catch (const std::system_error &error) {
+    if (!IsNotFound(error)) {
+      throw;
+    }
+    return false;
+  }
+}
+
+/// Takes the file away, then the row; false: no file is at the row's path (any more).
+bool TryRemoveRow(const index::Playlist &row) {
+  try {
+    files::FileSetAside file(row.path);
+    const auto now = FindRow(row.owner, row.id);
+    if (now && now->path != row.path) {
+      return false;
+    }
+    index::ProcessIndex().RemovePlaylist(row.owner, row.id);
+    file.Commit();
+    return true;
+  } catch (const std::system_error &error) {
+    if (!IsNotFound(error)) {
+      throw;
+    }
+    return false;
+  }
+}
+
+void RemoveRow(const RowName &name, Patience &patience) {
+  do {
+    const auto row = FindRow(name.owner, name.id);
+    if (!row) {
+      return;
+    }
+    RequireInLibrary(name.owner, row->path);
+    if (TryRemoveRow(*row)) {
+      return;
+    }
+  } while (patience.Wait());
+  index::ProcessIndex().RemovePlaylist(name.owner, name.id);
+}
+
+std::string TimeText(std::time_t time) {
+  std::array<char, 32> text{};
+  return ctime_r(&time, text.data()) == nullptr ? "" : text.data();
+}
+
+/// `row` with the size and times of its file, where it is there.
+index::Playlist WithFileFacts(index::Playlist row) {
+  struct stat facts {};
+  if (stat(row.path.c_str(), &facts) == 0) {
+    row.size_bytes = static_cast<uint64_t>(facts.st_size);
+    row.change_time = TimeText(facts.st_ctime);
+    row.modification_time = TimeText(facts.st_mtime);
+  }
+  return row;
+}
+
+bool IsThere(const std::string &path) {
+  struct stat facts {};
+  return lstat(path.c_str(), &facts) == 0;
+}
+
+/// Whether values that were read from a row before it was moved would move it back.
+bool IsOutdated(const index::Playlist &values, const index::Playlist &row) {
+  return values.path != row.path && !IsThere(values.path) && IsThere(row.path);
+}
+
+} // namespace
+
+void ChangeRow(int owner, int32_t id, const Change &change) {
+  Patience patience(kPatienceWithEdits);
+  do {
+    const index::Playlist row = RequireRow(owner, id);
+    RequireInLibrary(owner, row.path);
+    if (TryChangeRow(row, change)) {
+      return;
+    }
+  } while (patience.Wait());
+  throw std::runtime_error("the file of the playlist " + std::to_string(id) + " is not there");
+}
+
+void RemoveRows(const std::vector<RowName> &rows) {
+  Patience patience(kPatienceWithRemovals);
+  for (const RowName &row : rows) {
+    RemoveRow(row, patience);
+  }
+}
+
+void AddRow(const index::Playlist &row) {
+  RequireInLibrary(row.owner, row.path);
+  index::ProcessIndex().AddPlaylist(row);
+}
+
+bool RefreshRow(int owner, int32_t id, index::Playlist values) {
+  RequireInLibrary(owner, values.path);
+  Patience patience(kPatienceWithEdits);
+  do {
+    const auto row = FindRow(owner, id);
+    if (!row) {
+      return false;
+    }
+    const index::Playlist &written = IsOutdated(values, *row) ? WithFileFacts(*row) : values;
+    if (index::ProcessIndex().UpdatePlaylist(owner, row->path, written)) {
+      return true;
+    }
+  } while (patience.Wait());
+  return false;
+}
+
+bool MoveRow(int owner, const std::string &old_path, const index::Playlist &values) {
+  RequireInLibrary(owner, values.path);
+  return index::ProcessIndex().UpdatePlaylist(owner, old_path, values);
+}
+
+} // namespace vexo::playlists

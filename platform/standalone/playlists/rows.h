@@ -1,0 +1,38 @@
+#pragma once
+// The rows of playlists that libraries hold, and the files they name.
+
+#include "index/media_index.h"
+#include "playlists/changes.h"
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vexo::playlists {
+
+/// Changes the file of a playlist, wherever a rename moves it meanwhile. Throws when there is no
+/// such row, when its file stays missing for about two seconds, when the file lies outside of the
+/// library, and whatever `change` throws. `change` may run several times.
+void ChangeRow(int owner, int32_t id, const Change &change);
+
+struct RowName {
+  int owner;
+  int32_t id;
+};
+
+/// Removes playlists, files and rows; one that is not there is removed already. A file is taken
+/// away first and put back when the row cannot be removed; a crash between the two leaves a row
+/// without a file. Throws for a file outside of the library.
+void RemoveRows(const std::vector<RowName> &rows);
+
+/// Adds a row. Throws for a path outside of the playlists folder of its library.
+void AddRow(const index::Playlist &row);
+
+/// Rewrites the row of `id`; false: there is none. What a rename made of the row since `values`
+/// were read from it stays: then only size and times are written, those of the file that was
+/// renamed.
+bool RefreshRow(int owner, int32_t id, index::Playlist values);
+
+/// Rewrites the row that has `old_path`, which moves the playlist; false: there is none.
+bool MoveRow(int owner, const std::string &old_path, const index::Playlist &values);
+
+} // namespace vexo::playlists
