@@ -4,7 +4,6 @@
 #include "playlists/seconds.h"
 #include <algorithm>
 #include <cmath>
-#include <optional>
 #include <stdexcept>
 
 namespace vexo::playlists {
@@ -113,18 +112,20 @@ void AddText(files::Pieces &pieces, std::string_view before, std::string_view te
 } // namespace
 
 std::vector<M3uEntry> ParseM3u(std::string_view content) {
+  constexpr std::size_t kNoTag = std::string_view::npos;
   std::vector<M3uEntry> entries;
   LineReader lines(content);
-  std::optional<std::size_t> begin;
+  std::size_t tag_begin = kNoTag;
   std::string_view info;
   while (const auto line = lines.Next()) {
     if (line->text.starts_with(kInfoTag)) {
-      begin = begin.value_or(line->begin);
+      tag_begin = std::min(tag_begin, line->begin);
       info = line->text.substr(kInfoTag.size());
     } else if (!line->text.empty() && line->text.front() != '#') {
       RequireRoom(entries.size());
-      entries.push_back({begin.value_or(line->begin), line->begin, line->end, line->text, info});
-      begin.reset();
+      entries.push_back(
+          {std::min(tag_begin, line->begin), line->begin, line->end, line->text, info});
+      tag_begin = kNoTag;
       info = {};
     }
   }
