@@ -12,9 +12,23 @@ std::unique_ptr<MediaIndex> OpenMediaIndex() {
   return OpenSqliteIndex(services::kIndexFile);
 }
 
+namespace {
+
+std::unique_ptr<MediaIndex> &IndexOfThisProcess() {
+  static std::unique_ptr<MediaIndex> index;
+  return index;
+}
+
+} // namespace
+
 MediaIndex &ProcessIndex() {
-  static const std::unique_ptr<MediaIndex> index = OpenMediaIndex();
+  std::unique_ptr<MediaIndex> &index = IndexOfThisProcess();
+  if (!index) {
+    index = OpenMediaIndex();
+  }
   return *index;
 }
+
+void SetProcessIndex(std::unique_ptr<MediaIndex> index) { IndexOfThisProcess() = std::move(index); }
 
 } // namespace vexo::index
