@@ -1,10 +1,8 @@
 #include "zip/archive_names.h"
 
-#include "accounts/libraries.h"
+#include "accounts/song_file.h"
 #include "files/file_descriptor.h"
-#include "services/boundary.h"
 #include "zip/stored_zip.h"
-#include <algorithm>
 #include <fcntl.h>
 #include <istream>
 #include <optional>
@@ -33,30 +31,9 @@ FileDescriptor OpenOwnPlaylist(const std::string &name) {
   return status && status->st_uid == geteuid() ? std::move(file) : FileDescriptor();
 }
 
-void LogRefused(std::string name) {
-  std::replace_if(
-      name.begin(), name.end(), [](char c) { return (c & 0xE0) == 0 || c == 0x7F; }, '?');
-  services::LogFailure("zip", ("not a song of the user's libraries: " + name).c_str());
-}
-
-/// Opens a song. What is tested is the file that was opened, whatever its name leads to by then;
-/// and it is opened for reading only after the test, as opening a device can already do something.
-FileDescriptor OpenSong(const std::string &name, const std::string &user) {
-  const FileDescriptor found(open(name.c_str(), O_PATH | O_CLOEXEC));
-  if (!found) {
-    return FileDescriptor();
-  }
-  const std::string link = "/proc/self/fd/" + std::to_string(found.get());
-  if (!RegularFile(found) || !accounts::SendableSongFile(link, user)) {
-    LogRefused(name);
-    return FileDescriptor();
-  }
-  return FileDescriptor(open(link.c_str(), O_RDONLY | O_CLOEXEC));
-}
-
 FileDescriptor OpenGuarded(const std::string &name, const std::string &user) {
   const bool own = name == "playlist.m3u" || name == "playlist.m3u8";
-  return own ? OpenOwnPlaylist(name) : OpenSong(name, user);
+  return own ? OpenOwnPlaylist(name) : accounts::OpenSendableSong(name, user, "zip");
 }
 
 /// The name in the archive: relative; empty for one that would unpack outside its folder.

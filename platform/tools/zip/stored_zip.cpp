@@ -73,18 +73,14 @@ std::string TimeExtra(std::time_t time) {
       .bytes();
 }
 
-/// The ZIP64 extra field with those of the values that their own fields cannot hold.
+/// The ZIP64 extra field with these values.
 std::string Zip64Extra(std::initializer_list<uint64_t> values) {
-  Record large;
+  Record extra;
+  extra.Add(2, kZip64Extra).Add(2, 8 * values.size());
   for (const uint64_t value : values) {
-    if (value >= kField32) {
-      large.Add(8, value);
-    }
+    extra.Add(8, value);
   }
-  if (large.bytes().empty()) {
-    return {};
-  }
-  return Record().Add(2, kZip64Extra).Add(2, large.bytes().size()).Add(large.bytes()).bytes();
+  return extra.bytes();
 }
 
 } // namespace
@@ -107,13 +103,14 @@ struct StoredZip::Entry {
         .Add(2, 0) // stored
         .Add(4, DosTime(modified))
         .Add(4, crc)
-        .Add(4, Fit(size_bytes, kField32))
-        .Add(4, Fit(size_bytes, kField32))
+        .Add(4, zip64 ? kField32 : size_bytes)
+        .Add(4, zip64 ? kField32 : size_bytes)
         .bytes();
   }
 
   [[nodiscard]] std::string LocalHeader() const {
-    const std::string extra = Zip64Extra({size_bytes, size_bytes}) + TimeExtra(modified);
+    const std::string extra =
+        (IsLarge() ? Zip64Extra({size_bytes, size_bytes}) : std::string()) + TimeExtra(modified);
     return Record()
         .Add(4, 0x04034b50)
         .Add(Common(IsLarge()))
@@ -134,10 +131,13 @@ struct StoredZip::Entry {
         .bytes();
   }
 
+  /// One number that does not fit sends all of them to the extra field: a widespread reader expects
+  /// sizes there for the entry behind one of exactly 4 GiB - 1 bytes.
   [[nodiscard]] std::string CentralHeader() const {
     const bool zip64 = IsLarge() || offset_bytes >= kField32;
     const std::string extra =
-        Zip64Extra({size_bytes, size_bytes, offset_bytes}) + TimeExtra(modified);
+        (zip64 ? Zip64Extra({size_bytes, size_bytes, offset_bytes}) : std::string()) +
+        TimeExtra(modified);
     return Record()
         .Add(4, 0x02014b50)
         .Add(2, kMadeOnUnix | (zip64 ? kZip64Version : kPlainVersion))
@@ -146,7 +146,7 @@ struct StoredZip::Entry {
         .Add(2, extra.size())
         .Add(2 + 2 + 2, 0) // no comment, disk 0, a binary file
         .Add(4, uint64_t{S_IFREG | 0644U} << 16U)
-        .Add(4, Fit(offset_bytes, kField32))
+        .Add(4, zip64 ? kField32 : offset_bytes)
         .Add(name)
         .Add(extra)
         .bytes();

@@ -1,0 +1,43 @@
+#include "accounts/song_file.h"
+
+#include "accounts/libraries.h"
+#include "services/boundary.h"
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace vexo::accounts {
+namespace {
+
+using files::FileDescriptor;
+
+bool IsRegularFile(const FileDescriptor &file) {
+  struct stat status {};
+  return fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// A name comes from outside: nothing in it may look like a log line of its own.
+void LogRefused(std::string path, const char *purpose) {
+  std::replace_if(
+      path.begin(), path.end(), [](char c) { return (c & 0xE0) == 0 || c == 0x7F; }, '?');
+  services::LogFailure(purpose, ("not a song of the user's libraries: " + path).c_str());
+}
+
+} // namespace
+
+FileDescriptor OpenSendableSong(const std::string &path, std::string_view user,
+                                const char *purpose) {
+  // Opening a device or a pipe for reading can already do something: this does not.
+  const FileDescriptor found(open(path.c_str(), O_PATH | O_CLOEXEC));
+  if (!found) {
+    return FileDescriptor();
+  }
+  const std::string link = "/proc/self/fd/" + std::to_string(found.get());
+  if (!IsRegularFile(found) || !SendableSongFile(link, user)) {
+    LogRefused(path, purpose);
+    return FileDescriptor();
+  }
+  return FileDescriptor(open(link.c_str(), O_RDONLY | O_CLOEXEC));
+}
+
+} // namespace vexo::accounts

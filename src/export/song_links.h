@@ -1,0 +1,14 @@
+#pragma once
+// A song's name in an archive: the base name of its file, made unique by a number before it.
+
+#include <string>
+#include <unordered_map>
+
+/// How many of the numbers 0, 1, 2, ... before a base name are taken, as links are never removed:
+/// the search for a free one goes on from there.
+using TakenNumbers = std::unordered_map<std::string, int>;
+
+/// Makes the song reachable in the current directory, by a symbolic link, and gives its name there;
+/// empty for a path without '/'. The address of a stream is its own name and is not linked. A link
+/// that cannot be made is logged, and the name is given all the same.
+std::string LinkSongIntoDir(TakenNumbers &taken, const char *path);
