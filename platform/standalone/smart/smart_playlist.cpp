@@ -1,5 +1,6 @@
 #include "smart/smart_playlist.h"
 
+#include "services/boundary.h"
 #include "smart/block_scanner.h"
 #include "smart/parser.h"
 #include "smart/rule_file.h"
@@ -17,6 +18,17 @@ SmartPlaylist ParseBlock(const std::string &file, std::string_view rules, const 
   }
 }
 
+/// A playlist that is not found may be one whose name or brace is broken.
+void LogStrayText(const std::string &file, std::string_view rules) {
+  BlockScanner scanner(rules);
+  while (scanner.Next()) {
+  }
+  if (const std::optional<std::size_t> stray = scanner.first_stray()) {
+    const std::string place = file + ":" + LineAndColumn(rules, *stray);
+    services::LogFailure(place.c_str(), "this belongs to no playlist");
+  }
+}
+
 } // namespace
 
 std::optional<PlaylistSource> FindPlaylist(const std::string &file, const std::string &name) {
@@ -26,6 +38,7 @@ std::optional<PlaylistSource> FindPlaylist(const std::string &file, const std::s
   }
   const std::optional<Block> block = FindBlock(*rules, name);
   if (!block) {
+    LogStrayText(file, *rules);
     return std::nullopt;
   }
   return PlaylistSource{ParseBlock(file, *rules, *block), std::string(BlockText(*rules, *block))};
