@@ -1,7 +1,6 @@
 #include "smart/dates.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace vexo::smart {
 namespace {
@@ -116,8 +115,8 @@ std::time_t StartOfDay(Day day) {
 
 std::time_t ResolveDate(const Date &date, std::time_t now) {
   Day day = AnchorDay(date, now);
-  for (const Date::Shift &shift : std::views::reverse(date.shifts)) {
-    day = Move(day, shift);
+  for (auto shift = date.shifts.rbegin(); shift != date.shifts.rend(); ++shift) {
+    day = Move(day, *shift);
   }
   return StartOfDay(day);
 }
