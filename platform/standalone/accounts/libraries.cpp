@@ -6,7 +6,6 @@
 #include <climits>
 #include <cstdlib>
 #include <memory>
-#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,18 +38,6 @@ std::optional<std::string> SharedLibraryFolder() {
     return std::nullopt;
   }
   return std::string(target.data(), static_cast<std::size_t>(length));
-}
-
-int LibraryOwner(const char *library, int user_id) {
-  const std::string_view name = library == nullptr ? "" : library;
-  if (name == "shared") {
-    return 0;
-  }
-  if (name != "personal" || user_id <= 0) {
-    throw std::invalid_argument("no library '" + std::string(name) + "' of user " +
-                                std::to_string(user_id));
-  }
-  return user_id;
 }
 
 std::optional<std::string> LibraryFolder(int owner) {

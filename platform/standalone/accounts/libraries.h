@@ -11,10 +11,6 @@ namespace vexo::accounts {
 /// cannot be read.
 std::optional<std::string> SharedLibraryFolder();
 
-/// The owner code of the library that host calls name: 0 for "shared", `user_id` for "personal";
-/// throws std::invalid_argument for any other name, and for a personal library of no user.
-int LibraryOwner(const char *library, int user_id);
-
 /// The library folder of an owner code (0: shared); nothing when there is none, or when the user's
 /// personal library is off.
 std::optional<std::string> LibraryFolder(int owner);
