@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <iconv.h>
 
 namespace vexo::text {
@@ -62,7 +63,7 @@ public:
   }
 
 private:
-  [[nodiscard]] bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
+  [[nodiscard]] bool IsOpen() const { return reinterpret_cast<intptr_t>(handle_) != -1; }
 
   /// Converts all input; without input, closes an open shift state.
   bool Run(char **in, std::size_t *left, std::string &converted) {
