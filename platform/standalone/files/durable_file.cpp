@@ -320,19 +320,33 @@ void FileSetAside::Commit() {
   aside_.clear();
 }
 
-bool RemoveAbandonedTemporary(const std::string &path) {
-  const Folder folder(path);
-  const FileDescriptor fd(
+namespace {
+
+/// A temporary file whose writer is gone, locked; nothing for any other.
+std::optional<FileDescriptor> LockAbandoned(const Folder &folder) {
+  FileDescriptor fd(
       openat(folder.fd(), folder.name().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!fd || !IsTemporaryName(folder.name())) {
-    return false;
+    return std::nullopt;
   }
-  const struct stat facts = Facts(fd.get(), path);
+  const struct stat facts = Facts(fd.get(), folder.path());
   if (facts.st_ctim.tv_sec + kAbandonedAfterSeconds > time(nullptr) ||
       flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
-    return false;
+    return std::nullopt;
   }
-  return unlinkat(folder.fd(), folder.name().c_str(), 0) == 0;
+  return fd;
+}
+
+} // namespace
+
+bool IsAbandonedTemporary(const std::string &path) {
+  return LockAbandoned(Folder(path)).has_value();
+}
+
+bool RemoveAbandonedTemporary(const std::string &path) {
+  const Folder folder(path);
+  const std::optional<FileDescriptor> lock = LockAbandoned(folder);
+  return lock && unlinkat(folder.fd(), folder.name().c_str(), 0) == 0;
 }
 
 } // namespace vexo::files

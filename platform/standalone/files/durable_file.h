@@ -69,8 +69,9 @@ private:
 /// Whether a file name (no folders) is that of a temporary file a crash may have left.
 bool IsTemporaryName(std::string_view name);
 
-/// Removes a temporary file whose writer is gone: nobody has it locked, and it is older than a
-/// minute. Whether it was removed.
+/// Whether a temporary file's writer is gone: nobody has it locked, and it is older than a minute.
+bool IsAbandonedTemporary(const std::string &path);
+/// Removes a temporary file whose writer is gone. Whether it was removed.
 bool RemoveAbandonedTemporary(const std::string &path);
 
 } // namespace vexo::files

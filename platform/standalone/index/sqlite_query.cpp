@@ -40,89 +40,113 @@ constexpr std::array kColumns = {
     Column{Field::kTimeModified, "time_modified", "time_modified"},
 };
 
-const char *Expression(Field field) {
+const char *ColumnExpression(Field field) {
   return std::find_if(kColumns.begin(), kColumns.end(),
                       [&](const Column &column) { return column.field == field; })
       ->expression;
 }
+
+/// A condition in SQL, and how deep its parentheses nest.
+struct Expression {
+  std::string sql;
+  int depth = 0;
+};
 
 /// Translates conditions. SQLite's parser takes some twenty nested parentheses, rules may have
 /// more: a condition that lies deeper becomes a column of a query of its own, which the next one
 /// reads.
 class ConditionTranslator {
 public:
-  explicit ConditionTranslator(int owner) {
-    source_ = "SELECT * FROM songs WHERE songs.owner = " + Parameter(int64_t{owner});
+  ConditionTranslator(int owner, bool with_shared) {
+    source_ = "SELECT * FROM songs WHERE songs.owner IN (" + Parameter(int64_t{owner}) +
+              (with_shared ? ", 0)" : ")");
   }
 
-  SqlText Finish(const std::optional<Condition> &where, const SongQuery &query);
+  SqlText Finish(const SongQuery &query);
 
 private:
-  static constexpr int kDeepest = 8;
+  static constexpr int kDeepest = 12;
 
   std::string Parameter(std::variant<int64_t, std::string> value) {
     text_.parameters.push_back(std::move(value));
     return "?" + std::to_string(text_.parameters.size());
   }
 
-  std::string Translate(const Condition &condition, int depth);
-  std::string TranslateJunction(const Condition &condition, int depth);
+  Expression Translate(const Condition &condition);
+  Expression Negate(const Condition &condition);
+  Expression Join(std::vector<Expression> terms, const char *word);
+  Expression JoinFew(std::span<const Expression> terms, const char *word);
   std::string TranslateTest(const Condition &test);
   std::string TranslateTextTest(const std::string &column, const Condition &test);
   std::string TranslateNumberTest(const std::string &column, const Condition &test);
-  std::string AsColumn(const std::string &condition);
+  Expression Shallow(Expression expression);
 
   SqlText text_;
   std::string source_;
   int columns_ = 0;
 };
 
-std::string ConditionTranslator::AsColumn(const std::string &condition) {
-  const std::string name = "condition" + std::to_string(++columns_);
-  text_.sql += (columns_ == 1 ? "WITH " : ", ") + ("step" + std::to_string(columns_)) + " AS (" +
-               source_ + ")";
-  source_ = "SELECT *, (" + condition + ") AS " + name + " FROM step" + std::to_string(columns_);
-  return name;
+/// The expression itself, or when it is as deep as may be the column that now holds it.
+Expression ConditionTranslator::Shallow(Expression expression) {
+  if (expression.depth < kDeepest) {
+    return expression;
+  }
+  const std::string number = std::to_string(++columns_);
+  text_.sql += (columns_ == 1 ? "WITH step" : ", step") + number + " AS (" + source_ + ")";
+  source_ = "SELECT *, (" + expression.sql + ") AS condition" + number + " FROM step" + number;
+  return {"condition" + number, 0};
 }
 
-std::string ConditionTranslator::Translate(const Condition &condition, int depth) {
+Expression ConditionTranslator::Translate(const Condition &condition) {
   if (condition.kind == Condition::Kind::kTest) {
-    return TranslateTest(condition);
-  }
-  if (depth == kDeepest) {
-    return AsColumn(Translate(condition, 0));
+    return {TranslateTest(condition), 1};
   }
   if (condition.kind == Condition::Kind::kNot) {
-    return "NOT " + Translate(condition.children.at(0), depth + 1);
+    return Negate(condition.children.at(0));
   }
-  return TranslateJunction(condition, depth);
-}
-
-/// Joins by halves, as SQLite also bounds the depth of an expression: a AND b AND c ... is as deep
-/// as it is long.
-std::string JoinBalanced(std::span<const std::string> terms, const char *word) {
-  if (terms.size() == 1) {
-    return terms.front();
-  }
-  const std::size_t half = terms.size() / 2;
-  return "(" + JoinBalanced(terms.first(half), word) + word +
-         JoinBalanced(terms.subspan(half), word) + ")";
-}
-
-std::string ConditionTranslator::TranslateJunction(const Condition &condition, int depth) {
   const bool all = condition.kind == Condition::Kind::kAnd;
-  if (condition.children.empty()) {
-    return all ? "1" : "0";
-  }
-  std::vector<std::string> terms;
+  std::vector<Expression> terms;
   for (const Condition &child : condition.children) {
-    terms.push_back(Translate(child, depth + 1));
+    terms.push_back(Translate(child));
   }
-  return JoinBalanced(terms, all ? " AND " : " OR ");
+  return terms.empty() ? Expression{all ? "1" : "0"}
+                       : Join(std::move(terms), all ? " AND " : " OR ");
+}
+
+Expression ConditionTranslator::Negate(const Condition &condition) {
+  const Expression inner = Shallow(Translate(condition));
+  return {"NOT (" + inner.sql + ")", inner.depth + 1};
+}
+
+/// Joins any number of terms. SQLite bounds the depth of an expression, and a AND b AND c ... is as
+/// deep as it is long: many terms are joined in groups, and the groups again.
+Expression ConditionTranslator::Join(std::vector<Expression> terms, const char *word) {
+  constexpr std::size_t kGroup = 50;
+  while (terms.size() > 1) {
+    std::vector<Expression> groups;
+    for (std::size_t begin = 0; begin < terms.size(); begin += kGroup) {
+      const std::size_t size = std::min(kGroup, terms.size() - begin);
+      groups.push_back(JoinFew(std::span(terms).subspan(begin, size), word));
+    }
+    terms = std::move(groups);
+  }
+  return terms.front();
+}
+
+Expression ConditionTranslator::JoinFew(std::span<const Expression> terms, const char *word) {
+  Expression joined;
+  for (const Expression &term : terms) {
+    const Expression shallow = Shallow(term);
+    joined.sql += joined.sql.empty() ? "(" : word;
+    joined.sql += shallow.sql;
+    joined.depth = std::max(joined.depth, shallow.depth + 1);
+  }
+  joined.sql += ")";
+  return joined;
 }
 
 std::string ConditionTranslator::TranslateTest(const Condition &test) {
-  const std::string column = Expression(test.field);
+  const std::string column = ColumnExpression(test.field);
   return test.comparison <= Comparison::kEndsWith ? TranslateTextTest(column, test)
                                                   : TranslateNumberTest(column, test);
 }
@@ -153,26 +177,27 @@ std::string ConditionTranslator::TranslateNumberTest(const std::string &column,
   return column + kOperators.at(position) + Parameter(test.number);
 }
 
-SqlText ConditionTranslator::Finish(const std::optional<Condition> &where, const SongQuery &query) {
-  const std::string condition = where ? Translate(*where, 0) : "1";
+SqlText ConditionTranslator::Finish(const SongQuery &query) {
+  const std::string condition = query.where ? Translate(*query.where).sql : "1";
   const std::string limit =
       " LIMIT " + (query.limit > 0 ? Parameter(query.limit) : std::string("-1"));
-  std::string rest = " FROM (" + source_ + ") AS songs WHERE " + condition;
+  const std::string matches = " FROM (" + source_ + ") AS songs WHERE " + condition;
+  const std::string columns = "SELECT " VEXO_SONG_COLUMNS;
   if (query.random) {
-    text_.sql += "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE id IN (SELECT id" + rest +
-                 " ORDER BY random()" + limit + ")";
-    return std::move(text_);
+    text_.sql += columns + " FROM songs WHERE id IN (SELECT id" + matches + " ORDER BY random()" +
+                 limit + ")";
+  } else {
+    const std::string direction = query.ascending ? ", " : " DESC, ";
+    const std::string order = query.order ? ColumnExpression(*query.order) + direction : "";
+    text_.sql += columns + matches + " ORDER BY " + order + "id" + limit;
   }
-  const std::string order =
-      query.order ? Expression(*query.order) + std::string(query.ascending ? ", " : " DESC, ") : "";
-  text_.sql += "SELECT " VEXO_SONG_COLUMNS + rest + " ORDER BY " + order + "id" + limit;
   return std::move(text_);
 }
 
 } // namespace
 
 SqlText TranslateQuery(int owner, const SongQuery &query) {
-  return ConditionTranslator(owner).Finish(query.where, query);
+  return ConditionTranslator(owner, query.with_shared).Finish(query);
 }
 
 void BindAll(Statement &statement, const SqlText &text) {
@@ -189,7 +214,7 @@ void BindAll(Statement &statement, const SqlText &text) {
 std::string SortExpression(const std::string &name) {
   const auto column = std::find_if(kColumns.begin(), kColumns.end(),
                                    [&](const Column &c) { return c.name == name; });
-  return column == kColumns.end() ? Expression(Field::kAlbum) : column->expression;
+  return column == kColumns.end() ? ColumnExpression(Field::kAlbum) : column->expression;
 }
 
 } // namespace vexo::index
