@@ -90,6 +90,15 @@ def playlistctl(*arguments, **options):
     return run(BIN / "playlistctl", *arguments, **options)
 
 
+def examine():
+    """What the doctor finds, "" when all is well."""
+    done = subprocess.run([BIN / "playlistctl", "doctor"], stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=120, check=False)
+    if done.returncode not in (0, 1):
+        raise AssertionError(done.stdout)
+    return done.stdout if done.returncode else ""
+
+
 def lay_root():
     """An empty device root with an empty shared library, ANNA and BEN."""
     shutil.rmtree(ROOT, ignore_errors=True)

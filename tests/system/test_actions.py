@@ -65,7 +65,7 @@ class Actions(ServerTest):
             self.assertEqual(songs_of(kind.file("mixed")), ["http://radio.example/live",
                                                             self.path_of[2]])
 
-    def test_a_name_of_250_bytes_is_too_long_for_a_file_but_not_for_the_rule(self):
+    def test_a_name_of_250_bytes_is_accepted_and_one_of_251_refused(self):
         self.assertEqual(self.server.add(SHARED, "n" * 251).error, "playlist/playlist_name_too_long")
         self.assertTrue(self.server.add(SHARED, "n" * 250).success)
 

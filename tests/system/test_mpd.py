@@ -1,5 +1,6 @@
 """Playlists go to and fro between the program and MPD, as files in the shared playlists folder."""
 
+import time
 import unittest
 
 from mpd import Mpd
@@ -57,6 +58,7 @@ class ThroughMpd(ServerTest):
 
     def take_in(self, name):
         """Gives a file that somebody else has made its row, and tells its id."""
+        time.sleep(2.5)  # a file that is still being written gets no row
         playlistctl("scan")
         answer = self.server.add(SHARED, name, overwrite="true")
         self.assertTrue(answer.success, answer)
