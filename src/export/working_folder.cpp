@@ -33,11 +33,12 @@ WorkingFolder::WorkingFolder() {
   std::string path = kDownloadFolderTemplate;
   if (mkdtemp(path.data()) != nullptr) {
     path_ = std::move(path);
+    entered_ = chdir(path_.c_str()) == 0;
   }
 }
 
 WorkingFolder::~WorkingFolder() {
-  if (IsMade() && access(path_.c_str(), F_OK) == 0) {
+  if (!path_.empty() && access(path_.c_str(), F_OK) == 0) {
     const std::string command = "rm -rf " + path_ + " > /dev/null 2>&1 ";
     [[maybe_unused]] const int status = std::system(command.c_str());
   }

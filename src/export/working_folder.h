@@ -12,10 +12,11 @@ public:
   WorkingFolder(const WorkingFolder &) = delete;
   WorkingFolder &operator=(const WorkingFolder &) = delete;
 
-  /// Whether the folder could be made.
-  [[nodiscard]] bool IsMade() const { return !path_.empty(); }
+  /// Whether the folder could be made and entered.
+  [[nodiscard]] bool IsMade() const { return entered_; }
 
 private:
   sigset_t previous_{};
-  std::string path_;
+  std::string path_; ///< empty: there is none
+  bool entered_ = false;
 };
