@@ -1,0 +1,105 @@
+#include "contract/files/files_test.h"
+#include <cstdio>
+#include <functional>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace vexo::files {
+namespace {
+
+/// Runs `work` in `count` processes at once and tells how many ended with `status`.
+int RunAtOnce(int count, int status, const std::function<int(int)> &work) {
+  std::vector<pid_t> children;
+  for (int i = 0; i < count; ++i) {
+    children.push_back(fork());
+    if (children.back() == 0) {
+      _exit(work(i));
+    }
+  }
+  int ended_so = 0;
+  for (const pid_t child : children) {
+    int result = 0;
+    EXPECT_EQ(waitpid(child, &result, 0), child);
+    ended_so += WIFEXITED(result) && WEXITSTATUS(result) == status ? 1 : 0;
+  }
+  return ended_so;
+}
+
+TEST_F(Files, OfManyCreationsAtOnceExactlyOneSucceeds) {
+  const auto create = [&](int i) {
+    return ErrorOf([&] { CreateDurably(path_, std::string(1000, static_cast<char>('a' + i))); });
+  };
+  EXPECT_EQ(RunAtOnce(16, 0, create), 1);
+  const std::string content = ReadBytes(path_);
+  EXPECT_EQ(content, std::string(1000, content.at(0)));
+}
+
+TEST_F(Files, NoEditOfManyProcessesIsLost) {
+  constexpr int kProcesses = 16, kEdits = 20;
+  WriteBytes(path_, "");
+  const auto edit = [&](int) {
+    for (int i = 0; i < kEdits; ++i) {
+      EditDurably(path_, AppendX);
+    }
+    return 0;
+  };
+  EXPECT_EQ(RunAtOnce(kProcesses, 0, edit), kProcesses);
+  EXPECT_EQ(ReadBytes(path_), std::string(kProcesses * kEdits, 'x'));
+  EXPECT_EQ(Names(), Set{"list.m3u"});
+}
+
+/// Appends an x to whichever of the two names is there.
+bool EditEither(const std::string &one, const std::string &other, const Edit &edit) {
+  for (const std::string &path : {one, other}) {
+    if (ErrorOf([&] { EditDurably(path, edit); }) == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+TEST_F(Files, EditsThatRaceRenamesAreNeitherLostNorBringANameBack) {
+  constexpr int kProcesses = 8, kEdits = 25;
+  const std::string other = folder_ / "other.m3u";
+  WriteBytes(path_, "");
+  const auto work = [&](int process) {
+    for (int done = 0; done < kEdits;) {
+      if (process == 0) {
+        std::rename(path_.c_str(), other.c_str());
+        std::rename(other.c_str(), path_.c_str());
+        ++done;
+      } else {
+        done += EditEither(path_, other, AppendX) ? 1 : 0;
+      }
+    }
+    return 0;
+  };
+  EXPECT_EQ(RunAtOnce(kProcesses, 0, work), kProcesses);
+  EXPECT_EQ(Names().size(), 1U);
+  EXPECT_EQ(ReadBytes(folder_ / *Names().begin()), std::string((kProcesses - 1) * kEdits, 'x'));
+}
+
+TEST_F(Files, AReaderSeesWholeContentsOnly) {
+  constexpr int kEdits = 100;
+  WriteBytes(path_, std::string(100000, 'a'));
+  const auto work = [&](int process) {
+    for (int i = 0; i < kEdits; ++i) {
+      const auto letter = static_cast<char>('b' + i % 20);
+      if (process == 0) {
+        ReplaceDurably(path_, std::string(100000, letter));
+      } else {
+        const std::string content = ReadWholeFile(path_);
+        if (content.size() != 100000 ||
+            content.find_first_not_of(content[0]) != std::string::npos) {
+          return 1;
+        }
+      }
+    }
+    return 0;
+  };
+  EXPECT_EQ(RunAtOnce(3, 0, work), 3);
+}
+
+} // namespace
+} // namespace vexo::files
