@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
@@ -322,6 +323,10 @@ void FileSetAside::Commit() {
 
 namespace {
 
+bool IsProcessGone(pid_t process) {
+  return process <= 0 || (kill(process, 0) != 0 && errno == ESRCH);
+}
+
 /// A temporary file whose writer is gone, locked; nothing for any other.
 std::optional<FileDescriptor> LockAbandoned(const Folder &folder) {
   FileDescriptor fd(
@@ -329,9 +334,10 @@ std::optional<FileDescriptor> LockAbandoned(const Folder &folder) {
   if (!fd || !IsTemporaryName(folder.name())) {
     return std::nullopt;
   }
-  const struct stat facts = Facts(fd.get(), folder.path());
-  if (facts.st_ctim.tv_sec + kAbandonedAfterSeconds > time(nullptr) ||
-      flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
+  const time_t changed = Facts(fd.get(), folder.path()).st_ctim.tv_sec;
+  const bool abandoned = IsProcessGone(TemporaryNameProcess(folder.name())) ||
+                         changed + kAbandonedAfterSeconds <= time(nullptr);
+  if (!abandoned || flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
     return std::nullopt;
   }
   return fd;

@@ -69,7 +69,8 @@ private:
 /// Whether a file name (no folders) is that of a temporary file a crash may have left.
 bool IsTemporaryName(std::string_view name);
 
-/// Whether a temporary file's writer is gone: nobody has it locked, and it is older than a minute.
+/// Whether a temporary file's writer is gone: nobody has it locked, and the process that its name
+/// tells is not there, or it is older than a minute.
 bool IsAbandonedTemporary(const std::string &path);
 /// Removes a temporary file whose writer is gone. Whether it was removed.
 bool RemoveAbandonedTemporary(const std::string &path);

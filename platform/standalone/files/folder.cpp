@@ -78,6 +78,13 @@ std::string NewTemporaryName() {
   return name.data();
 }
 
+pid_t TemporaryNameProcess(std::string_view name) {
+  unsigned long process = 0;
+  return sscanf(std::string(name).c_str(), ".vexo-%lx-", &process) == 1
+             ? static_cast<pid_t>(process)
+             : 0;
+}
+
 bool IsTemporaryName(std::string_view name) {
   return name.size() > kPrefix.size() + kSuffix.size() && name.starts_with(kPrefix) &&
          name.ends_with(kSuffix);

@@ -59,6 +59,9 @@ private:
 /// A name that IsTemporaryName() tells, different at each call and in each process.
 std::string NewTemporaryName();
 
+/// The process that made a temporary name; 0: it does not tell.
+pid_t TemporaryNameProcess(std::string_view name);
+
 /// Takes the exclusive lock of an open file, waiting for it.
 void LockExclusively(int fd, std::string_view name);
 

@@ -8,7 +8,7 @@ namespace vexo::tools {
 struct DoctorOptions {
   bool repair = false;
   /// What may only be a request at work is looked at again after this.
-  std::chrono::milliseconds settled{2000};
+  std::chrono::milliseconds settled{500};
 };
 
 /// Looks for everything that crashes, or files moved by hand, leave wrong. How many findings

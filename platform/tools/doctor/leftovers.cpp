@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <thread>
@@ -27,22 +28,29 @@ bool IsWorkingFolderName(const std::string &name) {
                      [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; });
 }
 
-/// Whether a process works in the folder, or may do so: what a process of another user does cannot
-/// be seen by everybody.
+/// Whether a process is one that works in such folders: the program itself, or the archiver it
+/// runs.
+bool IsDownloader(const fs::path &process) {
+  std::string name;
+  std::ifstream(process / "comm") >> name;
+  return name.starts_with("audio_playlist") || name == "zip";
+}
+
+/// Whether a process works in the folder, or may do so: where a process of somebody else works is
+/// not for everybody to see.
+bool WorksIn(const fs::path &process, const struct stat &folder) {
+  struct stat working {};
+  if (stat((process / "cwd").c_str(), &working) == 0) {
+    return working.st_dev == folder.st_dev && working.st_ino == folder.st_ino;
+  }
+  return errno == EACCES && IsDownloader(process);
+}
+
 bool IsInUse(const struct stat &folder) {
   std::error_code ignored;
   for (const fs::directory_entry &process : fs::directory_iterator("/proc", ignored)) {
-    struct stat owner {
-    }, working{};
-    if (std::isdigit(static_cast<unsigned char>(process.path().filename().string()[0])) == 0 ||
-        stat(process.path().c_str(), &owner) != 0) {
-      continue;
-    }
-    if (stat((process.path() / "cwd").c_str(), &working) == 0) {
-      if (working.st_dev == folder.st_dev && working.st_ino == folder.st_ino) {
-        return true;
-      }
-    } else if (errno == EACCES && owner.st_uid == folder.st_uid) {
+    if (std::isdigit(static_cast<unsigned char>(process.path().filename().string()[0])) != 0 &&
+        WorksIn(process.path(), folder)) {
       return true;
     }
   }
