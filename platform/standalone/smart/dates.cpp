@@ -97,15 +97,19 @@ Day AnchorDay(const Date &date, std::time_t now) {
   return today;
 }
 
-int SecondOfDay(const std::tm &tm) { return (tm.tm_hour * 60 + tm.tm_min) * 60 + tm.tm_sec; }
+constexpr std::time_t kHour = 3600;
+
+std::time_t SecondOfDay(const std::tm &tm) {
+  return tm.tm_hour * kHour + tm.tm_min * std::time_t{60} + tm.tm_sec;
+}
 
 /// mktime() may land on either side of a midnight that is skipped, and on the second one of a
 /// midnight that comes twice.
 std::time_t StartOfDay(Day day) {
   std::tm midnight = MidnightOf(day);
   const std::time_t start = std::mktime(&midnight);
-  if (SecondOfDay(midnight) > 12 * 3600) {
-    return start + 24 * 3600 - SecondOfDay(midnight);
+  if (SecondOfDay(midnight) > 12 * kHour) {
+    return start + 24 * kHour - SecondOfDay(midnight);
   }
   const std::tm just_before = LocalTime(start - 1);
   return DayOf(just_before) == day ? start - 1 - SecondOfDay(just_before) : start;

@@ -1,14 +1,11 @@
 #include "smart/block_scanner.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace vexo::smart {
 namespace {
-
-using ::testing::ElementsAre;
 
 /// The texts of all blocks of a file.
 std::vector<std::string> Blocks(const std::string &file) {

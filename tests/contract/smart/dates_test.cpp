@@ -133,14 +133,14 @@ TEST(Dates, ADayWithTwoMidnightsBeginsWithTheFirst) {
 
 TEST(Dates, TheFarthestDatesEndNothing) {
   const Zone zone("Europe/Berlin");
-  std::string farthest = "today";
-  std::string earliest = "0000-01-01";
+  std::string after;
+  std::string before;
   for (int i = 0; i < 100; ++i) {
-    farthest = "1000000 years after " + farthest;
-    earliest = "1000000 years before " + earliest;
+    after += "1000000 years after ";
+    before += "1000000 years before ";
   }
-  EXPECT_GT(ResolveDate(ParseDate(farthest), 0), std::time_t{1} << 50);
-  EXPECT_LT(ResolveDate(ParseDate(earliest), 0), -(std::time_t{1} << 50));
+  EXPECT_GT(ResolveDate(ParseDate(after + "today"), 0), std::time_t{1} << 50);
+  EXPECT_LT(ResolveDate(ParseDate(before + "0000-01-01"), 0), -(std::time_t{1} << 50));
 }
 
 } // namespace

@@ -3,10 +3,12 @@
 
 #include "support/device_root.h"
 #include "vexo/itunes.h"
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -37,6 +39,30 @@ template <typename Body> bool InOwnProcess(Body body) {
   int status = 0;
   return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
          WEXITSTATUS(status) == 0;
+}
+
+/// Runs the body in a process of its own that is killed at its `stop`th halt (each system call has
+/// two, at its entry and at its exit); whether the body came to its end before.
+template <typename Body> bool EndsBeforeStop(int stop, Body body) {
+  const pid_t child = fork();
+  if (child == 0) {
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    std::raise(SIGSTOP);
+    body();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  for (int i = 0; i < stop && WIFSTOPPED(status); ++i) {
+    ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+    waitpid(child, &status, 0);
+  }
+  if (!WIFSTOPPED(status)) {
+    return true;
+  }
+  kill(child, SIGKILL);
+  waitpid(child, &status, 0);
+  return false;
 }
 
 /// A record as its callers hold it: all zero, its rules released in the end.
