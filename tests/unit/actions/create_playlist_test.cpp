@@ -1,0 +1,515 @@
+#include "actions/create_playlist.h"
+
+#include "unit/actions/action_test.h"
+#include <ctime>
+
+namespace {
+
+using recording::Song;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+/// An action that creates playlists, with the parameters that it needs besides its name.
+struct Creator {
+  const char *description;
+  void (*run)(WebMan &);
+  std::map<std::string, std::string> parameters;
+  const char *songs;         ///< what it writes, with the songs of the fixture
+  bool logs_personal_folder; ///< in the message of a folder that cannot be made
+};
+
+const Creator kCreators[] = {
+    {"add", HandleAdd, {{"id_info_list", R"(["12"])"}}, "[12 /twelve.mp3]", true},
+    {"addplaying", HandleAddPlaying, {{"target", "stream"}}, "[13 /thirteen.mp3]", false},
+    {"addsearch",
+     HandleAddSearch,
+     {{"category", "artist"}, {"keyword", "x"}},
+     "[14 /fourteen.mp3]",
+     false},
+};
+
+class CreatePlaylist : public ActionTest {
+protected:
+  void SetUp() override {
+    ActionTest::SetUp();
+    host().records["VEXOMusicListGetByID"] = {Song(12, "/twelve.mp3")};
+    host().records["PlaylistFileLoad"] = {Song(13, "/thirteen.mp3")};
+    host().records["VEXOMusicListAll"] = {Song(14, "/fourteen.mp3")};
+  }
+
+  /// Runs the creator with its own parameters and these.
+  std::string Create(const Creator &creator, std::map<std::string, std::string> parameters) {
+    parameters.insert(creator.parameters.begin(), creator.parameters.end());
+    return Run(creator.run, std::move(parameters));
+  }
+
+  /// The answer with the node of a playlist "Road".
+  static std::string NodeAnswer(const std::string &id) {
+    return R"({"node":{"allowDrag":false,"allowDrop":false,"draggable":false,"expanded":false,)"
+           R"("id":")" +
+           id +
+           R"(","leaf":true,"pid":"musiclib_root","qtip":"Road","text":"Road"},"success":true})";
+  }
+
+  /// Takes the folder and the file away again.
+  static void Forget(const std::string &parent) {
+    std::filesystem::remove_all(parent + "/playlists");
+  }
+};
+
+TEST_F(CreatePlaylist, InTheSharedLibraryMakesFolderFileRowAndSongs) {
+  const std::string path = library() + "/playlists/Road.m3u";
+  const Creator &add = kCreators[0];
+  EXPECT_EQ(Create(add, {{"name", "Road"}, {"type", "shared"}}),
+            NodeAnswer("musiclib_music_shared/playlist/31"));
+  EXPECT_THAT(host().Effects(),
+              ElementsAre("GetUserIdFromName(\"anna\")",
+                          "VEXOWriteMusicPlaylist(null, \"" + path + "\")",
+                          "VEXOPlaylistDBSave({path=\"" + path +
+                              "\", title=\"Road\", album=\"playlists\"})",
+                          "VEXOPlaylistIDGet(\"shared\", 7, \"" + path + "\", 4096)",
+                          "VEXOMusicListGetByID(\"shared\", 0, \"12\")",
+                          "VEXOWriteMusicPlaylist([12 /twelve.mp3], \"" + path + "\")",
+                          "EncodeHtml(\"Road\", false)", "SetSuccess(true)",
+                          "VEXOPlaylistRecFree([12 /twelve.mp3])", "PrintResponse()"));
+  EXPECT_THAT(host().Messages(), IsEmpty());
+}
+
+TEST_F(CreatePlaylist, InAPersonalLibrarySavesAPersonalRow) {
+  host().personalLibrary = true;
+  const std::string path = personal() + "/playlists/Road.m3u";
+  for (const Creator &creator : kCreators) {
+    Forget(personal());
+    EXPECT_EQ(Create(creator, {{"name", "Road"}}),
+              NodeAnswer("musiclib_music_personal/playlist/31"))
+        << creator.description;
+    EXPECT_THAT(host().Calls("PersonalLibraryInfoDBSave"),
+                ElementsAre("PersonalLibraryInfoDBSave(3, {path=\"" + path +
+                            "\", title=\"Road\", album=\"playlists\"}, 7)"));
+    EXPECT_THAT(host().Calls("VEXOPlaylistIDGet"),
+                ElementsAre("VEXOPlaylistIDGet(\"personal\", 7, \"" + path + "\", 4096)"));
+    EXPECT_THAT(host().Calls("VEXOPlaylistDBSave"), IsEmpty());
+  }
+}
+
+TEST_F(CreatePlaylist, InAPreferenceFolderTouchesNoDatabase) {
+  const std::string path = preferences() + "/playlists/Road.m3u";
+  for (const Creator &creator : kCreators) {
+    Forget(preferences());
+    EXPECT_EQ(Create(creator, {{"name", "Road"}}),
+              NodeAnswer("musiclib_music_personal/playlist/Road"))
+        << creator.description;
+    EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"),
+                ElementsAre("VEXOWriteMusicPlaylist(null, \"" + path + "\")",
+                            std::string("VEXOWriteMusicPlaylist(") + creator.songs + ", \"" + path +
+                                "\")"));
+    for (const char *call : {"PersonalLibraryInfoDBSave", "VEXOPlaylistDBSave", "VEXOPlaylistIDGet",
+                             "GetPersonalLibraryFolderPath"}) {
+      EXPECT_THAT(host().Calls(call), IsEmpty());
+    }
+  }
+}
+
+TEST_F(CreatePlaylist, RefusesARequestWithoutARequiredParameter) {
+  for (const Creator &creator : kCreators) {
+    for (const char *missing : {"name", "target", "category", "keyword"}) {
+      std::map<std::string, std::string> parameters = creator.parameters;
+      parameters["name"] = "Road";
+      if (parameters.erase(missing) == 0) {
+        continue;
+      }
+      EXPECT_EQ(Run(creator.run, parameters), kSystemError)
+          << creator.description << " without " << missing;
+      EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));
+      EXPECT_FALSE(Exists(preferences() + "/playlists"));
+    }
+  }
+}
+
+TEST_F(CreatePlaylist, RefusesANameOf251BytesBeforeAnythingIsTouched) {
+  for (const Creator &creator : kCreators) {
+    EXPECT_EQ(Create(creator, {{"name", std::string(251, 'n')}}), kNameTooLong)
+        << creator.description;
+    EXPECT_THAT(host().Messages(), IsEmpty());
+    EXPECT_FALSE(Exists(preferences() + "/playlists"));
+    EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
+  }
+}
+
+TEST_F(CreatePlaylist, TakesANameOf250Bytes) {
+  const std::string name(250, 'n');
+  for (const Creator &creator : kCreators) {
+    Forget(preferences());
+    Create(creator, {{"name", name}});
+    EXPECT_TRUE(Exists(preferences() + "/playlists/" + name + ".m3u")) << creator.description;
+  }
+}
+
+TEST_F(CreatePlaylist, IsPersonalForAnyTypeButShared) {
+  for (const char *type : {"Shared", "SHARED", "personal", "", "shared ", "x"}) {
+    Forget(preferences());
+    EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}, {"type", type}}),
+              NodeAnswer("musiclib_music_personal/playlist/Road"))
+        << type;
+  }
+}
+
+TEST_F(CreatePlaylist, FailsWithoutTheMusicLink) {
+  std::filesystem::remove(root() + "/var/services/music");
+  for (const Creator &creator : kCreators) {
+    EXPECT_EQ(Create(creator, {{"name", "Road"}, {"type", "shared"}}), kSystemError);
+    EXPECT_THAT(host().Messages(),
+                ElementsAre("Failed to read link of " + root() + "/var/services/music"))
+        << creator.description;
+  }
+}
+
+TEST_F(CreatePlaylist, TakesTheLinksTargetAsItIs) {
+  std::filesystem::remove(root() + "/var/services/music");
+  std::filesystem::create_symlink(library() + "/../library", root() + "/var/services/music");
+  Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}});
+  EXPECT_THAT(host().Calls("VEXOPlaylistIDGet"),
+              ElementsAre("VEXOPlaylistIDGet(\"shared\", 7, \"" + library() +
+                          "/../library/playlists/Road.m3u\", 4096)"));
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"),
+              Contains("VEXOWriteMusicPlaylist([12 /twelve.mp3], \"" + library() +
+                       "/playlists/Road.m3u\")"))
+      << "songs go to the resolved path";
+}
+
+TEST_F(CreatePlaylist, FailsWithoutAPersonalFolder) {
+  host().personalLibrary = true;
+  host().personalFolder = "";
+  for (const Creator &creator : kCreators) {
+    EXPECT_EQ(Create(creator, {{"name", "Road"}}), kSystemError);
+    EXPECT_THAT(host().Messages(),
+                ElementsAre("Failed to get personal library folder of user [anna]"))
+        << creator.description;
+  }
+}
+
+TEST_F(CreatePlaylist, MakesTheFolderWithEveryPermission) {
+  umask(022);
+  Create(kCreators[0], {{"name", "Road"}});
+  EXPECT_EQ(ModeOf(preferences() + "/playlists"), 0777U);
+  EXPECT_EQ(umask(0), 0U) << "the mask stays off";
+}
+
+TEST_F(CreatePlaylist, LeavesTheMaskWhenTheFolderIsThere) {
+  std::filesystem::create_directory(preferences() + "/playlists");
+  umask(022);
+  Create(kCreators[0], {{"name", "Road"}});
+  EXPECT_EQ(umask(0), 022U);
+}
+
+TEST_F(CreatePlaylist, LogsTheErrorOfAFolderThatCannotBeMade) {
+  host().preferenceFolder = root() + "/none";
+  std::filesystem::remove_all(library());
+  for (const Creator &creator : kCreators) {
+    for (const char *type : {"shared", "personal"}) {
+      EXPECT_EQ(Create(creator, {{"name", "Road"}, {"type", type}}), kSystemError);
+      EXPECT_THAT(host().Messages(),
+                  ElementsAre("Failed to create directory No such file or directory."))
+          << creator.description << " " << type;
+      EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
+    }
+  }
+}
+
+TEST_F(CreatePlaylist, OfAddLogsThePersonalFolderThatCannotBeMade) {
+  host().personalLibrary = true;
+  host().personalFolder = root() + "/none";
+  for (const Creator &creator : kCreators) {
+    EXPECT_EQ(Create(creator, {{"name", "Road"}}), kSystemError);
+    EXPECT_THAT(host().Messages(),
+                ElementsAre(creator.logs_personal_folder
+                                ? "Failed to create directory " + root() +
+                                      "/none/playlists. No such file or directory"
+                                : "Failed to create directory No such file or directory."))
+        << creator.description;
+  }
+}
+
+TEST_F(CreatePlaylist, ReplacesADanglingLinkInAPreferenceFolder) {
+  for (const Creator &creator : kCreators) {
+    Forget(preferences());
+    std::filesystem::create_symlink(root() + "/nowhere", preferences() + "/playlists");
+    EXPECT_EQ(Create(creator, {{"name", "Road"}}),
+              NodeAnswer("musiclib_music_personal/playlist/Road"))
+        << creator.description;
+    EXPECT_TRUE(std::filesystem::is_directory(
+        std::filesystem::symlink_status(preferences() + "/playlists")));
+  }
+}
+
+TEST_F(CreatePlaylist, KeepsADanglingLinkInALibrary) {
+  host().personalLibrary = true;
+  std::filesystem::create_symlink(root() + "/nowhere", library() + "/playlists");
+  std::filesystem::create_symlink(root() + "/nowhere", personal() + "/playlists");
+  EXPECT_EQ(Create(kCreators[2], {{"name", "Road"}, {"type", "shared"}}), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to create directory File exists."));
+  EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}}), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Failed to create directory " + personal() + "/playlists. File exists"));
+  EXPECT_TRUE(std::filesystem::is_symlink(library() + "/playlists"));
+}
+
+TEST_F(CreatePlaylist, LeavesAPlainFileInTheFoldersPlace) {
+  WriteBytes(preferences() + "/playlists", "mine");
+  host().results["VEXOWriteMusicPlaylist"] = {-1};
+  EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}}), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Failed to create playlist " + preferences() + "/playlists/Road.m3u"));
+  EXPECT_EQ(ReadBytes(preferences() + "/playlists"), "mine");
+}
+
+TEST_F(CreatePlaylist, RefusesANameThatExists) {
+  std::filesystem::create_directory(preferences() + "/playlists");
+  WriteBytes(preferences() + "/playlists/Road.m3u", "");
+  for (const Creator &creator : kCreators) {
+    for (const char *overwrite : {"false", "TRUE", "True", "1", ""}) {
+      EXPECT_EQ(Create(creator, {{"name", "Road"}, {"overwrite", overwrite}}), kNameExists)
+          << creator.description << " " << overwrite;
+      EXPECT_THAT(host().Messages(), IsEmpty());
+      EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
+    }
+  }
+}
+
+TEST_F(CreatePlaylist, FailsWhenTheEmptyFileCannotBeWritten) {
+  host().results["VEXOWriteMusicPlaylist"] = {-1};
+  for (const Creator &creator : kCreators) {
+    Forget(preferences());
+    EXPECT_EQ(Create(creator, {{"name", "Road"}}), kSystemError) << creator.description;
+    EXPECT_THAT(host().Messages(),
+                ElementsAre("Failed to create playlist " + preferences() + "/playlists/Road.m3u"));
+    EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 1U);
+  }
+}
+
+TEST_F(CreatePlaylist, FailsSilentlyWhenTheRowCannotBeSaved) {
+  host().results["VEXOPlaylistDBSave"] = {-1};
+  host().results["PersonalLibraryInfoDBSave"] = {-1};
+  host().personalLibrary = true;
+  for (const char *type : {"shared", "personal"}) {
+    EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}, {"type", type}}), kSystemError);
+    EXPECT_THAT(host().Messages(), IsEmpty());
+    EXPECT_THAT(host().Calls("VEXOPlaylistIDGet"), IsEmpty());
+  }
+  EXPECT_TRUE(Exists(library() + "/playlists/Road.m3u")) << "nothing is undone";
+}
+
+TEST_F(CreatePlaylist, TakesAnyOtherResultOfTheSaveAsSuccess) {
+  host().results["VEXOPlaylistDBSave"] = {1};
+  EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}}),
+            NodeAnswer("musiclib_music_shared/playlist/31"));
+}
+
+TEST_F(CreatePlaylist, GivesTheRowTheFactsOfTheFile) {
+  host().on["VEXOWriteMusicPlaylist"] = [&](const recording::Event & /*event*/) {
+    WriteBytes(library() + "/playlists/Road.m3u", "#EXTM3U\n");
+  };
+  Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}});
+  struct stat facts {};
+  ASSERT_EQ(stat((library() + "/playlists/Road.m3u").c_str(), &facts), 0);
+  ASSERT_EQ(host().saved.size(), 1U);
+  EXPECT_EQ(host().saved[0].size, 8U);
+  EXPECT_EQ(host().saved[0].modificationTime, std::string(std::ctime(&facts.st_mtime)));
+  EXPECT_EQ(host().saved[0].changeTime, std::string(std::ctime(&facts.st_ctime)));
+}
+
+TEST_F(CreatePlaylist, LeavesTheFactsOutThatItCannotFind) {
+  host().on.clear();
+  Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}});
+  ASSERT_EQ(host().saved.size(), 1U);
+  EXPECT_STREQ(host().saved[0].modificationTime, "");
+  EXPECT_STREQ(host().saved[0].changeTime, "");
+}
+
+TEST_F(CreatePlaylist, FailsWhenTheIdCannotBeRead) {
+  host().results["VEXOPlaylistIDGet"] = {-1};
+  for (const Creator &creator : kCreators) {
+    Forget(library());
+    EXPECT_EQ(Create(creator, {{"name", "Road"}, {"type", "shared"}}), kSystemError);
+    EXPECT_THAT(host().Messages(), ElementsAre("Failed to get playlist id from playlist table."))
+        << creator.description;
+    EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 1U) << "no songs are written";
+  }
+}
+
+TEST_F(CreatePlaylist, OverwritesTheSongsOnly) {
+  std::filesystem::create_directory(library() + "/playlists");
+  const std::string path = library() + "/playlists/Road.m3u";
+  WriteBytes(path, "");
+  for (const Creator &creator : kCreators) {
+    EXPECT_EQ(Create(creator, {{"name", "Road"}, {"type", "shared"}, {"overwrite", "true"}}),
+              NodeAnswer("musiclib_music_shared/playlist/31"))
+        << creator.description;
+    EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"),
+                ElementsAre(std::string("VEXOWriteMusicPlaylist(") + creator.songs + ", \"" + path +
+                            "\")"));
+    EXPECT_THAT(host().Calls("VEXOPlaylistDBSave"), IsEmpty());
+    EXPECT_EQ(host().Calls("VEXOPlaylistIDGet").size(), 1U);
+  }
+}
+
+TEST_F(CreatePlaylist, OverwritesNothingThatHasNoRow) {
+  host().results["VEXOPlaylistIDGet"] = {-1};
+  EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}, {"overwrite", "true"}}),
+            kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to get playlist id from playlist table."));
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
+  EXPECT_FALSE(Exists(library() + "/playlists/Road.m3u"));
+}
+
+TEST_F(CreatePlaylist, OfAPathThatCannotBeResolvedWritesToItAsItIs) {
+  EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}, {"overwrite", "true"}}),
+            NodeAnswer("musiclib_music_shared/playlist/31"));
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"),
+              ElementsAre("VEXOWriteMusicPlaylist([12 /twelve.mp3], \"" + library() +
+                          "/playlists/Road.m3u\")"));
+}
+
+TEST_F(CreatePlaylist, FailsWhenTheSongsCannotBeWrittenAndLeavesTheEmptyOne) {
+  host().results["VEXOWriteMusicPlaylist"] = {0, -1};
+  for (const Creator &creator : kCreators) {
+    Forget(library());
+    host().results["VEXOWriteMusicPlaylist"] = {0, -1};
+    EXPECT_EQ(Create(creator, {{"name", "Road"}, {"type", "shared"}}), kSystemError);
+    EXPECT_THAT(host().Messages(), ElementsAre("Failed to write songs into playlist."))
+        << creator.description;
+    EXPECT_THAT(host().Calls("VEXOPlaylistRecFree"),
+                ElementsAre(std::string("VEXOPlaylistRecFree(") + creator.songs + ")"));
+    EXPECT_TRUE(Exists(library() + "/playlists/Road.m3u"));
+  }
+}
+
+TEST_F(CreatePlaylist, WithASlashInItsNameLeadsIntoASubfolder) {
+  std::filesystem::create_directories(preferences() + "/playlists/sub");
+  Create(kCreators[0], {{"name", "sub/Road"}});
+  EXPECT_THAT(
+      host().Calls("VEXOWriteMusicPlaylist"),
+      Contains("VEXOWriteMusicPlaylist(null, \"" + preferences() + "/playlists/sub/Road.m3u\")"));
+}
+
+TEST_F(CreatePlaylist, HoldsTheFolderWhileItTakesTheName) {
+  int taken = 0;
+  host().on["VEXOWriteMusicPlaylist"] = [&](const recording::Event & /*event*/) {
+    const std::string command = "flock -n '" + preferences() + "/playlists' true";
+    taken = taken * 10 + (std::system(command.c_str()) == 0 ? 1 : 2);
+  };
+  Create(kCreators[0], {{"name", "Road"}});
+  EXPECT_EQ(taken, 21) << "locked for the empty file, free again for the songs";
+}
+
+TEST_F(CreatePlaylist, OfAddWithoutAListIsEmpty) {
+  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}}),
+            NodeAnswer("musiclib_music_personal/playlist/Road"));
+  EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 1U);
+  EXPECT_THAT(host().Calls("VEXOPlaylistRecFree"), IsEmpty());
+}
+
+TEST_F(CreatePlaylist, OfAddWithAnEmptyListWritesIt) {
+  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"id_info_list", "[]"}}),
+            NodeAnswer("musiclib_music_personal/playlist/Road"));
+  const std::string call =
+      "VEXOWriteMusicPlaylist(null, \"" + preferences() + "/playlists/Road.m3u\")";
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), ElementsAre(call, call));
+}
+
+TEST_F(CreatePlaylist, OfAddThatOverwritesWithoutAListChangesNothing) {
+  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"type", "shared"}, {"overwrite", "true"}}),
+            NodeAnswer("musiclib_music_shared/playlist/31"));
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
+  EXPECT_THAT(host().Calls("VEXOPlaylistDBSave"), IsEmpty());
+}
+
+TEST_F(CreatePlaylist, OfAddFailsWithAListThatItCannotRead) {
+  const struct {
+    const char *list;
+    const char *message;
+  } rows[] = {
+      {"[", "Failed to parse json."},
+      {"", "Failed to parse json."},
+      {"{}", "id_info_list is not a Json array."},
+      {R"([{"res": 1}])", "Bad parameter."},
+  };
+  for (const auto &row : rows) {
+    Forget(preferences());
+    EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"id_info_list", row.list}}), kSystemError);
+    EXPECT_THAT(host().Messages(), ElementsAre(row.message)) << row.list;
+    EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
+  }
+}
+
+TEST_F(CreatePlaylist, OfAddFailsWhenTheSongsCannotBeLookedUp) {
+  host().results["VEXOMusicListGetByID"] = {-1};
+  EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}}), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to get music list from database."));
+}
+
+TEST_F(CreatePlaylist, OfAddPlayingFailsWithAQueueThatCannotBeLoaded) {
+  host().records.erase("PlaylistFileLoad");
+  EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}}), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Cannot load the playlist from " + root() + "/tmp/playing_anna.pls",
+                          "Failed to get playlist from target [stream]"));
+  EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
+}
+
+TEST_F(CreatePlaylist, OfAddPlayingWritesAnEmptyQueue) {
+  host().records["PlaylistFileLoad"].clear();
+  EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}}),
+            NodeAnswer("musiclib_music_personal/playlist/Road"));
+  EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 2U);
+}
+
+TEST_F(CreatePlaylist, OfAddSearchPassesTheSearchOn) {
+  Create(kCreators[2], {{"name", "Road"}});
+  EXPECT_THAT(host().Calls("VEXOMusicListAll"),
+              ElementsAre("VEXOMusicListAll(\"shared\", 7, 2, \"x\", \"album\", 1, 0, 0)"))
+      << "by default";
+  Forget(preferences());
+  Run(HandleAddSearch, {{"name", "Road"},
+                        {"library", "any"},
+                        {"category", "none such"},
+                        {"keyword", ""},
+                        {"sort", "title"},
+                        {"dir", "asc"}});
+  EXPECT_THAT(host().Calls("VEXOMusicListAll"),
+              ElementsAre("VEXOMusicListAll(\"any\", 7, 0, \"\", \"title\", 0, 0, 0)"));
+}
+
+TEST_F(CreatePlaylist, OfAddSearchSortsUpwardsForTheExactWordOnly) {
+  for (const char *direction : {"asc", "DESC", "", "ASC "}) {
+    Forget(preferences());
+    Create(kCreators[2], {{"name", "Road"}, {"dir", direction}});
+    EXPECT_THAT(host().Calls("VEXOMusicListAll"),
+                ElementsAre("VEXOMusicListAll(\"shared\", 7, 2, \"x\", \"album\", 0, 0, 0)"))
+        << direction;
+  }
+}
+
+TEST_F(CreatePlaylist, OfAddSearchTakesAFailedSearchAsAnEmptyOne) {
+  host().results["VEXOMusicListAll"] = {-1};
+  EXPECT_EQ(Create(kCreators[2], {{"name", "Road"}}),
+            NodeAnswer("musiclib_music_personal/playlist/Road"));
+  const std::string call =
+      "VEXOWriteMusicPlaylist(null, \"" + preferences() + "/playlists/Road.m3u\")";
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), ElementsAre(call, call));
+}
+
+TEST(SearchField, IsKnownByItsExactName) {
+  const struct {
+    const char *name;
+    int code;
+  } rows[] = {{"title", 1}, {"artist", 2}, {"album", 3},    {"genre", 6},  {"all", 8},
+              {"Title", 0}, {"", 0},       {"composer", 0}, {"title ", 0}, {nullptr, 0}};
+  for (const auto &row : rows) {
+    EXPECT_EQ(SearchFieldFromName(row.name), row.code) << (row.name ? row.name : "null");
+  }
+}
+
+} // namespace

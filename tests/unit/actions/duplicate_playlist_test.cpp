@@ -1,0 +1,425 @@
+#include "actions/duplicate_playlist.h"
+
+#include "unit/actions/action_test.h"
+
+namespace {
+
+using recording::Song;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// The answer with the node of a copy "Road".
+std::string NodeAnswer(const std::string &id, const std::string &pid) {
+  return R"({"node":{"allowDrag":false,"allowDrop":false,"draggable":false,"expanded":false,"id":")" +
+         id + R"(","leaf":true,"pid":")" + pid +
+         R"(","qtip":"Road","text":"Road"},"success":true})";
+}
+
+constexpr const char *kSharedSource = "musiclib_music_shared/playlist/12";
+constexpr const char *kPersonalSource = "musiclib_music_personal/playlist/12";
+
+class DuplicatePlaylist : public ActionTest {
+protected:
+  void SetUp() override {
+    ActionTest::SetUp();
+    WriteBytes(source_, "");
+    host().records["VEXOPlayListListGetByID"] = {Song(12, source_)};
+    host().texts["VEXOPlaylistTitleGet"] = "Road";
+    host().texts["VEXOPlaylistPathGet"] = source_;
+    host().texts["VEXOPlaylistTitleGetByPath"] = "Road";
+    host().records["ParsePlayListByFieldGivenPath"] = {Song(1, "/a"), Song(2, "/b")};
+  }
+  void TearDown() override {
+    EXPECT_EQ(host().openRows, 0);
+    ActionTest::TearDown();
+  }
+
+  std::string Duplicate(const std::string &id, const std::string &overwrite = "false") {
+    return Run(HandleDuplicate, {{"id", id}, {"overwrite", overwrite}});
+  }
+
+  std::string source_ = root() + "/source.m3u";
+};
+
+TEST_F(DuplicatePlaylist, RefusesARequestWithoutId) {
+  EXPECT_EQ(Run(HandleDuplicate, {}), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));
+}
+
+TEST_F(DuplicatePlaylist, AnswersNothingToAnIdWithoutSlash) {
+  EXPECT_EQ(Duplicate("musiclib_random"), "null");
+  EXPECT_THAT(host().Effects(), ElementsAre("PrintResponse()"));
+}
+
+TEST_F(DuplicatePlaylist, OfNoIdIsRefused) {
+  const WebMan request;
+  Json::Value response;
+  DuplicateNormalPlaylist(request, response, nullptr);
+  EXPECT_THAT(host().Effects(),
+              ElementsAre("syslog(Bad parameter.)", "SetError(\"common\", \"error_system\")"));
+}
+
+TEST_F(DuplicatePlaylist, OfASharedOneGoesIntoThePersonalLibrary) {
+  host().personalLibrary = true;
+  const std::string path = personal() + "/playlists/Road.m3u";
+  EXPECT_EQ(Duplicate(kSharedSource),
+            NodeAnswer("musiclib_music_personal/playlist/31", "musiclib_music_personal"));
+  EXPECT_THAT(
+      host().Effects(),
+      ElementsAre("GetUserIdFromName(\"anna\")", "VEXOPlayListListGetByID(\"shared\", 7, \"12\")",
+                  "VEXOPlaylistTitleGet(\"12\", 4096, rows [12])", "VEXOPlayListFree(rows [12])",
+                  "GetPersonalLibraryFolderPath(\"anna\", 4096)",
+                  "VEXOWriteMusicPlaylist(null, \"" + path + "\")",
+                  "ParsePlayListByFieldGivenPath(\"" + source_ + "\", 0, 0, \"*\", 7)",
+                  "VEXOWriteMusicPlaylist([1 /a, 2 /b], \"" + path + "\")",
+                  "VEXOPlaylistRecFree([1 /a, 2 /b])",
+                  "PersonalLibraryInfoDBSave(3, {path=\"" + path +
+                      "\", title=\"Road\", album=\"playlists\"}, 7)",
+                  "VEXOPlaylistIDGet(\"personal\", 7, \"" + path + "\", 4096)",
+                  "EncodeHtml(\"Road\", false)", "SetSuccess(true)", "PrintResponse()"));
+}
+
+TEST_F(DuplicatePlaylist, OfASharedOneGoesIntoThePreferenceFolder) {
+  EXPECT_EQ(Duplicate(kSharedSource),
+            NodeAnswer("musiclib_music_personal/playlist/Road", "musiclib_music_personal"));
+  EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u"));
+  for (const char *call : {"PersonalLibraryInfoDBSave", "VEXOPlaylistDBSave", "VEXOPlaylistIDGet",
+                           "GetPersonalLibraryFolderPath"}) {
+    EXPECT_THAT(host().Calls(call), IsEmpty());
+  }
+}
+
+TEST_F(DuplicatePlaylist, OfAPersonalLibraryGoesIntoTheSharedOne) {
+  host().personalLibrary = true;
+  const std::string path = library() + "/playlists/Road.m3u";
+  EXPECT_EQ(Duplicate(kPersonalSource),
+            NodeAnswer("musiclib_music_shared/playlist/31", "musiclib_music_shared"));
+  EXPECT_THAT(host().Effects(),
+              ElementsAre("GetUserIdFromName(\"anna\")",
+                          "VEXOPlaylistPathGet(\"personal\", 7, 12, 4096)",
+                          "VEXOPlaylistTitleGetByPath(\"" + source_ + "\", 4096, 7)",
+                          "VEXOWriteMusicPlaylist(null, \"" + path + "\")",
+                          "ParsePlayListByFieldGivenPath(\"" + source_ + "\", 0, 0, \"*\", 7)",
+                          "VEXOWriteMusicPlaylist([1 /a, 2 /b], \"" + path + "\")",
+                          "VEXOPlaylistRecFree([1 /a, 2 /b])",
+                          "VEXOPlaylistDBSave({path=\"" + path +
+                              "\", title=\"Road\", album=\"playlists\"})",
+                          "VEXOPlaylistIDGet(\"shared\", 7, \"" + path + "\", 4096)",
+                          "EncodeHtml(\"Road\", false)", "SetSuccess(true)", "PrintResponse()"));
+}
+
+TEST_F(DuplicatePlaylist, OfAPreferenceFolderGoesIntoTheSharedLibrary) {
+  std::filesystem::create_directory(preferences() + "/playlists");
+  WriteBytes(preferences() + "/playlists/Road.m3u", "");
+  EXPECT_EQ(Duplicate("musiclib_music_personal/playlist/Road"),
+            NodeAnswer("musiclib_music_shared/playlist/31", "musiclib_music_shared"));
+  EXPECT_THAT(host().Calls("ParsePlayListByFieldGivenPath"),
+              ElementsAre("ParsePlayListByFieldGivenPath(\"" + preferences() +
+                          "/playlists/Road.m3u\", 0, 0, \"*\", 7)"));
+  EXPECT_THAT(host().Calls("VEXOPlaylistPathGet"), IsEmpty());
+}
+
+TEST_F(DuplicatePlaylist, FailsWithoutTheSharedSource) {
+  host().results["VEXOPlayListListGetByID"] = {-1};
+  EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: 12 does not exist."));
+  EXPECT_THAT(host().Calls("VEXOPlaylistTitleGet"), IsEmpty());
+}
+
+TEST_F(DuplicatePlaylist, FailsWhenTheSharedSourceHasNoRow) {
+  host().records["VEXOPlayListListGetByID"].clear();
+  EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: 12 does not exist."));
+}
+
+TEST_F(DuplicatePlaylist, FailsWhenTheSharedSourceHasNoTitle) {
+  host().results["VEXOPlaylistTitleGet"] = {-1};
+  EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: 12 does not exist."));
+}
+
+TEST_F(DuplicatePlaylist, AnswersNothingWithoutPathOrTitleOfAPersonalOne) {
+  host().personalLibrary = true;
+  for (const char *call : {"VEXOPlaylistTitleGetByPath", "VEXOPlaylistPathGet"}) {
+    host().results[call] = {-1};
+    EXPECT_EQ(Duplicate(kPersonalSource), "null");
+    EXPECT_THAT(host().Messages(), ElementsAre("Failed to get playlist path.")) << call;
+  }
+  EXPECT_THAT(host().Calls("VEXOPlaylistTitleGetByPath"), IsEmpty());
+}
+
+TEST_F(DuplicatePlaylist, FailsWithoutThePersonalSourcesFile) {
+  EXPECT_EQ(Duplicate("musiclib_music_personal/playlist/none"), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: none does not exist."));
+  host().personalLibrary = true;
+  std::filesystem::remove(source_);
+  EXPECT_EQ(Duplicate(kPersonalSource), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: 12 does not exist."));
+}
+
+TEST_F(DuplicatePlaylist, CopiesASharedSourceWithoutFileAsAnEmptyOne) {
+  std::filesystem::remove(source_);
+  host().records.erase("ParsePlayListByFieldGivenPath");
+  EXPECT_EQ(Duplicate(kSharedSource),
+            NodeAnswer("musiclib_music_personal/playlist/Road", "musiclib_music_personal"));
+}
+
+TEST_F(DuplicatePlaylist, FailsWithoutThePersonalFolder) {
+  host().personalLibrary = true;
+  host().personalFolder = "";
+  EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Failed to get personal library folder of user [anna]"));
+}
+
+TEST_F(DuplicatePlaylist, FailsWithoutTheMusicLink) {
+  host().personalLibrary = true;
+  std::filesystem::remove(root() + "/var/services/music");
+  EXPECT_EQ(Duplicate(kPersonalSource), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Failed to read link of " + root() + "/var/services/music"));
+}
+
+TEST_F(DuplicatePlaylist, LogsTheErrorOfAFolderThatCannotBeMade) {
+  host().personalFolder = root() + "/none";
+  for (const bool enabled : {false, true}) {
+    host().personalLibrary = enabled;
+    host().preferenceFolder = root() + "/none";
+    EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+    EXPECT_THAT(host().Messages(),
+                ElementsAre("Failed to create directory No such file or directory."));
+  }
+}
+
+TEST_F(DuplicatePlaylist, KeepsADanglingLinkInThePreferenceFolder) {
+  std::filesystem::create_symlink(root() + "/nowhere", preferences() + "/playlists");
+  EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to create directory File exists."));
+  EXPECT_TRUE(std::filesystem::is_symlink(preferences() + "/playlists"));
+}
+
+TEST_F(DuplicatePlaylist, MakesTheFolderWithEveryPermission) {
+  umask(022);
+  Duplicate(kSharedSource);
+  EXPECT_EQ(ModeOf(preferences() + "/playlists"), 0777U);
+  EXPECT_EQ(umask(0), 0U);
+}
+
+TEST_F(DuplicatePlaylist, RefusesANameThatExists) {
+  Duplicate(kSharedSource);
+  for (const char *overwrite : {"false", "TRUE", "1"}) {
+    EXPECT_EQ(Duplicate(kSharedSource, overwrite), kNameExists);
+    EXPECT_THAT(host().Messages(), IsEmpty());
+    EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
+  }
+}
+
+TEST_F(DuplicatePlaylist, ThatOverwritesSavesNoRow) {
+  host().personalLibrary = true;
+  const std::string path = personal() + "/playlists/Road.m3u";
+  Duplicate(kSharedSource);
+  EXPECT_EQ(Duplicate(kSharedSource, "true"),
+            NodeAnswer("musiclib_music_personal/playlist/31", "musiclib_music_personal"));
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"),
+              ElementsAre("VEXOWriteMusicPlaylist(null, \"" + path + "\")",
+                          "VEXOWriteMusicPlaylist([1 /a, 2 /b], \"" + path + "\")"));
+  EXPECT_THAT(host().Calls("PersonalLibraryInfoDBSave"), IsEmpty());
+  EXPECT_EQ(host().Calls("VEXOPlaylistIDGet").size(), 1U);
+}
+
+TEST_F(DuplicatePlaylist, ThatOverwritesNothingNeedsARowAllTheSame) {
+  host().personalLibrary = true;
+  host().results["VEXOPlaylistIDGet"] = {-1};
+  EXPECT_EQ(Duplicate(kSharedSource, "true"), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to get playlist id from playlist table."));
+  EXPECT_THAT(host().Calls("PersonalLibraryInfoDBSave"), IsEmpty());
+  EXPECT_TRUE(Exists(personal() + "/playlists/Road.m3u")) << "the new file stays";
+}
+
+TEST_F(DuplicatePlaylist, FailsWhenTheEmptyFileCannotBeWritten) {
+  host().results["VEXOWriteMusicPlaylist"] = {-1};
+  EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Failed to create playlist " + preferences() + "/playlists/Road.m3u"));
+  EXPECT_THAT(host().Calls("ParsePlayListByFieldGivenPath"), IsEmpty());
+}
+
+TEST_F(DuplicatePlaylist, FailsWhenTheSongsCannotBeWritten) {
+  host().results["VEXOWriteMusicPlaylist"] = {0, -1};
+  EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to write songs into playlist."));
+  EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
+}
+
+TEST_F(DuplicatePlaylist, FailsSilentlyWhenTheRowCannotBeSaved) {
+  host().personalLibrary = true;
+  host().results["VEXOPlaylistDBSave"] = {-1};
+  host().results["PersonalLibraryInfoDBSave"] = {-1};
+  for (const char *id : {kSharedSource, kPersonalSource}) {
+    EXPECT_EQ(Duplicate(id), kSystemError);
+    EXPECT_THAT(host().Messages(), IsEmpty());
+    EXPECT_THAT(host().Calls("VEXOPlaylistIDGet"), IsEmpty());
+  }
+}
+
+TEST_F(DuplicatePlaylist, ResolvesBothPaths) {
+  std::filesystem::create_symlink(source_, root() + "/link.m3u");
+  host().records["VEXOPlayListListGetByID"] = {Song(12, root() + "/link.m3u")};
+  std::filesystem::create_directory_symlink(preferences(), root() + "/prefs");
+  host().preferenceFolder = root() + "/prefs";
+  Duplicate(kSharedSource);
+  EXPECT_THAT(host().Calls("ParsePlayListByFieldGivenPath"),
+              ElementsAre("ParsePlayListByFieldGivenPath(\"" + source_ + "\", 0, 0, \"*\", 7)"));
+  EXPECT_THAT(
+      host().Calls("VEXOWriteMusicPlaylist"),
+      ElementsAre("VEXOWriteMusicPlaylist(null, \"" + root() + "/prefs/playlists/Road.m3u\")",
+                  "VEXOWriteMusicPlaylist([1 /a, 2 /b], \"" + preferences() +
+                      "/playlists/Road.m3u\")"));
+}
+
+class DuplicateSmart : public ActionTest {
+protected:
+  void SetUp() override {
+    ActionTest::SetUp();
+    host().on["VLIBCExec"] = [](const recording::Event & /*event*/) {
+      WriteBytes(PersonalRules(), "");
+    };
+  }
+  void TearDown() override {
+    EXPECT_EQ(host().openRules, 0) << "rules are released on every path";
+    ActionTest::TearDown();
+  }
+
+  static std::string SharedRules() { return root() + "/etc/mt-daapd.playlist"; }
+  static std::string PersonalRules() { return preferences() + "/playlists/smart.playlist"; }
+
+  std::string Duplicate(const std::string &id, const std::string &overwrite = "false") {
+    return Run(HandleDuplicate, {{"id", id}, {"overwrite", overwrite}});
+  }
+};
+
+constexpr const char *kToPersonal = "musiclib_music_shared/smart/Road";
+constexpr const char *kToShared = "musiclib_music_personal/smart/Road";
+
+TEST_F(DuplicateSmart, OfASharedOneMakesThePersonalRules) {
+  EXPECT_EQ(Duplicate(kToPersonal),
+            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
+  EXPECT_THAT(
+      host().Effects(),
+      ElementsAre("VLIBCExec(\"" + root() + "/bin/touch\", \"" + PersonalRules() +
+                      "\", null, null, null)",
+                  "iTunesPlaylistGetByFilename(\"" + SharedRules() + "\", \"Road\")",
+                  "IsiTunesPlaylistExistByFilename(\"" + PersonalRules() + "\", \"Road\")",
+                  "iTunesPlaylistSetByFilename(\"" + PersonalRules() + "\", null, playlist Road)",
+                  "SetSuccess(true)", "iTunesPLNodesFree()", "PrintResponse()"))
+      << "and restarts nothing";
+  EXPECT_EQ(ModeOf(preferences() + "/playlists"), 0777U);
+}
+
+TEST_F(DuplicateSmart, OfAPersonalOneRestartsTheService) {
+  EXPECT_EQ(Duplicate(kToShared),
+            NodeAnswer("musiclib_music_shared/smart/Road", "musiclib_music_shared"));
+  EXPECT_THAT(
+      host().Effects(),
+      ElementsAre("VLIBCExec(\"" + root() + "/bin/touch\", \"" + PersonalRules() +
+                      "\", null, null, null)",
+                  "iTunesPlaylistGetByFilename(\"" + PersonalRules() + "\", \"Road\")",
+                  "IsiTunesPlaylistExistByFilename(\"" + SharedRules() + "\", \"Road\")",
+                  "iTunesPlaylistSetByFilename(\"" + SharedRules() + "\", null, playlist Road)",
+                  "iTunesServiceCheckAndReStart()", kEvent, "SetSuccess(true)",
+                  "iTunesPLNodesFree()", "PrintResponse()"));
+}
+
+TEST_F(DuplicateSmart, SucceedsWhenTheServiceCannotBeRestarted) {
+  host().results["iTunesServiceCheckAndReStart"] = {-1};
+  EXPECT_EQ(Duplicate(kToShared),
+            NodeAnswer("musiclib_music_shared/smart/Road", "musiclib_music_shared"));
+  EXPECT_THAT(host().Messages(), ElementsAre("iTunesServiceCheckAndReStart() failed"));
+}
+
+TEST_F(DuplicateSmart, LeavesPersonalRulesThatAreThere) {
+  std::filesystem::create_directory(preferences() + "/playlists");
+  WriteBytes(PersonalRules(), "mine");
+  Duplicate(kToPersonal);
+  EXPECT_THAT(host().Calls("VLIBCExec"), IsEmpty());
+  EXPECT_EQ(ReadBytes(PersonalRules()), "mine");
+}
+
+TEST_F(DuplicateSmart, KnowsASmartIdOfAnyLibrary) {
+  EXPECT_EQ(Duplicate("x/smartlist/Road"),
+            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
+}
+
+TEST_F(DuplicateSmart, FailsWhenTheFolderCannotBeMade) {
+  for (const char *id : {kToPersonal, kToShared}) {
+    host().preferenceFolder = root() + "/none";
+    EXPECT_EQ(Duplicate(id), kSystemError);
+    EXPECT_THAT(host().Messages(),
+                ElementsAre("Failed to create directory No such file or directory."));
+  }
+  host().preferenceFolder = preferences();
+  std::filesystem::create_symlink(root() + "/nowhere", preferences() + "/playlists");
+  EXPECT_EQ(Duplicate(kToPersonal), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to create directory File exists."));
+}
+
+TEST_F(DuplicateSmart, FailsWhenThePersonalRulesCannotBeMade) {
+  host().results["VLIBCExec"] = {-1};
+  EXPECT_EQ(Duplicate(kToPersonal), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to touch " + PersonalRules() + ". ret=-1"));
+}
+
+TEST_F(DuplicateSmart, GoesOnWhenTheToolOnlyComplains) {
+  host().results["VLIBCExec"] = {1};
+  EXPECT_EQ(Duplicate(kToPersonal),
+            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
+}
+
+TEST_F(DuplicateSmart, FailsWithoutTheSource) {
+  host().results["iTunesPlaylistGetByFilename"] = {-1};
+  EXPECT_EQ(Duplicate(kToPersonal), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("Failed to get iTunes's playlist! name=Road"));
+  EXPECT_THAT(host().Calls("iTunesPLNodesFree"), IsEmpty()) << "there are no rules";
+}
+
+TEST_F(DuplicateSmart, RefusesANameThatExists) {
+  host().results["IsiTunesPlaylistExistByFilename"] = {1};
+  for (const char *overwrite : {"false", "TRUE", "1"}) {
+    EXPECT_EQ(Duplicate(kToPersonal, overwrite), kNameExists);
+    EXPECT_THAT(host().Messages(), IsEmpty());
+    EXPECT_THAT(host().Calls("iTunesPlaylistSetByFilename"), IsEmpty());
+  }
+}
+
+TEST_F(DuplicateSmart, ReplacesAnExistingOneOnRequest) {
+  host().results["IsiTunesPlaylistExistByFilename"] = {1};
+  EXPECT_EQ(Duplicate(kToPersonal, "true"),
+            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
+  EXPECT_THAT(host().Calls("iTunesPlaylistSetByFilename"),
+              ElementsAre("iTunesPlaylistSetByFilename(\"" + PersonalRules() +
+                          "\", \"Road\", playlist Road)"));
+}
+
+TEST_F(DuplicateSmart, AddsAnewWhatIsNotThereToReplace) {
+  Duplicate(kToPersonal, "true");
+  EXPECT_THAT(
+      host().Calls("iTunesPlaylistSetByFilename"),
+      ElementsAre("iTunesPlaylistSetByFilename(\"" + PersonalRules() + "\", null, playlist Road)"));
+}
+
+TEST_F(DuplicateSmart, FailsWhenThePlaylistCannotBeWritten) {
+  host().results["iTunesPlaylistSetByFilename"] = {-1};
+  EXPECT_EQ(Duplicate(kToShared), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre("iTunesPlaylistSet() failed"));
+  EXPECT_THAT(host().Calls("iTunesServiceCheckAndReStart"), IsEmpty());
+}
+
+TEST_F(DuplicateSmart, DoesNotEscapeTheName) {
+  const std::string answer = Duplicate("musiclib_music_shared/smart/a<b");
+  EXPECT_NE(answer.find(R"("id":"musiclib_music_personal/smart/a<b")"), std::string::npos);
+  EXPECT_NE(answer.find(R"("qtip":"a<b","text":"a<b")"), std::string::npos);
+  EXPECT_THAT(host().Calls("EncodeHtml"), IsEmpty());
+}
+
+} // namespace
