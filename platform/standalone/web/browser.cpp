@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
 namespace vexo::web {
 namespace {
@@ -29,8 +30,9 @@ std::string_view InternetExplorerVersion(std::string_view agent) {
   return VersionBehind(agent, "rv:"); // as its last version says it
 }
 
+/// The number before the first dot; one beyond all of them when it is none that can be told.
 int MajorOf(std::string_view version) {
-  int major = 0;
+  int major = std::numeric_limits<int>::max();
   std::from_chars(version.data(), version.data() + version.size(), major);
   return major;
 }
