@@ -1,0 +1,94 @@
+#include "vexoaudiod/song_ids.h"
+#include "services/boundary.h"
+#include "services/host_paths.h"
+#include <exception>
+#include <filesystem>
+#include <system_error>
+#include <unistd.h>
+#include <unordered_map>
+
+namespace vexo::audiod {
+
+namespace {
+
+/// The index names a file of the shared library by the link to it, a player perhaps by the folder
+/// behind the link, or by another link.
+std::string NameByLink(const std::string &library, const std::string &real_directory,
+                       const QueueEntry &entry) {
+  const std::string path =
+      entry.uri.starts_with('/') ? entry.uri : real_directory + "/" + entry.uri;
+  const bool is_inside = !library.empty() && path.starts_with(library + "/");
+  return is_inside ? services::kMusicLink + path.substr(library.size()) : "";
+}
+
+/// The shared library's folder without links; empty when there is none.
+std::string RealLibrary() {
+  std::error_code error;
+  const std::filesystem::path library = std::filesystem::canonical(services::kMusicLink, error);
+  return error ? "" : library.string();
+}
+
+void FillText(std::string &text, const std::string &known) {
+  if (text.empty()) {
+    text = known;
+  }
+}
+
+template <typename Number, typename Known> void FillNumber(Number &number, Known known) {
+  if (number == 0 && known > 0) {
+    number = static_cast<Number>(known);
+  }
+}
+
+void Fill(QueueEntry &entry, const index::Song &song) {
+  entry.song_id = song.id;
+  entry.size_bytes = song.size_bytes;
+  entry.bitrate = song.bitrate;
+  FillText(entry.title, song.title);
+  FillText(entry.artist, song.artist);
+  FillText(entry.album, song.album);
+  FillText(entry.genre, song.genre);
+  FillNumber(entry.track, song.track);
+  FillNumber(entry.disc, song.disc);
+  FillNumber(entry.year, song.year);
+  FillNumber(entry.duration_seconds, song.duration_seconds);
+  FillNumber(entry.sample_rate, song.sample_rate);
+  FillNumber(entry.channels, song.channels);
+}
+
+} // namespace
+
+void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdQueue &player) {
+  std::unordered_multimap<std::string, QueueEntry *> by_path;
+  std::vector<std::string> paths;
+  const std::string library = RealLibrary();
+  const std::string &directory = player.real_music_directory();
+  for (QueueEntry &entry : entries) {
+    for (const std::string &path : {entry.res, NameByLink(library, directory, entry)}) {
+      if (path.starts_with('/')) {
+        by_path.emplace(path, &entry);
+        paths.push_back(path);
+      }
+    }
+  }
+  // An index that is not there is the scanner's to make, under the scanner's user.
+  if (paths.empty() || (index_ == nullptr && access(services::kIndexFile, F_OK) != 0)) {
+    return;
+  }
+  try {
+    if (index_ == nullptr) {
+      index_ = index::OpenMediaIndex();
+    }
+    for (const index::Song &song : index_->SongsByPath(paths)) {
+      const auto [first, last] = by_path.equal_range(song.path);
+      for (auto found = first; found != last; ++found) {
+        Fill(*found->second, song);
+      }
+    }
+  } catch (const std::exception &error) {
+    index_.reset();
+    services::LogFailure("songs of a queue", error.what());
+  }
+}
+
+} // namespace vexo::audiod
