@@ -41,12 +41,11 @@ std::size_t TitleComma(std::string_view info) {
   return info.find(',');
 }
 
-/// One line of text: its control characters become blanks.
-std::string InOneLine(const char *text) {
-  std::string line = ReadableText(text);
+/// Its control characters become blanks.
+std::string InOneLine(std::string text) {
   std::replace_if(
-      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
-  return line;
+      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
+  return text;
 }
 
 /// The seconds of a tag; -1 stands for a length that is not known.
@@ -55,8 +54,8 @@ long WholeSeconds(float seconds) {
 }
 
 void AppendInfo(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
-  const std::string artist = InOneLine(song.artist);
-  const std::string title = InOneLine(song.title);
+  const std::string artist = InOneLine(ReadableField(song.artist));
+  const std::string title = InOneLine(ReadableField(song.title));
   const long seconds = WholeSeconds(song.duration);
   if (artist.empty() && title.empty() && seconds < 0) {
     return;

@@ -11,7 +11,13 @@ namespace {
 constexpr int kFallbackCodePage = 1252;
 constexpr std::size_t kLongestCharacter = 4;
 
-/// `bytes` without the character that is cut off at their end, if one is.
+} // namespace
+
+std::optional<std::string> FromHostCodePage(std::string_view bytes) {
+  const int page = services::HostCodePage();
+  return text::ToUtf8(page == text::kUtf8CodePage ? kFallbackCodePage : page, bytes);
+}
+
 std::string_view WithoutCutCharacter(std::string_view bytes) {
   const std::size_t most = std::min(bytes.size(), kLongestCharacter - 1);
   for (std::size_t cut = 1; cut <= most; ++cut) {
@@ -23,20 +29,9 @@ std::string_view WithoutCutCharacter(std::string_view bytes) {
   return bytes;
 }
 
-} // namespace
-
-std::optional<std::string> FromHostCodePage(std::string_view bytes) {
-  const int page = services::HostCodePage();
-  return text::ToUtf8(page == text::kUtf8CodePage ? kFallbackCodePage : page, bytes);
-}
-
 std::string ReadableText(std::string_view bytes) {
   if (text::IsUtf8(bytes)) {
     return std::string(bytes);
-  }
-  const std::string_view whole = WithoutCutCharacter(bytes);
-  if (whole.size() < bytes.size()) {
-    return std::string(whole);
   }
   if (auto converted = FromHostCodePage(bytes)) {
     return *std::move(converted);

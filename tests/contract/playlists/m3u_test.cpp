@@ -1,0 +1,245 @@
+#include "contract/playlists/playlists_test.h"
+#include "playlists/m3u.h"
+#include <cstdio>
+#include <random>
+#include <stdexcept>
+
+namespace vexo::playlists {
+namespace {
+
+using Views = std::vector<std::string_view>;
+
+Views PathsIn(std::string_view content) {
+  Views paths;
+  for (const M3uEntry &entry : ParseM3u(content)) {
+    paths.push_back(entry.path);
+  }
+  return paths;
+}
+
+std::string Text(const files::Pieces &pieces) {
+  std::string text;
+  for (const std::string_view piece : pieces) {
+    text += piece;
+  }
+  return text;
+}
+
+TEST(M3u, IsReadAsOtherProgramsWriteIt) {
+  struct Row {
+    const char *description, *content;
+    Views paths;
+  };
+  const Row rows[] = {
+      {"an empty file", "", {}},
+      {"a head alone", "#EXTM3U\n", {}},
+      {"plain lines", "/a.mp3\n/b.mp3\n", {"/a.mp3", "/b.mp3"}},
+      {"no end of the last line", "/a.mp3\n/b.mp3", {"/a.mp3", "/b.mp3"}},
+      {"line ends of Windows", "#EXTM3U\r\n/a.mp3\r\n\r\n/b.mp3\r\n", {"/a.mp3", "/b.mp3"}},
+      {"a byte order mark", "\xEF\xBB\xBF/a.mp3\n", {"/a.mp3"}},
+      {"a byte order mark before the head", "\xEF\xBB\xBF#EXTM3U\n/a.mp3\n", {"/a.mp3"}},
+      {"a byte order mark alone", "\xEF\xBB\xBF", {}},
+      {"tags and comments", "#EXTINF:1,T\n#comment\n#EXTVLCOPT:x=1\n/a.mp3\n", {"/a.mp3"}},
+      {"a comment behind blanks", " \t# comment\n/a.mp3\n", {"/a.mp3"}},
+      {"blanks before a path", "  /a.mp3\n", {"/a.mp3"}},
+      {"a blank line", " \t \n/a.mp3\n", {"/a.mp3"}},
+      {"a blank at the end of a name", "/a \n", {"/a "}},
+      {"an address", "http://radio/a?b#c\n", {"http://radio/a?b#c"}},
+      {"a tag without a song", "#EXTINF:1,T\n", {}},
+      {"bytes that are no text", std::string_view("\xFF\xFE\x00\n", 4).data(), {"\xFF\xFE"}},
+  };
+  for (const Row &row : rows) {
+    EXPECT_EQ(PathsIn(row.content), row.paths) << row.description;
+  }
+}
+
+TEST(M3u, ATagTellsOfTheNextPathOnly) {
+  const auto entries = ParseM3u("#EXTINF:1,A\n#EXTINF:2,B\n# x\n/b.mp3\n/c.mp3\n");
+  ASSERT_EQ(entries.size(), 2U);
+  EXPECT_EQ(entries[0].info, "2,B");
+  EXPECT_EQ(entries[0].begin, 0U);
+  EXPECT_EQ(entries[1].info, "");
+}
+
+TEST(M3u, ATagIsReadInAllItsForms) {
+  struct Row {
+    const char *info;
+    float seconds;
+    const char *artist, *title;
+  };
+  const Row rows[] = {
+      {"215,Artist - Title", 215, "Artist", "Title"},
+      {"215,Title", 215, "", "Title"},
+      {"-1,Artist - Title", 0, "Artist", "Title"},
+      {"12.5,A - B - C", 12.5, "A", "B - C"},
+      {"0 tvg-name=\"x, y\" group=\"z\",Title", 0, "", "Title"},
+      {"7 broken=\"quote,Title", 7, "", "Title"},
+      {"7", 7, "", ""},
+      {"", 0, "", ""},
+      {",Title", 0, "", "Title"},
+      {"nan,Title", 0, "", "Title"},
+      {"1e99,Title", 1, "", "Title"},
+      {"99999999999999999999,Title", 0, "", "Title"},
+  };
+  for (const Row &row : rows) {
+    const M3uInfo info = ParseM3uInfo(row.info);
+    EXPECT_EQ(info.duration_seconds, row.seconds) << row.info;
+    EXPECT_EQ(info.artist, row.artist) << row.info;
+    EXPECT_EQ(info.title, row.title) << row.info;
+  }
+}
+
+TEST(M3u, AnEntryIsWrittenWithWhatIsKnown) {
+  struct Row {
+    const char *description;
+    __tag_VEXO_MEDIA_INFO song;
+    const char *text;
+  };
+  const Row rows[] = {
+      {"everything", MakeRecord("/a.mp3", "Title", "Artist", 215.4F),
+       "#EXTINF:215,Artist - Title\n/a.mp3\n"},
+      {"no artist", MakeRecord("/a.mp3", "Title", "", 215.6F), "#EXTINF:216,Title\n/a.mp3\n"},
+      {"no length", MakeRecord("/a.mp3", "Title", "Artist"), "#EXTINF:-1,Artist - Title\n/a.mp3\n"},
+      {"a very short song", MakeRecord("/a.mp3", "T", "", 0.2F), "#EXTINF:1,T\n/a.mp3\n"},
+      {"a path alone", MakeRecord("/a.mp3"), "/a.mp3\n"},
+      {"no path", MakeRecord("", "Title", "Artist", 1), ""},
+      {"line breaks in texts", MakeRecord("/a.mp3", "Ti\r\ntle", "Art\nist", 1),
+       "#EXTINF:1,Art ist - Ti  tle\n/a.mp3\n"},
+      {"an address", MakeRecord("http://radio/1", "Radio"), "#EXTINF:-1,Radio\nhttp://radio/1\n"},
+      {"a path like a comment", MakeRecord("#1.mp3"), "./#1.mp3\n"},
+      {"a path that begins with a blank", MakeRecord(" a.mp3"), "./ a.mp3\n"},
+      {"a path like a protected one", MakeRecord("./#1.mp3"), "././#1.mp3\n"},
+      {"a relative path", MakeRecord("./a.mp3"), "./a.mp3\n"},
+  };
+  for (const Row &row : rows) {
+    std::string text;
+    AppendM3uEntry(text, row.song);
+    EXPECT_EQ(text, row.text) << row.description;
+  }
+}
+
+TEST(M3u, ATextCutInACharacterLosesTheRestOfIt) {
+  auto song = MakeRecord("/a");
+  const std::string title = std::string(253, 't') + "\xC3\xA9";
+  snprintf(song.title, sizeof song.title, "%s", title.c_str());
+  std::string text;
+  AppendM3uEntry(text, song);
+  EXPECT_EQ(text, "#EXTINF:-1," + std::string(253, 't') + "\n/a\n");
+}
+
+TEST(M3u, ATextOfACodePageIsWrittenAsUtf8) {
+  std::string text;
+  AppendM3uEntry(text, MakeRecord("/a", "caf\xE9", "\x81"));
+  EXPECT_EQ(text, "#EXTINF:-1,? - caf\xC3\xA9\n/a\n");
+}
+
+TEST(M3u, APathWithALineBreakIsRefused) {
+  for (const char *path : {"/a\nb.mp3", "/a\rb.mp3", "\n", "/a\r\n/etc/passwd"}) {
+    std::string text;
+    EXPECT_THROW(AppendM3uEntry(text, MakeRecord(path)), std::invalid_argument) << path;
+    EXPECT_EQ(text, "");
+  }
+}
+
+TEST(M3u, OfAListTheFirstSongsAreWritten) {
+  const auto songs = MakeSongs({"/a", "", "/b", "/c"});
+  EXPECT_EQ(M3uEntries(songs.get()), "/a\n/b\n/c\n");
+  EXPECT_EQ(M3uEntries(songs.get(), 3), "/a\n/b\n");
+  EXPECT_EQ(M3uEntries(songs.get(), 0), "");
+  EXPECT_EQ(M3uEntries(nullptr), "");
+}
+
+TEST(M3u, WhatIsWrittenReadsTheSame) {
+  constexpr char kAlphabet[] = "#./ \tab-,\"\\:%\xC3\xA9\xFF";
+  std::mt19937 random(1);
+  std::uniform_int_distribution<std::size_t> letter(0, sizeof kAlphabet - 2), length(1, 8);
+  for (int round = 0; round < 20000; ++round) {
+    std::string path(length(random), ' ');
+    for (char &c : path) {
+      c = kAlphabet[letter(random)];
+    }
+    std::string text(kM3uHead);
+    AppendM3uEntry(text, MakeRecord(path, "Title", "Artist", 12));
+    const auto entries = ParseM3u(text);
+    ASSERT_EQ(entries.size(), 1U) << text;
+    EXPECT_EQ(UnprotectPath(entries[0].path), path);
+    const M3uInfo info = ParseM3uInfo(entries[0].info);
+    EXPECT_EQ(info.title, "Title");
+    EXPECT_EQ(info.artist, "Artist");
+    EXPECT_EQ(info.duration_seconds, 12);
+  }
+}
+
+TEST(M3u, AFileOfTooManyEntriesIsRefused) {
+  std::string content;
+  for (std::size_t i = 0; i < kMaxEntries; ++i) {
+    content += "a\n";
+  }
+  EXPECT_EQ(ParseM3u(content).size(), kMaxEntries);
+  EXPECT_THROW((void)ParseM3u(content + "a\n"), std::length_error);
+}
+
+TEST(M3uEdits, AppendingEndsTheLastLineAndGivesAnEmptyFileItsHead) {
+  EXPECT_EQ(Text(AppendedM3u("", "/n\n")), "#EXTM3U\n/n\n");
+  EXPECT_EQ(Text(AppendedM3u("#EXTM3U\n", "/n\n")), "#EXTM3U\n/n\n");
+  EXPECT_EQ(Text(AppendedM3u("/a\n", "/n\n")), "/a\n/n\n");
+  EXPECT_EQ(Text(AppendedM3u("/a\r\n/b", "/n\n")), "/a\r\n/b\n/n\n");
+  EXPECT_EQ(Text(AppendedM3u("/a\n# end\n\n", "/n\n")), "/a\n# end\n\n/n\n");
+  EXPECT_EQ(Text(AppendedM3u("\xEF\xBB\xBF", "/n\n")), "\xEF\xBB\xBF/n\n");
+  EXPECT_EQ(Text(AppendedM3u("/a", "")), "/a");
+}
+
+constexpr std::string_view kForeign = "\xEF\xBB\xBF#EXTM3U\r\n# of mine\r\n#EXTINF:1,A\r\n/a\r\n"
+                                      "#EXTVLCOPT:x\r\n\r\n/b\xE9\r\n# end";
+
+TEST(M3uEdits, SplicingTouchesNoOtherByte) {
+  const auto entries = ParseM3u(kForeign);
+  ASSERT_EQ(entries.size(), 2U);
+  EXPECT_EQ(Text(SplicedM3u(kForeign, entries, 0, 1, "/n\n")),
+            "\xEF\xBB\xBF#EXTM3U\r\n# of mine\r\n/n\n#EXTVLCOPT:x\r\n\r\n/b\xE9\r\n# end");
+  EXPECT_EQ(Text(SplicedM3u(kForeign, entries, 1, 1, "/n\n")),
+            "\xEF\xBB\xBF#EXTM3U\r\n# of mine\r\n#EXTINF:1,A\r\n/a\r\n#EXTVLCOPT:x\r\n\r\n"
+            "/n\n/b\xE9\r\n# end");
+  EXPECT_EQ(Text(SplicedM3u(kForeign, entries, 2, 2, "/n\n")), std::string(kForeign) + "\n/n\n");
+  EXPECT_EQ(Text(SplicedM3u(kForeign, entries, 0, 2, "")),
+            "\xEF\xBB\xBF#EXTM3U\r\n# of mine\r\n#EXTVLCOPT:x\r\n\r\n# end");
+  EXPECT_EQ(Text(SplicedM3u(kForeign, entries, 1, 1, "")), kForeign);
+}
+
+TEST(M3uEdits, SplicingAtTheBeginningOfAPlainFileGivesItAHead) {
+  const std::string_view plain = "/a\n/b\n";
+  EXPECT_EQ(Text(SplicedM3u(plain, ParseM3u(plain), 0, 0, "/n\n")), "#EXTM3U\n/n\n/a\n/b\n");
+}
+
+TEST(M3uEdits, RemovingTakesAnEntrysTagsAndLeavesTheRest) {
+  const std::string_view content = "#EXTINF:1,A\n# kept\n#EXTINF:2,A\n/a\n/b\n#EXTINF:3,C\n/c";
+  const auto entries = ParseM3u(content);
+  EXPECT_EQ(Text(ReducedM3u(content, entries, {0})), "# kept\n/b\n#EXTINF:3,C\n/c");
+  EXPECT_EQ(Text(ReducedM3u(content, entries, {0, 2})), "# kept\n/b\n");
+  EXPECT_EQ(Text(ReducedM3u(content, entries, {0, 1, 2})), "# kept\n");
+  EXPECT_EQ(Text(ReducedM3u(content, entries, {})), content);
+  EXPECT_EQ(Text(ReducedM3u(kForeign, ParseM3u(kForeign), {0})),
+            "\xEF\xBB\xBF#EXTM3U\r\n# of mine\r\n#EXTVLCOPT:x\r\n\r\n/b\xE9\r\n# end");
+}
+
+TEST(M3uEdits, LikeEditsOfAPlainList) {
+  std::mt19937 random(2);
+  for (int round = 0; round < 2000; ++round) {
+    Texts list;
+    for (std::size_t i = random() % 8; i > 0; --i) {
+      list.push_back("/" + std::to_string(random()));
+    }
+    const std::string content = M3u(list);
+    const auto entries = ParseM3u(content);
+    const std::size_t first = random() % (list.size() + 1);
+    const std::size_t last = first + random() % (list.size() - first + 1);
+    const std::string spliced = Text(SplicedM3u(content, entries, first, last, "/x\n/y\n"));
+    list.erase(list.begin() + static_cast<std::ptrdiff_t>(first),
+               list.begin() + static_cast<std::ptrdiff_t>(last));
+    list.insert(list.begin() + static_cast<std::ptrdiff_t>(first), {"/x", "/y"});
+    EXPECT_EQ(spliced, M3u(list));
+  }
+}
+
+} // namespace
+} // namespace vexo::playlists

@@ -1,0 +1,270 @@
+// The rows of playlists, and the edges of the folders that hold them.
+#include "contract/playlists/playlists_test.h"
+#include "playlists/edges.h"
+#include "support/faults.h"
+
+namespace vexo::playlists {
+namespace {
+
+class Rows : public Playlists {
+protected:
+  static std::string PathOf(const std::string &id, const char *library = "shared", int user = 0) {
+    char path[4096] = "";
+    return VEXOPlaylistPathGet(library, user, std::stoi(id), path, sizeof path) == 0 ? path : "";
+  }
+  static int Save(const std::string &path) {
+    const auto record = MakeRecord(path, "title");
+    return VEXOPlaylistDBSave(&record);
+  }
+  /// The ids of the rows found, in their order.
+  static Texts Find(const std::string &ids) {
+    VEXOPlaylistRow *list = nullptr;
+    if (VEXOPlayListListGetByID("shared", 0, &list, ids.c_str()) != 0) {
+      return {"none"};
+    }
+    Texts found;
+    for (const VEXOPlaylistRow *row = list; row != nullptr; row = row->next) {
+      found.push_back(std::to_string(row->info.id));
+    }
+    VEXOPlayListFree(list);
+    return found;
+  }
+  static int Unlink(const std::string &ids) {
+    VEXOPlaylistRow *list = nullptr;
+    EXPECT_EQ(VEXOPlayListListGetByID("shared", 0, &list, ids.c_str()), 0);
+    const int result = VEXOPlayListUnlink("shared", list);
+    VEXOPlayListFree(list);
+    return result;
+  }
+};
+
+TEST_F(Rows, AreSavedAndFound) {
+  WriteBytes(Shared("a.m3u"), "12345");
+  auto record = MakeRecord(Shared("a.m3u"), "a");
+  index::CopyText(record.album, "playlists");
+  index::CopyText(record.changeTime, "Thu Jan  1 00:00:00 1970\n");
+  record.size = 5;
+  ASSERT_EQ(VEXOPlaylistDBSave(&record), 0);
+  const std::string id = IdOf("shared", 0, Shared("a.m3u"));
+  EXPECT_GT(std::stoi(id), 0);
+  EXPECT_EQ(PathOf(id), Shared("a.m3u"));
+  VEXOPlaylistRow *list = nullptr;
+  ASSERT_EQ(VEXOPlayListListGetByID("shared", alice_, &list, id.c_str()), 0);
+  EXPECT_STREQ(list->info.title, "a");
+  EXPECT_STREQ(list->info.album, "playlists");
+  EXPECT_STREQ(list->info.changeTime, "Thu Jan  1 00:00:00 1970\n");
+  EXPECT_EQ(list->info.size, 5U);
+  EXPECT_EQ(list->userId, 0);
+  char title[16] = "";
+  EXPECT_EQ(VEXOPlaylistTitleGet(id.c_str(), title, sizeof title, list), 0);
+  EXPECT_STREQ(title, "a");
+  EXPECT_EQ(VEXOPlaylistTitleGet("99", title, sizeof title, list), -1);
+  EXPECT_EQ(VEXOPlaylistTitleGet("x", title, sizeof title, list), -1);
+  EXPECT_EQ(VEXOPlaylistTitleGet(id.c_str(), title, sizeof title, nullptr), -1);
+  EXPECT_EQ(VEXOPlaylistTitleGet(id.c_str(), title, 1, list), -1);
+  VEXOPlayListFree(list);
+}
+
+TEST_F(Rows, OfAPersonalLibraryAreItsUsersOwn) {
+  const std::string path = Personal("alice") + "/playlists/a.m3u";
+  auto record = MakeRecord(path, "mine");
+  ASSERT_EQ(PersonalLibraryInfoDBSave(3, &record, alice_), 0);
+  EXPECT_NE(IdOf("personal", alice_, path), "");
+  EXPECT_EQ(IdOf("personal", alice_ + 1, path), "");
+  EXPECT_EQ(IdOf("shared", 0, path), "");
+  char title[16] = "";
+  EXPECT_EQ(VEXOPlaylistTitleGetByPath(path.c_str(), title, sizeof title, alice_), 0);
+  EXPECT_STREQ(title, "mine");
+  EXPECT_EQ(VEXOPlaylistTitleGetByPath(path.c_str(), title, sizeof title, alice_ + 1), -1);
+  EXPECT_EQ(PersonalLibraryInfoDBSave(2, &record, alice_), -1);
+  EXPECT_EQ(PersonalLibraryInfoDBSave(3, &record, 0), -1);
+}
+
+TEST_F(Rows, ArePathsOnce) {
+  EXPECT_EQ(Save(Shared("a.m3u")), 0);
+  EXPECT_EQ(Save(Shared("a.m3u")), -1);
+}
+
+TEST_F(Rows, OutsideOfTheirLibraryAreRefused) {
+  fs::create_directory(library() + "/elsewhere");
+  fs::create_directory_symlink(library() + "/elsewhere", Shared("link"));
+  fs::create_directory(Shared("sub"));
+  const std::string inside = AddShared("in.m3u", "");
+  EXPECT_EQ(Save(Shared("sub/a.m3u")), 0) << "a folder below it is inside";
+  for (const std::string &path :
+       {library() + "/a.m3u", Shared("../a.m3u"), Shared("link/a.m3u"), Shared("none/a.m3u"),
+        Shared(".."), Shared("."), Shared(""), Preferences("bob") + "/playlists/a.m3u",
+        Personal("alice") + "/playlists/a.m3u", std::string("a.m3u"), std::string(),
+        std::string("/etc/passwd"), library() + "/playlists-2/a.m3u"}) {
+    EXPECT_EQ(Save(path), -1) << path;
+    const auto record = MakeRecord(path, "moved");
+    EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, Shared("in.m3u").c_str()), -1) << path;
+    EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, std::stoi(inside)), -1) << path;
+  }
+  EXPECT_EQ(PathOf(inside), Shared("in.m3u"));
+}
+
+TEST_F(Rows, AreMovedByTheirOldPath) {
+  const std::string id = AddShared("a.m3u", "");
+  fs::rename(Shared("a.m3u"), Shared("b.m3u"));
+  const auto record = MakeRecord(Shared("b.m3u"), "b");
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(PathOf(id), Shared("b.m3u"));
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, Shared("a.m3u").c_str()), -1);
+}
+
+TEST_F(Rows, AreNotMovedToATakenPath) {
+  const std::string id = AddShared("a.m3u", "");
+  AddShared("b.m3u", "");
+  const auto record = MakeRecord(Shared("b.m3u"), "b");
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, Shared("a.m3u").c_str()), -1);
+  EXPECT_EQ(PathOf(id), Shared("a.m3u"));
+}
+
+TEST_F(Rows, AreRefreshedByTheirId) {
+  const std::string id = AddShared("a.m3u", "");
+  auto record = MakeRecord(Shared("a.m3u"), "a");
+  record.size = 42;
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, std::stoi(id)), 0);
+  const auto row = index::ProcessIndex().PlaylistByPath(0, Shared("a.m3u"));
+  EXPECT_EQ(row->size_bytes, 42U);
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, 4711), -1);
+}
+
+TEST_F(Rows, ARefreshDoesNotUndoARename) {
+  const std::string id = AddShared("a.m3u", "123");
+  const auto stale = MakeRecord(Shared("a.m3u"), "a");
+  fs::rename(Shared("a.m3u"), Shared("b.m3u"));
+  const auto renamed = MakeRecord(Shared("b.m3u"), "b");
+  ASSERT_EQ(VEXOPlaylistDBUpdate("shared", 0, &renamed, Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &stale, std::stoi(id)), 0);
+  const auto row = index::ProcessIndex().PlaylistByPath(0, Shared("b.m3u"));
+  ASSERT_TRUE(row);
+  EXPECT_EQ(row->title, "b");
+  EXPECT_EQ(row->size_bytes, 3U);
+}
+
+TEST_F(Rows, AreFoundByLists) {
+  const std::string a = AddShared("a.m3u", ""), b = AddShared("b.m3u", "");
+  EXPECT_EQ(Find(a), Texts{a});
+  EXPECT_EQ(Find(b + "," + a), (Texts{b, a}));
+  EXPECT_EQ(Find(a + ",4711," + a + ",x"), Texts{a}) << "others are left out";
+  for (const char *ids : {"", "4711", "x", "0", "-1", ",", "99999999999"}) {
+    EXPECT_EQ(Find(ids), Texts{"none"}) << ids;
+  }
+}
+
+TEST_F(Rows, TwentyThousandIdsAreAnOrdinaryList) {
+  const std::string id = AddShared("a.m3u", "");
+  std::string ids = id;
+  for (int i = 0; i < 20000; ++i) {
+    ids += "," + std::to_string(1000000 + i);
+  }
+  EXPECT_EQ(Find(ids), Texts{id});
+}
+
+TEST_F(Rows, AnswersThatDoNotFitAreFailures) {
+  const std::string id = AddShared("a.m3u", "");
+  char buffer[4] = "xyz";
+  EXPECT_EQ(VEXOPlaylistPathGet("shared", 0, std::stoi(id), buffer, sizeof buffer), -1);
+  EXPECT_STREQ(buffer, "xyz");
+  EXPECT_EQ(VEXOPlaylistPathGet("shared", 0, 4711, buffer, sizeof buffer), -1);
+  EXPECT_EQ(VEXOPlaylistIDGet("shared", 0, Shared("a.m3u").c_str(), buffer, 1), -1);
+  EXPECT_EQ(VEXOPlaylistIDGet("shared", 0, nullptr, buffer, sizeof buffer), -1);
+  EXPECT_EQ(VEXOPlaylistIDGet("other", 0, Shared("a.m3u").c_str(), buffer, sizeof buffer), -1);
+}
+
+TEST_F(Rows, AreUnlinkedWithTheirFiles) {
+  const std::string a = AddShared("a.m3u", ""), b = AddShared("b.m3u", ""),
+                    c = AddShared("c.m3u", "");
+  EXPECT_EQ(Unlink(a + "," + c), 0);
+  EXPECT_EQ(Find(a + "," + b + "," + c), Texts{b});
+  EXPECT_EQ(Names(library() + "/playlists"), std::set<std::string>{"b.m3u"});
+}
+
+TEST_F(Rows, WithoutAFileAreUnlinkedToo) {
+  const std::string id = AddShared("a.m3u", "");
+  fs::remove(Shared("a.m3u"));
+  EXPECT_EQ(Unlink(id), 0);
+  EXPECT_EQ(Find(id), Texts{"none"});
+}
+
+TEST_F(Rows, UnlinkFollowsARename) {
+  const std::string id = AddShared("a.m3u", "");
+  VEXOPlaylistRow *list = nullptr;
+  ASSERT_EQ(VEXOPlayListListGetByID("shared", 0, &list, id.c_str()), 0);
+  fs::rename(Shared("a.m3u"), Shared("b.m3u"));
+  const auto record = MakeRecord(Shared("b.m3u"), "b");
+  ASSERT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(VEXOPlayListUnlink("shared", list), 0);
+  VEXOPlayListFree(list);
+  EXPECT_TRUE(Names(library() + "/playlists").empty());
+}
+
+TEST_F(Rows, AFailedUnlinkLeavesFileAndRow) {
+  const std::string id = AddShared("a.m3u", "abc");
+  for (const auto call : {faults::Call::kRename, faults::Call::kSync}) {
+    const faults::Fault fault(call, 1, EIO);
+    EXPECT_EQ(Unlink(id), -1);
+    EXPECT_EQ(ReadBytes(Shared("a.m3u")), "abc");
+    EXPECT_EQ(Find(id), Texts{id});
+  }
+}
+
+TEST_F(Rows, WithALibraryThatIsNotThereStay) {
+  const std::string id = AddShared("a.m3u", "");
+  fs::rename(library(), library() + "-away");
+  EXPECT_EQ(Unlink(id), -1);
+  fs::rename(library() + "-away", library());
+  EXPECT_EQ(Find(id), Texts{id});
+  EXPECT_TRUE(fs::exists(Shared("a.m3u")));
+}
+
+TEST_F(Rows, UnlinkOfALinkLeavesWhatItNames) {
+  WriteBytes(library() + "/victim", "victim");
+  fs::create_symlink(library() + "/victim", Shared("a.m3u"));
+  ASSERT_EQ(Save(Shared("a.m3u")), 0);
+  EXPECT_EQ(Unlink(IdOf("shared", 0, Shared("a.m3u"))), 0);
+  EXPECT_EQ(ReadBytes(library() + "/victim"), "victim");
+}
+
+TEST_F(Rows, UnlinkKilledAnywhereLeavesWhatCanBeMended) {
+  for (int step = 1, killed = 1; killed != 0; ++step) {
+    AddShared("a.m3u", "abc");
+    index::SetProcessIndex(nullptr);
+    const auto unlink = [&] { Unlink(IdOf("shared", 0, Shared("a.m3u"))); };
+    killed = faults::KilledAt(step, unlink) ? 1 : 0;
+    const bool has_row = !IdOf("shared", 0, Shared("a.m3u")).empty();
+    const bool has_file = fs::exists(Shared("a.m3u"));
+    EXPECT_TRUE(has_row || !has_file) << "a file without its row would come back";
+    if (has_file) {
+      EXPECT_EQ(ReadBytes(Shared("a.m3u")), "abc");
+    }
+    if (has_row) {
+      Unlink(IdOf("shared", 0, Shared("a.m3u")));
+    }
+    for (const std::string &name : Names(library() + "/playlists")) {
+      EXPECT_TRUE(files::IsTemporaryName(name)) << name;
+    }
+  }
+}
+
+TEST_F(Rows, EdgesOfARequestAreItsUsersOwn) {
+  const std::string alices = Preferences("alice") + "/playlists/a.m3u";
+  const std::string bobs = Preferences("bob") + "/playlists/b.m3u";
+  EXPECT_NO_THROW(RequireInPlaylistsFolder(alices));
+  EXPECT_NO_THROW(RequireInPlaylistsFolder(bobs));
+  setenv("REMOTE_USER", "bob", 1);
+  EXPECT_NO_THROW(RequireInPlaylistsFolder(bobs));
+  EXPECT_NO_THROW(RequireInPlaylistsFolder(Shared("a.m3u")));
+  EXPECT_THROW(RequireInPlaylistsFolder(alices), OutsideError);
+  EXPECT_THROW(RequireInPlaylistsFolder(Personal("alice") + "/playlists/a.m3u"), OutsideError);
+  EXPECT_THROW(RequireInPlaylistsFolder(Personal("bob") + "/playlists/a.m3u"), OutsideError)
+      << "a library that is off";
+  setenv("REMOTE_USER", "mallory", 1);
+  EXPECT_THROW(RequireInPlaylistsFolder(bobs), OutsideError);
+  unsetenv("REMOTE_USER");
+}
+
+} // namespace
+} // namespace vexo::playlists
