@@ -4,7 +4,8 @@
 
 namespace vexo::index {
 
-Database::Database(const std::string &path, int busy_milliseconds) : path_(path) {
+Database::Database(const std::string &path, int busy_milliseconds)
+    : path_(path), busy_milliseconds_(busy_milliseconds) {
   try {
     Open(path);
     sqlite3_busy_timeout(handle_, busy_milliseconds);

@@ -25,12 +25,14 @@ public:
   /// The one number that a statement answers.
   int64_t Number(const char *sql);
   [[nodiscard]] sqlite3 *get() const { return handle_; }
+  [[nodiscard]] int busy_milliseconds() const { return busy_milliseconds_; }
   [[noreturn]] void Fail(const char *operation) const;
 
 private:
   void Open(const std::string &path);
   sqlite3 *handle_ = nullptr;
   std::string path_;
+  int busy_milliseconds_;
 };
 
 /// A prepared statement. Parameters count from 1, columns from 0, as in SQLite.

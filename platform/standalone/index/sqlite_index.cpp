@@ -4,25 +4,44 @@
 #include "index/sqlite_texts.h"
 
 namespace vexo::index {
-namespace {
-
-/// Pages that the write-ahead log holds before they are moved into the database. Every process that
-/// is the first one reads the whole log, so it is kept short.
-constexpr int kLogPages = 64;
-
-} // namespace
-
 SqliteIndex::SqliteIndex(const std::string &path, int busy_milliseconds)
     : database_(path, busy_milliseconds) {
-  sqlite3_wal_autocheckpoint(database_.get(), kLogPages);
+  // A process that ends leaves the log to the next one: emptying it each time would cost a request
+  // that writes one row four more syncs, and the two files to be made and removed.
+  sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  sqlite3_wal_hook(database_.get(), AfterCommit, this);
   DefineFold(database_);
   MigrateSchema(database_);
   database_.Execute("PRAGMA synchronous=FULL");
 }
 
+SqliteIndex::~SqliteIndex() {
+  if (most_log_pages_ == kLogPagesOfBatches) {
+    EmptyLog();
+  }
+}
+
+/// SQLite's own way only marks the log as done with, in memory that is lost with the last process:
+/// the log of processes that come one after the other would grow for ever.
+int SqliteIndex::EmptyLog() {
+  return sqlite3_wal_checkpoint_v2(database_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
+                                   nullptr);
+}
+
+int SqliteIndex::AfterCommit(void *self, sqlite3 *, const char *, int log_pages) {
+  auto &index = *static_cast<SqliteIndex *>(self);
+  if (log_pages >= index.most_log_pages_) {
+    // Readers are not waited for; the next one that writes tries again.
+    sqlite3_busy_timeout(index.database_.get(), 0);
+    index.EmptyLog();
+    sqlite3_busy_timeout(index.database_.get(), index.database_.busy_milliseconds());
+  }
+  return SQLITE_OK;
+}
+
 void SqliteIndex::Optimize() {
   database_.Execute("INSERT INTO song_texts(song_texts) VALUES('optimize')");
-  database_.Execute("PRAGMA wal_checkpoint(TRUNCATE)");
+  EmptyLog();
 }
 
 std::vector<std::string> SqliteIndex::FindDamage() {

@@ -14,6 +14,7 @@ public:
   static constexpr int kBusyMilliseconds = 10'000;
 
   explicit SqliteIndex(const std::string &path, int busy_milliseconds = kBusyMilliseconds);
+  ~SqliteIndex() override;
 
   std::vector<Song> SongsById(int owner, const std::vector<int32_t> &ids) override;
   std::vector<Song> SongsByPath(const std::vector<std::string> &paths) override;
@@ -36,7 +37,18 @@ public:
   void RepairDamage() override;
 
 private:
+  /// Pages that the write-ahead log holds before they are moved into the database. Every process
+  /// that is the only one reads the whole log, so it is kept short: it holds some five rows.
+  static constexpr int kLogPages = 16;
+  /// The same while songs are written in batches, which touch pages all over the file: moving them
+  /// after each batch would be most of the work.
+  static constexpr int kLogPagesOfBatches = 4000;
+
+  static int AfterCommit(void *self, sqlite3 *, const char *, int log_pages);
+  int EmptyLog();
+
   Database database_;
+  int most_log_pages_ = kLogPages;
 };
 
 } // namespace vexo::index

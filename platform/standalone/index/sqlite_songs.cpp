@@ -180,10 +180,7 @@ std::vector<SongFile> SqliteIndex::SongFiles(int owner) {
 }
 
 void SqliteIndex::WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) {
-  // Batches come one after the other and touch pages all over the file: moving them into it after
-  // each would be most of the work.
-  constexpr int kLogPages = 4000;
-  sqlite3_wal_autocheckpoint(database_.get(), kLogPages);
+  most_log_pages_ = kLogPagesOfBatches;
   Transaction transaction(database_);
   SongWriter writer(database_);
   for (const int32_t id : removed) {
