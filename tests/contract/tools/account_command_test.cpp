@@ -1,0 +1,164 @@
+#include "accounts/accounts.h"
+#include "playlistctl/account_command.h"
+#include "support/device_root.h"
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <crypt.h>
+#include <gmock/gmock.h>
+#include <iostream>
+#include <sstream>
+
+namespace vexo::tools {
+namespace {
+
+using accounts::FindAccount;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+
+class AccountCommand : public DeviceRootTest {
+protected:
+  /// Runs the command line with `input` on its standard input; gives what it prints.
+  static std::string Run(std::vector<std::string> arguments, const std::string &input = "") {
+    CLI::App program;
+    AddAccountCommand(program);
+    std::istringstream in(input);
+    std::ostringstream out;
+    const Redirection redirection(in, out);
+    std::reverse(arguments.begin(), arguments.end());
+    program.parse(arguments);
+    return out.str();
+  }
+
+  static std::string HashOf(const std::string &name) {
+    std::istringstream lines(ReadBytes(services::kPasswordFile));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with(name + ":")) {
+        return line.substr(name.size() + 1);
+      }
+    }
+    return "";
+  }
+
+  static bool IsPassword(const std::string &name, const std::string &password) {
+    const std::string hash = HashOf(name);
+    return !hash.empty() && hash == crypt(password.c_str(), hash.c_str());
+  }
+
+private:
+  class Redirection {
+  public:
+    Redirection(std::istream &in, std::ostream &out)
+        : in_(std::cin.rdbuf(in.rdbuf())), out_(std::cout.rdbuf(out.rdbuf())) {}
+    ~Redirection() {
+      std::cin.rdbuf(in_);
+      std::cin.clear();
+      std::cout.rdbuf(out_);
+    }
+
+  private:
+    std::streambuf *in_, *out_;
+  };
+};
+
+std::string PrintedPassword(const std::string &output) {
+  const std::string label = "password: ";
+  const std::size_t begin = output.find(label) + label.size();
+  return output.substr(begin, output.find('\n', begin) - begin);
+}
+
+TEST_F(AccountCommand, AddsAnAccountWithAPasswordOfItsOwn) {
+  const std::string output = Run({"account", "add", "anna"});
+  EXPECT_THAT(output, MatchesRegex("password: [a-z2-9]+\naccount: anna\nid: 1\n"));
+  EXPECT_TRUE(IsPassword("anna", PrintedPassword(output)));
+  EXPECT_FALSE(FindAccount("anna")->personal_library);
+}
+
+TEST_F(AccountCommand, ReadsAPasswordFromTheStandardInput) {
+  EXPECT_EQ(Run({"account", "add", "anna", "--password-stdin"}, "pass w:ord\nnext line\n"),
+            "account: anna\nid: 1\n");
+  EXPECT_TRUE(IsPassword("anna", "pass w:ord"));
+}
+
+TEST_F(AccountCommand, AddsNobodyWithoutAPassword) {
+  EXPECT_THROW(Run({"account", "add", "anna", "--password-stdin"}, ""), std::invalid_argument);
+  EXPECT_FALSE(FindAccount("anna"));
+  EXPECT_EQ(HashOf("anna"), "");
+}
+
+TEST_F(AccountCommand, KeepsThePasswordOfANameThatIsTaken) {
+  Run({"account", "add", "anna", "--password-stdin"}, "first\n");
+  EXPECT_THROW(Run({"account", "add", "anna", "--password-stdin"}, "second\n"),
+               std::invalid_argument);
+  EXPECT_TRUE(FindAccount("anna"));
+  EXPECT_TRUE(IsPassword("anna", "first"));
+}
+
+TEST_F(AccountCommand, TakesTheFoldersItIsTold) {
+  Run({"account", "add", "anna", "--personal", "on", "--personal-folder", library() + "/anna",
+       "--preference-folder", library() + "/prefs"});
+  EXPECT_TRUE(FindAccount("anna")->personal_library);
+  EXPECT_EQ(FindAccount("anna")->personal_folder, library() + "/anna");
+  EXPECT_EQ(FindAccount("anna")->preference_folder, library() + "/prefs");
+}
+
+TEST_F(AccountCommand, ChangesOnlyWhatItIsTold) {
+  Run({"account", "add", "anna", "--personal", "on"});
+  const accounts::Account before = *FindAccount("anna");
+  Run({"account", "set", "anna", "--personal-folder", library() + "/anna"});
+  EXPECT_TRUE(FindAccount("anna")->personal_library);
+  EXPECT_EQ(FindAccount("anna")->personal_folder, library() + "/anna");
+  EXPECT_EQ(FindAccount("anna")->preference_folder, before.preference_folder);
+  Run({"account", "set", "anna", "--personal", "off"});
+  EXPECT_FALSE(FindAccount("anna")->personal_library);
+  EXPECT_EQ(FindAccount("anna")->id, before.id);
+}
+
+TEST_F(AccountCommand, ListsAnAccountALine) {
+  EXPECT_EQ(Run({"account", "list"}), "");
+  Run({"account", "add", "anna", "--personal", "on"});
+  Run({"account", "add", "ben"});
+  const std::string preferences = services::kPreferences;
+  EXPECT_EQ(Run({"account", "list"}), "1\tanna\t" + std::string(services::kHomes) +
+                                          "/anna/music\t" + preferences + "/anna\n2\tben\t-\t" +
+                                          preferences + "/ben\n");
+}
+
+TEST_F(AccountCommand, RemovesTheAccountAndItsPassword) {
+  Run({"account", "add", "anna"});
+  Run({"account", "remove", "anna"});
+  EXPECT_FALSE(FindAccount("anna"));
+  EXPECT_EQ(HashOf("anna"), "");
+  EXPECT_TRUE(std::filesystem::exists(std::string(services::kPreferences) + "/anna"));
+}
+
+TEST_F(AccountCommand, GivesAnotherPassword) {
+  const std::string first = PrintedPassword(Run({"account", "add", "anna"}));
+  const std::string second = PrintedPassword(Run({"account", "passwd", "anna"}));
+  EXPECT_FALSE(IsPassword("anna", first));
+  EXPECT_TRUE(IsPassword("anna", second));
+  EXPECT_EQ(Run({"account", "passwd", "anna", "--password-stdin"}, "third\n"), "");
+  EXPECT_TRUE(IsPassword("anna", "third"));
+}
+
+TEST_F(AccountCommand, FailsForANameThatHasNoAccount) {
+  EXPECT_THROW(Run({"account", "set", "anna", "--personal", "on"}), std::exception);
+  EXPECT_THROW(Run({"account", "remove", "anna"}), std::invalid_argument);
+  EXPECT_THROW(Run({"account", "passwd", "anna"}), std::invalid_argument);
+  EXPECT_EQ(HashOf("anna"), "");
+}
+
+TEST_F(AccountCommand, RefusesACommandLineThatIsNone) {
+  for (const std::vector<std::string> &arguments :
+       std::vector<std::vector<std::string>>{{"account"},
+                                             {"account", "add"},
+                                             {"account", "frob"},
+                                             {"account", "add", "anna", "--personal", "maybe"},
+                                             {"account", "add", "anna", "ben"}}) {
+    EXPECT_THROW(Run(arguments), CLI::Error) << arguments.back();
+  }
+  EXPECT_FALSE(FindAccount("anna"));
+}
+
+} // namespace
+} // namespace vexo::tools
