@@ -3,6 +3,7 @@
 #include "index/library_owner.h"
 #include "index/media_index.h"
 #include "index/records.h"
+#include "playlists/new_files.h"
 #include "playlists/required.h"
 #include "playlists/rows.h"
 #include "services/boundary.h"
@@ -110,7 +111,11 @@ int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *b
   return Guarded("VEXOPlaylistIDGet", -1, [&] {
     const int owner = LibraryOwner(library, userId);
     const auto row = ProcessIndex().PlaylistByPath(owner, Required(path));
-    return row ? CopiedOut(std::to_string(row->id), buffer, size) : -1;
+    if (!row) {
+      return -1;
+    }
+    vexo::playlists::ExpectFile(owner, path);
+    return CopiedOut(std::to_string(row->id), buffer, size);
   });
 }
 

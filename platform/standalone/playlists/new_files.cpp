@@ -1,13 +1,15 @@
 #include "playlists/new_files.h"
+#include "accounts/libraries.h"
 #include "files/durable_file.h"
 #include "files/folder.h"
 #include "index/records.h"
 #include "playlists/changes.h"
 #include "playlists/edges.h"
 #include "playlists/m3u.h"
+#include "playlists/rows.h"
 #include "services/host_paths.h"
-#include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <sys/stat.h>
@@ -20,38 +22,35 @@ namespace {
 
 constexpr unsigned kOwnOnly = 0600;
 
-/// The files that this process made. Their folders are kept open, so that a folder of the same path
-/// made later is not taken for the same one.
-class MadeFiles {
-public:
-  void Remember(const std::string &path) { folders_.emplace_back(path); }
-
-  [[nodiscard]] bool Hold(const std::string &path) const {
-    const files::Folder folder(path);
-    return std::any_of(folders_.begin(), folders_.end(), [&](const files::Folder &made) {
-      return made.name() == folder.name() && IsSame(made, folder);
-    });
-  }
-
-private:
-  static bool IsSame(const files::Folder &a, const files::Folder &b) {
-    struct stat first {
-    }, second{};
-    return fstat(a.fd(), &first) == 0 && fstat(b.fd(), &second) == 0 &&
-           files::IsSameFile(first, second);
-  }
-
-  std::vector<files::Folder> folders_;
+/// A file that this process made or found the row of. Its folder is kept open, so that a folder of
+/// the same path made later is not taken for the same one.
+struct SeenFile {
+  files::Folder folder;
+  std::optional<int> owner; ///< of the row that was found
+  std::string path;         ///< as the row has it
 };
 
-MadeFiles &MadeHere() {
-  static MadeFiles made;
-  return made;
+std::vector<SeenFile> &SeenHere() {
+  static std::vector<SeenFile> seen;
+  return seen;
 }
 
+bool IsSameName(const files::Folder &a, const files::Folder &b) {
+  struct stat first {
+  }, second{};
+  return a.name() == b.name() && fstat(a.fd(), &first) == 0 && fstat(b.fd(), &second) == 0 &&
+         files::IsSameFile(first, second);
+}
+
+/// A file that was there is gone for good unless it has a row that stays: that row only lost it.
+bool IsGoneForGood(const SeenFile &file) { return !file.owner || !StaysAt(*file.owner, file.path); }
+
 std::string NewContent(const VEXOPlaylistRec *songs, const std::string &path) {
-  if (songs != nullptr && MadeHere().Hold(path)) {
-    throw std::runtime_error("renamed or deleted meanwhile: " + path);
+  const files::Folder folder(path);
+  for (const SeenFile &seen : SeenHere()) {
+    if (songs != nullptr && IsSameName(seen.folder, folder) && IsGoneForGood(seen)) {
+      throw std::runtime_error("renamed or deleted meanwhile: " + path);
+    }
   }
   return std::string(kM3uHead) + M3uEntries(songs);
 }
@@ -87,7 +86,13 @@ void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path) {
         return NewContent(songs, path);
       });
   if (is_new) {
-    MadeHere().Remember(path);
+    SeenHere().push_back({files::Folder(path), std::nullopt, path});
+  }
+}
+
+void ExpectFile(int owner, const std::string &path) {
+  if (accounts::RealPath(path)) {
+    SeenHere().push_back({files::Folder(path), owner, path});
   }
 }
 

@@ -9,9 +9,12 @@
 namespace vexo::playlists {
 
 /// Makes the playlist file `path` with these songs, or replaces the songs of the one that is there.
-/// Songs for a file that this process made before, and that is gone since, are refused: somebody
+/// Songs for a file that was there for this process, and that is gone since, are refused: somebody
 /// renamed or deleted it, and a second file would bring the old name back. Throws.
 void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path);
+
+/// Tells that this process found a row with that path, whose file is about to be written.
+void ExpectFile(int owner, const std::string &path);
 
 /// Makes the playlist file `path` in the folder for temporary files, where others may have put
 /// something of that name: a link is replaced, a file only when it is the server's own. Throws.

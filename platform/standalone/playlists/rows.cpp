@@ -1,15 +1,13 @@
 #include "playlists/rows.h"
 #include "files/durable_file.h"
 #include "playlists/edges.h"
-#include <algorithm>
+#include "playlists/patience.h"
 #include <array>
-#include <chrono>
 #include <ctime>
 #include <optional>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
-#include <thread>
 
 namespace vexo::playlists {
 
@@ -17,30 +15,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A rename moves the file first and writes the row a moment later. Who finds no file at a row's
-/// path waits for that moment, with ever longer breaks, and not for ever.
-class Patience {
-public:
-  explicit Patience(milliseconds whole) : left_(whole) {}
-
-  /// Sleeps a little; false, without sleep, when there is no patience left.
-  bool Wait() {
-    if (left_ <= milliseconds::zero()) {
-      return false;
-    }
-    std::this_thread::sleep_for(step_);
-    left_ -= step_;
-    step_ = std::min(2 * step_, kLongestStep);
-    return true;
-  }
-
-private:
-  static constexpr milliseconds kLongestStep{64};
-  milliseconds left_, step_{1};
-};
-
 constexpr milliseconds kPatienceWithEdits{2000};
 constexpr milliseconds kPatienceWithRemovals{500};
+constexpr milliseconds kPatienceWithMoves{500};
 
 /// The row names another path than it did.
 class MovedError : public std::exception {};
@@ -138,11 +115,6 @@ bool IsThere(const std::string &path) {
   return lstat(path.c_str(), &facts) == 0;
 }
 
-/// Whether values that were read from a row before it was moved would move it back.
-bool IsOutdated(const index::Playlist &values, const index::Playlist &row) {
-  return values.path != row.path && !IsThere(values.path) && IsThere(row.path);
-}
-
 } // namespace
 
 void ChangeRow(int owner, int32_t id, const Change &change) {
@@ -169,20 +141,35 @@ void AddRow(const index::Playlist &row) {
   index::ProcessIndex().AddPlaylist(row);
 }
 
-bool RefreshRow(int owner, int32_t id, index::Playlist values) {
+bool RefreshRow(int owner, int32_t id, const index::Playlist &values) {
   RequireInLibrary(owner, values.path);
-  Patience patience(kPatienceWithEdits);
-  do {
-    const auto row = FindRow(owner, id);
-    if (!row) {
-      return false;
-    }
-    const index::Playlist &written = IsOutdated(values, *row) ? WithFileFacts(*row) : values;
-    if (index::ProcessIndex().UpdatePlaylist(owner, row->path, written)) {
+  Patience patience(kPatienceWithMoves);
+  bool is_settled = false;
+  while (const auto row = FindRow(owner, id)) {
+    // Written where the row still has the path it was found with: a rename in between is not
+    // undone.
+    const bool is_outdated = values.path != row->path && IsThere(row->path);
+    const bool may_write = values.path == row->path || is_outdated || is_settled;
+    if (may_write && index::ProcessIndex().UpdatePlaylist(
+                         owner, row->path, is_outdated ? WithFileFacts(*row) : values)) {
       return true;
     }
-  } while (patience.Wait());
+    if (is_settled) {
+      return false;
+    }
+    is_settled = !patience.Wait();
+  }
   return false;
+}
+
+bool StaysAt(int owner, const std::string &path) {
+  Patience patience(kPatienceWithMoves);
+  do {
+    if (!index::ProcessIndex().PlaylistByPath(owner, path)) {
+      return false;
+    }
+  } while (patience.Wait());
+  return true;
 }
 
 bool MoveRow(int owner, const std::string &old_path, const index::Playlist &values) {

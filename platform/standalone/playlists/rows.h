@@ -29,10 +29,14 @@ void AddRow(const index::Playlist &row);
 
 /// Rewrites the row of `id`; false: there is none. What a rename made of the row since `values`
 /// were read from it stays: then only size and times are written, those of the file that was
-/// renamed.
-bool RefreshRow(int owner, int32_t id, index::Playlist values);
+/// renamed. A row whose file is not there takes the path of `values`, unless a rename that is under
+/// way takes it elsewhere.
+bool RefreshRow(int owner, int32_t id, const index::Playlist &values);
 
 /// Rewrites the row that has `old_path`, which moves the playlist; false: there is none.
 bool MoveRow(int owner, const std::string &old_path, const index::Playlist &values);
+
+/// Whether a row whose file is not there keeps its path: no rename or removal is under way.
+bool StaysAt(int owner, const std::string &path);
 
 } // namespace vexo::playlists

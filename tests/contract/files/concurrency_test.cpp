@@ -1,36 +1,15 @@
 #include "contract/files/files_test.h"
+#include "support/processes.h"
 #include <cstdio>
-#include <functional>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 namespace vexo::files {
 namespace {
-
-/// Runs `work` in `count` processes at once and tells how many ended with `status`.
-int RunAtOnce(int count, int status, const std::function<int(int)> &work) {
-  std::vector<pid_t> children;
-  for (int i = 0; i < count; ++i) {
-    children.push_back(fork());
-    if (children.back() == 0) {
-      _exit(work(i));
-    }
-  }
-  int ended_so = 0;
-  for (const pid_t child : children) {
-    int result = 0;
-    EXPECT_EQ(waitpid(child, &result, 0), child);
-    ended_so += WIFEXITED(result) && WEXITSTATUS(result) == status ? 1 : 0;
-  }
-  return ended_so;
-}
 
 TEST_F(Files, OfManyCreationsAtOnceExactlyOneSucceeds) {
   const auto create = [&](int i) {
     return ErrorOf([&] { CreateDurably(path_, std::string(1000, static_cast<char>('a' + i))); });
   };
-  EXPECT_EQ(RunAtOnce(16, 0, create), 1);
+  EXPECT_EQ(RunAtOnce(16, create), 1);
   const std::string content = ReadBytes(path_);
   EXPECT_EQ(content, std::string(1000, content.at(0)));
 }
@@ -44,7 +23,7 @@ TEST_F(Files, NoEditOfManyProcessesIsLost) {
     }
     return 0;
   };
-  EXPECT_EQ(RunAtOnce(kProcesses, 0, edit), kProcesses);
+  EXPECT_EQ(RunAtOnce(kProcesses, edit), kProcesses);
   EXPECT_EQ(ReadBytes(path_), std::string(kProcesses * kEdits, 'x'));
   EXPECT_EQ(Names(), Set{"list.m3u"});
 }
@@ -75,7 +54,7 @@ TEST_F(Files, EditsThatRaceRenamesAreNeitherLostNorBringANameBack) {
     }
     return 0;
   };
-  EXPECT_EQ(RunAtOnce(kProcesses, 0, work), kProcesses);
+  EXPECT_EQ(RunAtOnce(kProcesses, work), kProcesses);
   EXPECT_EQ(Names().size(), 1U);
   EXPECT_EQ(ReadBytes(folder_ / *Names().begin()), std::string((kProcesses - 1) * kEdits, 'x'));
 }
@@ -98,7 +77,7 @@ TEST_F(Files, AReaderSeesWholeContentsOnly) {
     }
     return 0;
   };
-  EXPECT_EQ(RunAtOnce(3, 0, work), 3);
+  EXPECT_EQ(RunAtOnce(3, work), 3);
 }
 
 } // namespace

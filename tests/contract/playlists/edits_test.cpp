@@ -377,6 +377,23 @@ TEST_F(Writing, DoesNotBringBackAFileThatWasRenamedMeanwhile) {
   EXPECT_EQ(Names(library() + "/playlists"), std::set<std::string>{"b.m3u"});
 }
 
+TEST_F(Writing, DoesNotBringBackAFileThatWasRenamedWithItsRow) {
+  AddShared("a.m3u", M3u({"/a"}));
+  fs::rename(Shared("a.m3u"), Shared("b.m3u"));
+  const auto record = MakeRecord(Shared("b.m3u"), "b");
+  ASSERT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs({"/new"}).get(), Shared("a.m3u").c_str()), -1);
+  EXPECT_EQ(Names(library() + "/playlists"), std::set<std::string>{"b.m3u"});
+  EXPECT_EQ(ReadBytes(Shared("b.m3u")), M3u({"/a"}));
+}
+
+TEST_F(Writing, GivesARowItsLostFileBack) {
+  AddShared("a.m3u", "");
+  fs::remove(Shared("a.m3u"));
+  EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs({"/new"}).get(), Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(ReadBytes(Shared("a.m3u")), M3u({"/new"}));
+}
+
 TEST_F(Writing, KilledAnywhereLeavesNoFileOrAnEmptyOrTheWholeList) {
   const std::string path = Shared("a.m3u");
   std::set<std::string> seen;

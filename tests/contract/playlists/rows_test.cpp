@@ -144,6 +144,14 @@ TEST_F(Rows, ARefreshDoesNotUndoARename) {
   EXPECT_EQ(row->size_bytes, 3U);
 }
 
+TEST_F(Rows, WithoutAFileTakeThePathOfARefresh) {
+  const std::string id = AddShared("a.m3u", "123");
+  fs::rename(Shared("a.m3u"), Shared("b.m3u"));
+  const auto record = MakeRecord(Shared("b.m3u"), "b");
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, std::stoi(id)), 0);
+  EXPECT_EQ(PathOf(id), Shared("b.m3u"));
+}
+
 TEST_F(Rows, AreFoundByLists) {
   const std::string a = AddShared("a.m3u", ""), b = AddShared("b.m3u", "");
   EXPECT_EQ(Find(a), Texts{a});
