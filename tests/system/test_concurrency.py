@@ -50,7 +50,7 @@ class Storm:
     append puts a group, "back", that nothing ever removes.
     """
 
-    CLIENTS, EDITS, FRONT, GROUP = 50, 2000, 3000, 3
+    CLIENTS, EDITS, FRONT, GROUP = 50, 2000, 2500, 2
     NAMES = ("storm", "storm, renamed")
 
     def __init__(self, server, kind):
@@ -109,7 +109,7 @@ class Storm:
 
     def rename(self):
         old, new = 0, 1
-        while not self.stopped.wait(0.02):
+        while not self.stopped.wait(0.2):
             answer = self.server.ask("saveplsname", self.kind.user, id=self.node_id(),
                                      name=self.NAMES[new])
             if answer.success and "name" in answer.json:
@@ -120,7 +120,7 @@ class Storm:
 
     def read(self):
         seen = set()
-        while not self.stopped.wait(0.005):
+        while not self.stopped.wait(0.05):
             for name in self.names:
                 try:
                     text = name.read_text()

@@ -29,23 +29,21 @@ class FailingDisk(RootTest):
     def walk(self, error):
         """Overwrites a playlist with each writing system call failing once."""
         for kind in KINDS:
-            self.assertTrue(add(kind, "list", OLD).success)
-            request = {"action": "add", "name": "list", "type": kind.type, "overwrite": "true",
+            self.assertTrue(add(kind, error, OLD).success)
+            request = {"action": "add", "name": error, "type": kind.type, "overwrite": "true",
                        "id_info_list": objects(NEW)}
             counts = faults.system_calls(kind.user, **request)
             failed = 0
             for call, number in faults.steps(counts, WRITING):
-                add(kind, "list", OLD, overwrite="true")
-                answer = add(kind, "list", NEW, faults.failing_at(call, number, error),
+                add(kind, error, OLD, overwrite="true")
+                answer = add(kind, error, NEW, faults.failing_at(call, number, error),
                              overwrite="true")
                 failed += not (answer and answer.success)
                 with self.subTest(f"{kind.name}, {call} {number}"):
-                    self.check(kind, answer)
+                    self.check(answer, songs_of(kind.file(error)))
             self.assertGreater(failed, 0)
-            os.unlink(kind.file("list"))
 
-    def check(self, kind, answer):
-        songs = songs_of(kind.file("list"))
+    def check(self, answer, songs):
         if answer is None:
             self.assertIn(songs, (OLD, NEW))
         elif answer.success:

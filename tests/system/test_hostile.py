@@ -7,7 +7,7 @@ the logs and temporary files may change, and in the playlists folders no list th
 import unittest
 import urllib.parse
 
-from server import (ANNA, BEN, KINDS, LIBRARY, PERSONAL, PREFERENCE, ROOT, SHARED, ServerTest, tree)
+from server import KINDS, LIBRARY, PERSONAL, PREFERENCE, ROOT, ServerTest, tree
 
 VICTIM = "#EXTM3U\n/victim.mp3\n"
 BAIT = {
@@ -36,6 +36,7 @@ BAIT = {
     "overlong UTF-8 dots": b"\xc0\xae\xc0\xae/victim",
     "another user's": b"../../anna/playlists/victim",
     "a link out of the folder": b"way_out/victim",
+    "a link out of the folder, a new name": b"way_out/new",
     "format letters": b"%s%s%n",
     "shell words": b"$(touch victim); `touch victim`",
 }
@@ -79,13 +80,15 @@ def requests(kind, bait, victim_id):
 
 class Hostile(ServerTest):
     MAY_CHANGE = ("var/lib/vexo/index.db", "var/log/", "tmp", "etc/vexo/")
-    MADE = {"caught", "queue", "bait"}
 
     def setUp(self):
         (ROOT / "outside").mkdir(exist_ok=True)
         for folder in (LIBRARY, ROOT / "etc", ROOT / "outside", ROOT, ROOT / "var/lib/vexo",
                        *(kind.folder.parent for kind in KINDS)):
             (folder / "victim.m3u").write_text(VICTIM)
+        # The rules of a user with a personal library lie here; duplicates make the folder.
+        self.annas_rules = ROOT / "var/lib/vexo/preferences/anna/playlists"
+        self.annas_rules.mkdir(parents=True, exist_ok=True)
         for kind in KINDS:
             kind.folder.mkdir(parents=True, exist_ok=True)
             way_out = kind.folder / "way_out"
@@ -96,15 +99,16 @@ class Hostile(ServerTest):
 
     def state(self):
         """Everything that no hostile request may change."""
-        found = tree(ROOT)
-        for path in list(found):
-            inside = path[len(str(ROOT)) + 1:]
-            in_playlists = any(path.startswith(f"{kind.folder}/") for kind in KINDS)
-            if inside.startswith(self.MAY_CHANGE):
-                del found[path]
-            elif in_playlists and not path.endswith(("untouched.m3u", "way_out")):
-                del found[path]
-        return found
+        folders = (self.annas_rules, *(kind.folder for kind in KINDS))
+        return {path: there for path, there in tree(ROOT).items()
+                if not path[len(str(ROOT)) + 1:].startswith(self.MAY_CHANGE)
+                and (path.endswith(("untouched.m3u", "way_out"))
+                     or not any(path.startswith(f"{folder}/") for folder in folders))}
+
+    def assert_unchanged(self, before):
+        after = self.state()
+        self.assertEqual({path for path in before.keys() | after.keys()
+                          if before.get(path) != after.get(path)}, set())
 
     def send(self, kind, parameters):
         answer = self.server.send(kind.user, body=urllib.parse.urlencode(parameters), headers={
@@ -113,31 +117,29 @@ class Hostile(ServerTest):
 
     def test_nothing_outside_the_playlists_folders_changes(self):
         sent = 0
+        before = self.state()
         for description, bait in BAIT.items():
-            for kind in (SHARED, PERSONAL, PREFERENCE):
-                victim = self.server.add(kind, "bait", ["1"],
-                                         overwrite=str(kind.file("bait").exists()).lower())
-                before = self.state()
-                for parameters in requests(kind, bait, victim.id.encode()):
+            for kind in KINDS:
+                victim = self.server.add(kind, f"victim of {description}", ["1"]).id
+                for parameters in requests(kind, bait, victim.encode()):
                     self.send(kind, parameters)
                     sent += 1
                 with self.subTest(f"{description}, {kind.name}"):
-                    self.assertEqual(self.state(), before)
-                for file in (kind.file("bait"), kind.file("caught")):
-                    if file.exists():
-                        file.unlink()
+                    self.assert_unchanged(before)
         self.assertGreater(sent, 60)
 
     def test_one_user_cannot_reach_anothers_lists(self):
-        before = self.state()
-        for tail in (b"untouched", b"../../ben/playlists/untouched", b"../../anna/playlists/untouched"):
-            for user, kind in ((ANNA, PREFERENCE), (BEN, PERSONAL)):
-                for parameters in requests(kind, tail, b"musiclib_music_personal/playlist/none"):
-                    if parameters[b"action"] not in (b"add", b"addsearch", b"addplaying") and \
-                            b"shared" not in b"".join(parameters.values()) and user != kind.user:
-                        self.server.send(user, body=urllib.parse.urlencode(parameters), headers={
-                            "Content-Type": "application/x-www-form-urlencoded"})
-        self.assertEqual(self.state(), before)
+        hers = self.server.add(PERSONAL, "hers", ["1"]).id
+        self.assertTrue(self.server.add(PREFERENCE, "his", ["1"]).success)
+        hers_id = hers.rsplit("/", 1)[1].encode()
+        for thief, owner, tails in (
+                (PREFERENCE, PERSONAL, (b"hers", hers_id, b"../../anna/playlists/hers")),
+                (PERSONAL, PREFERENCE, (b"his", b"../../ben/playlists/his"))):
+            before = tree(owner.folder)
+            for tail in tails:
+                for parameters in requests(thief, tail, TAILED % (b"personal", tail)):
+                    self.send(thief, parameters)
+            self.assertEqual(tree(owner.folder), before)
 
 
 if __name__ == "__main__":
