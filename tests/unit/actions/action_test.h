@@ -37,6 +37,13 @@ protected:
     return stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0U;
   }
 
+  /// The answer with the node of a copy "Road".
+  static std::string CopyAnswer(const std::string &id, const std::string &pid) {
+    return R"({"node":{"allowDrag":false,"allowDrop":false,"draggable":false,"expanded":false,"id":")" +
+           id + R"(","leaf":true,"pid":")" + pid +
+           R"(","qtip":"Road","text":"Road"},"success":true})";
+  }
+
   static bool Exists(const std::string &path) {
     return std::filesystem::exists(std::filesystem::symlink_status(path));
   }

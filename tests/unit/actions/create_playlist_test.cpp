@@ -1,63 +1,12 @@
-#include "actions/create_playlist.h"
-
-#include "unit/actions/action_test.h"
+// What the actions that create playlists have in common.
+#include "unit/actions/create_test.h"
 #include <ctime>
 
 namespace {
 
-using recording::Song;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
-
-/// An action that creates playlists, with the parameters that it needs besides its name.
-struct Creator {
-  const char *description;
-  void (*run)(WebMan &);
-  std::map<std::string, std::string> parameters;
-  const char *songs;         ///< what it writes, with the songs of the fixture
-  bool logs_personal_folder; ///< in the message of a folder that cannot be made
-};
-
-const Creator kCreators[] = {
-    {"add", HandleAdd, {{"id_info_list", R"(["12"])"}}, "[12 /twelve.mp3]", true},
-    {"addplaying", HandleAddPlaying, {{"target", "stream"}}, "[13 /thirteen.mp3]", false},
-    {"addsearch",
-     HandleAddSearch,
-     {{"category", "artist"}, {"keyword", "x"}},
-     "[14 /fourteen.mp3]",
-     false},
-};
-
-class CreatePlaylist : public ActionTest {
-protected:
-  void SetUp() override {
-    ActionTest::SetUp();
-    host().records["VEXOMusicListGetByID"] = {Song(12, "/twelve.mp3")};
-    host().records["PlaylistFileLoad"] = {Song(13, "/thirteen.mp3")};
-    host().records["VEXOMusicListAll"] = {Song(14, "/fourteen.mp3")};
-  }
-
-  /// Runs the creator with its own parameters and these.
-  std::string Create(const Creator &creator, std::map<std::string, std::string> parameters) {
-    parameters.insert(creator.parameters.begin(), creator.parameters.end());
-    return Run(creator.run, std::move(parameters));
-  }
-
-  /// The answer with the node of a playlist "Road".
-  static std::string NodeAnswer(const std::string &id) {
-    return R"({"node":{"allowDrag":false,"allowDrop":false,"draggable":false,"expanded":false,)"
-           R"("id":")" +
-           id +
-           R"(","leaf":true,"pid":"musiclib_root","qtip":"Road","text":"Road"},"success":true})";
-  }
-
-  /// Takes the folder and the file away again.
-  static void Forget(const std::string &parent) {
-    std::filesystem::remove_all(parent + "/playlists");
-  }
-};
 
 TEST_F(CreatePlaylist, InTheSharedLibraryMakesFolderFileRowAndSongs) {
   const std::string path = library() + "/playlists/Road.m3u";
@@ -402,114 +351,6 @@ TEST_F(CreatePlaylist, HoldsTheFolderWhileItTakesTheName) {
   };
   Create(kCreators[0], {{"name", "Road"}});
   EXPECT_EQ(taken, 21) << "locked for the empty file, free again for the songs";
-}
-
-TEST_F(CreatePlaylist, OfAddWithoutAListIsEmpty) {
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}}),
-            NodeAnswer("musiclib_music_personal/playlist/Road"));
-  EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 1U);
-  EXPECT_THAT(host().Calls("VEXOPlaylistRecFree"), IsEmpty());
-}
-
-TEST_F(CreatePlaylist, OfAddWithAnEmptyListWritesIt) {
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"id_info_list", "[]"}}),
-            NodeAnswer("musiclib_music_personal/playlist/Road"));
-  const std::string call =
-      "VEXOWriteMusicPlaylist(null, \"" + preferences() + "/playlists/Road.m3u\")";
-  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), ElementsAre(call, call));
-}
-
-TEST_F(CreatePlaylist, OfAddThatOverwritesWithoutAListChangesNothing) {
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"type", "shared"}, {"overwrite", "true"}}),
-            NodeAnswer("musiclib_music_shared/playlist/31"));
-  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
-  EXPECT_THAT(host().Calls("VEXOPlaylistDBSave"), IsEmpty());
-}
-
-TEST_F(CreatePlaylist, OfAddFailsWithAListThatItCannotRead) {
-  const struct {
-    const char *list;
-    const char *message;
-  } rows[] = {
-      {"[", "Failed to parse json."},
-      {"", "Failed to parse json."},
-      {"{}", "id_info_list is not a Json array."},
-      {R"([{"res": 1}])", "Bad parameter."},
-  };
-  for (const auto &row : rows) {
-    Forget(preferences());
-    EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"id_info_list", row.list}}), kSystemError);
-    EXPECT_THAT(host().Messages(), ElementsAre(row.message)) << row.list;
-    EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
-  }
-}
-
-TEST_F(CreatePlaylist, OfAddFailsWhenTheSongsCannotBeLookedUp) {
-  host().results["VEXOMusicListGetByID"] = {-1};
-  EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}}), kSystemError);
-  EXPECT_THAT(host().Messages(), ElementsAre("Failed to get music list from database."));
-}
-
-TEST_F(CreatePlaylist, OfAddPlayingFailsWithAQueueThatCannotBeLoaded) {
-  host().records.erase("PlaylistFileLoad");
-  EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}}), kSystemError);
-  EXPECT_THAT(host().Messages(),
-              ElementsAre("Cannot load the playlist from " + root() + "/tmp/playing_anna.pls",
-                          "Failed to get playlist from target [stream]"));
-  EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
-}
-
-TEST_F(CreatePlaylist, OfAddPlayingWritesAnEmptyQueue) {
-  host().records["PlaylistFileLoad"].clear();
-  EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}}),
-            NodeAnswer("musiclib_music_personal/playlist/Road"));
-  EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 2U);
-}
-
-TEST_F(CreatePlaylist, OfAddSearchPassesTheSearchOn) {
-  Create(kCreators[2], {{"name", "Road"}});
-  EXPECT_THAT(host().Calls("VEXOMusicListAll"),
-              ElementsAre("VEXOMusicListAll(\"shared\", 7, 2, \"x\", \"album\", 1, 0, 0)"))
-      << "by default";
-  Forget(preferences());
-  Run(HandleAddSearch, {{"name", "Road"},
-                        {"library", "any"},
-                        {"category", "none such"},
-                        {"keyword", ""},
-                        {"sort", "title"},
-                        {"dir", "asc"}});
-  EXPECT_THAT(host().Calls("VEXOMusicListAll"),
-              ElementsAre("VEXOMusicListAll(\"any\", 7, 0, \"\", \"title\", 0, 0, 0)"));
-}
-
-TEST_F(CreatePlaylist, OfAddSearchSortsUpwardsForTheExactWordOnly) {
-  for (const char *direction : {"asc", "DESC", "", "ASC "}) {
-    Forget(preferences());
-    Create(kCreators[2], {{"name", "Road"}, {"dir", direction}});
-    EXPECT_THAT(host().Calls("VEXOMusicListAll"),
-                ElementsAre("VEXOMusicListAll(\"shared\", 7, 2, \"x\", \"album\", 0, 0, 0)"))
-        << direction;
-  }
-}
-
-TEST_F(CreatePlaylist, OfAddSearchTakesAFailedSearchAsAnEmptyOne) {
-  host().results["VEXOMusicListAll"] = {-1};
-  EXPECT_EQ(Create(kCreators[2], {{"name", "Road"}}),
-            NodeAnswer("musiclib_music_personal/playlist/Road"));
-  const std::string call =
-      "VEXOWriteMusicPlaylist(null, \"" + preferences() + "/playlists/Road.m3u\")";
-  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), ElementsAre(call, call));
-}
-
-TEST(SearchField, IsKnownByItsExactName) {
-  const struct {
-    const char *name;
-    int code;
-  } rows[] = {{"title", 1}, {"artist", 2}, {"album", 3},    {"genre", 6},  {"all", 8},
-              {"Title", 0}, {"", 0},       {"composer", 0}, {"title ", 0}, {nullptr, 0}};
-  for (const auto &row : rows) {
-    EXPECT_EQ(SearchFieldFromName(row.name), row.code) << (row.name ? row.name : "null");
-  }
 }
 
 } // namespace

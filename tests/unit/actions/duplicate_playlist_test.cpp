@@ -9,13 +9,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// The answer with the node of a copy "Road".
-std::string NodeAnswer(const std::string &id, const std::string &pid) {
-  return R"({"node":{"allowDrag":false,"allowDrop":false,"draggable":false,"expanded":false,"id":")" +
-         id + R"(","leaf":true,"pid":")" + pid +
-         R"(","qtip":"Road","text":"Road"},"success":true})";
-}
-
 constexpr const char *kSharedSource = "musiclib_music_shared/playlist/12";
 constexpr const char *kPersonalSource = "musiclib_music_personal/playlist/12";
 
@@ -64,7 +57,7 @@ TEST_F(DuplicatePlaylist, OfASharedOneGoesIntoThePersonalLibrary) {
   host().personalLibrary = true;
   const std::string path = personal() + "/playlists/Road.m3u";
   EXPECT_EQ(Duplicate(kSharedSource),
-            NodeAnswer("musiclib_music_personal/playlist/31", "musiclib_music_personal"));
+            CopyAnswer("musiclib_music_personal/playlist/31", "musiclib_music_personal"));
   EXPECT_THAT(
       host().Effects(),
       ElementsAre("GetUserIdFromName(\"anna\")", "VEXOPlayListListGetByID(\"shared\", 7, \"12\")",
@@ -82,7 +75,7 @@ TEST_F(DuplicatePlaylist, OfASharedOneGoesIntoThePersonalLibrary) {
 
 TEST_F(DuplicatePlaylist, OfASharedOneGoesIntoThePreferenceFolder) {
   EXPECT_EQ(Duplicate(kSharedSource),
-            NodeAnswer("musiclib_music_personal/playlist/Road", "musiclib_music_personal"));
+            CopyAnswer("musiclib_music_personal/playlist/Road", "musiclib_music_personal"));
   EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u"));
   for (const char *call : {"PersonalLibraryInfoDBSave", "VEXOPlaylistDBSave", "VEXOPlaylistIDGet",
                            "GetPersonalLibraryFolderPath"}) {
@@ -94,7 +87,7 @@ TEST_F(DuplicatePlaylist, OfAPersonalLibraryGoesIntoTheSharedOne) {
   host().personalLibrary = true;
   const std::string path = library() + "/playlists/Road.m3u";
   EXPECT_EQ(Duplicate(kPersonalSource),
-            NodeAnswer("musiclib_music_shared/playlist/31", "musiclib_music_shared"));
+            CopyAnswer("musiclib_music_shared/playlist/31", "musiclib_music_shared"));
   EXPECT_THAT(host().Effects(),
               ElementsAre("GetUserIdFromName(\"anna\")",
                           "VEXOPlaylistPathGet(\"personal\", 7, 12, 4096)",
@@ -113,7 +106,7 @@ TEST_F(DuplicatePlaylist, OfAPreferenceFolderGoesIntoTheSharedLibrary) {
   std::filesystem::create_directory(preferences() + "/playlists");
   WriteBytes(preferences() + "/playlists/Road.m3u", "");
   EXPECT_EQ(Duplicate("musiclib_music_personal/playlist/Road"),
-            NodeAnswer("musiclib_music_shared/playlist/31", "musiclib_music_shared"));
+            CopyAnswer("musiclib_music_shared/playlist/31", "musiclib_music_shared"));
   EXPECT_THAT(host().Calls("ParsePlayListByFieldGivenPath"),
               ElementsAre("ParsePlayListByFieldGivenPath(\"" + preferences() +
                           "/playlists/Road.m3u\", 0, 0, \"*\", 7)"));
@@ -162,7 +155,7 @@ TEST_F(DuplicatePlaylist, CopiesASharedSourceWithoutFileAsAnEmptyOne) {
   std::filesystem::remove(source_);
   host().records.erase("ParsePlayListByFieldGivenPath");
   EXPECT_EQ(Duplicate(kSharedSource),
-            NodeAnswer("musiclib_music_personal/playlist/Road", "musiclib_music_personal"));
+            CopyAnswer("musiclib_music_personal/playlist/Road", "musiclib_music_personal"));
 }
 
 TEST_F(DuplicatePlaylist, FailsWithoutThePersonalFolder) {
@@ -220,7 +213,7 @@ TEST_F(DuplicatePlaylist, ThatOverwritesSavesNoRow) {
   const std::string path = personal() + "/playlists/Road.m3u";
   Duplicate(kSharedSource);
   EXPECT_EQ(Duplicate(kSharedSource, "true"),
-            NodeAnswer("musiclib_music_personal/playlist/31", "musiclib_music_personal"));
+            CopyAnswer("musiclib_music_personal/playlist/31", "musiclib_music_personal"));
   EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"),
               ElementsAre("VEXOWriteMusicPlaylist(null, \"" + path + "\")",
                           "VEXOWriteMusicPlaylist([1 /a, 2 /b], \"" + path + "\")"));
@@ -276,150 +269,6 @@ TEST_F(DuplicatePlaylist, ResolvesBothPaths) {
       ElementsAre("VEXOWriteMusicPlaylist(null, \"" + root() + "/prefs/playlists/Road.m3u\")",
                   "VEXOWriteMusicPlaylist([1 /a, 2 /b], \"" + preferences() +
                       "/playlists/Road.m3u\")"));
-}
-
-class DuplicateSmart : public ActionTest {
-protected:
-  void SetUp() override {
-    ActionTest::SetUp();
-    host().on["VLIBCExec"] = [](const recording::Event & /*event*/) {
-      WriteBytes(PersonalRules(), "");
-    };
-  }
-  void TearDown() override {
-    EXPECT_EQ(host().openRules, 0) << "rules are released on every path";
-    ActionTest::TearDown();
-  }
-
-  static std::string SharedRules() { return root() + "/etc/mt-daapd.playlist"; }
-  static std::string PersonalRules() { return preferences() + "/playlists/smart.playlist"; }
-
-  std::string Duplicate(const std::string &id, const std::string &overwrite = "false") {
-    return Run(HandleDuplicate, {{"id", id}, {"overwrite", overwrite}});
-  }
-};
-
-constexpr const char *kToPersonal = "musiclib_music_shared/smart/Road";
-constexpr const char *kToShared = "musiclib_music_personal/smart/Road";
-
-TEST_F(DuplicateSmart, OfASharedOneMakesThePersonalRules) {
-  EXPECT_EQ(Duplicate(kToPersonal),
-            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
-  EXPECT_THAT(
-      host().Effects(),
-      ElementsAre("VLIBCExec(\"" + root() + "/bin/touch\", \"" + PersonalRules() +
-                      "\", null, null, null)",
-                  "iTunesPlaylistGetByFilename(\"" + SharedRules() + "\", \"Road\")",
-                  "IsiTunesPlaylistExistByFilename(\"" + PersonalRules() + "\", \"Road\")",
-                  "iTunesPlaylistSetByFilename(\"" + PersonalRules() + "\", null, playlist Road)",
-                  "SetSuccess(true)", "iTunesPLNodesFree()", "PrintResponse()"))
-      << "and restarts nothing";
-  EXPECT_EQ(ModeOf(preferences() + "/playlists"), 0777U);
-}
-
-TEST_F(DuplicateSmart, OfAPersonalOneRestartsTheService) {
-  EXPECT_EQ(Duplicate(kToShared),
-            NodeAnswer("musiclib_music_shared/smart/Road", "musiclib_music_shared"));
-  EXPECT_THAT(
-      host().Effects(),
-      ElementsAre("VLIBCExec(\"" + root() + "/bin/touch\", \"" + PersonalRules() +
-                      "\", null, null, null)",
-                  "iTunesPlaylistGetByFilename(\"" + PersonalRules() + "\", \"Road\")",
-                  "IsiTunesPlaylistExistByFilename(\"" + SharedRules() + "\", \"Road\")",
-                  "iTunesPlaylistSetByFilename(\"" + SharedRules() + "\", null, playlist Road)",
-                  "iTunesServiceCheckAndReStart()", kEvent, "SetSuccess(true)",
-                  "iTunesPLNodesFree()", "PrintResponse()"));
-}
-
-TEST_F(DuplicateSmart, SucceedsWhenTheServiceCannotBeRestarted) {
-  host().results["iTunesServiceCheckAndReStart"] = {-1};
-  EXPECT_EQ(Duplicate(kToShared),
-            NodeAnswer("musiclib_music_shared/smart/Road", "musiclib_music_shared"));
-  EXPECT_THAT(host().Messages(), ElementsAre("iTunesServiceCheckAndReStart() failed"));
-}
-
-TEST_F(DuplicateSmart, LeavesPersonalRulesThatAreThere) {
-  std::filesystem::create_directory(preferences() + "/playlists");
-  WriteBytes(PersonalRules(), "mine");
-  Duplicate(kToPersonal);
-  EXPECT_THAT(host().Calls("VLIBCExec"), IsEmpty());
-  EXPECT_EQ(ReadBytes(PersonalRules()), "mine");
-}
-
-TEST_F(DuplicateSmart, KnowsASmartIdOfAnyLibrary) {
-  EXPECT_EQ(Duplicate("x/smartlist/Road"),
-            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
-}
-
-TEST_F(DuplicateSmart, FailsWhenTheFolderCannotBeMade) {
-  for (const char *id : {kToPersonal, kToShared}) {
-    host().preferenceFolder = root() + "/none";
-    EXPECT_EQ(Duplicate(id), kSystemError);
-    EXPECT_THAT(host().Messages(),
-                ElementsAre("Failed to create directory No such file or directory."));
-  }
-  host().preferenceFolder = preferences();
-  std::filesystem::create_symlink(root() + "/nowhere", preferences() + "/playlists");
-  EXPECT_EQ(Duplicate(kToPersonal), kSystemError);
-  EXPECT_THAT(host().Messages(), ElementsAre("Failed to create directory File exists."));
-}
-
-TEST_F(DuplicateSmart, FailsWhenThePersonalRulesCannotBeMade) {
-  host().results["VLIBCExec"] = {-1};
-  EXPECT_EQ(Duplicate(kToPersonal), kSystemError);
-  EXPECT_THAT(host().Messages(), ElementsAre("Failed to touch " + PersonalRules() + ". ret=-1"));
-}
-
-TEST_F(DuplicateSmart, GoesOnWhenTheToolOnlyComplains) {
-  host().results["VLIBCExec"] = {1};
-  EXPECT_EQ(Duplicate(kToPersonal),
-            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
-}
-
-TEST_F(DuplicateSmart, FailsWithoutTheSource) {
-  host().results["iTunesPlaylistGetByFilename"] = {-1};
-  EXPECT_EQ(Duplicate(kToPersonal), kSystemError);
-  EXPECT_THAT(host().Messages(), ElementsAre("Failed to get iTunes's playlist! name=Road"));
-  EXPECT_THAT(host().Calls("iTunesPLNodesFree"), IsEmpty()) << "there are no rules";
-}
-
-TEST_F(DuplicateSmart, RefusesANameThatExists) {
-  host().results["IsiTunesPlaylistExistByFilename"] = {1};
-  for (const char *overwrite : {"false", "TRUE", "1"}) {
-    EXPECT_EQ(Duplicate(kToPersonal, overwrite), kNameExists);
-    EXPECT_THAT(host().Messages(), IsEmpty());
-    EXPECT_THAT(host().Calls("iTunesPlaylistSetByFilename"), IsEmpty());
-  }
-}
-
-TEST_F(DuplicateSmart, ReplacesAnExistingOneOnRequest) {
-  host().results["IsiTunesPlaylistExistByFilename"] = {1};
-  EXPECT_EQ(Duplicate(kToPersonal, "true"),
-            NodeAnswer("musiclib_music_personal/smart/Road", "musiclib_music_personal"));
-  EXPECT_THAT(host().Calls("iTunesPlaylistSetByFilename"),
-              ElementsAre("iTunesPlaylistSetByFilename(\"" + PersonalRules() +
-                          "\", \"Road\", playlist Road)"));
-}
-
-TEST_F(DuplicateSmart, AddsAnewWhatIsNotThereToReplace) {
-  Duplicate(kToPersonal, "true");
-  EXPECT_THAT(
-      host().Calls("iTunesPlaylistSetByFilename"),
-      ElementsAre("iTunesPlaylistSetByFilename(\"" + PersonalRules() + "\", null, playlist Road)"));
-}
-
-TEST_F(DuplicateSmart, FailsWhenThePlaylistCannotBeWritten) {
-  host().results["iTunesPlaylistSetByFilename"] = {-1};
-  EXPECT_EQ(Duplicate(kToShared), kSystemError);
-  EXPECT_THAT(host().Messages(), ElementsAre("iTunesPlaylistSet() failed"));
-  EXPECT_THAT(host().Calls("iTunesServiceCheckAndReStart"), IsEmpty());
-}
-
-TEST_F(DuplicateSmart, DoesNotEscapeTheName) {
-  const std::string answer = Duplicate("musiclib_music_shared/smart/a<b");
-  EXPECT_NE(answer.find(R"("id":"musiclib_music_personal/smart/a<b")"), std::string::npos);
-  EXPECT_NE(answer.find(R"("qtip":"a<b","text":"a<b")"), std::string::npos);
-  EXPECT_THAT(host().Calls("EncodeHtml"), IsEmpty());
 }
 
 } // namespace
