@@ -1,20 +1,11 @@
 #include "services/boundary.h"
+#include "support/logged_by.h"
 #include <array>
 #include <gtest/gtest.h>
 #include <stdexcept>
-#include <syslog.h>
 
 namespace vexo::services {
 namespace {
-
-/// What the body logs, as LOG_PERROR shows it.
-template <typename Body> std::string LoggedBy(Body body) {
-  openlog("test", LOG_PERROR, LOG_USER);
-  ::testing::internal::CaptureStderr();
-  body();
-  closelog();
-  return ::testing::internal::GetCapturedStderr();
-}
 
 TEST(Guarded, GivesTheBodysResult) {
   EXPECT_EQ(Guarded("operation", -1, [] { return 7; }), 7);

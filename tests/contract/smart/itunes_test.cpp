@@ -319,18 +319,11 @@ TEST_F(ITunesTest, EditsOfManyProcessesAllArrive) {
     source += "\"P" + std::to_string(i) + "\" {year=" + std::to_string(i) + "}\n";
   }
   WriteBytes(own_rules_, source);
-  std::vector<pid_t> children;
-  for (int i = 0; i < kProcesses; ++i) {
-    children.push_back(fork());
-    if (children.back() == 0) {
-      _exit(Copy(own_rules_, ("P" + std::to_string(i)).c_str(), kSharedRules) == 0 ? 0 : 1);
-    }
-  }
-  for (const pid_t child : children) {
-    int status = 1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-  }
+  EXPECT_EQ(RunAtOnce(kProcesses,
+                      [this](int i) {
+                        return Copy(own_rules_, ("P" + std::to_string(i)).c_str(), kSharedRules);
+                      }),
+            kProcesses);
   for (int i = 0; i < kProcesses; ++i) {
     EXPECT_EQ(
         IsiTunesPlaylistExistByFilename(kSharedRules.c_str(), ("P" + std::to_string(i)).c_str()),
@@ -340,22 +333,8 @@ TEST_F(ITunesTest, EditsOfManyProcessesAllArrive) {
 }
 
 TEST_F(ITunesTest, OfManyCopiesOfOneNameExactlyOneIsAdded) {
-  constexpr int kProcesses = 16;
   WriteBytes(own_rules_, kRoad);
-  std::vector<pid_t> children;
-  for (int i = 0; i < kProcesses; ++i) {
-    children.push_back(fork());
-    if (children.back() == 0) {
-      _exit(Copy(own_rules_, "Road", kSharedRules) == 0 ? 0 : 1);
-    }
-  }
-  int added = 0;
-  for (const pid_t child : children) {
-    int status = 1;
-    waitpid(child, &status, 0);
-    added += status == 0 ? 1 : 0;
-  }
-  EXPECT_EQ(added, 1);
+  EXPECT_EQ(RunAtOnce(16, [this](int) { return Copy(own_rules_, "Road", kSharedRules); }), 1);
   EXPECT_EQ(ReadBytes(kSharedRules), kRoad + "\n");
 }
 

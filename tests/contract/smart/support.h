@@ -2,43 +2,25 @@
 // What the tests of rule files share.
 
 #include "support/device_root.h"
+#include "support/logged_by.h"
+#include "support/processes.h"
 #include "vexo/itunes.h"
 #include <csignal>
 #include <cstdio>
-#include <exception>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
-#include <syslog.h>
 #include <unistd.h>
-
-/// What the body logs, a line a message.
-template <typename Body> std::string LoggedBy(Body body) {
-  openlog("test", LOG_PERROR, LOG_USER);
-  ::testing::internal::CaptureStderr();
-  body();
-  closelog();
-  return ::testing::internal::GetCapturedStderr();
-}
 
 /// Runs the body in a process of its own, which reads the configuration and opens the index afresh;
 /// whether it gave true. What it prints comes with the test's output.
 template <typename Body> bool InOwnProcess(Body body) {
-  const pid_t child = fork();
-  if (child == 0) {
-    bool holds = false;
-    try {
-      holds = body();
-    } catch (const std::exception &error) {
-      std::fprintf(stderr, "%s\n", error.what());
-    }
-    std::fflush(nullptr);
-    _exit(holds ? 0 : 1);
-  }
-  int status = 0;
-  return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
-         WEXITSTATUS(status) == 0;
+  return RunAtOnce(1, [&](int) {
+           const bool holds = body();
+           std::fflush(nullptr);
+           return holds ? 0 : 1;
+         }) == 1;
 }
 
 /// Runs the body in a process of its own that is killed at its `stop`th halt (each system call has
