@@ -46,16 +46,16 @@ void SqliteIndex::Optimize() {
 
 std::vector<std::string> SqliteIndex::FindDamage() {
   std::vector<std::string> findings;
-  Statement check(database_, "PRAGMA quick_check");
-  while (check.Step()) {
-    if (std::string finding = check.Text(0); finding != "ok") {
-      findings.push_back(std::move(finding));
-    }
-  }
   try {
+    Statement check(database_, "PRAGMA quick_check");
+    while (check.Step()) {
+      if (std::string finding = check.Text(0); finding != "ok") {
+        findings.push_back(std::move(finding));
+      }
+    }
     database_.Execute("INSERT INTO song_texts(song_texts) VALUES('integrity-check')");
   } catch (const IndexError &error) {
-    findings.push_back(std::string("search index: ") + error.what());
+    findings.emplace_back(error.what());
   }
   return findings;
 }

@@ -6,9 +6,12 @@
 #include "services/host_paths.h"
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 namespace vexo::tools {
 namespace {
+
+constexpr const char *kAdvice = "put a copy of the index in its place, or move it away and scan";
 
 void CheckIndex(index::MediaIndex &index, Findings &findings) {
   bool repaired = false;
@@ -19,9 +22,20 @@ void CheckIndex(index::MediaIndex &index, Findings &findings) {
         repaired = true;
       }
       if (!index.FindDamage().empty()) {
-        throw std::runtime_error("put a copy of the index in its place, or remove it and scan");
+        throw std::runtime_error(kAdvice);
       }
     });
+  }
+}
+
+/// Nothing when it cannot be opened, which is a finding.
+std::unique_ptr<index::MediaIndex> OpenIndex(Findings &findings) {
+  try {
+    return index::OpenMediaIndex();
+  } catch (const index::IndexError &error) {
+    findings.Found(std::string("index: ") + error.what(),
+                   [] { throw std::runtime_error(kAdvice); });
+    return nullptr;
   }
 }
 
@@ -29,10 +43,11 @@ void CheckIndex(index::MediaIndex &index, Findings &findings) {
 
 std::size_t ExamineHost(const DoctorOptions &options, Output &output) {
   Findings findings(output, options.repair);
-  const std::unique_ptr<index::MediaIndex> index = index::OpenMediaIndex();
-  CheckIndex(*index, findings);
-  for (const Library &library : AllLibraries()) {
-    CheckPlaylists(*index, library, options.settled, findings, output);
+  if (const std::unique_ptr<index::MediaIndex> index = OpenIndex(findings)) {
+    CheckIndex(*index, findings);
+    for (const Library &library : AllLibraries()) {
+      CheckPlaylists(*index, library, options.settled, findings, output);
+    }
   }
   CheckTemporaryFiles(FoldersOfWriters(), findings);
   CheckWorkingFolders(services::kTemporary, options.settled, findings);

@@ -1,0 +1,229 @@
+// What only the SQLite engine must hold: its file, and what befalls it.
+
+#include "contract/index/engine.h"
+#include "index/sqlite_schema.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vexo::index {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+
+class SqliteFile : public ::testing::Test {
+protected:
+  [[nodiscard]] std::string path() const { return folder_ / "index.db"; }
+
+  [[nodiscard]] std::vector<std::string> Titles() const {
+    std::vector<std::string> titles;
+    for (const Playlist &playlist : SqliteIndex(path()).AllPlaylists(0)) {
+      titles.push_back(playlist.path);
+    }
+    return titles;
+  }
+
+  /// Runs `body` in `count` processes at once; how many of them ended well.
+  template <typename Body> static int InProcesses(int count, Body body) {
+    std::vector<pid_t> processes;
+    for (int i = 0; i < count; ++i) {
+      const pid_t process = fork();
+      if (process == 0) {
+        try {
+          body(i);
+          _exit(0);
+        } catch (...) {
+          _exit(1);
+        }
+      }
+      processes.push_back(process);
+    }
+    int good = 0;
+    for (const pid_t process : processes) {
+      int status = -1;
+      waitpid(process, &status, 0);
+      good += WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 1 : 0;
+    }
+    return good;
+  }
+
+  TemporaryFolder folder_;
+};
+
+constexpr int kImpatient = 20;
+
+TEST_F(SqliteFile, TheFileAndItsFolderAreMadeWhenMissing) {
+  SqliteIndex(folder_ / "a/b/index.db").AddPlaylist(MakePlaylist("/a"));
+  EXPECT_THAT(SqliteIndex(folder_ / "a/b/index.db").AllPlaylists(0), SizeIs(1));
+}
+
+TEST_F(SqliteFile, ProcessesThatMakeTheIndexAtOnceAllSucceed) {
+  constexpr int kProcesses = 16;
+  EXPECT_EQ(InProcesses(kProcesses,
+                        [&](int i) {
+                          SqliteIndex(path()).AddPlaylist(MakePlaylist("/" + std::to_string(i)));
+                        }),
+            kProcesses);
+  EXPECT_THAT(Titles(), SizeIs(kProcesses));
+}
+
+TEST_F(SqliteFile, OfManyEqualRowsAtOnceExactlyOneIsAdded) {
+  SqliteIndex make(path());
+  EXPECT_EQ(InProcesses(16, [&](int) { SqliteIndex(path()).AddPlaylist(MakePlaylist("/a")); }), 1);
+  EXPECT_THAT(Titles(), ::testing::ElementsAre("/a"));
+}
+
+TEST_F(SqliteFile, AnEmptyFileIsMigrated) {
+  WriteBytes(path(), "");
+  SqliteIndex(path()).AddPlaylist(MakePlaylist("/a"));
+  EXPECT_EQ(Database(path(), kImpatient).Number("PRAGMA user_version"), SchemaVersion());
+}
+
+TEST_F(SqliteFile, AnIndexOfANewerProgramIsRefusedAndKept) {
+  SqliteIndex(path()).AddPlaylist(MakePlaylist("/a"));
+  const std::string newer = "PRAGMA user_version=" + std::to_string(SchemaVersion() + 1);
+  Database(path(), kImpatient).Execute(newer.c_str());
+  EXPECT_THROW(SqliteIndex index(path()), IndexError);
+  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM playlists"), 1);
+}
+
+TEST_F(SqliteFile, AMigrationThatFailsChangesNothing) {
+  Database(path(), kImpatient).Execute("CREATE TABLE playlists(other)");
+  EXPECT_THROW(SqliteIndex index(path()), IndexError);
+  Database database(path(), kImpatient);
+  EXPECT_EQ(database.Number("SELECT count(*) FROM sqlite_master"), 1);
+  EXPECT_EQ(database.Number("PRAGMA user_version"), 0);
+}
+
+TEST_F(SqliteFile, ALockedIndexIsReadButAWriteFailsAfterItsTime) {
+  SqliteIndex index(path(), kImpatient);
+  index.AddPlaylist(MakePlaylist("/a"));
+  Database other(path(), kImpatient);
+  const Transaction lock(other);
+  EXPECT_THROW(index.AddPlaylist(MakePlaylist("/b")), IndexError);
+  EXPECT_THROW(index.WriteSongs({MakeSong("/s")}, {}), IndexError);
+  EXPECT_THAT(index.AllPlaylists(0), SizeIs(1));
+}
+
+TEST_F(SqliteFile, AnErrorTellsTheFileAndTheCause) {
+  SqliteIndex index(path(), kImpatient);
+  Database other(path(), kImpatient);
+  const Transaction lock(other);
+  try {
+    index.AddPlaylist(MakePlaylist("/b"));
+    FAIL() << "added in spite of the lock";
+  } catch (const IndexError &error) {
+    EXPECT_THAT(error.what(), HasSubstr(path()));
+    EXPECT_THAT(error.what(), HasSubstr("locked"));
+  }
+}
+
+TEST_F(SqliteFile, WhatIsNoDatabaseIsRefusedAndKept) {
+  const std::string text(10'000, 'x');
+  WriteBytes(path(), text);
+  EXPECT_THROW(SqliteIndex index(path()), IndexError);
+  EXPECT_EQ(ReadBytes(path()), text);
+}
+
+TEST_F(SqliteFile, APathThatCannotBeOpenedIsAnError) {
+  fs::create_directory(path());
+  EXPECT_THROW(SqliteIndex index(path()), IndexError);
+  WriteBytes(folder_ / "file", "");
+  EXPECT_THROW(SqliteIndex index(folder_ / "file/index.db"), IndexError);
+}
+
+TEST_F(SqliteFile, ADamagedTableIsAnErrorWhenItIsRead) {
+  {
+    SqliteIndex index(path());
+    for (int i = 0; i < 200; ++i) {
+      index.AddPlaylist(MakePlaylist("/" + std::to_string(i)));
+    }
+    index.Optimize();
+  }
+  constexpr std::size_t kPage = 4096;
+  std::string bytes = ReadBytes(path());
+  for (std::size_t page = 2; page < bytes.size() / kPage; ++page) {
+    bytes.replace(page * kPage, 64, std::string(64, '\xaa'));
+  }
+  WriteBytes(path(), bytes);
+  EXPECT_THROW((void)SqliteIndex(path()).AllPlaylists(0), IndexError);
+  EXPECT_THAT(SqliteIndex(path()).FindDamage(), Not(IsEmpty()));
+}
+
+TEST_F(SqliteFile, AWriterThatIsKilledLeavesWholeRows) {
+  SqliteIndex make(path());
+  for (int round = 0; round < 20; ++round) {
+    const pid_t writer = fork();
+    if (writer == 0) {
+      SqliteIndex index(path());
+      for (int i = 0;; ++i) {
+        index.AddPlaylist(MakePlaylist("/" + std::to_string(round) + "/" + std::to_string(i)));
+      }
+    }
+    usleep(3000 + static_cast<useconds_t>(round) * 700);
+    kill(writer, SIGKILL);
+    waitpid(writer, nullptr, 0);
+    SqliteIndex index(path());
+    ASSERT_THAT(index.FindDamage(), IsEmpty());
+    index.AddPlaylist(MakePlaylist("/after " + std::to_string(round)));
+  }
+  EXPECT_THAT(Titles(), SizeIs(::testing::Ge(20U)));
+}
+
+TEST_F(SqliteFile, TheLogStaysShortHoweverManyProcessesWriteOneAfterTheOther) {
+  constexpr std::uintmax_t kLongestLog = 40 * 4200;
+  for (int i = 0; i < 100; ++i) {
+    SqliteIndex(path()).AddPlaylist(MakePlaylist("/" + std::to_string(i)));
+    ASSERT_LT(fs::file_size(path() + "-wal"), kLongestLog) << i;
+  }
+  EXPECT_THAT(Titles(), SizeIs(100));
+}
+
+TEST_F(SqliteFile, TheLogIsEmptyAfterManySongsWereWritten) {
+  {
+    SqliteIndex index(path());
+    index.WriteSongs(std::vector<Song>(1, MakeSong("/a")), {});
+  }
+  EXPECT_EQ(fs::file_size(path() + "-wal"), 0U);
+}
+
+TEST_F(SqliteFile, ASearchIndexThatIsBrokenIsFoundAndBuiltAnew) {
+  Song song = MakeSong("/a");
+  song.title = "searched text";
+  SqliteIndex(path()).WriteSongs({song}, {});
+  Database(path(), kImpatient).Execute("UPDATE song_texts_data SET block = x'00' WHERE id > 10");
+  SqliteIndex index(path());
+  EXPECT_THAT(index.FindDamage(), Not(IsEmpty()));
+  index.RepairDamage();
+  EXPECT_THAT(index.FindDamage(), IsEmpty());
+  Search search;
+  search.field = 1;
+  search.keyword = "searched";
+  EXPECT_THAT(index.SearchSongs(0, search), SizeIs(1));
+}
+
+TEST_F(SqliteFile, ASoundIndexHasNoDamage) {
+  SqliteIndex index(path());
+  index.WriteSongs({MakeSong("/a"), MakeSong("/b")}, {});
+  index.Optimize();
+  EXPECT_THAT(index.FindDamage(), IsEmpty());
+}
+
+TEST_F(SqliteFile, IdsEndAtThirtyTwoBits) {
+  SqliteIndex index(path());
+  index.AddPlaylist(MakePlaylist("/a"));
+  Database(path(), kImpatient)
+      .Execute("UPDATE sqlite_sequence SET seq = 2147483646 WHERE name = 'playlists'");
+  EXPECT_EQ(index.AddPlaylist(MakePlaylist("/b")), 2147483647);
+  EXPECT_THROW(index.AddPlaylist(MakePlaylist("/c")), IndexError);
+}
+
+} // namespace
+} // namespace vexo::index
