@@ -9,6 +9,9 @@
 namespace vexo::smart {
 namespace {
 
+// Zones by their rules, as a machine need not have the names of all.
+constexpr const char *kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+
 /// A time zone for one test.
 class Zone {
 public:
@@ -49,7 +52,7 @@ struct Row {
 };
 
 TEST(Dates, StandForTheMomentTheirDayBegins) {
-  const Zone zone("Europe/Berlin");
+  const Zone zone(kBerlin);
   const Row rows[] = {
       {"2020-02-29", "2026-11-21 03:15:00", "2020-02-29 00:00:00"},
       {"1969-07-20", "2026-11-21 03:15:00", "1969-07-20 00:00:00"},
@@ -70,7 +73,7 @@ TEST(Dates, StandForTheMomentTheirDayBegins) {
 }
 
 TEST(Dates, AWeekStartsOnMonday) {
-  const Zone zone("Europe/Berlin");
+  const Zone zone(kBerlin);
   const Row rows[] = {
       {"this week", "2026-11-16 00:00:00", "2026-11-16 00:00:00"}, // a Monday
       {"this week", "2026-11-21 12:00:00", "2026-11-16 00:00:00"},
@@ -85,7 +88,7 @@ TEST(Dates, AWeekStartsOnMonday) {
 }
 
 TEST(Dates, AreCountedByTheCalendar) {
-  const Zone zone("Europe/Berlin");
+  const Zone zone(kBerlin);
   const char *now = "2026-11-21 03:15:00";
   const Row rows[] = {
       {"0 days ago", now, "2026-11-21 00:00:00"},
@@ -109,7 +112,7 @@ TEST(Dates, AreCountedByTheCalendar) {
 }
 
 TEST(Dates, HoldAcrossTheChangesOfTheClock) {
-  const Zone zone("Europe/Berlin");
+  const Zone zone(kBerlin);
   EXPECT_EQ(Resolved("yesterday", "2026-03-30 00:30:00"), "2026-03-29 00:00:00");
   EXPECT_EQ(Resolved("1 week ago", "2026-03-30 12:00:00"), "2026-03-23 00:00:00");
   EXPECT_EQ(Resolved("this week", "2026-10-25 23:00:00"), "2026-10-19 00:00:00");
@@ -117,14 +120,14 @@ TEST(Dates, HoldAcrossTheChangesOfTheClock) {
 }
 
 TEST(Dates, ADayWithoutMidnightBeginsWithItsFirstSecond) {
-  const Zone zone("America/Sao_Paulo"); // 2018-11-04: 00:00 became 01:00
+  const Zone zone("<-03>3<-02>,M11.1.0/0,M2.3.0/0"); // 2018-11-04: 00:00 became 01:00
   EXPECT_EQ(Resolved("2018-11-04", "2026-11-21 12:00:00"), "2018-11-04 01:00:00");
   const std::time_t start = ResolveDate(ParseDate("2018-11-04"), 0);
   EXPECT_EQ(LocalText(start - 1), "2018-11-03 23:59:59");
 }
 
 TEST(Dates, ADayWithTwoMidnightsBeginsWithTheFirst) {
-  const Zone zone("America/Havana"); // 2026-11-01: 01:00 becomes 00:00
+  const Zone zone("CST5CDT,M3.2.0/0,M11.1.0/1"); // 2026-11-01: 01:00 becomes 00:00
   const std::time_t start = ResolveDate(ParseDate("2026-11-01"), 0);
   EXPECT_EQ(LocalText(start), "2026-11-01 00:00:00");
   EXPECT_EQ(LocalText(start - 1), "2026-10-31 23:59:59");
@@ -132,7 +135,7 @@ TEST(Dates, ADayWithTwoMidnightsBeginsWithTheFirst) {
 }
 
 TEST(Dates, TheFarthestDatesEndNothing) {
-  const Zone zone("Europe/Berlin");
+  const Zone zone(kBerlin);
   std::string after;
   std::string before;
   for (int i = 0; i < 100; ++i) {
