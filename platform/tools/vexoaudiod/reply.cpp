@@ -34,9 +34,9 @@ std::string Cut(const std::string &text, std::size_t bytes) {
 }
 
 void SetText(Json::Value &object, const char *key, const std::string &text, std::size_t bytes) {
-  std::string cut = Cut(text, bytes);
+  const std::string cut = Cut(text, bytes);
   if (!cut.empty()) {
-    object[key] = std::move(cut);
+    object[key] = cut;
   }
 }
 

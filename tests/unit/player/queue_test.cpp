@@ -370,6 +370,7 @@ TEST_F(LoadStreamQueueTest, AnAllocationThatFailsIsLogged) {
   EXPECT_EQ(Load("stream"), -1);
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to calloc."));
   EXPECT_THAT(Paths(), ElementsAre("/a.mp3"));
+  EXPECT_EQ(host().openFiles, 1) << "the process ends with it";
 }
 
 } // namespace
