@@ -1,12 +1,17 @@
 #include "services/boundary.h"
 
+#include "services/admin_log.h"
 #include <cstring>
 #include <syslog.h>
 
 namespace vexo::services {
 
 void LogFailure(const char *operation, const char *cause) noexcept {
-  syslog(LOG_ERR, "%s: %s", operation, cause);
+  try {
+    syslog(LOG_ERR, "%s: %s", operation, EscapeLogText(cause).c_str());
+  } catch (const std::exception &) {
+    syslog(LOG_ERR, "%s: failed", operation);
+  }
 }
 
 bool CopyOut(const char *text, char *buffer, int size) noexcept {

@@ -20,6 +20,11 @@ TEST(Guarded, TurnsAnExceptionIntoTheFailureAndOneLine) {
   EXPECT_EQ(logged, "test: operation: the cause\n");
 }
 
+TEST(LogFailure, WritesOneLineWhateverTheCauseHolds) {
+  EXPECT_EQ(LoggedBy([] { LogFailure("operation", "a\nb\x1B[2J"); }),
+            "test: operation: a\\x0ab\\x1b[2J\n");
+}
+
 TEST(Guarded, StopsExceptionsThatAreNone) {
   EXPECT_EQ(Guarded("operation", -1, []() -> int { throw 5; }), -1);
 }
