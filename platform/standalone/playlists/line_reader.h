@@ -8,6 +8,21 @@ namespace vexo::playlists {
 /// What some programs write before UTF-8.
 inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
+/// `line` without what readers pass over before a line's text: blanks, and byte order marks, which
+/// files that were joined have inside.
+inline std::string_view WithoutBlanksBefore(std::string_view line) {
+  while (!line.empty()) {
+    if (line.front() == ' ' || line.front() == '\t') {
+      line.remove_prefix(1);
+    } else if (line.starts_with(kByteOrderMark)) {
+      line.remove_prefix(kByteOrderMark.size());
+    } else {
+      break;
+    }
+  }
+  return line;
+}
+
 /// The lines of a text file, ended by "\n" or "\r\n" or the end of the file; a byte order mark at
 /// its beginning is no part of the first line.
 class LineReader {
@@ -36,8 +51,7 @@ public:
     if (text.ends_with('\r')) {
       text.remove_suffix(1);
     }
-    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
-    return Line{begin, position_, text};
+    return Line{begin, position_, WithoutBlanksBefore(text)};
   }
 
 private:

@@ -25,7 +25,7 @@ bool NeedsProtection(std::string_view path) {
   while (path.starts_with(kProtection)) {
     path.remove_prefix(kProtection.size());
   }
-  return path.starts_with('#') || path.starts_with(' ') || path.starts_with('\t');
+  return path.starts_with('#') || WithoutBlanksBefore(path).size() < path.size();
 }
 
 /// The first comma that is not part of a quoted attribute value.

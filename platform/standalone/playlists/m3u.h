@@ -3,8 +3,9 @@
 // comments. The tag "#EXTINF:seconds,Artist - Title" tells about the song of the next path's line.
 // Everything works on views of the file's bytes: what is not touched stays as it is, to the byte.
 //
-// A path that begins with '#' or a blank would be taken for a comment, or lose its blanks, in any
-// reader. Such a path is relative, so it is written with "./" before it, and read without.
+// A path that begins with '#', a blank or a byte order mark would be taken for a comment, or lose
+// its blanks, in any reader. Such a path is relative, so it is written with "./" before it, and
+// read without.
 
 #include "files/durable_file.h"
 #include "vexo/media_info.h"

@@ -21,10 +21,6 @@ std::string_view WithoutBlanksBehind(std::string_view text) {
   return text.substr(0, text.find_last_not_of(" \t") + 1);
 }
 
-std::string_view WithoutBlanksBefore(std::string_view text) {
-  return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
-}
-
 /// The number behind `word` in a key such as "File12"; 0 when it is another key.
 uint32_t NumberOfKey(std::string_view key, std::string_view word) {
   if (!EqualIgnoringCase(key.substr(0, word.size()), word)) {

@@ -1,7 +1,9 @@
 #include "contract/files/files_test.h"
 #include "support/faults.h"
 #include <fcntl.h>
+#include <sstream>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vexo::files {
@@ -253,13 +255,30 @@ TEST(TemporaryNames, AreToldFromOthers) {
   }
 }
 
-TEST_F(Files, ATemporaryFileIsRemovedOnlyWhenItsWriterIsGoneForAWhile) {
-  WriteBytes(folder_ / ".vexo-young.tmp", "");
-  EXPECT_FALSE(RemoveAbandonedTemporary(folder_ / ".vexo-young.tmp"));
-  EXPECT_FALSE(RemoveAbandonedTemporary(folder_ / ".vexo-none.tmp"));
-  WriteBytes(path_, "");
-  EXPECT_FALSE(RemoveAbandonedTemporary(path_));
-  EXPECT_EQ(Names(), (Set{"list.m3u", ".vexo-young.tmp"}));
+/// The name of a young temporary file of that process.
+std::string TemporaryNameOf(pid_t process) {
+  std::ostringstream name;
+  name << ".vexo-" << std::hex << process << "-1-2-3.tmp";
+  return name.str();
+}
+
+pid_t DeadProcess() {
+  const pid_t child = fork();
+  if (child == 0) {
+    _exit(0);
+  }
+  EXPECT_EQ(waitpid(child, nullptr, 0), child);
+  return child;
+}
+
+TEST_F(Files, ATemporaryFileIsRemovedOnlyWhenItsWriterIsGone) {
+  const std::string living = TemporaryNameOf(getpid()), dead = TemporaryNameOf(DeadProcess());
+  for (const std::string &name : {living, dead, std::string("list.m3u")}) {
+    WriteBytes(folder_ / name, "");
+    EXPECT_EQ(RemoveAbandonedTemporary(folder_ / name), name == dead) << name;
+  }
+  EXPECT_FALSE(RemoveAbandonedTemporary(folder_ / dead));
+  EXPECT_EQ(Names(), (Set{"list.m3u", living}));
 }
 
 } // namespace

@@ -39,6 +39,7 @@ TEST(M3u, IsReadAsOtherProgramsWriteIt) {
       {"a byte order mark", "\xEF\xBB\xBF/a.mp3\n", {"/a.mp3"}},
       {"a byte order mark before the head", "\xEF\xBB\xBF#EXTM3U\n/a.mp3\n", {"/a.mp3"}},
       {"a byte order mark alone", "\xEF\xBB\xBF", {}},
+      {"files that were joined", "\xEF\xBB\xBF/a\n\xEF\xBB\xBF#EXTM3U\n/b\n", {"/a", "/b"}},
       {"tags and comments", "#EXTINF:1,T\n#comment\n#EXTVLCOPT:x=1\n/a.mp3\n", {"/a.mp3"}},
       {"a comment behind blanks", " \t# comment\n/a.mp3\n", {"/a.mp3"}},
       {"blanks before a path", "  /a.mp3\n", {"/a.mp3"}},
@@ -109,6 +110,11 @@ TEST(M3u, AnEntryIsWrittenWithWhatIsKnown) {
       {"a path like a comment", MakeRecord("#1.mp3"), "./#1.mp3\n"},
       {"a path that begins with a blank", MakeRecord(" a.mp3"), "./ a.mp3\n"},
       {"a path like a protected one", MakeRecord("./#1.mp3"), "././#1.mp3\n"},
+      {"a path that begins with a mark",
+       MakeRecord("\xEF\xBB\xBF"
+                  "a"),
+       "./\xEF\xBB\xBF"
+       "a\n"},
       {"a relative path", MakeRecord("./a.mp3"), "./a.mp3\n"},
   };
   for (const Row &row : rows) {
