@@ -13,7 +13,6 @@ namespace vexo::tools {
 namespace {
 
 using accounts::FindAccount;
-using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
 class AccountCommand : public DeviceRootTest {

@@ -11,7 +11,7 @@ std::string Shown(std::string_view field) {
   }
   std::string shown = value->text;
   for (const auto &[name, attribute] : value->attributes) {
-    shown += "|" + name + "=" + attribute;
+    shown.append("|").append(name).append("=").append(attribute);
   }
   return shown;
 }

@@ -162,12 +162,10 @@ TEST(DecodeMultipart, TakesOddBoundaries) {
   for (const std::string &boundary :
        {std::string("----WebKitFormBoundary7MA4YWxk"), std::string("--"), std::string("-"),
         std::string("a b"), std::string("'()+_,-./:=?"), std::string(70, 'x')}) {
-    EXPECT_EQ(PartsOf("--" + boundary +
-                          "\r\nContent-Disposition: form-data; name=a\r\n\r\n1\r\n--" + boundary +
-                          "--\r\n",
-                      boundary),
-              Texts{"a=1"})
-        << boundary;
+    std::string text = "--";
+    text.append(boundary).append("\r\nContent-Disposition: form-data; name=a\r\n\r\n1\r\n--");
+    text.append(boundary).append("--\r\n");
+    EXPECT_EQ(PartsOf(text, boundary), Texts{"a=1"}) << boundary;
   }
 }
 

@@ -10,7 +10,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
-using ::testing::Not;
 
 class WebManTest : public DeviceRootTest {
 protected:
