@@ -24,13 +24,14 @@ using files::FileDescriptor;
 
 constexpr std::size_t kLargestPacket = 64 * 1024;
 
-/// One packet, or nothing when the other side is gone.
+/// One packet, or nothing when the other side is gone. That it went without reading all that it was
+/// sent is reported once, before the packets that it sent itself (ECONNRESET).
 std::optional<std::string> Receive(int fd) {
   std::string packet(kLargestPacket, '\0');
   ssize_t size = 0;
   do {
     size = recv(fd, packet.data(), packet.size(), 0);
-  } while (size < 0 && errno == EINTR);
+  } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
   if (size <= 0) {
     return std::nullopt;
   }

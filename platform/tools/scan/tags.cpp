@@ -70,7 +70,8 @@ std::string CleanText(const std::string &bytes) {
 
 std::optional<index::Song> ReadTags(const std::string &path) {
   const TagLib::FileRef file(path.c_str(), true, TagLib::AudioProperties::Average);
-  if (file.isNull() || file.tag() == nullptr || file.audioProperties() == nullptr) {
+  if (file.isNull() || file.file()->length() == 0 || file.tag() == nullptr ||
+      file.audioProperties() == nullptr) {
     return std::nullopt;
   }
   index::Song song;

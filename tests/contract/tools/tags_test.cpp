@@ -1,0 +1,134 @@
+#include "contract/tools/audio_files.h"
+#include "scan/song_packet.h"
+#include "scan/tags.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace vexo::tools {
+namespace {
+
+class Tags : public ::testing::Test {
+protected:
+  std::optional<index::Song> Read(const std::string &name, const std::string &bytes) {
+    WriteBytes(folder_ / name, bytes);
+    return ReadTags(folder_ / name);
+  }
+  TemporaryFolder folder_;
+};
+
+TEST_F(Tags, AllThatAFileTellsIsRead) {
+  const auto song = Read("a.FLAC", Flac({{"TITLE", "Title"},
+                                         {"ARTIST", "Artist"},
+                                         {"ALBUM", "Album"},
+                                         {"ALBUMARTIST", "Various"},
+                                         {"GENRE", "Genre"},
+                                         {"COMPOSER", "Composer"},
+                                         {"COMMENT", "Comment"},
+                                         {"DATE", "1999-12-31"},
+                                         {"TRACKNUMBER", "7/12"},
+                                         {"DISCNUMBER", "2/3"},
+                                         {"COMPILATION", "1"}},
+                                        215));
+  ASSERT_TRUE(song);
+  EXPECT_EQ(song->title, "Title");
+  EXPECT_EQ(song->artist, "Artist");
+  EXPECT_EQ(song->album, "Album");
+  EXPECT_EQ(song->album_artist, "Various");
+  EXPECT_EQ(song->genre, "Genre");
+  EXPECT_EQ(song->composer, "Composer");
+  EXPECT_EQ(song->comment, "Comment");
+  EXPECT_EQ(song->year, 1999);
+  EXPECT_EQ(song->track, 7);
+  EXPECT_EQ(song->disc, 2);
+  EXPECT_TRUE(song->compilation);
+  EXPECT_EQ(song->type, "flac");
+  EXPECT_EQ(song->duration_seconds, 215);
+  EXPECT_EQ(song->sample_rate, 44'100U);
+  EXPECT_EQ(song->channels, 2U);
+}
+
+TEST_F(Tags, WithoutATitleTheFileNameIsTheTitle) {
+  EXPECT_EQ(Read("01 A.Name.flac", Flac({}))->title, "01 A.Name");
+  EXPECT_EQ(Read("b.flac", Flac({{"TITLE", "  "}}))->title, "b");
+}
+
+TEST_F(Tags, NumbersThatAreNoneAreNotKnown) {
+  const auto song =
+      Read("a.flac", Flac({{"TRACKNUMBER", "x"}, {"DISCNUMBER", "-1"}, {"DATE", "soon"}}));
+  ASSERT_TRUE(song);
+  EXPECT_EQ(song->track, 0);
+  EXPECT_EQ(song->disc, 0);
+  EXPECT_EQ(song->year, 0);
+}
+
+TEST_F(Tags, FilesThatAreNoAudioTellNothing) {
+  std::mt19937 generator(1);
+  std::string noise;
+  for (int i = 0; i < 5000; ++i) {
+    noise += static_cast<char>(generator());
+  }
+  for (const char *extension :
+       {"mp3", "flac", "ogg", "opus", "m4a", "wav", "aiff", "wma", "ape", "wv", "dsf"}) {
+    const std::string name = std::string("a.") + extension;
+    EXPECT_FALSE(Read(name, noise)) << name;
+    EXPECT_FALSE(Read(name, "")) << name;
+  }
+  EXPECT_FALSE(ReadTags(folder_ / "none.flac"));
+}
+
+TEST_F(Tags, AFileThatWasCutShortIsReadOrNotButNothingBreaks) {
+  const std::string whole = FlacTitled("Title");
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    if (const auto song = Read("a.flac", whole.substr(0, size))) {
+      EXPECT_FALSE(song->title.empty()) << size;
+    }
+  }
+}
+
+TEST(CleanText, TextsAreOneLineOfValidUtf8) {
+  EXPECT_EQ(CleanText(" a\r\nb\tc\x7f "), "a  b c");
+  EXPECT_EQ(CleanText("a\xff\xc3"), "a\ufffd\ufffd");
+  EXPECT_EQ(CleanText(std::string("a\0b", 3)), "a b");
+  EXPECT_EQ(CleanText(""), "");
+}
+
+TEST(CleanText, LongTextsAreCutBetweenCharacters) {
+  EXPECT_EQ(CleanText(std::string(5000, 'x')), std::string(2000, 'x'));
+  EXPECT_EQ(CleanText(std::string(1999, 'x') + "\u00e9"), std::string(1999, 'x'));
+}
+
+TEST(SongPacket, ASongIsReadBack) {
+  index::Song song;
+  song.path = "/a";
+  song.title = std::string("t\0t", 3);
+  song.composer = "\u6e2f";
+  song.track = -1;
+  song.duration_seconds = 1.5;
+  song.channels = 6;
+  song.compilation = true;
+  const auto read = DecodeSong(EncodeSong(song));
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->path, song.path);
+  EXPECT_EQ(read->title, song.title);
+  EXPECT_EQ(read->composer, song.composer);
+  EXPECT_EQ(read->track, song.track);
+  EXPECT_EQ(read->duration_seconds, song.duration_seconds);
+  EXPECT_EQ(read->channels, song.channels);
+  EXPECT_TRUE(read->compilation);
+}
+
+TEST(SongPacket, NoSongIsReadBack) { EXPECT_FALSE(DecodeSong(EncodeSong(std::nullopt))); }
+
+TEST(SongPacket, OtherBytesAreRefused) {
+  const std::string packet = EncodeSong(index::Song());
+  for (std::size_t size = 1; size < packet.size(); ++size) {
+    EXPECT_THROW((void)DecodeSong(packet.substr(0, size)), std::runtime_error) << size;
+  }
+  EXPECT_THROW((void)DecodeSong(packet + "x"), std::runtime_error);
+  EXPECT_THROW((void)DecodeSong(std::string(4, '\xff')), std::runtime_error);
+}
+
+} // namespace
+} // namespace vexo::tools
