@@ -32,14 +32,21 @@ bool IsAccountName(std::string_view name) {
 }
 
 std::vector<Account> ListAccounts() {
+  // A disk that fails in the middle of a request must not make its user another one, whose
+  // playlists lie elsewhere: what was read before holds.
+  static std::optional<std::vector<Account>> known;
   try {
-    return ParseAccounts(files::ReadWholeFile(services::kAccountsFile)).accounts;
+    known = ParseAccounts(files::ReadWholeFile(services::kAccountsFile)).accounts;
   } catch (const std::system_error &error) {
     if (error.code() == std::errc::no_such_file_or_directory) {
+      known.reset();
       return {};
     }
-    throw;
+    if (!known) {
+      throw;
+    }
   }
+  return *known;
 }
 
 std::optional<Account> FindAccount(std::string_view name) {
