@@ -15,10 +15,16 @@ bool Exists(const char *name) {
   return lstat(name, &facts) == 0;
 }
 
-void LinkAs(const char *path, const char *base) {
-  if (symlink(path, base) != 0) {
-    LOG_LINE("Failed to link the file from %s to %s.", path, base);
+/// Links the song under its base name unless that is taken; true when it is.
+bool IsTaken(const char *path, const char *base) {
+  if (symlink(path, base) == 0) {
+    return false;
   }
+  if (errno != EEXIST) {
+    LOG_LINE("Failed to link the file from %s to %s.", path, base);
+    return false;
+  }
+  return true;
 }
 
 /// The name of a link to another song of the same base name.
@@ -48,8 +54,7 @@ std::string LinkSongIntoDir(TakenNumbers &taken, const char *path) {
     return "";
   }
   const char *base = slash + 1;
-  if (!Exists(base)) {
-    LinkAs(path, base);
+  if (!IsTaken(path, base)) {
     return base;
   }
   char target[kPathSize] = {};

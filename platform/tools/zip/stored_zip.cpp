@@ -3,6 +3,7 @@
 #include "text/text.h"
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <libdeflate.h>
 #include <limits>
 #include <stdexcept>
@@ -20,7 +21,7 @@ constexpr unsigned kMadeOnUnix = 3U << 8U;
 constexpr unsigned kDescriptorFlag = 1U << 3U, kUtf8Flag = 1U << 11U;
 constexpr unsigned kZip64Extra = 0x0001, kTimeExtra = 0x5455;
 // Large enough to make system calls rare, small enough to stay in a core's cache.
-constexpr std::size_t kBufferBytes = std::size_t{128} << 10U;
+constexpr std::size_t kBufferBytes = std::size_t{256} << 10U;
 
 /// Little-endian numbers, one after the other.
 class Record {
@@ -211,24 +212,42 @@ void StoredZip::Write(std::string_view bytes) {
 
 uint32_t StoredZip::CopyFile(int file, uint64_t size_bytes, const std::string &name) {
   uint32_t crc = 0;
-  for (uint64_t left = size_bytes; left > 0;) {
-    const std::size_t wanted = std::min<uint64_t>(left, buffer_.size());
-    const ssize_t count = read(file, buffer_.data(), wanted);
+  for (uint64_t done = 0; done < size_bytes;) {
+    const std::size_t wanted = std::min<uint64_t>(size_bytes - done, buffer_.size());
+    const ssize_t count = pread(file, buffer_.data(), wanted, static_cast<off_t>(done));
     if (count < 0 && errno == EINTR) {
       continue;
     }
     if (count < 0) {
       throw std::system_error(errno, std::generic_category(), "cannot read " + name);
     }
-    if (count == 0) {
-      throw std::runtime_error(name + " became shorter while it was read");
-    }
     const std::string_view bytes(buffer_.data(), static_cast<std::size_t>(count));
     crc = libdeflate_crc32(crc, bytes.data(), bytes.size());
-    Write(bytes);
-    left -= bytes.size();
+    if (bytes.empty() || !Send(file, done, bytes)) {
+      throw std::runtime_error(name + " became shorter while it was read");
+    }
+    done += bytes.size();
   }
   return crc;
+}
+
+bool StoredZip::Send(int file, uint64_t position, std::string_view bytes) {
+  auto from = static_cast<off_t>(position);
+  while (splices_ && !bytes.empty()) {
+    const ssize_t moved = splice(file, &from, output_, nullptr, bytes.size(), SPLICE_F_MORE);
+    if (moved == 0) {
+      return false;
+    }
+    if (moved < 0 && errno != EINTR && errno != EINVAL) {
+      throw std::system_error(errno, std::generic_category(), "cannot write the archive");
+    }
+    splices_ = moved > 0 || errno != EINVAL;
+    const auto count = static_cast<std::size_t>(std::max<ssize_t>(moved, 0));
+    offset_bytes_ += count;
+    bytes.remove_prefix(count);
+  }
+  Write(bytes);
+  return true;
 }
 
 } // namespace vexo::zip

@@ -17,7 +17,7 @@ public:
   /// Writes to the descriptor `output`, which stays the caller's.
   explicit StoredZip(int output);
 
-  /// Adds the next `size_bytes` bytes of the descriptor `file` as an entry. Throws
+  /// Adds the first `size_bytes` bytes of the descriptor `file` as an entry. Throws
   /// std::system_error when reading or writing fails and std::runtime_error when the file ends
   /// early; the archive is then broken and must not be finished.
   void Add(std::string_view name, int file, uint64_t size_bytes, std::time_t modified);
@@ -29,12 +29,17 @@ private:
   struct Entry;
   void Write(std::string_view bytes);
   uint32_t CopyFile(int file, uint64_t size_bytes, const std::string &name);
+  /// Sends `bytes`, which were read at `position` of the file. The kernel hands over its own copy
+  /// of them where it can; a file that changes meanwhile then no longer fits its checksum, as it
+  /// should. False: the file has become shorter.
+  bool Send(int file, uint64_t position, std::string_view bytes);
 
   int output_;
   uint64_t offset_bytes_ = 0;
   uint64_t entries_ = 0;
   std::string central_; ///< the central directory's headers so far
   std::string buffer_;
+  bool splices_ = true; ///< until the kernel says that it cannot
 };
 
 } // namespace vexo::zip

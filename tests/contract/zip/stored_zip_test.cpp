@@ -1,6 +1,7 @@
 #include "files/file_descriptor.h"
 #include "support/temporary_folder.h"
 #include "zip/stored_zip.h"
+#include <array>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -69,6 +70,20 @@ TEST_F(StoredZipTest, AnArchiveOfOneFileToTheByte) {
   const std::string end = BYTES("PK\x05\x06\x00\x00\x00\x00\x01\x00\x01\x00"
                                 "\x3C\x00\x00\x00\x45\x00\x00\x00\x00\x00");
   EXPECT_EQ(ArchiveOf("a.mp3", "123456789"), local + central + end);
+}
+
+TEST_F(StoredZipTest, AnArchiveThroughAPipeIsTheSame) {
+  const std::string content(20000, 'c');
+  const std::string expected = ArchiveOf("a.mp3", content);
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  const FileDescriptor reader(ends[0]), writer(ends[1]);
+  StoredZip zip(writer.get());
+  zip.Add("a.mp3", File(content).get(), content.size(), kNewYear2024);
+  zip.Finish();
+  std::string received(expected.size() + 1, '\0');
+  const ssize_t count = read(reader.get(), received.data(), received.size());
+  EXPECT_EQ(received.substr(0, static_cast<std::size_t>(count)), expected);
 }
 
 TEST_F(StoredZipTest, AnArchiveOfNothingIsItsEndRecord) {

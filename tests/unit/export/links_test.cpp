@@ -86,6 +86,14 @@ TEST_F(LinkSongTest, APathThatEndsWithASlashHasNoNameToLink) {
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to link the file from /m/ to ."));
 }
 
+TEST_F(LinkSongTest, DotsAreNamesThatAreTaken) {
+  for (const char *base : {".", ".."}) {
+    host().log.clear();
+    EXPECT_EQ(Link((std::string("/m/") + base).c_str()), base);
+    EXPECT_THAT(host().Messages(), ElementsAre(std::string("Failed to read link of ") + base));
+  }
+}
+
 TEST_F(LinkSongTest, ANumberedLinkThatCannotBeMadeIsLoggedAndTheBaseNameKept) {
   const std::string base(255, 'n'); // with a number it is too long
   Link(("/m/1/" + base).c_str());
