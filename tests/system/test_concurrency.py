@@ -109,7 +109,8 @@ class Storm:
 
     def rename(self):
         old, new = 0, 1
-        while not self.stopped.wait(0.2):
+        # Where the name is the id, a rename makes the requests that are under way fail.
+        while not self.stopped.wait(0.2 if self.kind.indexed else 1):
             answer = self.server.ask("saveplsname", self.kind.user, id=self.node_id(),
                                      name=self.NAMES[new])
             if answer.success and "name" in answer.json:
@@ -176,7 +177,7 @@ class Edits(ServerTest):
         front = len(songs) - len(back)
         self.assertLessEqual(front, storm.FRONT - storm.taken)
         self.assertGreaterEqual(front, storm.FRONT - storm.taken - storm.unsure_taken)
-        self.assertGreater(min(storm.renames, storm.reads), 10)
+        self.assertGreater(min(storm.renames, storm.reads), 2)
 
 
 if __name__ == "__main__":
