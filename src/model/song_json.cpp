@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string>
 #include <unordered_map>
 
@@ -70,26 +71,21 @@ const char *IdText(const Json::Value &element) {
   return element.isString() ? element.asCString() : "";
 }
 
-std::string JoinedIds(const Json::Value &elements) {
-  std::string joined;
-  bool first = true;
+/// The ids that are given as texts, comma-separated; nothing when there is none.
+std::optional<std::string> JoinedIds(const Json::Value &elements) {
+  std::optional<std::string> joined;
   for (const Json::Value &element : elements) {
-    if (element.isString()) {
-      joined += first ? "" : ",";
-      joined += element.asCString();
-      first = false;
+    if (!element.isString()) {
+      continue;
     }
+    if (joined) {
+      *joined += ",";
+    } else {
+      joined.emplace();
+    }
+    *joined += element.asCString();
   }
   return joined;
-}
-
-bool HasText(const Json::Value &elements) {
-  for (const Json::Value &element : elements) {
-    if (element.isString()) {
-      return true;
-    }
-  }
-  return false;
 }
 
 /// Where to begin looking for a song in a host list. A walk from the head for each of thousands of
@@ -178,8 +174,8 @@ bool GetSongsByIdList(const Json::Value &idInfoList, VEXOPlaylistRec **head) {
   // The host's list is left to the end of the process, which is near: releasing it node by node
   // would only cost time.
   VEXOPlaylistRec *music_list = nullptr;
-  if (HasText(idInfoList) &&
-      VEXOMusicListGetByID("shared", 0, &music_list, JoinedIds(idInfoList).c_str()) != 0) {
+  const std::optional<std::string> ids = JoinedIds(idInfoList);
+  if (ids && VEXOMusicListGetByID("shared", 0, &music_list, ids->c_str()) != 0) {
     LOG_LINE("Failed to get music list from database.");
     return false;
   }
