@@ -31,8 +31,6 @@ struct EditAction {
   const char *fileFailure; ///< logged when editFile fails
   int (*editRow)(const Edit &edit);
   const char *rowFailure; ///< logged when editRow fails
-  /// The parameter whose number is told when the row cannot be refreshed.
-  const char *toldId;
 };
 
 int AppendToFile(const Edit &edit) {
@@ -71,34 +69,25 @@ int RemoveMissingFromRow(const Edit &edit) {
   return VEXOPlaylistRemoveMissing(edit.location.Library(), edit.location.userId, edit.id);
 }
 
-constexpr EditAction kAddSongs = {{"playlist", "id_info_list"},
-                                  true,
-                                  AppendToFile,
-                                  "Failed to add songs into playlist.",
-                                  AppendToRow,
-                                  "Failed to add songs into playlist.",
-                                  "playlist"};
+constexpr EditAction kAddSongs = {
+    {"playlist", "id_info_list"},         true,        AppendToFile,
+    "Failed to add songs into playlist.", AppendToRow, "Failed to add songs into playlist."};
 constexpr EditAction kUpdate = {{"playlist", "id_info_list", "start", "limit"},
                                 true,
                                 UpdateFile,
                                 "Failed to remove songs from playlist.",
                                 UpdateRow,
-                                "Failed to update songs into playlist.",
-                                "playlist"};
+                                "Failed to update songs into playlist."};
 constexpr EditAction kRemoveSongs = {{"playlist", "seq_list"},
                                      false,
                                      RemoveFromFile,
                                      "Failed to remove songs from playlist.",
                                      RemoveFromRow,
-                                     "Failed to remove songs from playlist.",
-                                     "playlist"};
-constexpr EditAction kRemoveMissing = {{"playlist_id"},
-                                       false,
-                                       RemoveMissingFromFile,
-                                       "Failed to remove songs from playlist.",
-                                       RemoveMissingFromRow,
-                                       "Failed to remove missing files from playlist.",
-                                       "playlist"};
+                                     "Failed to remove songs from playlist."};
+constexpr EditAction kRemoveMissing = {
+    {"playlist_id"},       false,
+    RemoveMissingFromFile, "Failed to remove songs from playlist.",
+    RemoveMissingFromRow,  "Failed to remove missing files from playlist."};
 
 bool EditFile(const WebMan &request, const EditAction &action, Edit &edit, Json::Value &response) {
   edit.location.path = PlaylistFilePath(request.GetPreferenceDir(), edit.id);
@@ -117,8 +106,9 @@ bool EditRow(const WebMan &request, const EditAction &action, const Edit &edit,
   }
   if (!UpdatePlaylistDBInfo(edit.location.Library(), edit.location.userId,
                             LeadingNumber(edit.id))) {
+    // The number of this parameter is told even where another one names the playlist.
     LOG_LINE("Failed to update database info of playlist id:%d.",
-             NumericTail(request.In(action.toldId, "")));
+             NumericTail(request.In("playlist", "")));
     return SystemError(response);
   }
   return true;
