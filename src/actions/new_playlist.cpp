@@ -117,7 +117,7 @@ bool LocateNewPlaylist(const WebMan &request, const std::string &name, const Fol
 }
 
 bool CreateEmptyPlaylist(const PlaylistLocation &location, bool mayExist, Json::Value &response) {
-  const FolderLock lock(PlaylistsFolder(location.root));
+  const FolderLock lock(FolderOf(location.path));
   if (!mayExist && access(location.path.c_str(), F_OK) == 0) {
     return NameExists(response);
   }

@@ -18,7 +18,6 @@ namespace {
 struct Rename {
   PlaylistLocation location;
   std::string oldPath;
-  std::string folder;
   std::string newPath;
   __tag_VEXO_MEDIA_INFO record; ///< the new row of a playlist that has one
 };
@@ -39,7 +38,6 @@ bool Examine(const std::string &path, struct stat &facts) {
 bool LocateInPreferences(const WebMan &request, const char *id, const char *name, Rename &rename,
                          Json::Value &response) {
   const std::string root = request.GetPreferenceDir();
-  rename.folder = PlaylistsFolder(root);
   rename.oldPath = PlaylistFilePath(root, IdTail(id, 2));
   rename.newPath = PlaylistFilePath(root, IdTail(name, 2));
   struct stat facts {};
@@ -68,13 +66,11 @@ bool LocateByRow(const char *id, const char *name, Rename &rename, Json::Value &
   }
   rename.record.size = static_cast<uint64_t>(facts.st_size);
   const std::string extension = ExtensionOf(rename.oldPath);
-  const size_t slash = rename.oldPath.rfind('/');
-  if (slash == std::string::npos) {
+  if (rename.oldPath.find('/') == std::string::npos) {
     LOG_LINE("Bad playlist name %s.", rename.oldPath.c_str());
     return SystemError(response);
   }
-  rename.folder = rename.oldPath.substr(0, slash);
-  rename.newPath = CutToField(rename.folder + "/" + name + "." + extension, kPathSize);
+  rename.newPath = CutToField(FolderOf(rename.oldPath) + "/" + name + "." + extension, kPathSize);
   return true;
 }
 
@@ -82,12 +78,13 @@ bool LocateByRow(const char *id, const char *name, Rename &rename, Json::Value &
 bool FillRow(const char *name, Rename &rename, Json::Value &response) {
   SetField(rename.record.path, rename.newPath.c_str());
   SetField(rename.record.title, name);
-  const size_t slash = rename.folder.rfind('/');
+  const std::string folder = FolderOf(rename.oldPath);
+  const size_t slash = folder.rfind('/');
   if (slash == std::string::npos) {
     LOG_LINE("Bad playlist name %s.", rename.oldPath.c_str());
     return SystemError(response);
   }
-  SetField(rename.record.album, rename.folder.c_str() + slash + 1);
+  SetField(rename.record.album, folder.c_str() + slash + 1);
   return true;
 }
 
@@ -102,10 +99,11 @@ bool WriteRow(Rename &rename, const struct stat &facts) {
   return true;
 }
 
-/// Renames the file and rewrites the row. The folder stays locked until the old name is given up
-/// for good: nobody may take it before, as the file might have to go back.
+/// Renames the file and rewrites the row. The folder that the file comes into is locked, so that no
+/// other process takes the new name, until the row is written: as the file might have to go back,
+/// the old name, which is in the same folder but for a name with a '/', may not be taken either.
 bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
-  const FolderLock lock(rename.folder);
+  const FolderLock lock(FolderOf(rename.newPath));
   struct stat facts {};
   if (Examine(rename.newPath, facts)) {
     return NameExists(response);

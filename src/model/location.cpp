@@ -35,6 +35,11 @@ std::string PlaylistFilePath(const std::string &root, const std::string &name) {
   return CutToField(root + "/playlists/" + name + ".m3u", kPathSize);
 }
 
+std::string FolderOf(const std::string &path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "" : path.substr(0, slash);
+}
+
 std::string PersonalSmartRules(const WebMan &request) {
   return CutToField(request.GetPreferenceDir() + "/playlists/smart.playlist", kPathSize);
 }

@@ -33,6 +33,9 @@ struct PlaylistLocation {
 /// The path of the playlist file `name` below `root`.
 [[nodiscard]] std::string PlaylistFilePath(const std::string &root, const std::string &name);
 
+/// The folder that a file is in: what stands before the last '/' of its path.
+[[nodiscard]] std::string FolderOf(const std::string &path);
+
 /// The rules of the login user's smart playlists.
 [[nodiscard]] std::string PersonalSmartRules(const WebMan &request);
 

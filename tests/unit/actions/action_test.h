@@ -1,6 +1,7 @@
 #pragma once
 #include "recording_platform/host_test.h"
 #include "support/temporary_folder.h"
+#include <cstdlib>
 #include <sys/stat.h>
 
 /// The fixture of the actions: a host that makes the playlist files it is asked to write, when
@@ -42,6 +43,11 @@ protected:
     return R"({"node":{"allowDrag":false,"allowDrop":false,"draggable":false,"expanded":false,"id":")" +
            id + R"(","leaf":true,"pid":")" + pid +
            R"(","qtip":"Road","text":"Road"},"success":true})";
+  }
+
+  /// Whether another process could take the lock of a folder now.
+  static bool IsFree(const std::string &folder) {
+    return std::system(("flock -n '" + folder + "' true").c_str()) == 0;
   }
 
   static bool Exists(const std::string &path) {

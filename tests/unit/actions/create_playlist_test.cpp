@@ -343,14 +343,22 @@ TEST_F(CreatePlaylist, WithASlashInItsNameLeadsIntoASubfolder) {
       Contains("VEXOWriteMusicPlaylist(null, \"" + preferences() + "/playlists/sub/Road.m3u\")"));
 }
 
-TEST_F(CreatePlaylist, HoldsTheFolderWhileItTakesTheName) {
-  int taken = 0;
-  host().on["VEXOWriteMusicPlaylist"] = [&](const recording::Event & /*event*/) {
-    const std::string command = "flock -n '" + preferences() + "/playlists' true";
-    taken = taken * 10 + (std::system(command.c_str()) == 0 ? 1 : 2);
-  };
-  Create(kCreators[0], {{"name", "Road"}});
-  EXPECT_EQ(taken, 21) << "locked for the empty file, free again for the songs";
+TEST_F(CreatePlaylist, HoldsTheFolderOfTheFileWhileItTakesTheName) {
+  std::filesystem::create_directories(preferences() + "/playlists/sub");
+  const struct {
+    const char *name;
+    std::string folder;
+  } rows[] = {{"Road", preferences() + "/playlists"},
+              {"sub/Road", preferences() + "/playlists/sub"}};
+  for (const auto &row : rows) {
+    std::vector<bool> free;
+    host().on["VEXOWriteMusicPlaylist"] = [&](const recording::Event & /*event*/) {
+      free.push_back(IsFree(row.folder));
+    };
+    Create(kCreators[0], {{"name", row.name}});
+    EXPECT_THAT(free, ElementsAre(false, true))
+        << "locked for the empty file, free again for the songs of " << row.name;
+  }
 }
 
 } // namespace

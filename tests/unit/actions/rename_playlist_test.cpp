@@ -224,13 +224,24 @@ TEST_F(RenamePlaylist, FailsWhenTheFileVanishesUnderItsNewName) {
 
 TEST_F(RenamePlaylist, HoldsTheFolderUntilTheOldNameIsGivenUp) {
   WriteBytes(old_, "");
-  bool taken = false;
+  bool free = true;
   host().on["VEXOPlaylistDBUpdate"] = [&](const recording::Event & /*event*/) {
-    taken = std::system(("flock -n '" + folder_ + "' true").c_str()) != 0;
+    free = IsFree(folder_);
   };
   RenameShared(old_, "Trip");
-  EXPECT_TRUE(taken);
-  EXPECT_EQ(std::system(("flock -n '" + folder_ + "' true").c_str()), 0);
+  EXPECT_FALSE(free);
+  EXPECT_TRUE(IsFree(folder_));
+}
+
+TEST_F(RenamePlaylist, HoldsTheSubfolderThatANewNameIsIn) {
+  std::filesystem::create_directory(folder_ + "/sub");
+  WriteBytes(old_, "");
+  bool free = true;
+  host().on["VEXOPlaylistDBUpdate"] = [&](const recording::Event & /*event*/) {
+    free = IsFree(folder_ + "/sub");
+  };
+  RenameShared(old_, "sub/Trip");
+  EXPECT_FALSE(free);
 }
 
 } // namespace

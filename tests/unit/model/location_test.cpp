@@ -53,6 +53,12 @@ TEST_F(Location, PutsFilesIntoTheFolderPlaylists) {
   EXPECT_EQ(PersonalSmartRules(request_), preferences() + "/playlists/smart.playlist");
 }
 
+TEST_F(Location, IsInTheFolderBeforeTheLastSlash) {
+  EXPECT_EQ(FolderOf("/r/playlists/a.m3u"), "/r/playlists");
+  EXPECT_EQ(FolderOf("/a.m3u"), "");
+  EXPECT_EQ(FolderOf("a.m3u"), "");
+}
+
 TEST_F(Location, CutsPathsThatAreTooLong) {
   const std::string longer(5000, 'r');
   EXPECT_EQ(PlaylistsFolder(longer), longer.substr(0, 4095));
