@@ -185,6 +185,14 @@ TEST_F(DuplicatePlaylist, LogsTheErrorOfAFolderThatCannotBeMade) {
   }
 }
 
+TEST_F(DuplicatePlaylist, LogsTheErrorOfASharedFolderThatCannotBeMade) {
+  host().personalLibrary = true;
+  std::filesystem::remove_all(library());
+  EXPECT_EQ(Duplicate(kPersonalSource), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Failed to create directory No such file or directory."));
+}
+
 TEST_F(DuplicatePlaylist, KeepsADanglingLinkInThePreferenceFolder) {
   std::filesystem::create_symlink(root() + "/nowhere", preferences() + "/playlists");
   EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
