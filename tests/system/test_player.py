@@ -1,97 +1,24 @@
 """The player daemon on real MPDs, and their queues as playlists."""
 
 import grp
-import json
 import os
 import signal
 import socket
 import stat
-import struct
 import subprocess
 import time
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-import mpd
-from server import (ANNA, BEN, BIN, LIBRARY, PERSONAL, PREFERENCE, ROOT, SHARED, ServerTest, run,
-                    songs_of, wait_until)
+from player_daemon import CONTROL, QUEUE, SELECT, Daemon, PlayerMpd, ask
+from server import (BIN, LIBRARY, PERSONAL, PREFERENCE, ROOT, SHARED, ServerTest, run, songs_of,
+                    wait_until)
 
-CONTROL = ROOT / "tmp/vexoaudiod.sock"
 STREAMS = ("http://radio.example/live", "http://radio.example/a?b=c&d=%20#e")
 BLANK_FIRST = "folder/ blank first.wav"  # MPD has it in its queue, but loads it from no playlist
 ODD_NAMES = ("-leading dash.wav", "quotes ' and \".wav", "小川 霧笛.wav", "a;b|c&d $(e) `f`.wav",
              "back\\slash.wav", "# no comment.wav", "percent %41 %s.wav", "two..dots.wav",
              "Å" * 120 + ".wav", "tab\tinside.wav", BLANK_FIRST, "http: not one.wav")
-SELECT, QUEUE = 21, 30
-
-
-def record(code, argument):
-    return struct.pack("<i8192s", code, argument.encode())
-
-
-def ask(code, argument):
-    """One command as any process may send it: the parsed answer."""
-    with socket.socket(socket.AF_UNIX) as client:
-        client.settimeout(20)
-        client.connect(str(CONTROL))
-        client.sendall(record(code, argument))
-        return json.loads(client.recv(40960))
-
-
-class Daemon:
-    def __init__(self, *options):
-        self.log_file = ROOT / "var/log/vexo/vexoaudiod.log"
-        with open(self.log_file, "ab") as log:
-            self.process = subprocess.Popen([BIN / "vexoaudiod", *options],
-                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        wait_until(self._answers, "vexoaudiod answers")
-
-    def _answers(self):
-        if self.process.poll() is not None:
-            raise AssertionError(f"vexoaudiod ended: {self.log_file.read_text()}")
-        try:
-            return "error" in ask(1, "")
-        except OSError:
-            return False
-
-    def stop(self, with_signal=signal.SIGTERM):
-        self.process.send_signal(with_signal)
-        return self.process.wait(20)
-
-
-class PlayerMpd(mpd.Mpd):
-    """An MPD of its own for a player."""
-
-    def __init__(self, name="mpd"):
-        self.name, self.socket = name, ROOT / f"tmp/{name}.sock"
-        self.start()
-
-    def start(self):
-        conf = run(mpd.SOURCE / "scripts/mpd_conf", ROOT, LIBRARY)
-        for file in ("mpd.sock", "mpd.db", "mpd.state"):
-            conf = conf.replace(f"/{file}\"", f"/{file.replace('mpd', self.name)}\"")
-        path = ROOT / f"etc/{self.name}.conf"
-        path.write_text(conf)
-        with open(ROOT / f"var/log/vexo/{self.name}.log", "ab") as log:
-            self.process = subprocess.Popen(["mpd", "--no-daemon", str(path)],
-                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        wait_until(self._listens, f"{self.name} listens")
-        self.mpc("--wait", "update")
-
-    def _listens(self):
-        with socket.socket(socket.AF_UNIX) as client:
-            return client.connect_ex(str(self.socket)) == 0
-
-    def mpc(self, *arguments, **options):
-        return run("mpc", "-q", *arguments, env={**os.environ, "MPD_HOST": str(self.socket)},
-                   **options)
-
-    def fill(self, entries):
-        """Replaces the queue, by paths below the library or addresses."""
-        self.mpc("clear")
-        if entries:
-            self.mpc("add", input="".join(f"{entry}\n" for entry in entries))
-        self.entries = entries
 
 
 def full(entries):
