@@ -1,0 +1,139 @@
+#include "files/durable_file.h"
+#include "files/file_content.h"
+#include "files/folder.h"
+#include <cerrno>
+#include <fcntl.h>
+#include <memory>
+#include <system_error>
+
+namespace vexo::files {
+
+namespace {
+
+/// A file as it stands at its name, open and locked.
+struct LockedFile {
+  explicit LockedFile(const Folder &folder)
+      : fd(openat(folder.fd(), folder.name().c_str(),
+                  O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {
+    const std::string path = folder.path() + "/" + folder.name();
+    if (!fd) {
+      ThrowErrno("cannot open", path);
+    }
+    LockExclusively(fd.get(), path);
+    facts = FactsOfFile(fd.get(), path, kMaxFileBytes);
+  }
+
+  FileDescriptor fd;
+  struct stat facts {};
+};
+
+/// Whether `name` in the folder is the locked file, with the content that was read.
+bool IsUnchanged(const Folder &folder, const char *name, const LockedFile &file) {
+  struct stat now {};
+  return fstatat(folder.fd(), name, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+         IsSameFile(now, file.facts) && now.st_size == file.facts.st_size &&
+         now.st_mtim.tv_sec == file.facts.st_mtim.tv_sec &&
+         now.st_mtim.tv_nsec == file.facts.st_mtim.tv_nsec;
+}
+
+int Exchange(const Folder &folder, const TemporaryFile &file) {
+  return renameat2(folder.fd(), file.name(), folder.fd(), folder.name().c_str(), RENAME_EXCHANGE);
+}
+
+/// Undoes an exchange. When nothing stands at the name any more, what was displaced takes it alone.
+void ExchangeBack(const Folder &folder, TemporaryFile &file) {
+  if (Exchange(folder, file) != 0) {
+    RenameExclusively(folder.fd(), file.name(), folder.name().c_str());
+    file.GiveNameAway();
+  }
+}
+
+/// For file systems that cannot exchange: a rename between the test and the replacement is not
+/// seen.
+bool ReplaceByRename(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
+  if (!IsUnchanged(folder, folder.name().c_str(), old)) {
+    return false;
+  }
+  if (renameat(folder.fd(), file.name(), folder.fd(), folder.name().c_str()) != 0) {
+    ThrowErrno("cannot replace", folder.path() + "/" + folder.name());
+  }
+  file.GiveNameAway();
+  folder.Sync();
+  return true;
+}
+
+/// Puts the new file where the old one stands. False, with nothing changed, when by now something
+/// else stands there. Throws ENOENT when nothing does.
+bool PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
+  if (Exchange(folder, file) != 0) {
+    if (IsUnsupported(errno)) {
+      return ReplaceByRename(folder, old, file);
+    }
+    ThrowErrno("cannot replace", folder.path() + "/" + folder.name());
+  }
+  if (!IsUnchanged(folder, file.name(), old)) {
+    ExchangeBack(folder, file);
+    return false;
+  }
+  try {
+    folder.Sync();
+  } catch (const std::system_error &) {
+    ExchangeBack(folder, file);
+    throw;
+  }
+  return true;
+}
+
+/// The new file takes over what it can of the old one's owner and mode.
+void CopyOwnerAndMode(const TemporaryFile &file, const struct stat &facts) {
+  const bool is_ours = facts.st_uid == geteuid() && facts.st_gid == getegid();
+  if (!is_ours && fchown(file.fd(), facts.st_uid, facts.st_gid) != 0) {
+    // Only a privileged process may give files away; the content matters more than the owner.
+    errno = 0;
+  }
+  if (fchmod(file.fd(), facts.st_mode & 0777) != 0) {
+    ThrowErrno("cannot set the mode of", file.name());
+  }
+}
+
+/// One try of an edit; false when somebody else was quicker.
+bool TryEdit(const Folder &folder, const PieceEdit &edit) {
+  const LockedFile old(folder);
+  if (!IsUnchanged(folder, folder.name().c_str(), old)) {
+    return false;
+  }
+  const auto size = static_cast<std::size_t>(old.facts.st_size);
+  const auto content = std::make_unique_for_overwrite<char[]>(size);
+  const std::size_t got = ReadAt(old.fd.get(), content.get(), size, folder.name());
+  const std::optional<Pieces> pieces = edit(std::string_view(content.get(), got));
+  if (!pieces) {
+    return true;
+  }
+  TemporaryFile file(folder, 0600);
+  CopyOwnerAndMode(file, old.facts);
+  WriteAndSync(file, *pieces, folder);
+  return PutInPlace(folder, old, file);
+}
+
+} // namespace
+
+void EditPiecesDurably(const std::string &path, const PieceEdit &edit) {
+  const Folder folder(path);
+  for (int attempt = 0; attempt < kMaxEditAttempts; ++attempt) {
+    if (TryEdit(folder, edit)) {
+      return;
+    }
+  }
+  errno = EBUSY;
+  ThrowErrno("cannot edit", path);
+}
+
+void EditDurably(const std::string &path, const Edit &edit) {
+  std::optional<std::string> content;
+  EditPiecesDurably(path, [&](std::string_view old_content) -> std::optional<Pieces> {
+    content = edit(old_content);
+    return content ? std::optional<Pieces>({*content}) : std::nullopt;
+  });
+}
+
+} // namespace vexo::files
