@@ -139,6 +139,23 @@ bool IsThere(const Library &library) {
   return !error && entries != std::filesystem::directory_iterator();
 }
 
+/// What differs now and did so a while ago. It lives as long as the comparison.
+Differences LastingDifferences(Comparison &comparison, std::chrono::milliseconds settled) {
+  std::set<std::string> before;
+  for (const Difference &difference : comparison.Run()) {
+    before.insert(difference.what);
+  }
+  if (before.empty()) {
+    return {};
+  }
+  std::this_thread::sleep_for(settled);
+  Differences differences = comparison.Run();
+  std::erase_if(differences, [&](const Difference &d) { return !before.contains(d.what); });
+  return differences;
+}
+
+void FailWithoutFiles() { throw std::runtime_error("nothing is done without its files"); }
+
 } // namespace
 
 void CheckPlaylists(index::MediaIndex &index, const Library &library,
@@ -146,23 +163,16 @@ void CheckPlaylists(index::MediaIndex &index, const Library &library,
   if (!IsThere(library) && !index.AllPlaylists(library.owner).empty()) {
     return findings.Found(library.name + ": " + Printable(library.folder) +
                               " is empty or cannot be read",
-                          [] { throw std::runtime_error("nothing is done without its files"); });
+                          FailWithoutFiles);
   }
-  Comparison comparison(index, library, output);
-  const Differences first = comparison.Run();
-  if (first.empty()) {
-    return;
-  }
-  std::this_thread::sleep_for(settled);
-  std::set<std::string> lasting;
-  for (const Difference &difference : first) {
-    lasting.insert(difference.what);
-  }
-  for (const Difference &difference : comparison.Run()) {
-    if (lasting.contains(difference.what)) {
+  try {
+    Comparison comparison(index, library, output);
+    for (const Difference &difference : LastingDifferences(comparison, settled)) {
       const auto report = difference.harmless ? &Findings::Noticed : &Findings::Found;
       (findings.*report)(difference.what, difference.mend);
     }
+  } catch (const std::system_error &error) {
+    findings.Found(library.name + ": " + error.what(), FailWithoutFiles);
   }
 }
 

@@ -48,7 +48,9 @@ void Scan(const Options &options) {
   for (const Library &library : libraries) {
     StreamOutput output(std::cerr, TerminalColumns(STDERR_FILENO));
     const ScanResult result = ScanLibrary(*index, library, how, output);
-    output.Line(library.name + ": " + Summary(result));
+    if (result.complete) {
+      output.Line(library.name + ": " + Summary(result));
+    }
     complete = complete && result.complete;
   }
   if (!complete) {

@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using files::FileDescriptor;
 
-constexpr std::size_t kLargestPacket = 64 * 1024;
+constexpr std::size_t kLargestPacket = std::size_t{64} * 1024;
 
 /// One packet, or nothing when the other side is gone. That it went without reading all that it was
 /// sent is reported once, before the packets that it sent itself (ECONNRESET).

@@ -181,6 +181,15 @@ TEST_F(Doctor, ALibraryThatIsNotMountedKeepsItsRows) {
   }
 }
 
+TEST_F(Doctor, AFolderOfPlaylistsThatCannotBeReadKeepsItsRows) {
+  AddWithRow("a");
+  fs::remove_all(library() + "/playlists");
+  WriteBytes(library() + "/playlists", "a file");
+  EXPECT_EQ(Examine(true), 1U);
+  EXPECT_THAT(output_.lines, ElementsAre(HasSubstr("not mended: shared: ")));
+  EXPECT_THAT(index_->AllPlaylists(0), SizeIs(1));
+}
+
 TEST_F(Doctor, PersonalLibrariesAreExaminedToo) {
   accounts::Account account;
   account.name = "anna";
