@@ -1,11 +1,14 @@
 """A device root whose index holds as many songs as one likes; the indexes are made once a build."""
 
 import os
+import time
 
 from server import BIN, BUILD, LIBRARY, ROOT, Server, lay_root, run
 
 SMALL, BIG = 10_000, 1_000_000
 RARE = "zyx rare"
+# Part of the playlists' names: an index keeps the rows of earlier runs, though their files are gone.
+RUN = f"{time.time_ns():x}"
 INDEX = ROOT / "var/lib/vexo/index.db"
 
 
@@ -14,7 +17,8 @@ def index_of(songs):
     file = BUILD / f"index-{songs}.db"
     if not file.exists():
         unfinished = file.with_suffix(".new")
-        unfinished.unlink(missing_ok=True)
+        for leftover in BUILD.glob(f"{unfinished.name}*"):
+            leftover.unlink()
         run(BIN / "make_index", unfinished, songs, LIBRARY, timeout=1800)
         os.rename(unfinished, file)
     return file

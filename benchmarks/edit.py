@@ -21,15 +21,15 @@ def copy_durably(file):
 
 
 def measure():
-    from big_index import SMALL, serve, use
+    from big_index import RUN, SMALL, serve, use
     from server import SHARED
 
     server = serve()
     try:
         use(SMALL)
         ids = [str(number % SMALL + 1) for number in range(LENGTH)]
-        playlist = server.add(SHARED, "long", ids).id
-        file = SHARED.file("long")
+        playlist = server.add(SHARED, f"long {RUN}", ids).id
+        file = SHARED.file(f"long {RUN}")
         whole = file.read_bytes()
         positions = ",".join(str(number) for number in range(0, LENGTH, LENGTH // 1000))
 
