@@ -78,7 +78,7 @@ void GiveToGroup(const std::string &path, const std::string &name) {
   if (found == nullptr) {
     throw std::runtime_error("there is no group " + name);
   }
-  if (chown(path.c_str(), static_cast<uid_t>(-1), found->gr_gid) != 0) {
+  if (lchown(path.c_str(), static_cast<uid_t>(-1), found->gr_gid) != 0) {
     Fail(path, errno);
   }
 }

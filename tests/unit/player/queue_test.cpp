@@ -308,6 +308,21 @@ TEST_F(LoadPlayerQueueTest, APageWithMoreEntriesThanAskedForIsTakenWhole) {
   EXPECT_EQ(Paths(), NumberedPaths(300));
 }
 
+TEST_F(LoadPlayerQueueTest, PagesWithThousandsOfEntriesEndAtTheMostThatAQueueMayHave) {
+  std::string entries = "{}";
+  for (int count = 1; count < 10000; ++count) {
+    entries += ",{}";
+  }
+  ScriptedDaemon &scripted = Daemon(Pages({R"({"total":1000000,"uris":[)" + entries + "]}"}));
+  VEXOPlaylistRec node{};
+  control().only_memory = &node;
+  EXPECT_EQ(Load("0"), -1);
+  control().only_memory = nullptr;
+  ASSERT_EQ(songs_.release(), &node);
+  EXPECT_THAT(host().Messages(), ElementsAre(kFailed));
+  EXPECT_THAT(scripted.Commands(), SizeIs(102)) << "the selection, and one page too many";
+}
+
 TEST_F(LoadPlayerQueueTest, AReplyThatFillsTheBufferIsReadWithinIt) {
   std::string reply = Page(0, 1, 1);
   reply += std::string(40960 - reply.size(), ' ');

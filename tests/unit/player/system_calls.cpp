@@ -65,6 +65,6 @@ void *__wrap_calloc(size_t count, size_t size) {
   if (control().callocs_left > 0) {
     --control().callocs_left;
   }
-  return __real_calloc(count, size);
+  return control().only_memory != nullptr ? control().only_memory : __real_calloc(count, size);
 }
 }

@@ -24,6 +24,8 @@ struct Control {
   bool socket_fails = false;
   /// Calls of calloc() that still succeed; negative: all of them.
   int callocs_left = -1;
+  /// When not null, what every calloc() gives: a list without end in no memory.
+  void *only_memory = nullptr;
 };
 
 /// What holds for the running test.
