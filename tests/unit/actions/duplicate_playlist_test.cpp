@@ -5,7 +5,6 @@
 namespace {
 
 using recording::Song;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

@@ -5,7 +5,6 @@
 
 namespace {
 
-using recording::Show;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
