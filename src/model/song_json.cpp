@@ -66,9 +66,9 @@ int32_t SongIdOf(const char *item_id) {
   return id < Limits::min() || id > Limits::max() ? 0 : static_cast<int32_t>(id);
 }
 
-/// The text of a song id; empty, which is no id, for what is not a text.
-const char *IdText(const Json::Value &element) {
-  return element.isString() ? element.asCString() : "";
+/// The number of a song id; 0, which is no id, for what is not a text.
+long IdOf(const Json::Value &element) {
+  return element.isString() ? std::strtol(element.asCString(), nullptr, 10) : 0;
 }
 
 /// The ids that are given as texts, comma-separated; nothing when there is none.
@@ -88,29 +88,52 @@ std::optional<std::string> JoinedIds(const Json::Value &elements) {
   return joined;
 }
 
-/// Where to begin looking for a song in a host list. A walk from the head for each of thousands of
-/// ids would take their number squared.
-class SongIndex {
+/// The songs that the host has found, by their ids: a walk from the head for each of thousands of
+/// ids would take their number squared. A record is large, so a song that is needed once more only
+/// is moved, not copied: the list would otherwise take its memory twice.
+class HostSongs {
 public:
-  explicit SongIndex(const VEXOPlaylistRec *list) {
+  HostSongs(VEXOPlaylistRec *list, const Json::Value &elements) {
     for (; list != nullptr; list = list->next) {
-      nodes_.emplace(list->info.id, list);
-      last_ = list;
+      songs_.emplace(list->info.id, Song{list});
+    }
+    for (const Json::Value &element : elements) {
+      const auto found = songs_.find(IdOf(element));
+      if (found != songs_.end()) {
+        ++found->second.uses_left;
+      }
     }
   }
 
-  /// The node with `id`; without one the last node, where a walk ends at once. Null: an empty list.
+  /// Counts one use of the song. Its node, without successor, when that was the last; else null.
+  VEXOPlaylistRec *TakeLast(long id) {
+    const auto found = songs_.find(id);
+    if (found == songs_.end() || --found->second.uses_left > 0) {
+      return nullptr;
+    }
+    found->second.node->next = nullptr;
+    return found->second.node;
+  }
+
+  /// A list that begins with the song; without it one of a record with no id. Null: an empty list.
   [[nodiscard]] const VEXOPlaylistRec *Near(long id) const {
-    const auto found = nodes_.find(id);
-    return found == nodes_.end() ? last_ : found->second;
+    const auto found = songs_.find(id);
+    if (found != songs_.end()) {
+      return found->second.node;
+    }
+    return songs_.empty() ? nullptr : &none_;
   }
 
 private:
-  std::unordered_map<long, const VEXOPlaylistRec *> nodes_;
-  const VEXOPlaylistRec *last_ = nullptr;
+  struct Song {
+    VEXOPlaylistRec *node;
+    int uses_left = 0;
+  };
+  std::unordered_map<long, Song> songs_;
+  VEXOPlaylistRec none_{};
 };
 
-bool FillNode(VEXOPlaylistRec *node, const Json::Value &element, const SongIndex &songs) {
+bool FillNode(VEXOPlaylistRec *node, const Json::Value &element, const HostSongs &songs) {
   if (element.isObject()) {
     if (SongFromJson(&node->info, element) == nullptr) {
       LOG_LINE("Bad parameter.");
@@ -118,7 +141,7 @@ bool FillNode(VEXOPlaylistRec *node, const Json::Value &element, const SongIndex
     }
     return true;
   }
-  const long id = std::strtol(IdText(element), nullptr, 10);
+  const long id = IdOf(element);
   FindRecordById(songs.Near(id), &node->info, id);
   return true;
 }
@@ -171,24 +194,27 @@ bool GetSongsByIdList(const Json::Value &idInfoList, VEXOPlaylistRec **head) {
     LOG_LINE("Bad parameter.");
     return false;
   }
-  // The host's list is left to the end of the process, which is near: releasing it node by node
-  // would only cost time.
+  // What is not moved out of the host's list is left to the end of the process, which is near.
   VEXOPlaylistRec *music_list = nullptr;
   const std::optional<std::string> ids = JoinedIds(idInfoList);
   if (ids && VEXOMusicListGetByID("shared", 0, &music_list, ids->c_str()) != 0) {
     LOG_LINE("Failed to get music list from database.");
     return false;
   }
-  const SongIndex songs(music_list);
+  HostSongs songs(music_list, idInfoList);
   for (const Json::Value &element : idInfoList) {
-    auto *node = static_cast<VEXOPlaylistRec *>(std::calloc(1, sizeof(VEXOPlaylistRec)));
+    VEXOPlaylistRec *node = songs.TakeLast(IdOf(element));
+    const bool filled = node != nullptr;
+    if (!filled) {
+      node = static_cast<VEXOPlaylistRec *>(std::calloc(1, sizeof(VEXOPlaylistRec)));
+    }
     if (node == nullptr) {
       LOG_LINE("Failed to calloc.");
       return false;
     }
     *head = node;
     head = &node->next;
-    if (!FillNode(node, element, songs)) {
+    if (!filled && !FillNode(node, element, songs)) {
       return false;
     }
   }

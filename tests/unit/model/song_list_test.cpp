@@ -133,6 +133,18 @@ TEST_F(SongsByIdList, DoesNotReleaseTheHostsList) {
   EXPECT_THAT(host().Calls("VEXOPlaylistRecFree"), IsEmpty());
 }
 
+TEST_F(SongsByIdList, GivesASongWhereverItIsNamedAgain) {
+  EXPECT_EQ(Built(R"(["13", "12", "13", "99", "13", "12"])"),
+            "[13 /thirteen.mp3, 12 /twelve.mp3, 13 /thirteen.mp3, 0 , 13 /thirteen.mp3, "
+            "12 /twelve.mp3]");
+}
+
+TEST_F(SongsByIdList, HoldsARecordThatIsNamedOnceOnlyOnce) {
+  allocations_left = 4; // the host's two, the object's, and that of the song that is not known
+  EXPECT_EQ(Built(R"(["12", {"res": "/a"}, "13", "99"])"),
+            "[12 /twelve.mp3, 0 /a, 13 /thirteen.mp3, 0 ]");
+}
+
 TEST_F(SongsByIdList, MatchesThousandsOfIdsInAnyOrder) {
   constexpr int kCount = 3000;
   host().records["VEXOMusicListGetByID"].clear();
