@@ -2,8 +2,11 @@
 #include "files/file_content.h"
 #include "files/folder.h"
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <new>
+#include <sys/mman.h>
 #include <system_error>
 
 namespace vexo::files {
@@ -96,6 +99,26 @@ void CopyOwnerAndMode(const TemporaryFile &file, const struct stat &facts) {
   }
 }
 
+struct FreeMemory {
+  void operator()(char *memory) const { std::free(memory); }
+};
+
+/// Memory for a file's content. A large one comes in huge pages, as handing it out in small ones
+/// takes longer than reading the file.
+std::unique_ptr<char, FreeMemory> ContentMemory(std::size_t size) {
+  constexpr std::size_t kHugePage = std::size_t{2} << 20;
+  if (size < kHugePage) {
+    return std::unique_ptr<char, FreeMemory>(static_cast<char *>(std::malloc(size + 1)));
+  }
+  const std::size_t whole_pages = (size + kHugePage - 1) / kHugePage * kHugePage;
+  std::unique_ptr<char, FreeMemory> memory(
+      static_cast<char *>(std::aligned_alloc(kHugePage, whole_pages)));
+  if (memory) {
+    madvise(memory.get(), whole_pages, MADV_HUGEPAGE);
+  }
+  return memory;
+}
+
 /// One try of an edit; false when somebody else was quicker.
 bool TryEdit(const Folder &folder, const PieceEdit &edit) {
   const LockedFile old(folder);
@@ -103,7 +126,10 @@ bool TryEdit(const Folder &folder, const PieceEdit &edit) {
     return false;
   }
   const auto size = static_cast<std::size_t>(old.facts.st_size);
-  const auto content = std::make_unique_for_overwrite<char[]>(size);
+  const auto content = ContentMemory(size);
+  if (!content) {
+    throw std::bad_alloc();
+  }
   const std::size_t got = ReadAt(old.fd.get(), content.get(), size, folder.name());
   const std::optional<Pieces> pieces = edit(std::string_view(content.get(), got));
   if (!pieces) {
