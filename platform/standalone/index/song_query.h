@@ -10,19 +10,43 @@ namespace vexo::index {
 
 enum class Field {
   // Texts; one that is not known counts as empty.
-  kTitle, kArtist, kAlbum, kAlbumArtist, kGenre, kComposer, kComment, kPath, kType,
+  kTitle,
+  kArtist,
+  kAlbum,
+  kAlbumArtist,
+  kGenre,
+  kComposer,
+  kComment,
+  kPath,
+  kType,
   // Numbers.
-  kYear, kTrack, kDisc, kBitrate, kSampleRate, kChannels,
+  kYear,
+  kTrack,
+  kDisc,
+  kBitrate,
+  kSampleRate,
+  kChannels,
   kSongLength, // whole seconds, what is beyond them dropped
-  kFileSize, kRating, kPlayCount,
+  kFileSize,
+  kRating,
+  kPlayCount,
   kCompilation, // 1 or 0
   // Times, in seconds since 1970.
-  kTimeAdded, kTimeModified,
+  kTimeAdded,
+  kTimeModified,
 };
 
 enum class Comparison {
-  kIs, kIncludes, kStartsWith, kEndsWith, // texts, ignoring case; % and _ are plain characters
-  kEqual, kNotEqual, kLess, kLessEqual, kGreater, kGreaterEqual, // numbers and times
+  kIs,
+  kIncludes,
+  kStartsWith,
+  kEndsWith, // texts, ignoring case; % and _ are plain characters
+  kEqual,
+  kNotEqual,
+  kLess,
+  kLessEqual,
+  kGreater,
+  kGreaterEqual, // numbers and times
 };
 
 /// A tree of conditions. And, or: over `children` (two or more); not: of the one child; test: of

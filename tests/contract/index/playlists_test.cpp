@@ -14,6 +14,7 @@ VEXO_FOR_EACH_ENGINE(PlaylistRows);
 
 std::vector<std::string> Paths(const std::vector<Playlist> &playlists) {
   std::vector<std::string> paths;
+  paths.reserve(playlists.size());
   for (const Playlist &playlist : playlists) {
     paths.push_back(playlist.path);
   }

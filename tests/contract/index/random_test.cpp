@@ -16,6 +16,7 @@ protected:
   /// Adds songs; every `step`th of them is of owner 0, the others of owner 1.
   void Fill(int songs, int step) {
     std::vector<Song> added;
+    added.reserve(static_cast<std::size_t>(songs));
     for (int i = 0; i < songs; ++i) {
       added.push_back(MakeSong("/" + std::to_string(i), i % step == 0 ? 0 : 1));
     }

@@ -7,7 +7,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 /// A search, and the paths of the songs that it finds, by path.
 struct Case {

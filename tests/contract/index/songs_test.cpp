@@ -15,6 +15,7 @@ VEXO_FOR_EACH_ENGINE(Songs);
 
 std::vector<std::string> Paths(const std::vector<Song> &songs) {
   std::vector<std::string> paths;
+  paths.reserve(songs.size());
   for (const Song &song : songs) {
     paths.push_back(song.path);
   }
@@ -147,6 +148,7 @@ TEST_P(Songs, TwentyThousandIdsAreAnOrdinaryRequest) {
 TEST_P(Songs, PathsAreFoundWhateverTheirBytes) {
   const std::vector<std::string> paths = {"/\"", "/\\", "/\x01", "/caf\xc3\xa9", "/\xff", "/a,b]"};
   std::vector<Song> songs;
+  songs.reserve(paths.size());
   for (const std::string &path : paths) {
     songs.push_back(MakeSong(path));
   }

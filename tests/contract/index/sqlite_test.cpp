@@ -178,7 +178,7 @@ TEST_F(SqliteFile, AWriterThatIsKilledLeavesWholeRows) {
 }
 
 TEST_F(SqliteFile, TheLogStaysShortHoweverManyProcessesWriteOneAfterTheOther) {
-  constexpr std::uintmax_t kLongestLog = 40 * 4200;
+  constexpr std::uintmax_t kLongestLog = std::uintmax_t{40} * 4200;
   for (int i = 0; i < 100; ++i) {
     SqliteIndex(path()).AddPlaylist(MakePlaylist("/" + std::to_string(i)));
     ASSERT_LT(fs::file_size(path() + "-wal"), kLongestLog) << i;

@@ -50,6 +50,7 @@ ReadAll(const std::vector<std::string> &paths, unsigned processes,
 
 std::vector<std::string> Good(int count) {
   std::vector<std::string> paths;
+  paths.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     paths.push_back("good" + std::to_string(i));
   }
