@@ -16,8 +16,8 @@ struct iTunesPlaylist {
 /// Reads the playlist `name` of `file` into `playlist`; its nodes become the caller's, to release
 /// with iTunesPLNodesFree(). 0, or -1: there is none, or it cannot be read.
 int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlaylist *playlist);
-/// Writes `playlist` into `file`: in the place of the playlist `name`, or as a new one when `name` is
-/// null. 0, or -1.
+/// Writes `playlist` into `file`: in the place of the playlist `name`, or as a new one when `name`
+/// is null. 0, or -1.
 int iTunesPlaylistSetByFilename(const char *file, const char *name, const iTunesPlaylist *playlist);
 /// 1 when `file` holds a playlist `name`, else 0.
 int IsiTunesPlaylistExistByFilename(const char *file, const char *name);

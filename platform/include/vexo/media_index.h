@@ -6,14 +6,14 @@
 #include "vexo/media_info.h"
 
 /// Looks up the songs with the comma-separated decimal `ids`, in one query. 0: `*head` is a list,
-/// the caller's to release with VEXOPlaylistRecFree(), of those that exist (null when none does), in
-/// no promised order; -1: failed, `*head` is untouched.
+/// the caller's to release with VEXOPlaylistRecFree(), of those that exist (null when none does),
+/// in no promised order; -1: failed, `*head` is untouched.
 int VEXOMusicListGetByID(const char *library, int userId, VEXOPlaylistRec **head, const char *ids);
 
-/// Searches songs for `keyword`. `field`: 1 title, 2 artist, 3 album, 6 genre, 8 all of these, 0 none.
-/// Sorted by the column named `sort`, upwards when `ascending` is not 0; `offset` and `limit` count
-/// songs, a limit of 0 is no limit. 0: `*head` is the list found (null when empty), the caller's to
-/// release with VEXOPlaylistRecFree(); -1: failed, `*head` is untouched.
+/// Searches songs for `keyword`. `field`: 1 title, 2 artist, 3 album, 6 genre, 8 all of these, 0
+/// none. Sorted by the column named `sort`, upwards when `ascending` is not 0; `offset` and `limit`
+/// count songs, a limit of 0 is no limit. 0: `*head` is the list found (null when empty), the
+/// caller's to release with VEXOPlaylistRecFree(); -1: failed, `*head` is untouched.
 int VEXOMusicListAll(const char *library, int userId, VEXOPlaylistRec **head, int field,
                      const char *keyword, const char *sort, int ascending, int offset, int limit);
 
@@ -37,21 +37,22 @@ int PersonalLibraryInfoDBSave(int kind, const __tag_VEXO_MEDIA_INFO *playlist, i
 /// Rewrites the row `playlistId` from `playlist`. 0: written; -1: failed, or no such row.
 int VEXOPlaylistDBUpdate(const char *library, int userId, const __tag_VEXO_MEDIA_INFO *playlist,
                          int playlistId);
-/// Rewrites the row whose path is `oldPath` from `playlist`. 0: written; -1: failed, or no such row.
+/// Rewrites the row whose path is `oldPath` from `playlist`. 0: written; -1: failed, or no such
+/// row.
 int VEXOPlaylistDBUpdate(const char *library, int userId, const __tag_VEXO_MEDIA_INFO *playlist,
                          const char *oldPath);
 
-/// Copies the id of the playlist at `path`, as decimal text, into `buffer` of `size` bytes. 0, or -1:
-/// there is none.
+/// Copies the id of the playlist at `path`, as decimal text, into `buffer` of `size` bytes. 0, or
+/// -1: there is none.
 int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *buffer, int size);
 /// Copies the file path of the playlist `playlistId` into `buffer` of `size` bytes. 0, or -1: there
 /// is none, `buffer` is untouched.
 int VEXOPlaylistPathGet(const char *library, int userId, int playlistId, char *buffer, int size);
-/// Copies the title of the row with the id text `id` out of `list` into `buffer` of `size` bytes. 0,
-/// or -1: `list` does not hold it.
+/// Copies the title of the row with the id text `id` out of `list` into `buffer` of `size` bytes.
+/// 0, or -1: `list` does not hold it.
 int VEXOPlaylistTitleGet(const char *id, char *buffer, int size, const VEXOPlaylistRow *list);
-/// Copies the title of the personal playlist at `path` of the user into `buffer` of `size` bytes. 0,
-/// or -1: there is none.
+/// Copies the title of the personal playlist at `path` of the user into `buffer` of `size` bytes.
+/// 0, or -1: there is none.
 int VEXOPlaylistTitleGetByPath(const char *path, char *buffer, int size, int userId);
 
 /// Looks up the playlists with the comma-separated decimal `ids`. 0: `*list` holds at least one row
@@ -59,8 +60,8 @@ int VEXOPlaylistTitleGetByPath(const char *path, char *buffer, int size, int use
 /// was found, `*list` is untouched.
 int VEXOPlayListListGetByID(const char *library, int userId, VEXOPlaylistRow **list,
                             const char *ids);
-/// Removes every playlist of `list`, its file and its row. 0: all are gone; -1: failed, with what was
-/// removed before the failure gone.
+/// Removes every playlist of `list`, its file and its row. 0: all are gone; -1: failed, with what
+/// was removed before the failure gone.
 int VEXOPlayListUnlink(const char *library, VEXOPlaylistRow *list);
 /// Releases a list of playlist rows. Null is allowed.
 void VEXOPlayListFree(VEXOPlaylistRow *list);

@@ -6,8 +6,8 @@
 /// One song, or one playlist row. Zero everywhere means "not known". Text fields are UTF-8, always
 /// terminated, and cut where they would not fit.
 struct __tag_VEXO_MEDIA_INFO {
-  int32_t id;              ///< of the song or of the playlist row; 0: not known
-  char path[4096];         ///< of the file, or a stream's address
+  int32_t id;      ///< of the song or of the playlist row; 0: not known
+  char path[4096]; ///< of the file, or a stream's address
   int32_t track, disc, year;
   char title[255], album[255], artist[255], genre[255], albumArtUrl[255];
   char changeTime[32], modificationTime[32]; ///< ctime() text, with its newline

@@ -5,8 +5,8 @@
 
 #include "vexo/media_info.h"
 
-/// Writes the playlist file `path` with `songs` (null: an empty playlist); a file that exists has its
-/// songs replaced. 0: written; -1: failed, what was there is untouched.
+/// Writes the playlist file `path` with `songs` (null: an empty playlist); a file that exists has
+/// its songs replaced. 0: written; -1: failed, what was there is untouched.
 int VEXOWriteMusicPlaylist(const VEXOPlaylistRec *songs, const char *path);
 
 /// Reads a playlist file: the entries from position `offset` on, `limit` at most (0: all). `fields`

@@ -52,7 +52,8 @@ public:
   /// Serves the request. The result is the process's exit status.
   virtual int Process() = 0;
 
-  /// Marks `response` as failed, for the reason `section`/`key`; `line` is the caller's source line.
+  /// Marks `response` as failed, for the reason `section`/`key`; `line` is the caller's source
+  /// line.
   static void SetError(Json::Value &response, const char *section, const char *key, int line);
   /// Records the success flag in `response`.
   static void SetSuccess(Json::Value &response, bool success);
