@@ -5,6 +5,7 @@ import io
 import os
 import signal
 import socket
+import time
 import unittest
 import zipfile
 from pathlib import Path
@@ -329,14 +330,19 @@ class LargeDownloadTest(DownloadTest):
             with open(song, "wb") as file:
                 file.truncate(cls.SIZE)
 
-    def begin(self, start=b"PK\x03\x04", **parameters):
-        """A client that has read the body's `start`, and little more."""
+    def request(self, **parameters):
+        """A client that has sent its request and read nothing."""
         body = encode({"action": "download", **parameters})
         token = base64.b64encode(f"{ANNA}:{PASSWORD}".encode()).decode()
         client = socket.create_connection(("127.0.0.1", self.server.port))
         client.sendall((f"POST /audio_playlist.cgi HTTP/1.1\r\nHost: 127.0.0.1\r\n"
                         f"Authorization: Basic {token}\r\nContent-Length: {len(body)}\r\n"
                         f"Content-Type: application/x-www-form-urlencoded\r\n\r\n{body}").encode())
+        return client
+
+    def begin(self, start=b"PK\x03\x04", **parameters):
+        """A client that has read the body's `start`, and little more."""
+        client = self.request(**parameters)
         received = b""
         while start not in received.partition(b"\r\n\r\n")[2]:
             part = client.recv(4096)
@@ -369,6 +375,13 @@ class LargeDownloadTest(DownloadTest):
         with self.begin_archive() as client:
             client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER,
                               (1).to_bytes(4, "little") + (0).to_bytes(4, "little"))
+        self.assert_nothing_is_left()
+
+    def test_clients_that_go_away_before_the_first_byte_leave_nothing(self):
+        songs = objects(*(f"/m/{number % 50}/{number}.mp3" for number in range(2000)))
+        for wait in (0, 0.005, 0.01, 0.02, 0.04, 0.08):
+            with self.request(id_info_list=[*songs, *objects(*self.songs)]):
+                time.sleep(wait)
         self.assert_nothing_is_left()
 
     def test_the_client_of_a_single_song_goes_away(self):
