@@ -1,9 +1,8 @@
 #include "vexoaudiod/song_ids.h"
+#include "accounts/libraries.h"
 #include "services/boundary.h"
 #include "services/host_paths.h"
 #include <exception>
-#include <filesystem>
-#include <system_error>
 #include <unistd.h>
 #include <unordered_map>
 
@@ -11,21 +10,23 @@ namespace vexo::audiod {
 
 namespace {
 
-/// The index names a file of the shared library by the link to it, a player perhaps by the folder
-/// behind the link, or by another link.
-std::string NameByLink(const std::string &library, const std::string &real_directory,
-                       const QueueEntry &entry) {
-  const std::string path =
-      entry.uri.starts_with('/') ? entry.uri : real_directory + "/" + entry.uri;
-  const bool is_inside = !library.empty() && path.starts_with(library + "/");
-  return is_inside ? services::kMusicLink + path.substr(library.size()) : "";
+/// The shared library's folder, as the index names it and without links; empty: there is none.
+struct SharedLibrary {
+  std::string named, real;
+};
+
+SharedLibrary FindSharedLibrary() {
+  const std::string named = accounts::SharedLibraryFolder().value_or("");
+  return {named, accounts::RealPath(named).value_or("")};
 }
 
-/// The shared library's folder without links; empty when there is none.
-std::string RealLibrary() {
-  std::error_code error;
-  const std::filesystem::path library = std::filesystem::canonical(services::kMusicLink, error);
-  return error ? "" : library.string();
+/// The index names the shared library's folder in one way, a player perhaps by another link.
+std::string NameInIndex(const SharedLibrary &library, const std::string &real_directory,
+                        const QueueEntry &entry) {
+  const std::string path =
+      entry.uri.starts_with('/') ? entry.uri : real_directory + "/" + entry.uri;
+  const bool is_inside = !library.real.empty() && path.starts_with(library.real + "/");
+  return is_inside ? library.named + path.substr(library.real.size()) : "";
 }
 
 void FillText(std::string &text, const std::string &known) {
@@ -61,10 +62,10 @@ void Fill(QueueEntry &entry, const index::Song &song) {
 void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdQueue &player) {
   std::unordered_multimap<std::string, QueueEntry *> by_path;
   std::vector<std::string> paths;
-  const std::string library = RealLibrary();
+  const SharedLibrary library = FindSharedLibrary();
   const std::string &directory = player.real_music_directory();
   for (QueueEntry &entry : entries) {
-    for (const std::string &path : {entry.res, NameByLink(library, directory, entry)}) {
+    for (const std::string &path : {entry.res, NameInIndex(library, directory, entry)}) {
       if (path.starts_with('/')) {
         by_path.emplace(path, &entry);
         paths.push_back(path);

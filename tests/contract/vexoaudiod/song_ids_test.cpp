@@ -87,7 +87,7 @@ TEST_F(SongIdsTest, ASongTwiceInTheQueueGetsItsIdTwice) {
 
 TEST_F(SongIdsTest, ALibraryNamedByItsLinkIsTheFolderBehindIt) {
   std::filesystem::create_directory_symlink(library(), DEVICE_ROOT "/tmp/another link");
-  Index({Song(std::string(services::kMusicLink) + "/a/b.mp3")});
+  Index({Song(library() + "/a/b.mp3")});
   for (const std::string &directory : {library(), std::string(services::kMusicLink),
                                        std::string(DEVICE_ROOT "/tmp/another link")}) {
     std::vector<QueueEntry> entries = {Entry(directory, "a/b.mp3")};
@@ -97,8 +97,21 @@ TEST_F(SongIdsTest, ALibraryNamedByItsLinkIsTheFolderBehindIt) {
   }
 }
 
+TEST_F(SongIdsTest, ALibraryWhoseLinkLeadsToAnotherLinkIsNamedByThatOne) {
+  const std::string named = DEVICE_ROOT "/tmp/volume";
+  std::filesystem::create_directory_symlink(library(), named);
+  std::filesystem::remove(services::kMusicLink);
+  std::filesystem::create_directory_symlink(named, services::kMusicLink);
+  Index({Song(named + "/a/b.mp3")});
+  for (const std::string &directory : {library(), named, std::string(services::kMusicLink)}) {
+    std::vector<QueueEntry> entries = {Entry(directory, "a/b.mp3")};
+    Complete(entries, directory);
+    EXPECT_GT(entries[0].song_id, 0) << directory;
+  }
+}
+
 TEST_F(SongIdsTest, AFileOfElsewhereIsFoundByItsFullPath) {
-  Index({Song("/srv/a.mp3"), Song(std::string(services::kMusicLink) + "/b.mp3")});
+  Index({Song("/srv/a.mp3"), Song(library() + "/b.mp3")});
   std::vector<QueueEntry> entries = {Entry("", "/srv/a.mp3"), Entry("", library() + "/b.mp3")};
   Complete(entries, "/other");
   EXPECT_GT(entries[0].song_id, 0);
