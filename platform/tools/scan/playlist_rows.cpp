@@ -28,6 +28,27 @@ std::vector<FoundFile> WithoutRow(index::MediaIndex &index, const Library &libra
   return missing;
 }
 
+/// What was told of a folder is not told twice.
+class NoOutput : public Output {
+public:
+  void Line(const std::string & /*text*/) override {}
+  void Progress(std::string_view /*what*/, std::size_t /*done*/, std::size_t /*all*/) override {}
+};
+
+/// Those of `files` that are there now, and have no row now: one may have been renamed or removed,
+/// file and row, while the first look was taken.
+std::vector<FoundFile> StillWithoutRow(index::MediaIndex &index, const Library &library,
+                                       const std::vector<FoundFile> &files) {
+  std::set<std::string> before;
+  for (const FoundFile &file : files) {
+    before.insert(file.path);
+  }
+  NoOutput told_already;
+  std::vector<FoundFile> now = FindPlaylistFiles(library, told_already).files;
+  std::erase_if(now, [&](const FoundFile &file) { return !before.contains(file.path); });
+  return WithoutRow(index, library, now);
+}
+
 void WaitUntilSettled(const std::vector<FoundFile> &files, std::chrono::seconds settled) {
   const int64_t now = std::time(nullptr);
   int64_t youngest = 0;
@@ -79,14 +100,15 @@ std::size_t AddPlaylistRows(index::MediaIndex &index, const Library &library,
   std::vector<FoundFile> missing;
   try {
     missing = WithoutRow(index, library, FindPlaylistFiles(library, output).files);
+    if (missing.empty()) {
+      return 0;
+    }
+    WaitUntilSettled(missing, settled);
+    missing = StillWithoutRow(index, library, missing);
   } catch (const std::system_error &error) {
     output.Line(library.name + ": playlists cannot be read: " + error.code().message());
-  }
-  if (missing.empty()) {
     return 0;
   }
-  WaitUntilSettled(missing, settled);
-  missing = WithoutRow(index, library, missing);
   return static_cast<std::size_t>(
       std::count_if(missing.begin(), missing.end(),
                     [&](const FoundFile &file) { return AddRow(index, RowOf(library, file)); }));

@@ -318,6 +318,30 @@ TEST_F(Scanner, PlaylistRowsThatAreThereStay) {
   EXPECT_THAT(index_->AllPlaylists(0), SizeIs(2));
 }
 
+/// Removes a file when the walk has something to tell.
+class RemovingOutput : public KeptOutput {
+public:
+  explicit RemovingOutput(std::string path) : path_(std::move(path)) {}
+  void Line(const std::string &text) override {
+    KeptOutput::Line(text);
+    fs::remove(path_);
+  }
+
+private:
+  std::string path_;
+};
+
+TEST_F(Scanner, APlaylistFileThatGoesDuringTheScanGetsNoRow) {
+  File("playlists/gone.m3u", "");
+  File("playlists/stays.m3u", "");
+  File("playlists/sub/read later \xff.m3u", "");
+  RemovingOutput output(Path("playlists/gone.m3u"));
+  EXPECT_EQ(ScanLibrary(*index_, library_, options_, output).playlists_added, 1U);
+  EXPECT_THAT(output.lines, ElementsAre(HasSubstr("its name is not UTF-8")));
+  EXPECT_FALSE(index_->PlaylistByPath(0, Path("playlists/gone.m3u")));
+  EXPECT_TRUE(index_->PlaylistByPath(0, Path("playlists/stays.m3u")));
+}
+
 TEST_F(Scanner, AFolderThatCannotBeReadKeepsItsSongs) {
   const index::SongFile kept{1, "/m/closed/a", 1, 1};
   const index::SongFile gone{2, "/m/closed too/a", 1, 1};
