@@ -115,6 +115,21 @@ void ChangeAccount(std::string_view name, const std::function<void(Account &)> &
   });
 }
 
+std::vector<int> RemovedAccountIds() {
+  std::vector<int> ids;
+  if (!std::filesystem::exists(services::kAccountsFile)) {
+    return ids;
+  }
+  const AccountsFile file = ParseAccounts(files::ReadWholeFile(services::kAccountsFile));
+  for (int id = 1; id < file.next_id; ++id) {
+    if (std::none_of(file.accounts.begin(), file.accounts.end(),
+                     [&](const Account &account) { return account.id == id; })) {
+      ids.push_back(id);
+    }
+  }
+  return ids;
+}
+
 void RemoveAccount(std::string_view name) {
   EditAccounts([&](AccountsFile &file) { file.accounts.erase(NamedOrThrow(file, name)); });
 }

@@ -28,6 +28,8 @@ bool IsAccountName(std::string_view name);
 std::vector<Account> ListAccounts();
 std::optional<Account> FindAccount(std::string_view name);
 std::optional<Account> FindAccount(int id);
+/// The ids of accounts that were removed, in their order.
+std::vector<int> RemovedAccountIds();
 
 // Changes. They are serialised between processes, and durable when they return. They throw
 // std::invalid_argument for what cannot be, std::system_error when writing fails.

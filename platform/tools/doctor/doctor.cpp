@@ -1,8 +1,10 @@
 #include "doctor/doctor.h"
 
+#include "accounts/accounts.h"
 #include "doctor/findings.h"
 #include "doctor/leftovers.h"
 #include "doctor/playlist_check.h"
+#include "scan/forget_library.h"
 #include "services/host_paths.h"
 #include <memory>
 #include <stdexcept>
@@ -28,6 +30,17 @@ void CheckIndex(index::MediaIndex &index, Findings &findings) {
   }
 }
 
+/// Their rows are found by no request, but what they say of files stands in the way of what the
+/// libraries of today say.
+void CheckRemovedAccounts(index::MediaIndex &index, Findings &findings) {
+  for (const int id : accounts::RemovedAccountIds()) {
+    if (!index.SongFiles(id).empty() || !index.AllPlaylists(id).empty()) {
+      findings.Found("the index has rows of the account " + std::to_string(id) + ", which is gone",
+                     [&] { ForgetLibrary(index, id); });
+    }
+  }
+}
+
 /// Nothing when it cannot be opened, which is a finding.
 std::unique_ptr<index::MediaIndex> OpenIndex(Findings &findings) {
   try {
@@ -45,6 +58,7 @@ std::size_t ExamineHost(const DoctorOptions &options, Output &output) {
   Findings findings(output, options.repair);
   if (const std::unique_ptr<index::MediaIndex> index = OpenIndex(findings)) {
     CheckIndex(*index, findings);
+    CheckRemovedAccounts(*index, findings);
     for (const Library &library : AllLibraries()) {
       CheckPlaylists(*index, library, options.settled, findings, output);
     }

@@ -72,7 +72,9 @@ std::vector<fs::path> UnusedWorkingFolders(const std::string &folder) {
 
 void CheckTemporaryFile(const fs::directory_entry &entry, Findings &findings) {
   const std::string path = entry.path();
+  std::error_code ignored;
   if (files::IsTemporaryName(entry.path().filename().string()) &&
+      entry.symlink_status(ignored).type() == fs::file_type::regular &&
       files::IsAbandonedTemporary(path)) {
     findings.Found("a writer that is gone has left " + Printable(path), [&] {
       if (!files::RemoveAbandonedTemporary(path)) {
@@ -118,7 +120,8 @@ void CheckWorkingFolders(const std::string &folder, std::chrono::milliseconds se
 
 std::vector<TemporaryFolder> FoldersOfWriters() {
   std::vector<TemporaryFolder> folders = {{FolderOf(services::kAccountsFile)},
-                                          {FolderOf(services::kSharedSmartRules)}};
+                                          {FolderOf(services::kSharedSmartRules)},
+                                          {services::kTemporary}};
   for (const Library &library : AllLibraries()) {
     folders.push_back({PlaylistsFolder(library), true});
   }

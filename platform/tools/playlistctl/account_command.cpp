@@ -2,12 +2,15 @@
 
 #include "accounts/accounts.h"
 #include "accounts/passwords.h"
+#include "scan/forget_library.h"
+#include "services/host_paths.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <CLI/Option.hpp>
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <unistd.h>
 
 namespace vexo::tools {
 namespace {
@@ -88,13 +91,18 @@ void Set(const Options &options) {
   });
 }
 
-/// The password goes first: a name that is added again must not be open to who had it before.
+/// The password goes first: a name that is added again must not be open to who had it before. What
+/// the index knows of the user's songs goes last, as a crash leaves that for the doctor.
 void Remove(const Options &options) {
-  if (!accounts::FindAccount(options.account.name)) {
+  const auto account = accounts::FindAccount(options.account.name);
+  if (!account) {
     throw std::invalid_argument("there is no account '" + options.account.name + "'");
   }
-  accounts::RemovePassword(options.account.name);
-  accounts::RemoveAccount(options.account.name);
+  accounts::RemovePassword(account->name);
+  accounts::RemoveAccount(account->name);
+  if (access(services::kIndexFile, F_OK) == 0) {
+    ForgetLibrary(*index::OpenMediaIndex(), account->id);
+  }
 }
 
 void ChangePassword(const Options &options) {

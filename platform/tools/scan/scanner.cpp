@@ -1,5 +1,6 @@
 #include "scan/scanner.h"
 
+#include "scan/forget_library.h"
 #include "scan/playlist_rows.h"
 #include "scan/song_changes.h"
 #include <algorithm>
@@ -82,11 +83,7 @@ private:
   }
 
   void Forget(const std::vector<int32_t> &ids) {
-    for (std::size_t begin = 0; begin < ids.size(); begin += kBatch) {
-      const auto first = ids.begin() + static_cast<std::ptrdiff_t>(begin);
-      const std::size_t size = std::min(kBatch, ids.size() - begin);
-      index_.WriteSongs({}, {first, first + static_cast<std::ptrdiff_t>(size)});
-    }
+    ForgetSongs(index_, ids);
     result_.gone = ids.size();
   }
 

@@ -95,6 +95,18 @@ TEST_F(Accounts, ThatDoNotExistCannotBeChangedOrRemoved) {
   EXPECT_THROW(ChangeAccount("bob", [](Account &) {}), std::invalid_argument);
 }
 
+TEST_F(Accounts, ThatWereRemovedAreToldByTheirIds) {
+  EXPECT_TRUE(RemovedAccountIds().empty());
+  std::vector<int> removed;
+  for (const char *name : {"alice", "bob", "carol"}) {
+    removed.push_back(AddAccount(Named(name)));
+  }
+  EXPECT_TRUE(RemovedAccountIds().empty());
+  RemoveAccount("carol");
+  RemoveAccount("alice");
+  EXPECT_EQ(RemovedAccountIds(), (std::vector{removed[0], removed[2]}));
+}
+
 TEST_F(Accounts, WithABadNameAreRefused) {
   for (const char *name : {"", "..", "a/b", "a b", "a:b"}) {
     EXPECT_THROW(AddAccount(Named(name)), std::invalid_argument) << name;

@@ -1,4 +1,5 @@
 #include "accounts/accounts.h"
+#include "index/media_index.h"
 #include "playlistctl/account_command.h"
 #include "support/device_root.h"
 #include <CLI/Config.hpp>
@@ -129,6 +130,29 @@ TEST_F(AccountCommand, RemovesTheAccountAndItsPassword) {
   EXPECT_FALSE(FindAccount("anna"));
   EXPECT_EQ(HashOf("anna"), "");
   EXPECT_TRUE(std::filesystem::exists(std::string(services::kPreferences) + "/anna"));
+}
+
+TEST_F(AccountCommand, RemovesWhatTheIndexKnowsOfTheAccountsSongs) {
+  Run({"account", "add", "anna", "--personal", "on"});
+  const int anna = FindAccount("anna")->id;
+  const auto index = index::OpenMediaIndex();
+  index::Song song;
+  song.path = "/srv/a song.mp3";
+  for (song.owner = anna; song.owner <= anna + 1; ++song.owner) {
+    index->WriteSongs({song}, {});
+    index->AddPlaylist({0, song.owner, "/srv/a.m3u", "a", "", "", "", 0});
+  }
+  Run({"account", "remove", "anna"});
+  EXPECT_TRUE(index->SongFiles(anna).empty());
+  EXPECT_TRUE(index->AllPlaylists(anna).empty());
+  EXPECT_EQ(index->SongFiles(anna + 1).size(), 1U);
+  EXPECT_EQ(index->AllPlaylists(anna + 1).size(), 1U);
+}
+
+TEST_F(AccountCommand, RemovesAnAccountWithoutMakingAnIndex) {
+  Run({"account", "add", "anna"});
+  Run({"account", "remove", "anna"});
+  EXPECT_FALSE(std::filesystem::exists(services::kIndexFile));
 }
 
 TEST_F(AccountCommand, GivesAnotherPassword) {

@@ -211,12 +211,40 @@ TEST_F(Doctor, TemporaryFilesOfWritersThatAreGoneAreRemoved) {
   fs::create_directories(preference);
   for (const std::string &folder :
        {library() + "/playlists", preference, std::string(DEVICE_ROOT "/etc"),
-        std::string(DEVICE_ROOT "/etc/vexo")}) {
+        std::string(DEVICE_ROOT "/etc/vexo"), std::string(services::kTemporary)}) {
     const std::string file = folder + "/" + TemporaryName(DeadProcess());
     WriteBytes(file, "half");
     ExpectMended("a writer that is gone has left " + file);
     EXPECT_FALSE(fs::exists(file));
   }
+}
+
+TEST_F(Doctor, OnlyFilesAreTakenForTemporaryFiles) {
+  fs::create_directory(services::kTemporary + ("/" + TemporaryName(DeadProcess())));
+  EXPECT_EQ(Examine(), 0U);
+  EXPECT_THAT(output_.lines, IsEmpty());
+}
+
+TEST_F(Doctor, RowsOfAnAccountThatIsGoneAreForgotten) {
+  accounts::Account account;
+  account.personal_library = true;
+  index::Song song;
+  for (const char *const name : {"anna", "ben"}) {
+    account.name = name;
+    song.owner = accounts::AddAccount(account);
+    song.path = DEVICE_ROOT "/a song.mp3";
+    index_->WriteSongs({song}, {});
+  }
+  const int anna = accounts::FindAccount("anna")->id;
+  WriteBytes(accounts::FindAccount("ben")->personal_folder + "/a song.mp3", "");
+  Playlist row = RowFor("a");
+  row.owner = anna;
+  index_->AddPlaylist(row);
+  accounts::RemoveAccount("anna");
+  ExpectMended("rows of the account " + std::to_string(anna) + ", which is gone");
+  EXPECT_THAT(index_->SongFiles(anna), IsEmpty());
+  EXPECT_THAT(index_->AllPlaylists(anna), IsEmpty());
+  EXPECT_THAT(index_->SongFiles(song.owner), SizeIs(1));
 }
 
 TEST_F(Doctor, TemporaryFilesInUseStay) {

@@ -1,0 +1,15 @@
+#pragma once
+#include "index/media_index.h"
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace vexo::tools {
+
+/// Removes songs from the index, in batches that requests need not wait for long.
+void ForgetSongs(index::MediaIndex &index, const std::vector<int32_t> &ids);
+
+/// Removes all rows of an owner, whose files stay; how many.
+std::size_t ForgetLibrary(index::MediaIndex &index, int owner);
+
+} // namespace vexo::tools
