@@ -71,12 +71,12 @@ private:
     Playlist mended = RowOf(library_, file);
     if (!IsTitleOf(row.title, row.path)) {
       Add("the row of " + Printable(row.path) + " is called \"" + Printable(row.title) + "\"",
-          [=, this] { Update(row.id, mended); });
+          [=, this] { Update(row.path, mended); });
     } else if (row.size_bytes != mended.size_bytes ||
                row.modification_time != mended.modification_time) {
       mended.title = row.title;
       Add("the row of " + Printable(row.path) + " has another size or time than the file",
-          [=, this] { Update(row.id, mended); });
+          [=, this] { Update(row.path, mended); });
       differences_.back().harmless = true;
     }
   }
@@ -96,7 +96,7 @@ private:
       }
       const Playlist mended = RowOf(library_, file->second);
       Add(Printable(file->first) + " was renamed, its row has the path " + Printable(row->path),
-          [=, this, id = row->id] { Update(id, mended); });
+          [=, this, old_path = row->path] { Update(old_path, mended); });
       files.erase(file);
       row = lost.erase(row);
     }
@@ -116,9 +116,10 @@ private:
     }
   }
 
-  void Update(int32_t id, const Playlist &values) {
-    if (!index_.UpdatePlaylist(library_.owner, id, values)) {
-      throw std::runtime_error("the row is gone");
+  /// Only while the row has the path that was looked at: a request may have renamed the playlist.
+  void Update(const std::string &path, const Playlist &values) {
+    if (!index_.UpdatePlaylist(library_.owner, path, values)) {
+      throw std::runtime_error("the row was moved or removed meanwhile");
     }
   }
 

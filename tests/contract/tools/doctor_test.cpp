@@ -157,6 +157,37 @@ TEST_F(Doctor, AnotherSizeOrTimeIsNoDamageButMended) {
   EXPECT_THAT(output_.lines, IsEmpty());
 }
 
+/// Does something when the first finding is mended.
+class ActingOutput : public KeptOutput {
+public:
+  explicit ActingOutput(std::function<void()> act) : act_(std::move(act)) {}
+  void Line(const std::string &text) override {
+    KeptOutput::Line(text);
+    if (lines.size() == 1) {
+      act_();
+    }
+  }
+
+private:
+  std::function<void()> act_;
+};
+
+TEST_F(Doctor, APlaylistThatIsRenamedDuringTheRepairKeepsItsNewName) {
+  AddWithRow("a");
+  const int32_t id = AddWithRow("b");
+  for (const char *name : {"a", "b"}) {
+    WriteBytes(PlaylistPath(name), "#EXTM3U\n/a song\n");
+  }
+  ActingOutput output([&] {
+    fs::rename(PlaylistPath("b"), PlaylistPath("new"));
+    ASSERT_TRUE(index_->UpdatePlaylist(0, id, RowFor("new")));
+  });
+  ExamineHost({true, std::chrono::milliseconds(0)}, output);
+  EXPECT_THAT(output.lines, ElementsAre(HasSubstr("mended: "), HasSubstr("moved or removed")));
+  EXPECT_EQ(index_->PlaylistsById(0, {id}).at(0).path, PlaylistPath("new"));
+  EXPECT_EQ(Examine(), 0U);
+}
+
 TEST_F(Doctor, SeveralFindingsAreALineEach) {
   WriteBytes(PlaylistPath("a"), "");
   WriteBytes(PlaylistPath("b"), "");
