@@ -1,10 +1,14 @@
 // Where each of the actions that create playlists gets its songs from.
+#include "support/scripted_daemon.h"
 #include "unit/actions/create_test.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pointwise;
+
+MATCHER(BeginsWith, "") { return std::get<0>(arg).starts_with(std::get<1>(arg)); }
 
 TEST_F(CreatePlaylist, OfAddWithoutAListIsEmpty) {
   EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}}),
@@ -66,6 +70,61 @@ TEST_F(CreatePlaylist, OfAddPlayingWritesAnEmptyQueue) {
   EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}}),
             NodeAnswer("musiclib_music_personal/playlist/Road"));
   EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 2U);
+}
+
+/// What a player daemon says to the selection of a player and to each page of its queue; it hangs
+/// up where it says nothing.
+ScriptedDaemon::Answer Says(const std::string &selection, const std::string &page) {
+  return [selection, page](const ScriptedDaemon::Command &command) {
+    const std::string &reply = command.code() == 21 ? selection : page;
+    if (!reply.empty()) {
+      command.Say(reply);
+    }
+  };
+}
+
+TEST_F(CreatePlaylist, OfAddPlayingWritesTheQueueOfAPlayer) {
+  ScriptedDaemon scripted(root() + "/tmp/vexoaudiod.sock",
+                          Says("{}", R"({"uris":[{"res":"/a.mp3","item_id":"playing@7"},)"
+                                     R"({"res":"http://radio/"}],"total":2})"));
+  const std::string path = preferences() + "/playlists/Road.m3u";
+  EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}, {"target", "usb"}}),
+            NodeAnswer("musiclib_music_personal/playlist/Road"));
+  EXPECT_THAT(scripted.Commands(), ElementsAre("21 -1", "30 0 5"));
+  EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"),
+              ElementsAre("VEXOWriteMusicPlaylist(null, \"" + path + "\")",
+                          "VEXOWriteMusicPlaylist([7 /a.mp3, 0 http://radio/], \"" + path + "\")"));
+}
+
+TEST_F(CreatePlaylist, OfAddPlayingTakesAPageThatIsNoJsonAsAnEmptyQueue) {
+  const ScriptedDaemon scripted(root() + "/tmp/vexoaudiod.sock", Says("{}", "garbage"));
+  EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}, {"target", "0"}}),
+            NodeAnswer("musiclib_music_personal/playlist/Road"));
+  EXPECT_THAT(host().Messages(), IsEmpty());
+}
+
+TEST_F(CreatePlaylist, OfAddPlayingFailsWithAPlayerThatCannotBeAsked) {
+  const std::string hung_up = "Failed to read action [";
+  const std::string no_target = "Failed to get playlist from target [4]";
+  const struct {
+    const char *description;
+    std::string selection, page;
+    std::vector<std::string> messages; ///< how each begins
+  } rows[] = {
+      {"the selection", "", "", {hung_up, no_target}},
+      {"a page", "{}", "", {hung_up, "Could not get the playlist of the player", no_target}},
+      {"an error",
+       "{}",
+       R"({"total":-1})",
+       {"Could not get the playlist of the player", no_target}},
+  };
+  for (const auto &row : rows) {
+    Forget(preferences());
+    const ScriptedDaemon scripted(root() + "/tmp/vexoaudiod.sock", Says(row.selection, row.page));
+    EXPECT_EQ(Create(kCreators[1], {{"name", "Road"}, {"target", "4"}}), kSystemError);
+    EXPECT_THAT(host().Messages(), Pointwise(BeginsWith(), row.messages)) << row.description;
+    EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
+  }
 }
 
 TEST_F(CreatePlaylist, OfAddSearchPassesTheSearchOn) {
