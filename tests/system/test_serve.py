@@ -4,12 +4,13 @@ import os
 import re
 import shutil
 import signal
+import socket
 import subprocess
 import time
 import unittest
 from pathlib import Path
 
-from server import BUILD, LIBRARY, ROOT, SOURCE, free_port, songs_of
+from server import BUILD, LIBRARY, ROOT, SOURCE, encode, free_port, run, songs_of, wait_until
 
 SERVE = SOURCE / "serve"
 ENVIRONMENT = {**os.environ, "VEXO_BUILD": str(BUILD)}
@@ -26,6 +27,12 @@ def processes_of_the_root():
         if str(ROOT) in line:
             found.append(line)
     return found
+
+
+def listens(path):
+    """Whether a socket takes connections."""
+    with socket.socket(socket.AF_UNIX) as client:
+        return client.connect_ex(str(path)) == 0
 
 
 class Served:
@@ -50,6 +57,12 @@ class Served:
     def run_curl_line(self):
         return subprocess.check_output(["sh", "-c", self.curl_line()], text=True,
                                        stderr=subprocess.DEVNULL)
+
+    def ask(self, **parameters):
+        """A request as one of the accounts that were printed: the answer's text."""
+        user = re.search(r"curl -u (\S+)", self.output).group(1)
+        return run("curl", "-s", "-u", user, "-d", encode(parameters),
+                   f"http://127.0.0.1:{self.port}/audio_playlist.cgi")
 
     def stop(self, number=signal.SIGINT):
         """Ctrl-C: the signal goes to all of the terminal's processes."""
@@ -108,6 +121,23 @@ class Serve(unittest.TestCase):
         again = self.serve()
         again.run_curl_line()
         self.assertEqual(len(list((music / "playlists").glob("*.m3u"))), 1)
+
+    def test_what_its_player_has_queued_becomes_a_playlist(self):
+        music = BUILD / 'music of "quotes" and \\'
+        shutil.copytree(SOURCE / "demo/music", music, dirs_exist_ok=True)
+        self.addCleanup(shutil.rmtree, music, True)
+        served = self.serve(music)
+        player = ("mpc", "--host", ROOT / "tmp/mpd.sock", "-q")
+        for name in ("mpd.sock", "vexoaudiod.sock"):
+            wait_until(lambda path=ROOT / "tmp" / name: listens(path), f"{name} listens")
+        run(*player, "--wait", "update")
+        run(*player, "add", "/")
+        queue = run(*player, "playlist", "-f", "%file%").splitlines()
+        self.assertGreater(len(queue), 1)
+        answer = served.ask(action="addplaying", type="shared", name="Queued", target="0")
+        self.assertIn('"success":true', answer.replace(" ", ""))
+        self.assertEqual(songs_of(music / "playlists/Queued.m3u"),
+                         [f"{music}/{entry}" for entry in queue])
 
     def test_the_end_leaves_no_process(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
