@@ -58,6 +58,11 @@ class Served:
         return subprocess.check_output(["sh", "-c", self.curl_line()], text=True,
                                        stderr=subprocess.DEVNULL)
 
+    def run_curl_line_again(self):
+        """In another second, as the time is in the name of the playlist that it makes."""
+        time.sleep(1.1)
+        return self.run_curl_line()
+
     def ask(self, **parameters):
         """A request as one of the accounts that were printed: the answer's text."""
         user = re.search(r"curl -u (\S+)", self.output).group(1)
@@ -97,9 +102,8 @@ class Serve(unittest.TestCase):
 
     def test_the_printed_line_works_twice(self):
         served = self.serve()
-        for _ in range(2):
-            self.assertIn('"success":true', served.run_curl_line().replace(" ", ""))
-            time.sleep(1.1)
+        self.assertIn('"success":true', served.run_curl_line().replace(" ", ""))
+        self.assertIn('"success":true', served.run_curl_line_again().replace(" ", ""))
 
     def test_a_second_start_keeps_everything(self):
         first = self.serve()
@@ -109,7 +113,7 @@ class Serve(unittest.TestCase):
         first.stop()
         second = self.serve()
         self.assertEqual((ROOT / "etc/vexo/accounts").read_bytes(), accounts)
-        self.assertIn('"success":true', second.run_curl_line().replace(" ", ""))
+        self.assertIn('"success":true', second.run_curl_line_again().replace(" ", ""))
         self.assertTrue(made[0].exists())
 
     def test_the_music_folder_that_is_named_is_served_and_remembered(self):
