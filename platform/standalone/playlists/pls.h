@@ -16,7 +16,7 @@ struct PlsEntry {
 bool IsPls(std::string_view content);
 
 /// The entries that have a path, in the order of their numbers, whatever their order in the file.
-/// Lines that cannot be read are passed over.
+/// Lines that cannot be read are passed over. Throws std::length_error for more than kMaxEntries.
 std::vector<PlsEntry> ParsePls(std::string_view content);
 
 } // namespace vexo::playlists

@@ -1,5 +1,6 @@
 // PLS files, positions, streams' addresses.
 #include "playlists/entry_paths.h"
+#include "playlists/m3u.h"
 #include "playlists/pls.h"
 #include "playlists/positions.h"
 #include <gtest/gtest.h>
@@ -98,6 +99,15 @@ TEST(Pls, LinesThatCannotBeReadArePassedOver) {
     ASSERT_EQ(entries.size(), 1U) << line;
     EXPECT_EQ(entries[0].path, "/b") << line;
   }
+}
+
+TEST(Pls, OfMoreThanAMillionEntriesIsRefused) {
+  std::string content = "[playlist]\n";
+  for (std::size_t number = 1; number <= kMaxEntries; ++number) {
+    content += "File" + std::to_string(number) + "=a\n";
+  }
+  EXPECT_EQ(ParsePls(content).size(), kMaxEntries);
+  EXPECT_THROW((void)ParsePls(content + "Title1000001=a\n"), std::length_error);
 }
 
 TEST(StreamAddresses, AreToldFromPaths) {
