@@ -7,7 +7,6 @@
 #include <memory>
 #include <mpd/client.h>
 #include <mutex>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>

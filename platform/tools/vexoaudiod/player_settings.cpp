@@ -1,9 +1,11 @@
 #include "vexoaudiod/player_settings.h"
 #include "services/config.h"
-#include <charconv>
+#include "text/text.h"
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <syslog.h>
+#include <utility>
 
 namespace vexo::audiod {
 
@@ -11,19 +13,14 @@ namespace {
 
 constexpr std::string_view kSectionPrefix = "player ";
 
-template <typename Number> std::optional<Number> ParseNumber(std::string_view text) {
-  Number number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool is_whole = error == std::errc() && end == text.data() + text.size();
-  return is_whole ? std::optional(number) : std::nullopt;
-}
-
 std::optional<int> PlayerNumber(std::string_view name) {
   if (name == "usb") {
     return kUsbPlayer;
   }
-  const std::optional<int> number = ParseNumber<int>(name);
-  return number.value_or(-1) >= 0 ? number : std::nullopt;
+  const std::optional<int64_t> number = text::ParseInteger(name);
+  return number && *number >= 0 && std::in_range<int>(*number)
+             ? std::optional(static_cast<int>(*number))
+             : std::nullopt;
 }
 
 std::string Text(const std::string &section, const char *key, const char *fallback = "") {
@@ -31,14 +28,16 @@ std::string Text(const std::string &section, const char *key, const char *fallba
 }
 
 std::optional<PlayerSettings> ReadSettings(const std::string &section) {
-  const std::optional<unsigned> port = ParseNumber<unsigned>(Text(section, "port", "6600"));
-  PlayerSettings settings{Text(section, "host", "localhost"), port.value_or(0),
+  const std::optional<int64_t> port = text::ParseInteger(Text(section, "port", "6600"));
+  if (!port || *port < 1 || *port > 65535) {
+    return std::nullopt;
+  }
+  PlayerSettings settings{Text(section, "host", "localhost"), static_cast<unsigned>(*port),
                           Text(section, "partition"), Text(section, "music_directory")};
   while (settings.music_directory.size() > 1 && settings.music_directory.ends_with('/')) {
     settings.music_directory.pop_back();
   }
-  const bool is_port = port.has_value() && *port > 0 && *port < 65536;
-  return is_port ? std::optional(settings) : std::nullopt;
+  return settings;
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "vexoaudiod/record.h"
-#include <charconv>
+#include "text/text.h"
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <optional>
+#include <utility>
 
 namespace vexo::audiod {
 
@@ -12,13 +12,10 @@ namespace {
 constexpr int32_t kSelectPlayer = 21;
 constexpr int32_t kGetQueue = 30;
 
-std::optional<int> ParseNumber(std::string_view text) {
-  int number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) {
-    return std::nullopt;
-  }
-  return number;
+std::optional<int> ParseNumber(std::string_view digits) {
+  const std::optional<int64_t> number = text::ParseInteger(digits);
+  return number && std::in_range<int>(*number) ? std::optional(static_cast<int>(*number))
+                                               : std::nullopt;
 }
 
 Command ParseSelectPlayer(std::string_view argument) {

@@ -4,7 +4,6 @@
 
 #include "vexoaudiod/queue_entry.h"
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
 
