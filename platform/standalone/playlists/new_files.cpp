@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace vexo::playlists {
 
@@ -28,6 +29,7 @@ struct SeenFile {
   files::Folder folder;
   std::optional<int> owner; ///< of the row that was found
   std::string path;         ///< as the row has it
+  bool is_unclaimed;        ///< made here, and without a row as yet
 };
 
 std::vector<SeenFile> &SeenHere() {
@@ -86,14 +88,23 @@ void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path) {
         return NewContent(songs, path);
       });
   if (is_new) {
-    SeenHere().push_back({files::Folder(path), std::nullopt, path});
+    SeenHere().push_back({files::Folder(path), std::nullopt, path, true});
   }
 }
 
 void ExpectFile(int owner, const std::string &path) {
   if (accounts::RealPath(path)) {
-    SeenHere().push_back({files::Folder(path), owner, path});
+    SeenHere().push_back({files::Folder(path), owner, path, false});
   }
+}
+
+bool ClaimNewFile(const std::string &path) {
+  for (SeenFile &seen : SeenHere()) {
+    if (seen.path == path && std::exchange(seen.is_unclaimed, false)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path) {

@@ -16,6 +16,9 @@ void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path);
 /// Tells that this process found a row with that path, whose file is about to be written.
 void ExpectFile(int owner, const std::string &path);
 
+/// Whether this process made the file `path`; true once a file, for the first row it is given.
+[[nodiscard]] bool ClaimNewFile(const std::string &path);
+
 /// Makes the playlist file `path` in the folder for temporary files, where others may have put
 /// something of that name: a link is replaced, a file only when it is the server's own. Throws.
 void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path);

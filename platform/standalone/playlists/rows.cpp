@@ -1,6 +1,7 @@
 #include "playlists/rows.h"
 #include "files/durable_file.h"
 #include "playlists/edges.h"
+#include "playlists/new_files.h"
 #include "playlists/patience.h"
 #include <array>
 #include <ctime>
@@ -138,7 +139,13 @@ void RemoveRows(const std::vector<RowName> &rows) {
 
 void AddRow(const index::Playlist &row) {
   RequireInLibrary(row.owner, row.path);
-  index::ProcessIndex().AddPlaylist(row);
+  index::MediaIndex &rows = index::ProcessIndex();
+  if (ClaimNewFile(row.path)) {
+    if (const auto stale = rows.PlaylistByPath(row.owner, row.path)) {
+      rows.RemovePlaylist(row.owner, stale->id);
+    }
+  }
+  rows.AddPlaylist(row);
 }
 
 bool RefreshRow(int owner, int32_t id, const index::Playlist &values) {

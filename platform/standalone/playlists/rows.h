@@ -24,7 +24,9 @@ struct RowName {
 /// without a file. Throws for a file outside of the library.
 void RemoveRows(const std::vector<RowName> &rows);
 
-/// Adds a row. Throws for a path outside of the playlists folder of its library.
+/// Adds a row. Where this process has just made the file, a row that its path has already lost the
+/// file unnoticed (somebody removed it by hand) and gives way. Throws for any other row with that
+/// path, and for a path outside of the playlists folder of its library.
 void AddRow(const index::Playlist &row);
 
 /// Rewrites the row of `id`; false: there is none. What a rename made of the row since `values`

@@ -85,6 +85,18 @@ TEST_F(Rows, ArePathsOnce) {
   EXPECT_EQ(Save(Shared("a.m3u")), -1);
 }
 
+TEST_F(Rows, GiveWayToANewFileWhenTheirsWasRemovedByHand) {
+  ASSERT_EQ(VEXOWriteMusicPlaylist(nullptr, Shared("a.m3u").c_str()), 0);
+  ASSERT_EQ(Save(Shared("a.m3u")), 0);
+  const std::string old_id = IdOf("shared", 0, Shared("a.m3u"));
+  fs::remove(Shared("a.m3u"));
+  ASSERT_EQ(VEXOWriteMusicPlaylist(nullptr, Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(Save(Shared("a.m3u")), 0);
+  EXPECT_NE(IdOf("shared", 0, Shared("a.m3u")), old_id) << "the old playlist's id is not reused";
+  EXPECT_EQ(PathOf(old_id), "");
+  EXPECT_EQ(Save(Shared("a.m3u")), -1) << "a new file gets one row";
+}
+
 TEST_F(Rows, OutsideOfTheirLibraryAreRefused) {
   fs::create_directory(library() + "/elsewhere");
   fs::create_directory_symlink(library() + "/elsewhere", Shared("link"));
