@@ -4,6 +4,21 @@
 
 namespace {
 
+/// No memory for the nodes of song lists.
+bool no_nodes = false;
+
+} // namespace
+
+extern "C" {
+void *__real_calloc(size_t count, size_t size);
+void *__wrap_calloc(size_t count, size_t size);
+void *__wrap_calloc(size_t count, size_t size) {
+  return no_nodes && size == sizeof(VEXOPlaylistRec) ? nullptr : __real_calloc(count, size);
+}
+}
+
+namespace {
+
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pointwise;
@@ -62,6 +77,16 @@ TEST_F(CreatePlaylist, OfAddPlayingFailsWithAQueueThatCannotBeLoaded) {
   EXPECT_THAT(host().Messages(),
               ElementsAre("Cannot load the playlist from " + root() + "/tmp/playing_anna.pls",
                           "Failed to get playlist from target [stream]"));
+  EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
+}
+
+TEST_F(CreatePlaylist, OfAddPlayingFailsWithoutMemoryForTheQueue) {
+  no_nodes = true;
+  const std::string answer = Create(kCreators[1], {{"name", "Road"}});
+  no_nodes = false;
+  EXPECT_EQ(answer, kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Failed to calloc.", "Failed to get playlist from target [stream]"));
   EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
 }
 
