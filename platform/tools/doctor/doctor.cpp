@@ -1,6 +1,7 @@
 #include "doctor/doctor.h"
 
 #include "accounts/accounts.h"
+#include "accounts/ownership.h"
 #include "doctor/findings.h"
 #include "doctor/leftovers.h"
 #include "doctor/playlist_check.h"
@@ -44,6 +45,7 @@ void CheckRemovedAccounts(index::MediaIndex &index, Findings &findings) {
 /// Nothing when it cannot be opened, which is a finding.
 std::unique_ptr<index::MediaIndex> OpenIndex(Findings &findings) {
   try {
+    accounts::MakeFileIfMissing(services::kIndexFile);
     return index::OpenMediaIndex();
   } catch (const index::IndexError &error) {
     findings.Found(std::string("index: ") + error.what(),

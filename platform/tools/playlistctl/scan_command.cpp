@@ -1,5 +1,6 @@
 #include "playlistctl/scan_command.h"
 
+#include "accounts/ownership.h"
 #include "files/file_descriptor.h"
 #include "scan/scanner.h"
 #include "scan/tags.h"
@@ -27,7 +28,8 @@ struct Options {
 /// Two scans at once would both take a moved song for their own.
 files::FileDescriptor LockScans() {
   const std::string path = std::string(services::kIndexFile) + ".scan";
-  files::FileDescriptor lock(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+  accounts::MakeFileIfMissing(path);
+  files::FileDescriptor lock(open(path.c_str(), O_RDWR | O_CLOEXEC));
   if (!lock) {
     throw std::system_error(errno, std::generic_category(), path);
   }
@@ -39,6 +41,7 @@ files::FileDescriptor LockScans() {
 
 void Scan(const Options &options) {
   const std::vector<Library> libraries = LibrariesNamed(options.library);
+  accounts::MakeFileIfMissing(services::kIndexFile);
   const std::unique_ptr<index::MediaIndex> index = index::OpenMediaIndex();
   const files::FileDescriptor lock = LockScans();
   ScanOptions how;
