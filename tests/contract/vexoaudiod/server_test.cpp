@@ -1,5 +1,6 @@
 // The daemon as its clients meet it, well-behaved ones and others.
 #include "scripted_mpd.h"
+#include "support/processes.h"
 #include "support/temporary_folder.h"
 #include "vexoaudiod/control_socket.h"
 #include "vexoaudiod/reply.h"
@@ -12,7 +13,6 @@
 #include <memory>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <thread>
 
 namespace vexo::audiod {
@@ -312,44 +312,32 @@ TEST_F(ServerTest, EndsWhileAnMpdHangs) {
 }
 
 TEST_F(ServerTest, EachProcessHasItsOwnSelection) {
+  WaitingProcesses other(1, [this](int) {
+    const bool is_unselected = Ask(kQueue, "0 5") == QueueErrorReply("no player is selected");
+    return is_unselected && Capture(1) == FilePaths("b", 6) ? 0 : 1;
+  });
   Mpd(0, QueueOfFiles(6, "a"));
   Mpd(1, QueueOfFiles(6, "b"));
   Start({0, 1});
   (void)Ask(kSelect, "0");
-  const pid_t child = fork();
-  if (child == 0) {
-    const bool is_unselected = Ask(kQueue, "0 5") == QueueErrorReply("no player is selected");
-    _exit(is_unselected && Capture(1) == FilePaths("b", 6) ? 0 : 1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(other.Run(), 1);
   EXPECT_EQ(Parsed(Ask(kQueue, "0 5"))["uris"][0]["res"].asString(), "/music/a/0.mp3");
 }
 
 TEST_F(ServerTest, ProcessesThatCaptureAtOnceGetTheQueueTheyChose) {
+  WaitingProcesses clients(8, [this](int number) {
+    bool is_right = true;
+    for (int round = 0; round < 25; ++round) {
+      const bool is_first = (number + round) % 2 == 0;
+      is_right = is_right &&
+                 Capture(is_first ? 0 : 1) == (is_first ? FilePaths("a", 23) : FilePaths("b", 17));
+    }
+    return is_right ? 0 : 1;
+  });
   Mpd(0, QueueOfFiles(23, "a"));
   Mpd(1, QueueOfFiles(17, "b"));
   Start({0, 1});
-  std::vector<pid_t> children;
-  for (int number = 0; number < 8; ++number) {
-    const pid_t child = fork();
-    if (child == 0) {
-      bool is_right = true;
-      for (int round = 0; round < 25; ++round) {
-        const bool is_first = (number + round) % 2 == 0;
-        is_right = is_right && Capture(is_first ? 0 : 1) ==
-                                   (is_first ? FilePaths("a", 23) : FilePaths("b", 17));
-      }
-      _exit(is_right ? 0 : 1);
-    }
-    children.push_back(child);
-  }
-  for (const pid_t child : children) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-  }
+  EXPECT_EQ(clients.Run(), 8);
 }
 
 } // namespace
