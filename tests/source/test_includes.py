@@ -13,7 +13,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 SUFFIXES = {".h", ".cpp", ".c"}
 
 PROGRAM = ["handler", "actions", "player", "export", "model"]
-HOST = ["text", "files", "services", "accounts", "index", "playlists", "smart", "web"]
+HOST = ["text", "files", "system", "accounts", "index", "playlists", "smart", "web"]
 
 # folder: folders, single headers, and libraries (by the first part of their headers' names) that
 # its sources may include.
@@ -25,12 +25,12 @@ ALLOWED = {
     "src/handler": ["vexo", "json", "src/model", "src/actions", "src/player", "src/export"],
     "standalone/text": ["vexo"],
     "standalone/files": ["vexo", "text"],
-    "standalone/services": ["vexo", "files", "text", "ini.h"],
-    "standalone/accounts": ["vexo", "services", "files", "text"],
-    "standalone/index": ["vexo", "services", "files", "text", "sqlite3.h"],
-    "standalone/playlists": ["vexo", "index", "accounts", "services", "files", "text"],
-    "standalone/smart": ["vexo", "index", "accounts", "services", "files", "text"],
-    "standalone/web": ["vexo", "json", "playlists", "index", "accounts", "services", "files",
+    "standalone/system": ["vexo", "files", "text", "ini.h"],
+    "standalone/accounts": ["vexo", "system", "files", "text"],
+    "standalone/index": ["vexo", "system", "files", "text", "sqlite3.h"],
+    "standalone/playlists": ["vexo", "index", "accounts", "system", "files", "text"],
+    "standalone/smart": ["vexo", "index", "accounts", "system", "files", "text"],
+    "standalone/web": ["vexo", "json", "playlists", "index", "accounts", "system", "files",
                        "text"],
     # The tools may use every folder of the host but web.
     "tools": ["json", *HOST[:-1], "CLI", "taglib", "archive.h", "archive_entry.h",
@@ -149,7 +149,7 @@ class TheRuleItself(unittest.TestCase):
         ("src/model/a.h", '#include "actions/b.h"', "the model must not know actions"),
         ("src/actions/a.cpp", '#include "player/ctrl.h"', "only the queue of the player"),
         ("src/player/a.cpp", "#include <sqlite3.h>", "a library of the host"),
-        ("src/export/a.cpp", '#include "services/config.h"', "the standalone platform"),
+        ("src/export/a.cpp", '#include "system/config.h"', "the standalone platform"),
         ("platform/standalone/text/a.h", '#include "web/b.h"', "nothing uses web"),
         ("platform/standalone/smart/a.h", '  #  include "playlists/b.h"', "smart and playlists"),
         ("platform/standalone/accounts/a.h", '#include "index/b.h"', "accounts and index"),

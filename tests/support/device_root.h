@@ -2,8 +2,8 @@
 // The device root of the tests: every fixed path of the platform lies below it. A test that uses it
 // belongs to a program marked ROOT in its CMakeLists.txt, as only one may have it at a time.
 
-#include "services/host_paths.h"
 #include "support/temporary_folder.h"
+#include "system/host_paths.h"
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
@@ -21,7 +21,7 @@ protected:
                                "/var/log/vexo", "/tmp", "/library/playlists"}) {
       fs::create_directories(root + folder);
     }
-    fs::create_directory_symlink(library(), vexo::services::kMusicLink);
+    fs::create_directory_symlink(library(), vexo::system::kMusicLink);
   }
 
   /// The shared library's folder.

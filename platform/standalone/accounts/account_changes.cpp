@@ -2,7 +2,7 @@
 #include "accounts/accounts_file.h"
 #include "accounts/ownership.h"
 #include "files/durable_file.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <algorithm>
 #include <filesystem>
 #include <functional>
@@ -17,8 +17,8 @@ constexpr unsigned kAccountsFileMode = 0644;
 
 void MakeAccountsFileIfMissing() {
   try {
-    files::CreateDurably(services::kAccountsFile, FormatAccounts({}), kAccountsFileMode);
-    InheritOwner(services::kAccountsFile);
+    files::CreateDurably(system::kAccountsFile, FormatAccounts({}), kAccountsFileMode);
+    InheritOwner(system::kAccountsFile);
   } catch (const std::system_error &error) {
     if (error.code() != std::errc::file_exists) {
       throw;
@@ -28,7 +28,7 @@ void MakeAccountsFileIfMissing() {
 
 /// Changes the accounts under the file's lock; what `change` throws leaves them as they were.
 void EditAccounts(const std::function<void(AccountsFile &)> &change) {
-  files::EditDurably(services::kAccountsFile, [&](std::string_view old_text) {
+  files::EditDurably(system::kAccountsFile, [&](std::string_view old_text) {
     AccountsFile file = ParseAccounts(old_text);
     change(file);
     return FormatAccounts(file);
@@ -83,10 +83,10 @@ int AddAccount(Account account) {
     throw std::invalid_argument("'" + account.name + "' cannot be an account's name");
   }
   if (account.personal_folder.empty()) {
-    account.personal_folder = std::string(services::kHomes) + "/" + account.name + "/music";
+    account.personal_folder = std::string(system::kHomes) + "/" + account.name + "/music";
   }
   if (account.preference_folder.empty()) {
-    account.preference_folder = std::string(services::kPreferences) + "/" + account.name;
+    account.preference_folder = std::string(system::kPreferences) + "/" + account.name;
   }
   MakeAccountsFileIfMissing();
   EditAccounts([&](AccountsFile &file) {
@@ -117,10 +117,10 @@ void ChangeAccount(std::string_view name, const std::function<void(Account &)> &
 
 std::vector<int> RemovedAccountIds() {
   std::vector<int> ids;
-  if (!std::filesystem::exists(services::kAccountsFile)) {
+  if (!std::filesystem::exists(system::kAccountsFile)) {
     return ids;
   }
-  const AccountsFile file = ParseAccounts(files::ReadWholeFile(services::kAccountsFile));
+  const AccountsFile file = ParseAccounts(files::ReadWholeFile(system::kAccountsFile));
   for (int id = 1; id < file.next_id; ++id) {
     if (std::none_of(file.accounts.begin(), file.accounts.end(),
                      [&](const Account &account) { return account.id == id; })) {

@@ -2,7 +2,7 @@
 
 #include "accounts/accounts_file.h"
 #include "files/durable_file.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <algorithm>
 #include <system_error>
 
@@ -36,7 +36,7 @@ std::vector<Account> ListAccounts() {
   // playlists lie elsewhere: what was read before holds.
   static std::optional<std::vector<Account>> known;
   try {
-    known = ParseAccounts(files::ReadWholeFile(services::kAccountsFile)).accounts;
+    known = ParseAccounts(files::ReadWholeFile(system::kAccountsFile)).accounts;
   } catch (const std::system_error &error) {
     if (error.code() == std::errc::no_such_file_or_directory) {
       known.reset();

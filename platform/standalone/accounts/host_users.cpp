@@ -1,12 +1,12 @@
 // vexo/users.h, and where a user's personal library lies.
 #include "accounts/accounts.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "vexo/audio_file.h"
 #include "vexo/users.h"
 
 using vexo::accounts::Account;
 using vexo::accounts::FindAccount;
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 
 namespace {
 
@@ -42,6 +42,6 @@ int AudioFile::GetPersonalLibraryFolderPath(const char *userName, char *buffer, 
     if (!account || !account->personal_library || buffer == nullptr) {
       return 0;
     }
-    return vexo::services::CopyOut(account->personal_folder.c_str(), buffer, size) ? 1 : 0;
+    return vexo::system::CopyOut(account->personal_folder.c_str(), buffer, size) ? 1 : 0;
   });
 }

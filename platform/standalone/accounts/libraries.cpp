@@ -1,7 +1,7 @@
 #include "accounts/libraries.h"
 
 #include "accounts/accounts.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <array>
 #include <climits>
 #include <cstdlib>
@@ -33,7 +33,7 @@ std::optional<std::string> PersonalLibraryFolder(std::optional<Account> account)
 
 std::optional<std::string> SharedLibraryFolder() {
   std::array<char, PATH_MAX> target{};
-  const ssize_t length = readlink(services::kMusicLink, target.data(), target.size());
+  const ssize_t length = readlink(system::kMusicLink, target.data(), target.size());
   if (length <= 0 || static_cast<std::size_t>(length) == target.size()) {
     return std::nullopt;
   }

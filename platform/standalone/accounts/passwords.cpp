@@ -2,7 +2,7 @@
 
 #include "accounts/ownership.h"
 #include "files/durable_file.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include "text/text.h"
 #include <array>
 #include <cerrno>
@@ -39,8 +39,8 @@ void CheckPassword(const std::string &password) {
 
 void MakePasswordFileIfMissing() {
   try {
-    files::CreateDurably(services::kPasswordFile, "", kPasswordFileMode);
-    InheritOwner(services::kPasswordFile);
+    files::CreateDurably(system::kPasswordFile, "", kPasswordFileMode);
+    InheritOwner(system::kPasswordFile);
   } catch (const std::system_error &error) {
     if (error.code() != std::errc::file_exists) {
       throw;
@@ -66,13 +66,13 @@ void SetPassword(std::string_view name, const std::string &password) {
   CheckPassword(password);
   const std::string line = std::string(name) + ":" + HashPassword(password) + "\n";
   MakePasswordFileIfMissing();
-  files::EditDurably(services::kPasswordFile,
+  files::EditDurably(system::kPasswordFile,
                      [&](std::string_view text) { return WithoutName(text, name) + line; });
 }
 
 void RemovePassword(std::string_view name) {
   MakePasswordFileIfMissing();
-  files::EditDurably(services::kPasswordFile,
+  files::EditDurably(system::kPasswordFile,
                      [&](std::string_view text) { return WithoutName(text, name); });
 }
 

@@ -1,7 +1,7 @@
 #include "accounts/song_file.h"
 
 #include "accounts/libraries.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,7 +20,7 @@ bool IsRegularFile(const FileDescriptor &file) {
 void LogRefused(std::string path, const char *purpose) {
   std::replace_if(
       path.begin(), path.end(), [](char c) { return (c & 0xE0) == 0 || c == 0x7F; }, '?');
-  services::LogFailure(purpose, ("not a song of the user's libraries: " + path).c_str());
+  system::LogFailure(purpose, ("not a song of the user's libraries: " + path).c_str());
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 #include "index/library_owner.h"
 #include "index/media_index.h"
 #include "index/records.h"
-#include "services/boundary.h"
-#include "services/config.h"
+#include "system/boundary.h"
+#include "system/config.h"
 #include "vexo/media_index.h"
 
 #include <memory>
@@ -14,7 +14,7 @@
 using vexo::index::LibraryOwner;
 using vexo::index::ParseIds;
 using vexo::index::ProcessIndex;
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 
 struct VEXOMediaCursor {
   std::vector<vexo::index::Playlist> rows;
@@ -92,5 +92,5 @@ int MediaInfoDBGet(VEXOMediaCursor *cursor, __tag_VEXO_MEDIA_INFO *info) {
 void AudioInfoDBClose(VEXOMediaCursor *cursor) { delete cursor; }
 
 int VEXOIndexCodePageGet() {
-  return Guarded("VEXOIndexCodePageGet", 65001, [] { return vexo::services::HostCodePage(); });
+  return Guarded("VEXOIndexCodePageGet", 65001, [] { return vexo::system::HostCodePage(); });
 }

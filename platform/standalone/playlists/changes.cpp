@@ -3,8 +3,8 @@
 #include "playlists/m3u.h"
 #include "playlists/missing_files.h"
 #include "playlists/positions.h"
-#include "services/admin_log.h"
-#include "services/boundary.h"
+#include "system/admin_log.h"
+#include "system/boundary.h"
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
@@ -92,11 +92,11 @@ Change RemovingMissing(RemovedSongs &removed) {
 void LogRemovedSongs(const RemovedSongs &removed) noexcept {
   try {
     for (const std::string &entry : removed.entries) {
-      services::AppendAdminLog(kMissingRemovedEvent,
-                               {"remove missing song", removed.playlist, entry});
+      system::AppendAdminLog(kMissingRemovedEvent,
+                             {"remove missing song", removed.playlist, entry});
     }
   } catch (const std::exception &error) {
-    services::LogFailure("administrative log of removed songs", error.what());
+    system::LogFailure("administrative log of removed songs", error.what());
   }
 }
 

@@ -4,7 +4,7 @@
 #include "playlists/m3u.h"
 #include "playlists/pls.h"
 #include "playlists/readable_text.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include <algorithm>
 #include <stdexcept>
 
@@ -72,7 +72,7 @@ std::vector<index::Song> KnownSongs(const std::vector<std::string> &paths) {
   try {
     songs = index::ProcessIndex().SongsByPath(paths);
   } catch (const std::exception &error) {
-    services::LogFailure("songs of a playlist", error.what());
+    system::LogFailure("songs of a playlist", error.what());
   }
   std::sort(songs.begin(), songs.end(), InOrder);
   return songs;

@@ -7,7 +7,7 @@
 #include "playlists/entries.h"
 #include "playlists/new_files.h"
 #include "playlists/required.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "vexo/audio_file.h"
 #include <cerrno>
 #include <fcntl.h>
@@ -20,7 +20,7 @@
 
 using vexo::files::FileDescriptor;
 using vexo::playlists::Required;
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 namespace playlists = vexo::playlists;
 
 namespace {

@@ -7,7 +7,7 @@
 #include "playlists/new_files.h"
 #include "playlists/required.h"
 #include "playlists/rows.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "text/text.h"
 #include "vexo/playlist_file.h"
 #include <functional>
@@ -17,7 +17,7 @@
 
 using vexo::index::LibraryOwner;
 using vexo::playlists::Required;
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 namespace playlists = vexo::playlists;
 
 namespace {

@@ -6,7 +6,7 @@
 #include "playlists/new_files.h"
 #include "playlists/required.h"
 #include "playlists/rows.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "text/text.h"
 #include "vexo/media_index.h"
 #include <cstdlib>
@@ -22,8 +22,8 @@ using vexo::index::Playlist;
 using vexo::index::PlaylistOf;
 using vexo::index::ProcessIndex;
 using vexo::playlists::Required;
-using vexo::services::CopyOut;
-using vexo::services::Guarded;
+using vexo::system::CopyOut;
+using vexo::system::Guarded;
 
 namespace {
 

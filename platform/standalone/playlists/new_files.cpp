@@ -7,7 +7,7 @@
 #include "playlists/edges.h"
 #include "playlists/m3u.h"
 #include "playlists/rows.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <cerrno>
 #include <optional>
 #include <stdexcept>
@@ -108,7 +108,7 @@ bool ClaimNewFile(const std::string &path) {
 }
 
 void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path) {
-  RequireInFolder(services::kTemporary, path);
+  RequireInFolder(system::kTemporary, path);
   RemoveLink(path);
   files::ReplaceDurably(path, ContentOf(songs), kOwnOnly);
 }

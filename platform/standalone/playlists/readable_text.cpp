@@ -1,5 +1,5 @@
 #include "playlists/readable_text.h"
-#include "services/config.h"
+#include "system/config.h"
 #include "text/code_page.h"
 #include "text/text.h"
 #include <algorithm>
@@ -14,7 +14,7 @@ constexpr std::size_t kLongestCharacter = 4;
 } // namespace
 
 std::optional<std::string> FromHostCodePage(std::string_view bytes) {
-  const int page = services::HostCodePage();
+  const int page = system::HostCodePage();
   return text::ToUtf8(page == text::kUtf8CodePage ? kFallbackCodePage : page, bytes);
 }
 

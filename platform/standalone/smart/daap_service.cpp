@@ -1,8 +1,8 @@
 // iTunesServiceCheckAndReStart of vexo/itunes.h: the command of `[daap] restart=`.
 
-#include "services/boundary.h"
-#include "services/config.h"
-#include "services/run_program.h"
+#include "system/boundary.h"
+#include "system/config.h"
+#include "system/run_program.h"
 #include "text/text.h"
 #include "vexo/itunes.h"
 #include <optional>
@@ -21,7 +21,7 @@ void RunCommand(const std::string &command) {
   if (!program.starts_with('/')) {
     throw std::runtime_error("the restart command must begin with an absolute path: " + command);
   }
-  const int status = services::RunProgram(program, words);
+  const int status = system::RunProgram(program, words);
   if (status != 0) {
     throw std::runtime_error(command + ": exit status " + std::to_string(status));
   }
@@ -30,8 +30,8 @@ void RunCommand(const std::string &command) {
 } // namespace
 
 int iTunesServiceCheckAndReStart() {
-  return services::Guarded("iTunesServiceCheckAndReStart", -1, [] {
-    const std::optional<std::string> command = services::Setting("daap", "restart");
+  return system::Guarded("iTunesServiceCheckAndReStart", -1, [] {
+    const std::optional<std::string> command = system::Setting("daap", "restart");
     if (command && !text::Trim(*command).empty()) {
       RunCommand(std::string(text::Trim(*command)));
     }

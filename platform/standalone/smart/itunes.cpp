@@ -4,11 +4,11 @@
 #include "vexo/itunes.h"
 
 #include "index/records.h"
-#include "services/boundary.h"
 #include "smart/block_scanner.h"
 #include "smart/rule_edits.h"
 #include "smart/rule_file.h"
 #include "smart/smart_playlist.h"
+#include "system/boundary.h"
 #include "text/string_list.h"
 #include <cstring>
 #include <memory>
@@ -91,7 +91,7 @@ void ReplacePlaylist(const char *file, const std::string &name, const NewBlock &
 } // namespace
 
 int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlaylist *playlist) {
-  return services::Guarded("iTunesPlaylistGetByFilename", -1, [&] {
+  return system::Guarded("iTunesPlaylistGetByFilename", -1, [&] {
     if (file == nullptr || name == nullptr || playlist == nullptr) {
       throw std::invalid_argument("null argument");
     }
@@ -109,7 +109,7 @@ int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlayli
 
 int iTunesPlaylistSetByFilename(const char *file, const char *name,
                                 const iTunesPlaylist *playlist) {
-  return services::Guarded("iTunesPlaylistSetByFilename", -1, [&] {
+  return system::Guarded("iTunesPlaylistSetByFilename", -1, [&] {
     if (file == nullptr || playlist == nullptr) {
       throw std::invalid_argument("null argument");
     }
@@ -124,7 +124,7 @@ int iTunesPlaylistSetByFilename(const char *file, const char *name,
 }
 
 int IsiTunesPlaylistExistByFilename(const char *file, const char *name) {
-  return services::Guarded("IsiTunesPlaylistExistByFilename", 0, [&] {
+  return system::Guarded("IsiTunesPlaylistExistByFilename", 0, [&] {
     if (file == nullptr || name == nullptr) {
       throw std::invalid_argument("null argument");
     }
@@ -134,7 +134,7 @@ int IsiTunesPlaylistExistByFilename(const char *file, const char *name) {
 }
 
 int iTunesPlaylistDeleteByFilename(const char *file, PSZLIST names) {
-  return services::Guarded("iTunesPlaylistDeleteByFilename", -1, [&] {
+  return system::Guarded("iTunesPlaylistDeleteByFilename", -1, [&] {
     if (file == nullptr || names == nullptr) {
       throw std::invalid_argument("null argument");
     }

@@ -2,7 +2,7 @@
 
 #include "accounts/accounts.h"
 #include "accounts/libraries.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <cerrno>
 #include <system_error>
 
@@ -31,7 +31,7 @@ std::optional<accounts::Account> FindFileAccount(const std::string &path) {
 /// A link in the place of the file is refused where files are written; one in the place of its
 /// folder, here.
 void RequireWritable(const std::string &path) {
-  if (path == services::kSharedSmartRules) {
+  if (path == system::kSharedSmartRules) {
     return;
   }
   const std::optional<accounts::Account> account = FindFileAccount(path);
@@ -115,7 +115,7 @@ void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
 }
 
 Viewer FindViewer(const std::string &path) {
-  if (path == services::kSharedSmartRules) {
+  if (path == system::kSharedSmartRules) {
     return {};
   }
   const std::optional<accounts::Account> account = FindFileAccount(path);

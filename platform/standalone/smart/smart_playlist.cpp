@@ -1,9 +1,9 @@
 #include "smart/smart_playlist.h"
 
-#include "services/boundary.h"
 #include "smart/block_scanner.h"
 #include "smart/parser.h"
 #include "smart/rule_file.h"
+#include "system/boundary.h"
 #include <stdexcept>
 
 namespace vexo::smart {
@@ -25,7 +25,7 @@ void LogStrayText(const std::string &file, std::string_view rules) {
   }
   if (const std::optional<std::size_t> stray = scanner.first_stray()) {
     const std::string place = file + ":" + LineAndColumn(rules, *stray);
-    services::LogFailure(place.c_str(), "this belongs to no playlist");
+    system::LogFailure(place.c_str(), "this belongs to no playlist");
   }
 }
 

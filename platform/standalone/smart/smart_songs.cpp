@@ -2,11 +2,11 @@
 
 #include "index/media_index.h"
 #include "index/records.h"
-#include "services/boundary.h"
-#include "services/host_paths.h"
 #include "smart/rule_file.h"
 #include "smart/rule_query.h"
 #include "smart/smart_playlist.h"
+#include "system/boundary.h"
+#include "system/host_paths.h"
 #include "vexo/audio_file.h"
 #include <algorithm>
 #include <ctime>
@@ -60,11 +60,11 @@ std::list<__tag_VEXO_MEDIA_INFO> MakeRecords(const std::vector<index::Song> &son
 int VexoAudioUtils::SmartPLSListSongs(const char *name, int offset, int limit, int *count,
                                       std::list<__tag_VEXO_MEDIA_INFO> &songs,
                                       const char *rulesFile, [[maybe_unused]] bool refresh) {
-  return services::Guarded("SmartPLSListSongs", -1, [&] {
+  return system::Guarded("SmartPLSListSongs", -1, [&] {
     if (name == nullptr) {
       throw std::invalid_argument("no name");
     }
-    const std::string file = rulesFile == nullptr ? services::kSharedSmartRules : rulesFile;
+    const std::string file = rulesFile == nullptr ? system::kSharedSmartRules : rulesFile;
     const auto source = smart::FindPlaylist(file, name);
     if (!source) {
       return -1;

@@ -1,14 +1,14 @@
 // ActionHandler of vexo/web.h: the form of answers.
 #include "web/envelope.h"
 
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "text/utf8.h"
 #include "vexo/web.h"
 #include "web/answered.h"
 #include "web/output.h"
 #include <syslog.h>
 
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 namespace web = vexo::web;
 
 namespace {

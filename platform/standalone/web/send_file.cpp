@@ -1,6 +1,6 @@
 // HTTPFileOutputer of vexo/web.h.
 #include "accounts/song_file.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "vexo/web.h"
 #include "web/answered.h"
 #include "web/browser.h"
@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 
 using vexo::files::FileDescriptor;
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 namespace web = vexo::web;
 
 namespace {

@@ -1,6 +1,6 @@
 // WebMan of vexo/web.h: one CGI request.
 #include "accounts/accounts.h"
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "vexo/web.h"
 #include "web/browser.h"
 #include "web/envelope.h"
@@ -8,7 +8,7 @@
 #include "web/same_site.h"
 
 using vexo::accounts::Account;
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 namespace web = vexo::web;
 
 namespace {

@@ -1,9 +1,9 @@
 // WebUtils of vexo/web.h.
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "text/text.h"
 #include "vexo/web.h"
 
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "doctor/leftovers.h"
 #include "doctor/playlist_check.h"
 #include "scan/forget_library.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -45,7 +45,7 @@ void CheckRemovedAccounts(index::MediaIndex &index, Findings &findings) {
 /// Nothing when it cannot be opened, which is a finding.
 std::unique_ptr<index::MediaIndex> OpenIndex(Findings &findings) {
   try {
-    accounts::MakeFileIfMissing(services::kIndexFile);
+    accounts::MakeFileIfMissing(system::kIndexFile);
     return index::OpenMediaIndex();
   } catch (const index::IndexError &error) {
     findings.Found(std::string("index: ") + error.what(),
@@ -66,7 +66,7 @@ std::size_t ExamineHost(const DoctorOptions &options, Output &output) {
     }
   }
   CheckTemporaryFiles(FoldersOfWriters(), findings);
-  CheckWorkingFolders(services::kTemporary, options.settled, findings);
+  CheckWorkingFolders(system::kTemporary, options.settled, findings);
   return findings.open();
 }
 

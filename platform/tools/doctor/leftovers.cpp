@@ -3,7 +3,7 @@
 #include "accounts/accounts.h"
 #include "files/durable_file.h"
 #include "scan/library.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -119,9 +119,9 @@ void CheckWorkingFolders(const std::string &folder, std::chrono::milliseconds se
 }
 
 std::vector<TemporaryFolder> FoldersOfWriters() {
-  std::vector<TemporaryFolder> folders = {{FolderOf(services::kAccountsFile)},
-                                          {FolderOf(services::kSharedSmartRules)},
-                                          {services::kTemporary}};
+  std::vector<TemporaryFolder> folders = {{FolderOf(system::kAccountsFile)},
+                                          {FolderOf(system::kSharedSmartRules)},
+                                          {system::kTemporary}};
   for (const Library &library : AllLibraries()) {
     folders.push_back({PlaylistsFolder(library), true});
   }

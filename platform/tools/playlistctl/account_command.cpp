@@ -3,7 +3,7 @@
 #include "accounts/accounts.h"
 #include "accounts/passwords.h"
 #include "scan/forget_library.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <CLI/Option.hpp>
@@ -100,7 +100,7 @@ void Remove(const Options &options) {
   }
   accounts::RemovePassword(account->name);
   accounts::RemoveAccount(account->name);
-  if (access(services::kIndexFile, F_OK) == 0) {
+  if (access(system::kIndexFile, F_OK) == 0) {
     ForgetLibrary(*index::OpenMediaIndex(), account->id);
   }
 }

@@ -1,8 +1,8 @@
 #include "playlistctl/log_command.h"
 
 #include "files/durable_file.h"
-#include "services/admin_log.h"
-#include "services/host_paths.h"
+#include "system/admin_log.h"
+#include "system/host_paths.h"
 #include "text/text.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -33,7 +33,7 @@ std::optional<std::string> LocalTime(const std::string &utc) {
 
 std::string ReadLog() {
   try {
-    return files::ReadWholeFile(services::kAdminLog);
+    return files::ReadWholeFile(system::kAdminLog);
   } catch (const std::system_error &error) {
     if (error.code() == std::errc::no_such_file_or_directory) {
       return {};

@@ -4,7 +4,7 @@
 #include "files/file_descriptor.h"
 #include "scan/scanner.h"
 #include "scan/tags.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <CLI/Option.hpp>
@@ -27,7 +27,7 @@ struct Options {
 
 /// Two scans at once would both take a moved song for their own.
 files::FileDescriptor LockScans() {
-  const std::string path = std::string(services::kIndexFile) + ".scan";
+  const std::string path = std::string(system::kIndexFile) + ".scan";
   accounts::MakeFileIfMissing(path);
   files::FileDescriptor lock(open(path.c_str(), O_RDWR | O_CLOEXEC));
   if (!lock) {
@@ -41,7 +41,7 @@ files::FileDescriptor LockScans() {
 
 void Scan(const Options &options) {
   const std::vector<Library> libraries = LibrariesNamed(options.library);
-  accounts::MakeFileIfMissing(services::kIndexFile);
+  accounts::MakeFileIfMissing(system::kIndexFile);
   const std::unique_ptr<index::MediaIndex> index = index::OpenMediaIndex();
   const files::FileDescriptor lock = LockScans();
   ScanOptions how;

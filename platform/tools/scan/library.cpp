@@ -2,7 +2,7 @@
 
 #include "accounts/accounts.h"
 #include "accounts/libraries.h"
-#include "services/host_paths.h"
+#include "system/host_paths.h"
 #include <stdexcept>
 
 namespace vexo::tools {
@@ -10,7 +10,7 @@ namespace vexo::tools {
 std::vector<Library> AllLibraries() {
   const std::optional<std::string> shared = accounts::SharedLibraryFolder();
   if (!shared) {
-    throw std::runtime_error(std::string("no shared library: ") + services::kMusicLink +
+    throw std::runtime_error(std::string("no shared library: ") + system::kMusicLink +
                              " is not a link to a folder");
   }
   std::vector<Library> libraries = {{0, "shared", *shared}};

@@ -1,6 +1,6 @@
 #include "scan/output.h"
 
-#include "services/admin_log.h"
+#include "system/admin_log.h"
 #include "text/utf8.h"
 #include <algorithm>
 #include <sys/ioctl.h>
@@ -56,7 +56,7 @@ std::string ProgressBar(std::string_view what, std::size_t done, std::size_t all
 }
 
 std::string Printable(const std::string &path) {
-  std::string text = services::EscapeLogText(text::ToValidUtf8(path));
+  std::string text = system::EscapeLogText(text::ToValidUtf8(path));
   std::replace_if(
       text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
   return text;

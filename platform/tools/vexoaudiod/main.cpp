@@ -1,7 +1,7 @@
 // vexoaudiod: the player daemon. It answers the commands of the control socket from the MPDs of the
 // configuration.
-#include "services/config.h"
-#include "services/host_paths.h"
+#include "system/config.h"
+#include "system/host_paths.h"
 #include "vexoaudiod/control_socket.h"
 #include "vexoaudiod/player_settings.h"
 #include "vexoaudiod/server.h"
@@ -39,7 +39,7 @@ void Serve(const std::string &group) {
   const std::map<int, audiod::PlayerSettings> players = audiod::ConfiguredPlayers();
   if (players.empty()) {
     syslog(LOG_WARNING, "%s has no [player N] section: there is nothing to ask",
-           services::kConfigFile);
+           system::kConfigFile);
   }
   audiod::Server server(players);
   const audiod::ControlSocket socket(audiod::kControlSocket, group);
@@ -51,7 +51,7 @@ void Serve(const std::string &group) {
 int main(int argc, char **argv) {
   openlog("vexoaudiod", LOG_PERROR | LOG_PID, LOG_DAEMON);
   CLI::App app("Answers what is queued on the players, from the MPDs of the configuration.");
-  std::string group = services::Setting("vexoaudiod", "group").value_or("");
+  std::string group = system::Setting("vexoaudiod", "group").value_or("");
   app.add_option("--group", group, "the group whose members may connect, besides this user");
   CLI11_PARSE(app, argc, argv);
   try {

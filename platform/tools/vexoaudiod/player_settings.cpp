@@ -1,5 +1,5 @@
 #include "vexoaudiod/player_settings.h"
-#include "services/config.h"
+#include "system/config.h"
 #include "text/text.h"
 #include <cstdint>
 #include <optional>
@@ -24,7 +24,7 @@ std::optional<int> PlayerNumber(std::string_view name) {
 }
 
 std::string Text(const std::string &section, const char *key, const char *fallback = "") {
-  return services::Setting(section, key).value_or(fallback);
+  return system::Setting(section, key).value_or(fallback);
 }
 
 std::optional<PlayerSettings> ReadSettings(const std::string &section) {
@@ -44,7 +44,7 @@ std::optional<PlayerSettings> ReadSettings(const std::string &section) {
 
 std::map<int, PlayerSettings> ConfiguredPlayers() {
   std::map<int, PlayerSettings> players;
-  for (const std::string &section : services::Sections(kSectionPrefix)) {
+  for (const std::string &section : system::Sections(kSectionPrefix)) {
     const std::optional<int> number = PlayerNumber(section.substr(kSectionPrefix.size()));
     const std::optional<PlayerSettings> settings = ReadSettings(section);
     if (number.has_value() && settings.has_value()) {

@@ -1,7 +1,7 @@
 #include "vexoaudiod/song_ids.h"
 #include "accounts/libraries.h"
-#include "services/boundary.h"
-#include "services/host_paths.h"
+#include "system/boundary.h"
+#include "system/host_paths.h"
 #include <exception>
 #include <unistd.h>
 #include <unordered_map>
@@ -73,7 +73,7 @@ void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdQueue &player)
     }
   }
   // An index that is not there is the scanner's to make, under the scanner's user.
-  if (paths.empty() || (index_ == nullptr && access(services::kIndexFile, F_OK) != 0)) {
+  if (paths.empty() || (index_ == nullptr && access(system::kIndexFile, F_OK) != 0)) {
     return;
   }
   try {
@@ -88,7 +88,7 @@ void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdQueue &player)
     }
   } catch (const std::exception &error) {
     index_.reset();
-    services::LogFailure("songs of a queue", error.what());
+    system::LogFailure("songs of a queue", error.what());
   }
 }
 

@@ -1,7 +1,7 @@
 // zip -q -0 -G -r -@ - : the archive of a download, from names on standard input to standard
 // output.
 
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "zip/archive_names.h"
 #include <csignal>
 #include <cstdio>
@@ -51,5 +51,5 @@ int main(int argc, char **argv) {
   std::ios::sync_with_stdio(false);
   // Larger hand-overs; a pipe that cannot grow serves as it is.
   static_cast<void>(fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kPipeBytes));
-  return vexo::services::Guarded("zip", kBroken, Archive);
+  return vexo::system::Guarded("zip", kBroken, Archive);
 }

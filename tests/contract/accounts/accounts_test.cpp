@@ -11,7 +11,7 @@
 namespace vexo::accounts {
 namespace {
 
-using services::kAccountsFile;
+using system::kAccountsFile;
 
 class Accounts : public DeviceRootTest {};
 

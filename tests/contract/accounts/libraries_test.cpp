@@ -24,7 +24,7 @@ protected:
     return AddAccount(account);
   }
   static std::string Personal(const std::string &name) {
-    return std::string(services::kHomes) + "/" + name + "/music";
+    return std::string(system::kHomes) + "/" + name + "/music";
   }
   static std::string Song(const std::string &path) {
     fs::create_directories(fs::path(path).parent_path());
@@ -41,9 +41,9 @@ TEST_F(Libraries, OfOwnerZeroIsTheTargetOfTheLink) {
 }
 
 TEST_F(Libraries, WithoutTheLinkAreNotShared) {
-  fs::remove(services::kMusicLink);
+  fs::remove(system::kMusicLink);
   EXPECT_FALSE(SharedLibraryFolder());
-  fs::create_directory(services::kMusicLink);
+  fs::create_directory(system::kMusicLink);
   EXPECT_FALSE(SharedLibraryFolder());
 }
 
@@ -74,7 +74,7 @@ TEST(IsWithin, ComparesWholeComponents) {
 TEST_F(Libraries, LetSongsOfTheSharedLibraryGo) {
   const std::string song = Song(library() + "/album/a.mp3");
   EXPECT_EQ(SendableSongFile(song, "carol"), song);
-  EXPECT_EQ(SendableSongFile(std::string(services::kMusicLink) + "/album/a.mp3", "bob"), song);
+  EXPECT_EQ(SendableSongFile(std::string(system::kMusicLink) + "/album/a.mp3", "bob"), song);
 }
 
 TEST_F(Libraries, LetSongsOfOnesOwnGo) {

@@ -7,7 +7,7 @@
 namespace vexo::accounts {
 namespace {
 
-using services::kPasswordFile;
+using system::kPasswordFile;
 
 class Passwords : public DeviceRootTest {
 protected:

@@ -10,8 +10,8 @@ class UnreadableAccounts : public DeviceRootTest {
 protected:
   /// Reading a folder is the failure that root sees, too.
   static void MakeUnreadable() {
-    std::filesystem::remove(vexo::services::kAccountsFile);
-    std::filesystem::create_directory(vexo::services::kAccountsFile);
+    std::filesystem::remove(vexo::system::kAccountsFile);
+    std::filesystem::create_directory(vexo::system::kAccountsFile);
   }
 };
 

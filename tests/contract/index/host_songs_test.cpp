@@ -105,8 +105,8 @@ TEST_F(HostSongs, AFailureLeavesTheHeadUntouched) {
 
 TEST_F(HostSongs, ABrokenIndexIsAFailure) {
   vexo::index::SetProcessIndex(nullptr);
-  WriteBytes(vexo::services::kIndexFile, std::string(5000, 'x'));
-  std::filesystem::remove(std::string(vexo::services::kIndexFile) + "-wal");
+  WriteBytes(vexo::system::kIndexFile, std::string(5000, 'x'));
+  std::filesystem::remove(std::string(vexo::system::kIndexFile) + "-wal");
   auto *untouched = reinterpret_cast<VEXOPlaylistRec *>(1);
   VEXOPlaylistRec *head = untouched;
   EXPECT_EQ(VEXOMusicListGetByID("shared", 0, &head, "1"), -1);

@@ -62,7 +62,7 @@ protected:
   /// The administrative log's lines about removed songs, without their times and codes.
   static Texts RemovedInLog() {
     Texts removed;
-    std::istringstream log(ReadBytes(services::kAdminLog));
+    std::istringstream log(ReadBytes(system::kAdminLog));
     for (std::string line; std::getline(log, line);) {
       removed.push_back(line.substr(line.rfind('\t') + 1));
     }
@@ -272,7 +272,7 @@ TEST_P(Edits, RemoveMissingOfALibraryThatIsNotMountedFailsAndChangesNothing) {
 }
 
 TEST_P(Edits, RemoveMissingWithoutASharedLibraryFails) {
-  fs::remove(services::kMusicLink);
+  fs::remove(system::kMusicLink);
   WriteBytes(path_, M3u({library() + "/gone.mp3"}));
   EXPECT_EQ(RemoveMissing(), -1);
   EXPECT_EQ(ReadBytes(path_), M3u({library() + "/gone.mp3"}));
@@ -355,7 +355,7 @@ TEST_F(Writing, HappensInsideThePlaylistsFoldersOnly) {
   for (const std::string &path :
        {library() + "/a.m3u", Shared("../a.m3u"), Shared("../../a.m3u"), Shared("link/a.m3u"),
         Shared("none/a.m3u"), Shared("."), Shared(".."), Shared(""), std::string("a.m3u"),
-        std::string(), std::string("/"), std::string(services::kTemporary) + "/a.m3u",
+        std::string(), std::string("/"), std::string(system::kTemporary) + "/a.m3u",
         Preferences("bob") + "/a.m3u", Personal("bob") + "/playlists/a.m3u",
         Shared(std::string(300, 'n')), Shared("\n/../../x"),
         std::string("/") + std::string(5000, 'p')}) {

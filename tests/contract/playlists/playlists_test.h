@@ -3,8 +3,8 @@
 #include "index/media_index.h"
 #include "index/records.h"
 #include "playlists/m3u.h"
-#include "services/host_paths.h"
 #include "support/device_root.h"
+#include "system/host_paths.h"
 #include "vexo/audio_file.h"
 #include "vexo/media_index.h"
 #include "vexo/playlist_file.h"
@@ -79,10 +79,10 @@ protected:
     return id;
   }
   static std::string Personal(const std::string &name) {
-    return std::string(services::kHomes) + "/" + name + "/music";
+    return std::string(system::kHomes) + "/" + name + "/music";
   }
   static std::string Preferences(const std::string &name) {
-    return std::string(services::kPreferences) + "/" + name;
+    return std::string(system::kPreferences) + "/" + name;
   }
   static std::string Shared(const std::string &name) { return library() + "/playlists/" + name; }
 

@@ -35,8 +35,8 @@ protected:
   }
   static void Know(const std::vector<index::Song> &songs) {
     index::SetProcessIndex(nullptr);
-    fs::remove(services::kIndexFile);
-    index::SetProcessIndex(std::make_unique<AskedIndex>(services::kIndexFile));
+    fs::remove(system::kIndexFile);
+    index::SetProcessIndex(std::make_unique<AskedIndex>(system::kIndexFile));
     index::ProcessIndex().WriteSongs(songs, {});
   }
   static index::SongList Read(const std::string &path, int offset = 0, int limit = 0) {
@@ -81,7 +81,7 @@ TEST_F(Reading, OfStreamsAloneAsksNothing) {
 }
 
 TEST_F(Reading, AnIndexThatFailsCostsOnlyWhatItWouldKnow) {
-  WriteBytes(services::kIndexFile, std::string(8192, 'x'));
+  WriteBytes(system::kIndexFile, std::string(8192, 'x'));
   WriteBytes(file_, M3u({"#EXTINF:5,A - T", "/a"}));
   const auto songs = Read(file_);
   ASSERT_EQ(count_, 1);
@@ -205,7 +205,7 @@ protected:
     playlist->Release();
     return paths;
   }
-  const std::string queue_ = std::string(services::kTemporary) + "/playing_bob.pls";
+  const std::string queue_ = std::string(system::kTemporary) + "/playing_bob.pls";
 };
 
 TEST_F(Loading, ReadsPls) {
@@ -217,7 +217,7 @@ TEST_F(Loading, ReadsPls) {
 
 TEST_F(Loading, ReadsM3uWhateverItsName) {
   Know({Song("/a", "Title")});
-  const std::string file = std::string(services::kTemporary) + "/==DynaRandom100==.bob";
+  const std::string file = std::string(system::kTemporary) + "/==DynaRandom100==.bob";
   WriteBytes(file, M3u({"/a", "/b"}));
   EXPECT_EQ(Load(file), (Texts{"/a", "/b"}));
 }
@@ -229,7 +229,7 @@ TEST_F(Loading, OfAnEmptyFileGivesAnEmptyPlaylist) {
 
 TEST_F(Loading, RefusesLinksFoldersAndPipes) {
   WriteBytes(library() + "/real.pls", "[playlist]\nFile1=/a\n");
-  const std::string other = std::string(services::kTemporary) + "/other";
+  const std::string other = std::string(system::kTemporary) + "/other";
   fs::create_symlink(library() + "/real.pls", queue_);
   EXPECT_EQ(Load(queue_), Texts{"not loaded"});
   fs::create_directory(other);
@@ -255,7 +255,7 @@ protected:
   static int Create(const std::string &path, int count = 100) {
     return AudioFile::PlaylistRandomCreate("shared", 0, path.c_str(), count);
   }
-  const std::string file_ = std::string(services::kTemporary) + "/==DynaRandom100==.bob";
+  const std::string file_ = std::string(system::kTemporary) + "/==DynaRandom100==.bob";
 };
 
 TEST_F(Random, WritesSongsThatLoad) {
@@ -280,7 +280,7 @@ TEST_F(Random, ReplacesAPlantedLinkAndNotWhatItNames) {
 
 TEST_F(Random, RefusesOtherFolders) {
   Know({Song("/a", "A")});
-  const std::string temporary = services::kTemporary;
+  const std::string temporary = system::kTemporary;
   fs::create_directory(temporary + "/sub");
   fs::create_directory_symlink(library(), temporary + "/link");
   for (const std::string &path :

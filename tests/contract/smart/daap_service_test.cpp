@@ -8,7 +8,7 @@ class DaapServiceTest : public DeviceRootTest {
 protected:
   /// The result of a restart with that configuration file.
   static bool RestartGives(int result, const std::string &configuration) {
-    WriteBytes(vexo::services::kConfigFile, configuration);
+    WriteBytes(vexo::system::kConfigFile, configuration);
     return InOwnProcess([&] { return iTunesServiceCheckAndReStart() == result; });
   }
 };

@@ -124,7 +124,7 @@ TEST_F(SmartSongsTest, ABrokenPlaylistFailsAndTheOthersWork) {
 
 TEST_F(SmartSongsTest, ADamagedIndexFails) {
   WriteBytes(kSharedRules, "\"All\" { year > 0 }");
-  WriteBytes(vexo::services::kIndexFile, std::string(8192, 'x'));
+  WriteBytes(vexo::system::kIndexFile, std::string(8192, 'x'));
   EXPECT_TRUE(InOwnProcess([] {
     Songs songs;
     int count = -7;

@@ -55,4 +55,4 @@ struct Record : iTunesPlaylist {
   Record &operator=(const Record &) = delete;
 };
 
-inline const std::string kSharedRules = vexo::services::kSharedSmartRules;
+inline const std::string kSharedRules = vexo::system::kSharedSmartRules;

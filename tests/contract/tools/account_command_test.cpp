@@ -31,7 +31,7 @@ protected:
   }
 
   static std::string HashOf(const std::string &name) {
-    std::istringstream lines(ReadBytes(services::kPasswordFile));
+    std::istringstream lines(ReadBytes(system::kPasswordFile));
     for (std::string line; std::getline(lines, line);) {
       if (line.starts_with(name + ":")) {
         return line.substr(name.size() + 1);
@@ -118,10 +118,10 @@ TEST_F(AccountCommand, ListsAnAccountALine) {
   EXPECT_EQ(Run({"account", "list"}), "");
   Run({"account", "add", "anna", "--personal", "on"});
   Run({"account", "add", "ben"});
-  const std::string preferences = services::kPreferences;
-  EXPECT_EQ(Run({"account", "list"}), "1\tanna\t" + std::string(services::kHomes) +
-                                          "/anna/music\t" + preferences + "/anna\n2\tben\t-\t" +
-                                          preferences + "/ben\n");
+  const std::string preferences = system::kPreferences;
+  EXPECT_EQ(Run({"account", "list"}), "1\tanna\t" + std::string(system::kHomes) + "/anna/music\t" +
+                                          preferences + "/anna\n2\tben\t-\t" + preferences +
+                                          "/ben\n");
 }
 
 TEST_F(AccountCommand, RemovesTheAccountAndItsPassword) {
@@ -129,7 +129,7 @@ TEST_F(AccountCommand, RemovesTheAccountAndItsPassword) {
   Run({"account", "remove", "anna"});
   EXPECT_FALSE(FindAccount("anna"));
   EXPECT_EQ(HashOf("anna"), "");
-  EXPECT_TRUE(std::filesystem::exists(std::string(services::kPreferences) + "/anna"));
+  EXPECT_TRUE(std::filesystem::exists(std::string(system::kPreferences) + "/anna"));
 }
 
 TEST_F(AccountCommand, RemovesWhatTheIndexKnowsOfTheAccountsSongs) {
@@ -152,7 +152,7 @@ TEST_F(AccountCommand, RemovesWhatTheIndexKnowsOfTheAccountsSongs) {
 TEST_F(AccountCommand, RemovesAnAccountWithoutMakingAnIndex) {
   Run({"account", "add", "anna"});
   Run({"account", "remove", "anna"});
-  EXPECT_FALSE(std::filesystem::exists(services::kIndexFile));
+  EXPECT_FALSE(std::filesystem::exists(system::kIndexFile));
 }
 
 TEST_F(AccountCommand, GivesAnotherPassword) {

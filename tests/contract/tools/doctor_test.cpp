@@ -242,7 +242,7 @@ TEST_F(Doctor, TemporaryFilesOfWritersThatAreGoneAreRemoved) {
   fs::create_directories(preference);
   for (const std::string &folder :
        {library() + "/playlists", preference, std::string(DEVICE_ROOT "/etc"),
-        std::string(DEVICE_ROOT "/etc/vexo"), std::string(services::kTemporary)}) {
+        std::string(DEVICE_ROOT "/etc/vexo"), std::string(system::kTemporary)}) {
     const std::string file = folder + "/" + TemporaryName(DeadProcess());
     WriteBytes(file, "half");
     ExpectMended("a writer that is gone has left " + file);
@@ -251,7 +251,7 @@ TEST_F(Doctor, TemporaryFilesOfWritersThatAreGoneAreRemoved) {
 }
 
 TEST_F(Doctor, OnlyFilesAreTakenForTemporaryFiles) {
-  fs::create_directory(services::kTemporary + ("/" + TemporaryName(DeadProcess())));
+  fs::create_directory(system::kTemporary + ("/" + TemporaryName(DeadProcess())));
   EXPECT_EQ(Examine(), 0U);
   EXPECT_THAT(output_.lines, IsEmpty());
 }
@@ -328,13 +328,13 @@ TEST_F(Doctor, OnlyFoldersWithSuchNamesAreTakenForWorkingFolders) {
 TEST_F(Doctor, AnIndexThatCannotBeOpenedIsAFindingAndTheRestIsExamined) {
   index_.reset();
   for (const char *suffix : {"", "-wal", "-shm"}) {
-    fs::remove(std::string(services::kIndexFile) + suffix);
+    fs::remove(std::string(system::kIndexFile) + suffix);
   }
-  WriteBytes(services::kIndexFile, std::string(5000, 'x'));
+  WriteBytes(system::kIndexFile, std::string(5000, 'x'));
   fs::create_directory(DEVICE_ROOT "/tmp/audiodlAb3xYz");
   EXPECT_EQ(Examine(), 2U);
   EXPECT_EQ(Examine(true), 1U);
-  EXPECT_EQ(ReadBytes(services::kIndexFile), std::string(5000, 'x'));
+  EXPECT_EQ(ReadBytes(system::kIndexFile), std::string(5000, 'x'));
 }
 
 } // namespace

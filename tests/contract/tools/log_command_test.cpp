@@ -1,6 +1,6 @@
 #include "playlistctl/log_command.h"
-#include "services/admin_log.h"
 #include "support/device_root.h"
+#include "system/admin_log.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
@@ -76,8 +76,8 @@ protected:
 TEST_F(LogCommand, PrintsNothingWithoutALog) { EXPECT_EQ(Run({"log"}), ""); }
 
 TEST_F(LogCommand, PrintsTheEvents) {
-  services::AppendAdminLog(1, {"first"});
-  services::AppendAdminLog(2, {"second"});
+  system::AppendAdminLog(1, {"first"});
+  system::AppendAdminLog(2, {"second"});
   const std::string all = Run({"log"});
   EXPECT_NE(all.find("00000001  first\n"), std::string::npos);
   EXPECT_NE(all.find("00000002  second\n"), std::string::npos);

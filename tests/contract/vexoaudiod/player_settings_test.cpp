@@ -15,7 +15,7 @@ protected:
   /// Whether `check` holds for the players of this configuration.
   static bool Hold(const std::string &configuration,
                    const std::function<bool(const Players &)> &check) {
-    WriteBytes(services::kConfigFile, configuration);
+    WriteBytes(system::kConfigFile, configuration);
     const pid_t child = fork();
     if (child == 0) {
       _exit(check(ConfiguredPlayers()) ? 0 : 1);

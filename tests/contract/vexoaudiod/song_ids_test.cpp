@@ -38,7 +38,7 @@ protected:
   }
   /// Completes the entries of an MPD with this folder.
   static void Complete(std::vector<QueueEntry> &entries, const std::string &directory) {
-    const std::string path = std::string(services::kTemporary) + "/mpd";
+    const std::string path = std::string(system::kTemporary) + "/mpd";
     const ScriptedMpd mpd(path, QueueOfFiles(0));
     MpdQueue queue({path, 0, "", directory});
     queue.Fetch(0, 1);
@@ -88,8 +88,8 @@ TEST_F(SongIdsTest, ASongTwiceInTheQueueGetsItsIdTwice) {
 TEST_F(SongIdsTest, ALibraryNamedByItsLinkIsTheFolderBehindIt) {
   std::filesystem::create_directory_symlink(library(), DEVICE_ROOT "/tmp/another link");
   Index({Song(library() + "/a/b.mp3")});
-  for (const std::string &directory : {library(), std::string(services::kMusicLink),
-                                       std::string(DEVICE_ROOT "/tmp/another link")}) {
+  for (const std::string &directory :
+       {library(), std::string(system::kMusicLink), std::string(DEVICE_ROOT "/tmp/another link")}) {
     std::vector<QueueEntry> entries = {Entry(directory, "a/b.mp3")};
     Complete(entries, directory);
     EXPECT_GT(entries[0].song_id, 0) << directory;
@@ -100,10 +100,10 @@ TEST_F(SongIdsTest, ALibraryNamedByItsLinkIsTheFolderBehindIt) {
 TEST_F(SongIdsTest, ALibraryWhoseLinkLeadsToAnotherLinkIsNamedByThatOne) {
   const std::string named = DEVICE_ROOT "/tmp/volume";
   std::filesystem::create_directory_symlink(library(), named);
-  std::filesystem::remove(services::kMusicLink);
-  std::filesystem::create_directory_symlink(named, services::kMusicLink);
+  std::filesystem::remove(system::kMusicLink);
+  std::filesystem::create_directory_symlink(named, system::kMusicLink);
   Index({Song(named + "/a/b.mp3")});
-  for (const std::string &directory : {library(), named, std::string(services::kMusicLink)}) {
+  for (const std::string &directory : {library(), named, std::string(system::kMusicLink)}) {
     std::vector<QueueEntry> entries = {Entry(directory, "a/b.mp3")};
     Complete(entries, directory);
     EXPECT_GT(entries[0].song_id, 0) << directory;
@@ -132,11 +132,11 @@ TEST_F(SongIdsTest, AnIndexThatIsNotThereIsNotMade) {
   std::vector<QueueEntry> entries = {Entry("/srv", "a.mp3")};
   Complete(entries, "/srv");
   EXPECT_EQ(entries[0].song_id, 0);
-  EXPECT_FALSE(std::filesystem::exists(services::kIndexFile));
+  EXPECT_FALSE(std::filesystem::exists(system::kIndexFile));
 }
 
 TEST_F(SongIdsTest, AnIndexThatIsDamagedDoesNoHarm) {
-  WriteBytes(services::kIndexFile, std::string(10000, 'x'));
+  WriteBytes(system::kIndexFile, std::string(10000, 'x'));
   std::vector<QueueEntry> entries = {Entry("/srv", "a.mp3")};
   Complete(entries, "/srv");
   EXPECT_EQ(entries[0].song_id, 0);

@@ -77,7 +77,7 @@ protected:
     }
   }
   static std::string Personal(const std::string &user) {
-    return std::string(vexo::services::kHomes) + "/" + user + "/music";
+    return std::string(vexo::system::kHomes) + "/" + user + "/music";
   }
   /// Sends a file to a client of "ann"; what the client got.
   static CgiAnswer Send(const std::string &path) {

@@ -115,7 +115,7 @@ TEST_F(WebManTest, LetsARequestFromItsOwnPagesPass) {
 }
 
 TEST_F(WebManTest, RefusesEveryoneWhileTheAccountsCannotBeRead) {
-  WriteBytes(vexo::services::kAccountsFile, "garbage");
+  WriteBytes(vexo::system::kAccountsFile, "garbage");
   ExpectRefusal(Authorize(RequestOf({})), "500");
 }
 
@@ -126,7 +126,7 @@ TEST_F(WebManTest, NamesTheLoginUserAndThePreferenceFolder) {
     printf("%s %s", web.GetLoginUserName().c_str(), web.GetPreferenceDir().c_str());
     return authorized ? 1 : 0;
   });
-  EXPECT_EQ(answer.output, "alice " + std::string(vexo::services::kPreferences) + "/alice");
+  EXPECT_EQ(answer.output, "alice " + std::string(vexo::system::kPreferences) + "/alice");
 }
 
 TEST_F(WebManTest, NamesNobodyWithoutAUser) {

@@ -56,7 +56,7 @@ protected:
   static std::string folder() { return DEVICE_ROOT "/tmp/audiodl"; }
   static std::string archive() { return DEVICE_ROOT "/archive.zip"; }
   static std::string Personal(const std::string &user) {
-    return std::string(vexo::services::kHomes) + "/" + user + "/music";
+    return std::string(vexo::system::kHomes) + "/" + user + "/music";
   }
 
   /// A song of the shared library, and a link to it in the working folder.

@@ -102,7 +102,7 @@ TEST_F(ArchiveNamesTest, NothingLeadsOutOfTheLibraries) {
       {"process", "/proc/self/environ"},
       {"descriptor", "/proc/self/fd/0"},
       {"system", "/etc/passwd"},
-      {"accounts", vexo::services::kAccountsFile},
+      {"accounts", vexo::system::kAccountsFile},
   };
   std::string names = "/etc/passwd\n../../secret\n/proc/self/environ\n.\n..\n/\n";
   for (const auto &row : rows) {

@@ -1,10 +1,10 @@
-#include "services/boundary.h"
+#include "system/boundary.h"
 
-#include "services/admin_log.h"
+#include "system/admin_log.h"
 #include <cstring>
 #include <syslog.h>
 
-namespace vexo::services {
+namespace vexo::system {
 
 void LogFailure(const char *operation, const char *cause) noexcept {
   try {
@@ -23,4 +23,4 @@ bool CopyOut(const char *text, char *buffer, int size) noexcept {
   return true;
 }
 
-} // namespace vexo::services
+} // namespace vexo::system

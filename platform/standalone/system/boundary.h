@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-namespace vexo::services {
+namespace vexo::system {
 
 /// Writes one line to the system log at error priority: "OPERATION: CAUSE". Control characters of
 /// the cause are escaped, as it may hold a client's texts and the line also reaches other logs.
@@ -28,4 +28,4 @@ Result Guarded(const char *operation, Result failure, Body &&body) noexcept {
 /// it does not fit.
 bool CopyOut(const char *text, char *buffer, int size) noexcept;
 
-} // namespace vexo::services
+} // namespace vexo::system

@@ -1,8 +1,8 @@
-#include "services/admin_log.h"
+#include "system/admin_log.h"
 
 #include "files/file_descriptor.h"
-#include "services/boundary.h"
-#include "services/host_paths.h"
+#include "system/boundary.h"
+#include "system/host_paths.h"
 #include "vexo/core.h"
 #include <array>
 #include <cerrno>
@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <system_error>
 
-namespace vexo::services {
+namespace vexo::system {
 namespace {
 
 std::string EventHeader(unsigned event) {
@@ -82,18 +82,18 @@ void AppendAdminLog(unsigned event, const std::vector<std::string> &texts) {
   }
 }
 
-} // namespace vexo::services
+} // namespace vexo::system
 
 int VEXOLogSet1(int /*kind*/, int /*level*/, unsigned event, const char *text, const char *a,
                 const char *b, const char *c) {
-  return vexo::services::Guarded("VEXOLogSet1", -1, [&] {
+  return vexo::system::Guarded("VEXOLogSet1", -1, [&] {
     std::vector<std::string> texts;
     for (const char *part : {text, a, b, c}) {
       if (part != nullptr && *part != '\0') {
         texts.emplace_back(part);
       }
     }
-    vexo::services::AppendAdminLog(event, texts);
+    vexo::system::AppendAdminLog(event, texts);
     return 0;
   });
 }

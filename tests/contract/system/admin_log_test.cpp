@@ -1,12 +1,12 @@
-#include "services/admin_log.h"
 #include "support/device_root.h"
+#include "system/admin_log.h"
 #include "vexo/core.h"
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <system_error>
 #include <thread>
 
-namespace vexo::services {
+namespace vexo::system {
 namespace {
 
 using ::testing::MatchesRegex;
@@ -76,4 +76,4 @@ TEST(EscapeLogText, KeepsEverythingElse) {
 }
 
 } // namespace
-} // namespace vexo::services
+} // namespace vexo::system

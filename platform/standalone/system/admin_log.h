@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vexo::services {
+namespace vexo::system {
 
 /// Appends an event with `texts`. One write, so lines of several processes do not mix. Makes the
 /// log and its folder when missing. Throws std::system_error.
@@ -17,4 +17,4 @@ void AppendAdminLog(unsigned event, const std::vector<std::string> &texts);
 /// can thus neither forge a line nor command a terminal.
 std::string EscapeLogText(std::string_view text);
 
-} // namespace vexo::services
+} // namespace vexo::system

@@ -1,6 +1,6 @@
-#include "services/run_program.h"
+#include "system/run_program.h"
 
-#include "services/boundary.h"
+#include "system/boundary.h"
 #include "vexo/core.h"
 #include <cerrno>
 #include <csignal>
@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace vexo::services {
+namespace vexo::system {
 namespace {
 
 /// How the program is started: nothing to read, no output that would mix with the answer, and the
@@ -81,11 +81,11 @@ int RunProgram(const std::string &path, const std::vector<std::string> &argument
   return Guarded("RunProgram", -1, [&] { return SpawnAndWait(path, arguments); });
 }
 
-} // namespace vexo::services
+} // namespace vexo::system
 
 int VLIBCExec(const char *path, const char *arg1, const char *arg2, const char *arg3,
               const char *arg4) {
-  return vexo::services::Guarded("VLIBCExec", -1, [&] {
+  return vexo::system::Guarded("VLIBCExec", -1, [&] {
     std::vector<std::string> arguments;
     for (const char *argument : {arg1, arg2, arg3, arg4}) {
       if (argument == nullptr) {
@@ -93,6 +93,6 @@ int VLIBCExec(const char *path, const char *arg1, const char *arg2, const char *
       }
       arguments.emplace_back(argument);
     }
-    return path == nullptr ? -1 : vexo::services::RunProgram(path, arguments);
+    return path == nullptr ? -1 : vexo::system::RunProgram(path, arguments);
   });
 }

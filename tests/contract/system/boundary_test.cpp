@@ -1,10 +1,10 @@
-#include "services/boundary.h"
 #include "support/logged_by.h"
+#include "system/boundary.h"
 #include <array>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
-namespace vexo::services {
+namespace vexo::system {
 namespace {
 
 TEST(Guarded, GivesTheBodysResult) {
@@ -44,4 +44,4 @@ TEST(CopyOut, CopiesNothingThatDoesNotFit) {
 }
 
 } // namespace
-} // namespace vexo::services
+} // namespace vexo::system

@@ -1,8 +1,8 @@
-#include "services/config.h"
+#include "system/config.h"
 
 #include "files/durable_file.h"
-#include "services/boundary.h"
-#include "services/host_paths.h"
+#include "system/boundary.h"
+#include "system/host_paths.h"
 #include "text/code_page.h"
 #include "text/text.h"
 #include "vexo/core.h"
@@ -10,7 +10,7 @@
 #include <ini.h>
 #include <system_error>
 
-namespace vexo::services {
+namespace vexo::system {
 namespace {
 
 struct Entry {
@@ -91,10 +91,10 @@ int HostCodePage() {
                                                                  : text::kUtf8CodePage;
 }
 
-} // namespace vexo::services
+} // namespace vexo::system
 
 int VEXOAudioConfGet(const char *key, char *buffer, int size) {
-  using namespace vexo::services;
+  using namespace vexo::system;
   return Guarded("VEXOAudioConfGet", 0, [&] {
     if (key == nullptr || buffer == nullptr) {
       return 0;

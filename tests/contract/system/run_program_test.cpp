@@ -1,12 +1,12 @@
-#include "services/run_program.h"
 #include "support/temporary_folder.h"
+#include "system/run_program.h"
 #include "vexo/core.h"
 #include <csignal>
 #include <gtest/gtest.h>
 
 namespace {
 
-using vexo::services::RunProgram;
+using vexo::system::RunProgram;
 
 TEST(VLIBCExec, GivesTheExitStatus) {
   EXPECT_EQ(VLIBCExec("/bin/true", nullptr, nullptr, nullptr, nullptr), 0);

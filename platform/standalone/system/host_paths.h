@@ -6,7 +6,7 @@
 #define DEVICE_ROOT ""
 #endif
 
-namespace vexo::services {
+namespace vexo::system {
 
 /// The link to the shared music library.
 inline constexpr const char *kMusicLink = DEVICE_ROOT "/var/services/music";
@@ -23,4 +23,4 @@ inline constexpr const char *kAdminLog = DEVICE_ROOT "/var/log/vexo/admin.log";
 inline constexpr const char *kSharedSmartRules = DEVICE_ROOT "/etc/mt-daapd.playlist";
 inline constexpr const char *kTemporary = DEVICE_ROOT "/tmp";
 
-} // namespace vexo::services
+} // namespace vexo::system

@@ -1,6 +1,6 @@
 // The text helpers of vexo/core.h.
-#include "services/boundary.h"
-#include "services/config.h"
+#include "system/boundary.h"
+#include "system/config.h"
 #include "text/code_page.h"
 #include "text/string_list.h"
 #include "text/text.h"
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <new>
 
-using vexo::services::Guarded;
+using vexo::system::Guarded;
 
 PSZLIST VLIBCSzListAlloc(int size) {
   if (size < 0) {
@@ -48,7 +48,7 @@ int VLIBCCodePageGet(int which, int *codePage) {
     if (which != kHostTexts || codePage == nullptr) {
       return -1;
     }
-    *codePage = vexo::services::HostCodePage();
+    *codePage = vexo::system::HostCodePage();
     return 0;
   });
 }
@@ -59,7 +59,7 @@ int VLIBCUnicodeStrUTF8ToCP(int codePage, const char *utf8, char *buffer, int si
       return -1;
     }
     const std::optional<std::string> bytes = vexo::text::FromUtf8(codePage, utf8);
-    if (!bytes || !vexo::services::CopyOut(bytes->c_str(), buffer, size)) {
+    if (!bytes || !vexo::system::CopyOut(bytes->c_str(), buffer, size)) {
       return -1;
     }
     return static_cast<int>(bytes->size());

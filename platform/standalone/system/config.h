@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vexo::services {
+namespace vexo::system {
 
 /// The value of `key` in `[section]`, the last one when it stands there twice; nothing when the
 /// file or the key is not there. A file that cannot be parsed is logged with its line, and what
@@ -20,4 +20,4 @@ std::vector<std::string> Sections(std::string_view prefix);
 /// number.
 int HostCodePage();
 
-} // namespace vexo::services
+} // namespace vexo::system

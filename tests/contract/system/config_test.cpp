@@ -1,13 +1,13 @@
 // The configuration is read once a process, so each of these asks a process of its own.
-#include "services/config.h"
 #include "support/device_root.h"
+#include "system/config.h"
 #include "vexo/core.h"
 #include <array>
 #include <functional>
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace vexo::services {
+namespace vexo::system {
 namespace {
 
 /// Whether `check` holds in a fresh process.
@@ -100,4 +100,4 @@ TEST_F(Config, KnowsNoOtherCodePage) {
 }
 
 } // namespace
-} // namespace vexo::services
+} // namespace vexo::system
