@@ -132,7 +132,10 @@ bool IsSongName(std::string_view name) {
          kSongExtensions.end();
 }
 
-bool IsPlaylistName(std::string_view name) { return Extension(name) == "m3u"; }
+bool IsPlaylistName(std::string_view name) {
+  const std::string extension = Extension(name);
+  return extension == "m3u" || extension == "m3u8";
+}
 
 std::string_view FileName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 

@@ -30,7 +30,7 @@ Walk WalkFolder(const std::string &folder, const std::function<bool(std::string_
 
 /// Whether a file name is that of a song, by its extension in any letter case.
 bool IsSongName(std::string_view name);
-/// Whether a file name is that of a playlist.
+/// Whether a file name is that of a playlist: .m3u or .m3u8, in any letter case.
 bool IsPlaylistName(std::string_view name);
 
 /// The extension of a file name in lower case, without its dot; empty when it has none.

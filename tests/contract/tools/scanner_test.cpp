@@ -287,14 +287,16 @@ TEST_F(Scanner, PlaylistFilesWithoutARowGetTheirRow) {
   File("playlists/one.m3u", "#EXTM3U\n");
   File("playlists/.hidden.m3u", "");
   File("playlists/sub/two.M3U", "");
+  File("playlists/three.m3u8", "");
   File("playlists/notes.txt", "");
-  File("elsewhere/three.m3u", "");
-  EXPECT_EQ(Scan().playlists_added, 3U);
+  File("elsewhere/four.m3u", "");
+  EXPECT_EQ(Scan().playlists_added, 4U);
   std::vector<std::string> titles;
   for (const index::Playlist &row : index_->AllPlaylists(0)) {
     titles.push_back(row.title + "|" + row.album);
   }
-  EXPECT_THAT(titles, UnorderedElementsAre("one|playlists", ".hidden|playlists", "two|sub"));
+  EXPECT_THAT(titles, UnorderedElementsAre("one|playlists", ".hidden|playlists", "two|sub",
+                                           "three|playlists"));
   const auto row = index_->PlaylistByPath(0, Path("playlists/one.m3u"));
   ASSERT_TRUE(row);
   struct stat status {};

@@ -125,7 +125,8 @@ TEST(FileNames, ExtensionAndStem) {
   EXPECT_EQ(FileName("/x/y"), "y");
   EXPECT_EQ(FileName("y"), "y");
   EXPECT_TRUE(IsPlaylistName("a.M3U"));
-  EXPECT_FALSE(IsPlaylistName("a.m3u8"));
+  EXPECT_TRUE(IsPlaylistName("a.m3u8"));
+  EXPECT_FALSE(IsPlaylistName("a.m3u88"));
   EXPECT_FALSE(IsPlaylistName("m3u"));
 }
 
