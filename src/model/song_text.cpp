@@ -1,22 +1,10 @@
 #include "model/log_line.h"
+#include "model/parse_json.h"
 #include "model/song_json.h"
-
-namespace {
-
-/// Whether `text` is JSON. The parser throws where it is nested too deep.
-bool Parse(const char *text, Json::Value &value) {
-  try {
-    return Json::Reader().parse(text, value, true);
-  } catch (const Json::Exception &) {
-    return false;
-  }
-}
-
-} // namespace
 
 bool GetSongsByText(const char *text, SongList &songs, int *count) {
   Json::Value elements;
-  if (!Parse(text, elements)) {
+  if (!ParseJson(text, elements)) {
     LOG_LINE("Failed to parse json.");
     return false;
   }

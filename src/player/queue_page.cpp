@@ -1,22 +1,18 @@
 #include "player/queue_page.h"
+
+#include "model/parse_json.h"
 #include <cstring>
-#include <string>
 #include <utility>
 
 namespace {
 
 /// The object that the text holds; an empty one when it does not hold any.
-Json::Value ParseObject(const std::string &text) {
+Json::Value ParseObject(std::string_view text) {
   Json::Value root;
-  try {
-    Json::Reader reader;
-    if (reader.parse(text, root, true) && root.isObject()) {
-      return root;
-    }
-  } catch (const Json::Exception &) {
-    // Nested too deep: as good as no JSON at all.
+  if (!ParseJson(text, root) || !root.isObject()) {
+    root = Json::Value(Json::objectValue);
   }
-  return Json::Value(Json::objectValue);
+  return root;
 }
 
 std::optional<int> QueueTotal(const Json::Value &total) {
@@ -32,7 +28,7 @@ std::optional<int> QueueTotal(const Json::Value &total) {
 } // namespace
 
 std::optional<QueuePage> QueuePageParse(const char *reply, std::size_t size) {
-  Json::Value root = ParseObject(std::string(reply, strnlen(reply, size)));
+  Json::Value root = ParseObject({reply, strnlen(reply, size)});
   Json::Value &entries = root["uris"];
   const std::optional<int> total = QueueTotal(root["total"]);
   if (!total.has_value() || !(entries.isNull() || entries.isArray())) {
