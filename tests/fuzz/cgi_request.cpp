@@ -1,7 +1,8 @@
-// The parameters of a request, from whatever bytes a client sends. The first byte says how they are
+// A request, from whatever bytes a client sends. The first byte says how they are
 // read.
 #include "text/text.h"
 #include "text/utf8.h"
+#include "web/admission.h"
 #include "web/header_value.h"
 #include "web/parameters.h"
 #include "web/same_site.h"
@@ -71,6 +72,33 @@ void ReadOrigin(std::string_view bytes) {
   }
 }
 
+/// A request of lines: method, query, and what a browser tells of where it comes from. An empty
+/// line leaves the variable out.
+void AdmitRequest(std::string_view bytes) {
+  for (const char *name : {"REQUEST_METHOD", "QUERY_STRING", "HTTP_HOST", "HTTP_SEC_FETCH_SITE",
+                           "HTTP_ORIGIN", "HTTP_REFERER"}) {
+    const std::string line(bytes.substr(0, bytes.find('\n')));
+    bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
+    unsetenv(name);
+    if (!line.empty()) {
+      setenv(name, line.c_str(), 1);
+    }
+  }
+  setenv("REMOTE_USER", "anna", 1);
+  unsetenv("CONTENT_TYPE");
+  vexo::web::Parameters parameters;
+  if (vexo::web::RefusalOfRequest() || !parameters.Load() ||
+      vexo::web::RefusalOfAction(parameters)) {
+    return;
+  }
+  const std::string method(vexo::web::Variable("REQUEST_METHOD").value_or("GET"));
+  Require(method == "GET" || method == "HEAD" || method == "POST");
+  const char *const action = parameters.Find("action");
+  if (action != nullptr && vexo::web::ChangesSomething(action)) {
+    Require(method != "HEAD" && !vexo::web::IsCrossOriginRequest());
+  }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
@@ -78,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     return 0;
   }
   const std::string_view bytes(reinterpret_cast<const char *>(data) + 1, size - 1);
-  switch (data[0] % 4) {
+  switch (data[0] % 8) {
   case 0:
     ReadUrlEncoded(bytes);
     break;
@@ -87,6 +115,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     break;
   case 2:
     ReadOrigin(bytes);
+    break;
+  case 4:
+    AdmitRequest(bytes);
     break;
   default:
     Require(vexo::text::IsUtf8(vexo::text::ToValidUtf8(std::string(bytes))));

@@ -156,7 +156,8 @@ class Server:
         """All that the web server and the programs it started have logged."""
         return self.log_file.read_text(errors="replace")
 
-    def send(self, user, query="", body=None, headers=None, password=PASSWORD, timeout=120):
+    def send(self, user, query="", body=None, headers=None, password=PASSWORD, timeout=120,
+             method=None):
         """One request: a POST when there is a body. No user: one without authentication."""
         headers = dict(headers or {})
         if user is not None:
@@ -164,8 +165,8 @@ class Server:
             headers["Authorization"] = f"Basic {token}"
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=timeout)
         try:
-            connection.request("GET" if body is None else "POST", f"/audio_playlist.cgi?{query}",
-                               body, headers)
+            connection.request(method or ("GET" if body is None else "POST"),
+                               f"/audio_playlist.cgi?{query}", body, headers)
             response = connection.getresponse()
             return Answer(response.status, response.headers, response.read())
         finally:

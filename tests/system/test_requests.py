@@ -32,6 +32,48 @@ class WhoMayAsk(ServerTest):
             with self.subTest(headers):
                 self.assertEqual(self.server.send(ANNA, self.QUERY, headers=headers).status, 200)
 
+    def change(self, number, **options):
+        """Asks for a new list, and tells whether it is there afterwards."""
+        query = encode({"action": "add", "name": f"change {number}", "type": "shared"})
+        answer = self.server.send(ANNA, query, **options)
+        return answer, SHARED.file(f"change {number}").exists()
+
+    def test_a_change_by_a_page_of_another_origin_is_refused(self):
+        foreign = ({"Sec-Fetch-Site": "same-site"}, {"Referer": "http://evil.example/page"},
+                   {"Sec-Fetch-Site": "same-origin", "Referer": "http://127.0.0.1/"},
+                   {"Origin": "null"})
+        for number, headers in enumerate(foreign):
+            with self.subTest(headers):
+                answer, changed = self.change(number, headers=headers)
+                self.assertEqual((answer.status, answer.error, changed),
+                                 (403, "common/cross_site", False))
+
+    def test_a_link_of_another_origin_may_read(self):
+        for headers in ({"Sec-Fetch-Site": "same-site"}, {"Referer": "http://evil.example/page"}):
+            with self.subTest(headers):
+                self.assertEqual(self.server.send(ANNA, self.QUERY, headers=headers).status, 200)
+                download = self.server.send(ANNA, "action=download&id_info_list=[]", headers=headers)
+                self.assertTrue(download.body.startswith(b"PK"), download)
+
+    def test_other_methods_do_nothing(self):
+        for number, method in enumerate(("PUT", "DELETE", "PATCH", "OPTIONS"), 100):
+            with self.subTest(method):
+                answer, changed = self.change(number, method=method)
+                self.assertEqual((answer.status, changed), (405, False))
+                self.assertEqual(answer.headers["Allow"], "GET, HEAD, POST")
+
+    def test_head_changes_nothing(self):
+        answer, changed = self.change(200, method="HEAD")
+        self.assertEqual((answer.status, answer.headers["Allow"], changed), (405, "GET, POST", False))
+
+    def test_head_reads_the_headers(self):
+        for query in (self.QUERY, "action=download&id_info_list=[]",
+                      'action=download&id_info_list=["1"]'):
+            with self.subTest(query):
+                answer = self.server.send(ANNA, query, method="HEAD")
+                self.assertEqual((answer.status, answer.body), (200, b""))
+                self.assertIn("Content-Type", answer.headers)
+
     def test_a_request_that_no_action_answers_is_a_bad_one(self):
         for query in ("", "action=", "action=Add", "action=unknown", "playlist=musiclib_random"):
             with self.subTest(query):

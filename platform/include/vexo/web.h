@@ -26,7 +26,8 @@ public:
   /// Whether the request may go on. When it may not, the host has answered the client by itself.
   bool IsAuthorized(const char *privilege = nullptr, int level = 3,
                     _tag_cgi_position position = static_cast<_tag_cgi_position>(3));
-  /// Loads the request's parameters. False when they could not be read; In() then finds none.
+  /// Loads the request's parameters. False when they could not be read, or when the host has
+  /// refused and answered what they ask for; In() then finds none.
   bool LoadIn();
   /// The first value of the parameter `name`, or `fallback` (null allowed) when it was not sent.
   /// The text belongs to the WebMan and stays valid as long as it.

@@ -6,6 +6,7 @@
 #include "vexo/web.h"
 #include "web/answered.h"
 #include "web/output.h"
+#include "web/request.h"
 #include <syslog.h>
 
 using vexo::system::Guarded;
@@ -25,7 +26,7 @@ std::string ToJson(const Json::Value &document) {
 
 void Print(const std::string &headers, const Json::Value &document) {
   web::WriteAnswer(headers + "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n\r\n" +
-                   ToJson(document));
+                   (web::IsHead() ? std::string() : ToJson(document)));
 }
 
 Json::Value &AsObject(Json::Value &response) {
@@ -47,6 +48,10 @@ RefusalAnswer AnswerOf(web::Refusal refusal) {
             "no_user"};
   case web::Refusal::kNoAccount:
     return {"Status: 403 Forbidden\r\n", "no_account"};
+  case web::Refusal::kMethod:
+    return {"Status: 405 Method Not Allowed\r\nAllow: GET, HEAD, POST\r\n", "method"};
+  case web::Refusal::kHeadOfChange:
+    return {"Status: 405 Method Not Allowed\r\nAllow: GET, POST\r\n", "method"};
   case web::Refusal::kCrossSite:
     return {"Status: 403 Forbidden\r\n", "cross_site"};
   case web::Refusal::kNoAccounts:

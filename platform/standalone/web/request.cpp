@@ -59,12 +59,14 @@ std::optional<std::string_view> Variable(const char *name) {
   return value == nullptr ? std::nullopt : std::optional<std::string_view>(value);
 }
 
+bool IsHead() { return Variable("REQUEST_METHOD") == "HEAD"; }
+
 bool Parameters::Load() {
-  parameters_.clear();
+  Clear();
   if (LoadBody() && LoadQuery() && AreHarmless(parameters_)) {
     return true;
   }
-  parameters_.clear();
+  Clear();
   return false;
 }
 

@@ -11,12 +11,17 @@ namespace vexo::web {
 /// A variable of the request; nothing when the web server set none.
 std::optional<std::string_view> Variable(const char *name);
 
+/// Whether the client wants the headers of an answer alone (RFC 3875, 4.3.2).
+bool IsHead();
+
 /// The parameters of a request, and the bytes that hold them.
 class Parameters {
 public:
   /// Reads query string and body. False, and no parameters, for a request that cannot be read whole
   /// or that is harmful.
   bool Load();
+  /// From now on there are none.
+  void Clear() { parameters_.clear(); }
   /// The first value of `name`, those of the body before those of the query; null: none was sent.
   [[nodiscard]] const char *Find(std::string_view name) const;
 

@@ -46,12 +46,33 @@ bool IsOriginOfHost(std::string_view origin, std::string_view host) {
   return EqualsIgnoringCase(left.host, right.host) && left.port == right.port;
 }
 
+namespace {
+
+bool IsThisHost(std::string_view origin) {
+  return IsOriginOfHost(origin, Variable("HTTP_HOST").value_or(""));
+}
+
+} // namespace
+
+std::string_view OriginOfUrl(std::string_view url) {
+  const std::size_t scheme_end = url.find("://");
+  return scheme_end == std::string_view::npos
+             ? std::string_view()
+             : url.substr(0, url.find_first_of("/?#", scheme_end + 3));
+}
+
 bool IsCrossSiteRequest() {
-  if (EqualsIgnoringCase(Variable("HTTP_SEC_FETCH_SITE").value_or(""), "cross-site")) {
-    return true;
-  }
   const std::optional<std::string_view> origin = Variable("HTTP_ORIGIN");
-  return origin && !IsOriginOfHost(*origin, Variable("HTTP_HOST").value_or(""));
+  return EqualsIgnoringCase(Variable("HTTP_SEC_FETCH_SITE").value_or(""), "cross-site") ||
+         (origin && !IsThisHost(*origin));
+}
+
+bool IsCrossOriginRequest() {
+  const std::optional<std::string_view> site = Variable("HTTP_SEC_FETCH_SITE");
+  const std::optional<std::string_view> referer = Variable("HTTP_REFERER");
+  const bool from_elsewhere =
+      site && !EqualsIgnoringCase(*site, "same-origin") && !EqualsIgnoringCase(*site, "none");
+  return from_elsewhere || IsCrossSiteRequest() || (referer && !IsThisHost(OriginOfUrl(*referer)));
 }
 
 } // namespace vexo::web

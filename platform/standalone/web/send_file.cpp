@@ -2,7 +2,6 @@
 #include "accounts/song_file.h"
 #include "system/boundary.h"
 #include "vexo/web.h"
-#include "web/answered.h"
 #include "web/browser.h"
 #include "web/output.h"
 #include "web/request.h"
@@ -48,7 +47,7 @@ int SendFile(const char *path, const char *content_type) {
   return Ended(web::WriteAnswer(web::AttachmentHeader(BaseName(path)) +
                                 "Content-Length: " + std::to_string(size) + "\n" +
                                 web::ContentTypeHeader(content_type)) &&
-               web::SendFileBody(file.get(), size));
+               (web::IsHead() || web::SendFileBody(file.get(), size)));
 }
 
 int SendStream(FILE *stream, const char *file_name, const char *content_type) {
@@ -56,7 +55,7 @@ int SendStream(FILE *stream, const char *file_name, const char *content_type) {
   const std::string attachment =
       WantsAttachmentHeader() ? web::AttachmentHeader(file_name) : std::string();
   return Ended(web::WriteAnswer(attachment + web::ContentTypeHeader(content_type)) &&
-               web::SendPipeBody(fileno(stream)));
+               (web::IsHead() || web::SendPipeBody(fileno(stream))));
 }
 
 } // namespace

@@ -2,10 +2,10 @@
 #include "accounts/accounts.h"
 #include "system/boundary.h"
 #include "vexo/web.h"
+#include "web/admission.h"
 #include "web/browser.h"
 #include "web/envelope.h"
 #include "web/request.h"
-#include "web/same_site.h"
 
 using vexo::accounts::Account;
 using vexo::system::Guarded;
@@ -30,12 +30,8 @@ WebMan::~WebMan() = default;
 
 bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
                           _tag_cgi_position /*position*/) {
-  if (web::Variable("REMOTE_USER").value_or("").empty()) {
-    web::PrintRefusal(web::Refusal::kNoUser);
-    return false;
-  }
-  if (web::IsCrossSiteRequest()) {
-    web::PrintRefusal(web::Refusal::kCrossSite);
+  if (const std::optional<web::Refusal> refusal = web::RefusalOfRequest()) {
+    web::PrintRefusal(*refusal);
     return false;
   }
   const bool read = Guarded("WebMan::IsAuthorized", false, [&] {
@@ -50,7 +46,17 @@ bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
 }
 
 bool WebMan::LoadIn() {
-  return Guarded("WebMan::LoadIn", false, [&] { return state_->parameters.Load(); });
+  return Guarded("WebMan::LoadIn", false, [&] {
+    if (!state_->parameters.Load()) {
+      return false;
+    }
+    const std::optional<web::Refusal> refusal = web::RefusalOfAction(state_->parameters);
+    if (refusal) {
+      state_->parameters.Clear();
+      web::PrintRefusal(*refusal);
+    }
+    return !refusal;
+  });
 }
 
 const char *WebMan::In(const char *name, const char *fallback) const {

@@ -91,6 +91,15 @@ TEST(Envelope, HasTheGivenContentType) {
   EXPECT_THAT(answer.Headers(), HasSubstr("Cache-Control: no-store"));
 }
 
+TEST(Envelope, HasNoBodyForHead) {
+  const CgiAnswer answer = RunCgi({{{"REQUEST_METHOD", "HEAD"}}, ""}, [] {
+    ActionHandler::PrintResponse(Json::Value(), kType);
+    return 0;
+  });
+  EXPECT_THAT(answer.output, StartsWith("Content-Type: text/plain; charset=\"UTF-8\"\r\n"));
+  EXPECT_EQ(answer.Body(), "");
+}
+
 TEST(Envelope, IsUtf8JsonWhateverBytesItsTextsHold) {
   for (const std::string &text :
        {std::string("plain"), std::string("caf\u00E9 \U0001F600"), std::string("\xFF\xFE"),

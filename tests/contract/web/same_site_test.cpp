@@ -56,5 +56,24 @@ TEST(IsOriginOfHost, RefusesEverythingElse) {
   }
 }
 
+TEST(OriginOfUrl, EndsWhereThePathBegins) {
+  const struct {
+    const char *what, *url, *origin;
+  } rows[] = {
+      {"a path", "http://music.local:8080/a/b?c#d", "http://music.local:8080"},
+      {"no path", "https://music.local", "https://music.local"},
+      {"a query", "http://music.local?http://evil.example/", "http://music.local"},
+      {"a fragment", "http://music.local#/", "http://music.local"},
+      {"an address in the path", "http://evil.example/http://music.local/", "http://evil.example"},
+      {"a user", "http://music.local@evil.example/", "http://music.local@evil.example"},
+      {"no scheme", "/page", ""},
+      {"no host", "about:blank", ""},
+      {"nothing", "", ""},
+  };
+  for (const auto &row : rows) {
+    EXPECT_EQ(OriginOfUrl(row.url), row.origin) << row.what;
+  }
+}
+
 } // namespace
 } // namespace vexo::web

@@ -237,6 +237,19 @@ TEST_F(SendFileTest, ALargeStreamIsSentWhole) {
   EXPECT_EQ(answer.output.substr(answer.output.find("\n\n") + 2), content);
 }
 
+TEST_F(SendFileTest, ForHeadTheHeadersAreAll) {
+  WriteBytes(library() + "/a.mp3", "content");
+  const CgiAnswer answer = RunCgi({{{"REMOTE_USER", "ann"}, {"REQUEST_METHOD", "HEAD"}}, ""}, [] {
+    FILE *stream = popen("cat /dev/zero", "r");
+    const int sent = HTTPFileOutputer::Output(stream, "a", kType);
+    pclose(stream);
+    return sent == 0 ? HTTPFileOutputer::Output((library() + "/a.mp3").c_str(), kType) : 1;
+  });
+  EXPECT_EQ(answer.status, 0);
+  EXPECT_NE(answer.output.find("Content-Length: 7\n"), std::string::npos);
+  EXPECT_TRUE(answer.output.ends_with("\n\n"));
+}
+
 TEST_F(SendFileTest, WhatTheProgramPrintedStandsBeforeTheHeaders) {
   const CgiAnswer answer = RunCgi({{}, ""}, [] {
     printf("Accept-Ranges: none\n");

@@ -1,0 +1,22 @@
+#pragma once
+// Which requests are served. Before the parameters are read, method and user decide; once they are,
+// what the request would do.
+
+#include "web/envelope.h"
+#include "web/request.h"
+#include <optional>
+
+namespace vexo::web {
+
+/// Why a request may not go on, whatever it asks for; nothing when it may. A request without a user
+/// is one for the web server to ask who it is; then comes the method, then the site.
+std::optional<Refusal> RefusalOfRequest();
+
+/// Whether the action changes something: all do, but for those that are known to read only.
+bool ChangesSomething(std::string_view action);
+
+/// Why a request may not do what its parameters ask for; nothing when it may. What changes
+/// something is refused for HEAD, and when a page of another origin sent it.
+std::optional<Refusal> RefusalOfAction(const Parameters &parameters);
+
+} // namespace vexo::web
