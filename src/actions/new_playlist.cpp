@@ -121,7 +121,7 @@ bool CreateEmptyPlaylist(const PlaylistLocation &location, bool mayExist, Json::
   if (!mayExist && access(location.path.c_str(), F_OK) == 0) {
     return NameExists(response);
   }
-  if (VEXOWriteMusicPlaylist(nullptr, location.path.c_str()) != 0) {
+  if (lock.IsBusy() || VEXOWriteMusicPlaylist(nullptr, location.path.c_str()) != 0) {
     LOG_LINE("Failed to create playlist %s", location.path.c_str());
     return SystemError(response);
   }

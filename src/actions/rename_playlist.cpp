@@ -108,7 +108,7 @@ bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
   if (Examine(rename.newPath, facts)) {
     return NameExists(response);
   }
-  if (std::rename(rename.oldPath.c_str(), rename.newPath.c_str()) != 0) {
+  if (lock.IsBusy() || std::rename(rename.oldPath.c_str(), rename.newPath.c_str()) != 0) {
     LOG_LINE("Failed to rename to new playlist name.");
     return SystemError(response);
   }

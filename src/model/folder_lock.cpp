@@ -1,14 +1,40 @@
 #include "model/folder_lock.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <thread>
 #include <unistd.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// A holder that has been stopped, or that only means to be in the way, may never let go.
+constexpr milliseconds kLongestWait{10'000};
+constexpr milliseconds kLongestPause{32};
+
+/// Waits for the lock with exponential back-off, as flock() knows no time-out. False: still busy.
+bool LockInTime(int descriptor) {
+  milliseconds waited{0};
+  for (milliseconds pause{1}; flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+       pause = std::min(pause * 2, kLongestPause)) {
+    if (waited >= kLongestWait) {
+      return false;
+    }
+    std::this_thread::sleep_for(pause);
+    waited += pause;
+  }
+  return true;
+}
+
+} // namespace
 
 FolderLock::FolderLock(const std::string &folder)
     : descriptor_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  while (descriptor_ >= 0 && flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
-  }
+  is_busy_ = descriptor_ >= 0 && !LockInTime(descriptor_);
 }
 
 FolderLock::~FolderLock() {

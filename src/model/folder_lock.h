@@ -6,12 +6,16 @@
 /// follow meet the same trouble and decide.
 class FolderLock {
 public:
-  /// Waits until the lock is free.
+  /// Waits about 10 seconds at most until the lock is free.
   explicit FolderLock(const std::string &folder);
   ~FolderLock();
   FolderLock(const FolderLock &) = delete;
   FolderLock &operator=(const FolderLock &) = delete;
 
+  /// Whether another process has kept the lock all the time; a name must not be taken then.
+  [[nodiscard]] bool IsBusy() const { return is_busy_; }
+
 private:
   int descriptor_;
+  bool is_busy_ = false;
 };
