@@ -7,7 +7,7 @@ the logs and temporary files may change, and in the playlists folders no list th
 import unittest
 import urllib.parse
 
-from server import KINDS, LIBRARY, PERSONAL, PREFERENCE, ROOT, ServerTest, tree
+from server import BEN, KINDS, LIBRARY, PERSONAL, PREFERENCE, ROOT, ServerTest, tree
 
 VICTIM = "#EXTM3U\n/victim.mp3\n"
 BAIT = {
@@ -140,6 +140,42 @@ class Hostile(ServerTest):
                 for parameters in requests(thief, tail, TAILED % (b"personal", tail)):
                     self.send(thief, parameters)
             self.assertEqual(tree(owner.folder), before)
+
+
+class Log(ServerTest):
+    """Clients' texts in the web server's log, which is read in terminals and by other programs."""
+
+    def logged_by(self, **parameters):
+        before = len(self.server.log())
+        self.server.ask(**parameters)
+        return self.server.log()[before:]
+
+    def test_no_text_forges_a_line(self):
+        for forged in ("x\nforged: all is well", "x\r\nforged: all is well",
+                       "x\x1b[2Jforged: all is well", "x\u0085forged: all is well"):
+            with self.subTest(repr(forged)):
+                lines = self.logged_by(action="delete", user=BEN, playlists=forged)
+                self.assertIn("forged: all is well is wrong id", lines)
+                self.assertEqual(len(lines.splitlines()), 1, lines)
+                self.assertTrue(lines[:-1].isprintable(), lines)
+
+    def test_small_requests_make_small_logs(self):
+        ids = [chr(first) + chr(second) for first in range(97, 123) for second in range(97, 123)]
+        floods = {
+            "songs that are none": {"action": "add", "name": "zeros", "type": "shared",
+                                    "id_info_list": "[" + "0," * 5000 + "0]"},
+            "ids that are none": {"action": "delete", "user": BEN, "playlists": "x," * 5000},
+            "different ones": {"action": "delete", "user": BEN, "playlists": ",".join(ids * 5)},
+        }
+        for description, parameters in floods.items():
+            with self.subTest(description):
+                lines = self.logged_by(**parameters)
+                self.assertTrue(lines)
+                self.assertLess(len(lines), 20_000)
+
+    def test_repeated_lines_are_counted(self):
+        lines = self.logged_by(action="delete", user=BEN, playlists="x," * 5000)
+        self.assertRegex(lines, r"x is wrong id\n.*last message repeated 4999 times\n$")
 
 
 if __name__ == "__main__":

@@ -2,7 +2,6 @@
 
 #include "accounts/libraries.h"
 #include "system/boundary.h"
-#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -16,13 +15,6 @@ bool IsRegularFile(const FileDescriptor &file) {
   return fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// A name comes from outside: nothing in it may look like a log line of its own.
-void LogRefused(std::string path, const char *purpose) {
-  std::replace_if(
-      path.begin(), path.end(), [](char c) { return (c & 0xE0) == 0 || c == 0x7F; }, '?');
-  system::LogFailure(purpose, ("not a song of the user's libraries: " + path).c_str());
-}
-
 } // namespace
 
 FileDescriptor OpenSendableSong(const std::string &path, std::string_view user,
@@ -34,7 +26,7 @@ FileDescriptor OpenSendableSong(const std::string &path, std::string_view user,
   }
   const std::string link = "/proc/self/fd/" + std::to_string(found.get());
   if (!IsRegularFile(found) || !SendableSongFile(link, user)) {
-    LogRefused(path, purpose);
+    system::LogFailure(purpose, ("not a song of the user's libraries: " + path).c_str());
     return FileDescriptor();
   }
   return FileDescriptor(open(link.c_str(), O_RDONLY | O_CLOEXEC));

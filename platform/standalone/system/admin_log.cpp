@@ -3,6 +3,7 @@
 #include "files/file_descriptor.h"
 #include "system/boundary.h"
 #include "system/host_paths.h"
+#include "system/log_lines.h"
 #include "vexo/core.h"
 #include <array>
 #include <cerrno>
@@ -47,28 +48,7 @@ files::FileDescriptor OpenLogAndItsFolder() {
   return log;
 }
 
-void AppendEscaped(std::string &escaped, char c) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  const auto byte = static_cast<unsigned char>(c);
-  if (c == '\\') {
-    escaped += "\\\\";
-  } else if (byte >= 0x20 && byte != 0x7F) {
-    escaped += c;
-  } else {
-    escaped.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 0xFU]);
-  }
-}
-
 } // namespace
-
-std::string EscapeLogText(std::string_view text) {
-  std::string escaped;
-  escaped.reserve(text.size());
-  for (const char c : text) {
-    AppendEscaped(escaped, c);
-  }
-  return escaped;
-}
 
 void AppendAdminLog(unsigned event, const std::vector<std::string> &texts) {
   const std::string line = EventLine(event, texts);

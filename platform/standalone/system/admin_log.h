@@ -4,7 +4,6 @@
 // separated by tabs.
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace vexo::system {
@@ -12,9 +11,5 @@ namespace vexo::system {
 /// Appends an event with `texts`. One write, so lines of several processes do not mix. Makes the
 /// log and its folder when missing. Throws std::system_error.
 void AppendAdminLog(unsigned event, const std::vector<std::string> &texts);
-
-/// `text` without control characters: they become \xNN, and a backslash two of them. A file's name
-/// can thus neither forge a line nor command a terminal.
-std::string EscapeLogText(std::string_view text);
 
 } // namespace vexo::system

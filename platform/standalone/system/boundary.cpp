@@ -1,17 +1,12 @@
 #include "system/boundary.h"
 
-#include "system/admin_log.h"
 #include <cstring>
 #include <syslog.h>
 
 namespace vexo::system {
 
 void LogFailure(const char *operation, const char *cause) noexcept {
-  try {
-    syslog(LOG_ERR, "%s: %s", operation, EscapeLogText(cause).c_str());
-  } catch (const std::exception &) {
-    syslog(LOG_ERR, "%s: failed", operation);
-  }
+  syslog(LOG_ERR, "%s: %s", operation, cause);
 }
 
 bool CopyOut(const char *text, char *buffer, int size) noexcept {

@@ -6,8 +6,7 @@
 
 namespace vexo::system {
 
-/// Writes one line to the system log at error priority: "OPERATION: CAUSE". Control characters of
-/// the cause are escaped, as it may hold a client's texts and the line also reaches other logs.
+/// Writes one line to the system log at error priority: "OPERATION: CAUSE".
 void LogFailure(const char *operation, const char *cause) noexcept;
 
 /// Runs `body` and returns what it returns; when it throws, logs the whole cause and returns

@@ -2,6 +2,7 @@
 #include "web/envelope.h"
 
 #include "system/boundary.h"
+#include "system/log_lines.h"
 #include "text/utf8.h"
 #include "vexo/web.h"
 #include "web/answered.h"
@@ -14,6 +15,8 @@ namespace web = vexo::web;
 
 namespace {
 
+/// A request of a few kilobytes can name thousands of songs that are none, with a line for each.
+constexpr unsigned kMostLogLines = 200;
 constexpr const char *kJsonType = "text/plain; charset=\"UTF-8\"";
 
 /// One line of JSON. Texts are written as they are, so bytes that are no UTF-8 are replaced after.
@@ -87,6 +90,7 @@ struct ActionHandler::State {
 ActionHandler::ActionHandler() {
   // With LOG_PERROR the lines reach the web server's error log as well.
   openlog("audio_playlist", LOG_PID | LOG_PERROR, LOG_USER);
+  vexo::system::BoundLog(kMostLogLines);
   state_ = std::make_unique<State>();
 }
 
@@ -94,6 +98,7 @@ ActionHandler::~ActionHandler() {
   if (!web::IsAnswered()) {
     web::PrintNothingAsked();
   }
+  vexo::system::FlushLog();
 }
 
 WebMan &ActionHandler::Request() { return state_->request; }

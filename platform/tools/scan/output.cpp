@@ -1,6 +1,6 @@
 #include "scan/output.h"
 
-#include "system/admin_log.h"
+#include "system/log_lines.h"
 #include "text/utf8.h"
 #include <algorithm>
 #include <sys/ioctl.h>

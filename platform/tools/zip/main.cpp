@@ -2,6 +2,7 @@
 // output.
 
 #include "system/boundary.h"
+#include "system/log_lines.h"
 #include "zip/archive_names.h"
 #include <csignal>
 #include <cstdio>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kUsage = 2, kBroken = 1;
 constexpr int kPipeBytes = 1 << 20;
+constexpr unsigned kMostLogLines = 200; ///< of the songs that are left out
 
 /// Whether the command line is the one this tool serves: quiet, stored (-0), guarded (-G), names
 /// from standard input (-@), to standard output. -r changes nothing, as no folder passes the guard.
@@ -46,6 +48,7 @@ int main(int argc, char **argv) {
     return kUsage;
   }
   openlog("zip", LOG_PERROR | LOG_PID, LOG_USER);
+  vexo::system::BoundLog(kMostLogLines);
   // A reader that went away is a failed write, whatever was inherited.
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);

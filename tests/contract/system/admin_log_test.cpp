@@ -67,13 +67,5 @@ TEST_F(AdminLog, KeepsLinesOfSeveralWritersApart) {
   EXPECT_EQ(count, 400);
 }
 
-TEST(EscapeLogText, LeavesNoControlCharacters) {
-  EXPECT_EQ(EscapeLogText("a\tb\nc\rd\x1B[2J\x7F\\e"), "a\\x09b\\x0ac\\x0dd\\x1b[2J\\x7f\\\\e");
-}
-
-TEST(EscapeLogText, KeepsEverythingElse) {
-  EXPECT_EQ(EscapeLogText("caf\xC3\xA9 /\"'"), "caf\xC3\xA9 /\"'");
-}
-
 } // namespace
 } // namespace vexo::system
