@@ -25,9 +25,9 @@ exec /usr/bin/zip -q -0 -r -@ -
 class Client:
     """One request on a connection of its own, its answer read as fast as it comes."""
 
-    def __init__(self, port, path, body=""):
-        from server import ANNA, PASSWORD
-        token = base64.b64encode(f"{ANNA}:{PASSWORD}".encode()).decode()
+    def __init__(self, port, path, body="", user="anna"):
+        from server import PASSWORD
+        token = base64.b64encode(f"{user}:{PASSWORD}".encode()).decode()
         self.socket = socket.create_connection(("127.0.0.1", port))
         self.socket.sendall((
             f"POST {path} HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n"
@@ -47,6 +47,12 @@ class Client:
             if not part:
                 raise RuntimeError(f"no {mark!r} in {received!r}")
             received += part
+
+    def read_text(self):
+        received = []
+        while part := self.socket.recv(65536):
+            received.append(part)
+        return b"".join(received).decode()
 
     def read_all(self):
         """The number of bytes until the end."""
