@@ -16,23 +16,21 @@ namespace {
 constexpr unsigned kAccountsFileMode = 0644;
 
 void MakeAccountsFileIfMissing() {
-  try {
-    files::CreateDurably(system::kAccountsFile, FormatAccounts({}), kAccountsFileMode);
+  if (files::CreateDurably(system::kAccountsFile, FormatAccounts({}), kAccountsFileMode)) {
     InheritOwner(system::kAccountsFile);
-  } catch (const std::system_error &error) {
-    if (error.code() != std::errc::file_exists) {
-      throw;
-    }
   }
 }
 
 /// Changes the accounts under the file's lock; what `change` throws leaves them as they were.
 void EditAccounts(const std::function<void(AccountsFile &)> &change) {
-  files::EditDurably(system::kAccountsFile, [&](std::string_view old_text) {
+  const bool was_there = files::EditDurably(system::kAccountsFile, [&](std::string_view old_text) {
     AccountsFile file = ParseAccounts(old_text);
     change(file);
     return FormatAccounts(file);
   });
+  if (!was_there) {
+    throw std::runtime_error(std::string("there is no file ") + system::kAccountsFile);
+  }
 }
 
 std::vector<Account>::iterator Named(AccountsFile &file, std::string_view name) {

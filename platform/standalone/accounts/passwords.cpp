@@ -38,13 +38,8 @@ void CheckPassword(const std::string &password) {
 }
 
 void MakePasswordFileIfMissing() {
-  try {
-    files::CreateDurably(system::kPasswordFile, "", kPasswordFileMode);
+  if (files::CreateDurably(system::kPasswordFile, "", kPasswordFileMode)) {
     InheritOwner(system::kPasswordFile);
-  } catch (const std::system_error &error) {
-    if (error.code() != std::errc::file_exists) {
-      throw;
-    }
   }
 }
 
@@ -60,21 +55,23 @@ std::string WithoutName(std::string_view text, std::string_view name) {
   return kept;
 }
 
+/// Puts `line` in the place of the lines of `name`.
+void ReplaceLine(std::string_view name, const std::string &line) {
+  MakePasswordFileIfMissing();
+  if (!files::EditDurably(system::kPasswordFile,
+                          [&](std::string_view text) { return WithoutName(text, name) + line; })) {
+    throw std::runtime_error(std::string("there is no file ") + system::kPasswordFile);
+  }
+}
+
 } // namespace
 
 void SetPassword(std::string_view name, const std::string &password) {
   CheckPassword(password);
-  const std::string line = std::string(name) + ":" + HashPassword(password) + "\n";
-  MakePasswordFileIfMissing();
-  files::EditDurably(system::kPasswordFile,
-                     [&](std::string_view text) { return WithoutName(text, name) + line; });
+  ReplaceLine(name, std::string(name) + ":" + HashPassword(password) + "\n");
 }
 
-void RemovePassword(std::string_view name) {
-  MakePasswordFileIfMissing();
-  files::EditDurably(system::kPasswordFile,
-                     [&](std::string_view text) { return WithoutName(text, name); });
-}
+void RemovePassword(std::string_view name) { ReplaceLine(name, ""); }
 
 std::string GeneratePassword() {
   constexpr std::string_view kLetters = "abcdefghijkmnpqrstuvwxyz23456789";

@@ -21,19 +21,6 @@ std::string ReadFile(int fd, std::string_view name, std::size_t max_bytes) {
   return content;
 }
 
-/// Whether `operation` fails with this error; other errors are thrown.
-template <typename Operation> bool Fails(std::errc expected, Operation operation) {
-  try {
-    operation();
-    return false;
-  } catch (const std::system_error &error) {
-    if (error.code() != expected) {
-      throw;
-    }
-    return true;
-  }
-}
-
 } // namespace
 
 std::string ReadWholeFile(const std::string &path, std::size_t max_bytes) {
@@ -48,16 +35,18 @@ std::string ReadWholeFile(int fd, std::size_t max_bytes) {
   return ReadFile(fd, "an open file", max_bytes);
 }
 
-void CreateDurably(const std::string &path, std::string_view content, unsigned mode) {
+bool CreateDurably(const std::string &path, std::string_view content, unsigned mode) {
   const Folder folder(path);
   struct stat facts {};
   if (fstatat(folder.fd(), folder.name().c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0) {
-    errno = EEXIST;
-    ThrowErrno("cannot create", path);
+    return false;
   }
   TemporaryFile file(folder, mode);
   WriteAndSync(file, {content}, folder);
   if (RenameExclusively(folder.fd(), file.name(), folder.name().c_str()) != 0) {
+    if (errno == EEXIST) {
+      return false;
+    }
     ThrowErrno("cannot create", path);
   }
   file.GiveNameAway();
@@ -67,6 +56,7 @@ void CreateDurably(const std::string &path, std::string_view content, unsigned m
     unlinkat(folder.fd(), folder.name().c_str(), 0);
     throw;
   }
+  return true;
 }
 
 void ReplaceDurably(const std::string &path, std::string_view content, unsigned mode) {
@@ -78,8 +68,7 @@ void ReplaceDurably(const std::string &path, std::string_view content, unsigned 
 void EditOrCreateDurably(const std::string &path, const PieceEdit &edit,
                          const std::function<std::string()> &new_content, unsigned mode) {
   for (int attempt = 0; attempt < kMaxEditAttempts; ++attempt) {
-    if (!Fails(std::errc::no_such_file_or_directory, [&] { EditPiecesDurably(path, edit); }) ||
-        !Fails(std::errc::file_exists, [&] { CreateDurably(path, new_content(), mode); })) {
+    if (EditPiecesDurably(path, edit) || CreateDurably(path, new_content(), mode)) {
       return;
     }
   }

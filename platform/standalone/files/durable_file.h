@@ -23,9 +23,10 @@ std::string ReadWholeFile(const std::string &path, std::size_t max_bytes = kMaxF
 /// The same of an open descriptor, from its beginning on.
 std::string ReadWholeFile(int fd, std::size_t max_bytes = kMaxFileBytes);
 
-/// Makes a new file; fails with EEXIST, and touches nothing, when `path` exists. The mode is
-/// reduced by the umask.
-void CreateDurably(const std::string &path, std::string_view content, unsigned mode = 0666);
+/// Makes a new file; false, with nothing touched, when `path` exists. The mode is reduced by the
+/// umask.
+[[nodiscard]] bool CreateDurably(const std::string &path, std::string_view content,
+                                 unsigned mode = 0666);
 
 /// Makes the file, or puts the content in the place of the one that is there (with its mode kept).
 void ReplaceDurably(const std::string &path, std::string_view content, unsigned mode = 0666);
@@ -34,15 +35,15 @@ void ReplaceDurably(const std::string &path, std::string_view content, unsigned 
 /// is called again when somebody else's rename or write came between.
 using Edit = std::function<std::optional<std::string>(std::string_view old_content)>;
 
-/// Reads, changes and replaces a file that exists, under its lock. Fails with ENOENT when it is
-/// gone or was renamed meanwhile: the new content then exists nowhere, and no old name comes back.
-void EditDurably(const std::string &path, const Edit &edit);
+/// Reads, changes and replaces a file that exists, under its lock. False when it is not there, or
+/// was renamed meanwhile: the new content then exists nowhere, and no old name comes back.
+[[nodiscard]] bool EditDurably(const std::string &path, const Edit &edit);
 
 /// The new content in pieces, in order: views of the old content, or of texts of the caller's that
 /// live until EditPiecesDurably() returns. What stays of a large file is so never copied.
 using Pieces = std::vector<std::string_view>;
 using PieceEdit = std::function<std::optional<Pieces>(std::string_view old_content)>;
-void EditPiecesDurably(const std::string &path, const PieceEdit &edit);
+[[nodiscard]] bool EditPiecesDurably(const std::string &path, const PieceEdit &edit);
 
 /// Edits the file, or makes it with what `new_content` gives when it is not there, whichever it
 /// takes. `new_content` may throw to give up.

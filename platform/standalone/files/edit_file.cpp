@@ -13,22 +13,27 @@ namespace vexo::files {
 
 namespace {
 
-/// A file as it stands at its name, open and locked.
+/// A file as it stood at its name, open and locked.
 struct LockedFile {
-  explicit LockedFile(const Folder &folder)
-      : fd(openat(folder.fd(), folder.name().c_str(),
-                  O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {
-    const std::string path = folder.path() + "/" + folder.name();
-    if (!fd) {
-      ThrowErrno("cannot open", path);
-    }
-    LockExclusively(fd.get(), path);
-    facts = FactsOfFile(fd.get(), path, kMaxFileBytes);
-  }
-
   FileDescriptor fd;
   struct stat facts {};
 };
+
+/// Nothing when no file stands there.
+std::optional<LockedFile> OpenLocked(const Folder &folder) {
+  LockedFile file{FileDescriptor(
+      openat(folder.fd(), folder.name().c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC))};
+  const std::string path = folder.path() + "/" + folder.name();
+  if (!file.fd && errno == ENOENT) {
+    return std::nullopt;
+  }
+  if (!file.fd) {
+    ThrowErrno("cannot open", path);
+  }
+  LockExclusively(file.fd.get(), path);
+  file.facts = FactsOfFile(file.fd.get(), path, kMaxFileBytes);
+  return file;
+}
 
 /// Whether `name` in the folder is the locked file, with the content that was read.
 bool IsUnchanged(const Folder &folder, const char *name, const LockedFile &file) {
@@ -51,24 +56,30 @@ void ExchangeBack(const Folder &folder, TemporaryFile &file) {
   }
 }
 
+/// How an edit, or one try of it, ended.
+enum class Outcome { kDone, kSomebodyWasQuicker, kNothingThere };
+
 /// For file systems that cannot exchange: a rename between the test and the replacement is not
 /// seen.
-bool ReplaceByRename(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
+Outcome ReplaceByRename(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
   if (!IsUnchanged(folder, folder.name().c_str(), old)) {
-    return false;
+    return Outcome::kSomebodyWasQuicker;
   }
   if (renameat(folder.fd(), file.name(), folder.fd(), folder.name().c_str()) != 0) {
     ThrowErrno("cannot replace", folder.path() + "/" + folder.name());
   }
   file.GiveNameAway();
   folder.Sync();
-  return true;
+  return Outcome::kDone;
 }
 
-/// Puts the new file where the old one stands. False, with nothing changed, when by now something
-/// else stands there. Throws ENOENT when nothing does.
-bool PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
+/// Puts the new file where the old one stands; changes nothing when by now something else does, or
+/// nothing.
+Outcome PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
   if (Exchange(folder, file) != 0) {
+    if (errno == ENOENT) {
+      return Outcome::kNothingThere;
+    }
     if (IsUnsupported(errno)) {
       return ReplaceByRename(folder, old, file);
     }
@@ -76,7 +87,7 @@ bool PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &file
   }
   if (!IsUnchanged(folder, file.name(), old)) {
     ExchangeBack(folder, file);
-    return false;
+    return Outcome::kSomebodyWasQuicker;
   }
   try {
     folder.Sync();
@@ -84,7 +95,7 @@ bool PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &file
     ExchangeBack(folder, file);
     throw;
   }
-  return true;
+  return Outcome::kDone;
 }
 
 /// The new file takes over what it can of the old one's owner and mode.
@@ -119,44 +130,47 @@ std::unique_ptr<char, FreeMemory> ContentMemory(std::size_t size) {
   return memory;
 }
 
-/// One try of an edit; false when somebody else was quicker.
-bool TryEdit(const Folder &folder, const PieceEdit &edit) {
-  const LockedFile old(folder);
-  if (!IsUnchanged(folder, folder.name().c_str(), old)) {
-    return false;
+Outcome TryEdit(const Folder &folder, const PieceEdit &edit) {
+  const std::optional<LockedFile> old = OpenLocked(folder);
+  if (!old) {
+    return Outcome::kNothingThere;
   }
-  const auto size = static_cast<std::size_t>(old.facts.st_size);
+  if (!IsUnchanged(folder, folder.name().c_str(), *old)) {
+    return Outcome::kSomebodyWasQuicker;
+  }
+  const auto size = static_cast<std::size_t>(old->facts.st_size);
   const auto content = ContentMemory(size);
   if (!content) {
     throw std::bad_alloc();
   }
-  const std::size_t got = ReadAt(old.fd.get(), content.get(), size, folder.name());
+  const std::size_t got = ReadAt(old->fd.get(), content.get(), size, folder.name());
   const std::optional<Pieces> pieces = edit(std::string_view(content.get(), got));
   if (!pieces) {
-    return true;
+    return Outcome::kDone;
   }
   TemporaryFile file(folder, 0600);
-  CopyOwnerAndMode(file, old.facts);
+  CopyOwnerAndMode(file, old->facts);
   WriteAndSync(file, *pieces, folder);
-  return PutInPlace(folder, old, file);
+  return PutInPlace(folder, *old, file);
 }
 
 } // namespace
 
-void EditPiecesDurably(const std::string &path, const PieceEdit &edit) {
+bool EditPiecesDurably(const std::string &path, const PieceEdit &edit) {
   const Folder folder(path);
   for (int attempt = 0; attempt < kMaxEditAttempts; ++attempt) {
-    if (TryEdit(folder, edit)) {
-      return;
+    const Outcome outcome = TryEdit(folder, edit);
+    if (outcome != Outcome::kSomebodyWasQuicker) {
+      return outcome == Outcome::kDone;
     }
   }
   errno = EBUSY;
   ThrowErrno("cannot edit", path);
 }
 
-void EditDurably(const std::string &path, const Edit &edit) {
+bool EditDurably(const std::string &path, const Edit &edit) {
   std::optional<std::string> content;
-  EditPiecesDurably(path, [&](std::string_view old_content) -> std::optional<Pieces> {
+  return EditPiecesDurably(path, [&](std::string_view old_content) -> std::optional<Pieces> {
     content = edit(old_content);
     return content ? std::optional<Pieces>({*content}) : std::nullopt;
   });

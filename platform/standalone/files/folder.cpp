@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <system_error>
+#include <thread>
 
 namespace vexo::files {
 
@@ -90,11 +91,23 @@ bool IsTemporaryName(std::string_view name) {
          name.ends_with(kSuffix);
 }
 
-void LockExclusively(int fd, std::string_view name) {
-  while (flock(fd, LOCK_EX) != 0) {
-    if (errno != EINTR) {
-      ThrowErrno("cannot lock", name);
+bool LockWithin(int fd, std::chrono::milliseconds patience) {
+  // flock() has no time-out. All who wait ask equally often, so that nobody is left behind.
+  constexpr std::chrono::milliseconds kBetweenTries{2};
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(kBetweenTries);
+    } else if (errno != EINTR) {
+      return false;
     }
+  }
+  return true;
+}
+
+void LockExclusively(int fd, std::string_view name, std::chrono::milliseconds patience) {
+  if (!LockWithin(fd, patience)) {
+    ThrowErrno(errno == EWOULDBLOCK ? "somebody else has locked" : "cannot lock", name);
   }
 }
 

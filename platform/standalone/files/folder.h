@@ -3,6 +3,7 @@
 // folder itself is renamed.
 
 #include "files/file_descriptor.h"
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -62,8 +63,17 @@ std::string NewTemporaryName();
 /// The process that made a temporary name; 0: it does not tell.
 pid_t TemporaryNameProcess(std::string_view name);
 
-/// Takes the exclusive lock of an open file, waiting for it.
-void LockExclusively(int fd, std::string_view name);
+/// How long a lock that somebody else holds is waited for: a process that was stopped, or one of
+/// another user, may hold it for ever.
+inline constexpr std::chrono::milliseconds kLockPatience{10'000};
+
+/// Takes the exclusive lock of an open file or folder. False when it could not be had in that time;
+/// errno tells why.
+[[nodiscard]] bool LockWithin(int fd, std::chrono::milliseconds patience);
+
+/// The same, but throws.
+void LockExclusively(int fd, std::string_view name,
+                     std::chrono::milliseconds patience = kLockPatience);
 
 /// Whether both are the same file.
 inline bool IsSameFile(const struct stat &a, const struct stat &b) {

@@ -100,8 +100,9 @@ void LogRemovedSongs(const RemovedSongs &removed) noexcept {
   }
 }
 
-void ChangeFile(const std::string &path, const Change &change) {
-  files::EditPiecesDurably(path, [&](std::string_view content) { return change(content, path); });
+bool ChangeFile(const std::string &path, const Change &change) {
+  return files::EditPiecesDurably(path,
+                                  [&](std::string_view content) { return change(content, path); });
 }
 
 } // namespace vexo::playlists

@@ -39,7 +39,7 @@ Change RemovingMissing(RemovedSongs &removed);
 /// Writes them to the administrative log, an entry a line.
 void LogRemovedSongs(const RemovedSongs &removed) noexcept;
 
-/// Changes the playlist file at `path`, which exists.
-void ChangeFile(const std::string &path, const Change &change);
+/// Changes the playlist file at `path`; false: it is not there.
+[[nodiscard]] bool ChangeFile(const std::string &path, const Change &change);
 
 } // namespace vexo::playlists

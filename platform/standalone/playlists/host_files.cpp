@@ -45,7 +45,9 @@ int ChangeInLibrary(const char *operation, const char *library, int user_id, con
 int ChangeInPreferences(const char *operation, const char *path, const MakeChange &make_change) {
   return Guarded(operation, -1, [&] {
     playlists::RequireInPlaylistsFolder(Required(path));
-    playlists::ChangeFile(path, make_change());
+    if (!playlists::ChangeFile(path, make_change())) {
+      throw std::runtime_error(std::string("there is no playlist ") + path);
+    }
     return 0;
   });
 }

@@ -20,9 +20,6 @@ constexpr milliseconds kPatienceWithEdits{2000};
 constexpr milliseconds kPatienceWithRemovals{500};
 constexpr milliseconds kPatienceWithMoves{500};
 
-/// The row names another path than it did.
-class MovedError : public std::exception {};
-
 std::optional<index::Playlist> FindRow(int owner, int32_t id) {
   std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, {id});
   return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
@@ -42,24 +39,15 @@ bool IsNotFound(const std::system_error &error) {
 
 /// False: the playlist was moved away meanwhile.
 bool TryChangeRow(const index::Playlist &row, const Change &change) {
-  try {
-    ChangeFile(row.path, [&](std::string_view content, const std::string &path) {
-      // The file is locked now. What is locked is another playlist when a rename and a new one of
-      // the old name came between; the row tells.
-      if (RequireRow(row.owner, row.id).path != path) {
-        throw MovedError();
-      }
-      return change(content, path);
-    });
-    return true;
-  } catch (const MovedError &) {
-    return false;
-  } catch (const std::system_error &error) {
-    if (!IsNotFound(error)) {
-      throw;
-    }
-    return false;
-  }
+  bool was_moved = false;
+  const auto change_if_same = [&](std::string_view content,
+                                  const std::string &path) -> std::optional<files::Pieces> {
+    // The file is locked now. What is locked is another playlist when a rename and a new one of the
+    // old name came between; the row tells.
+    was_moved = RequireRow(row.owner, row.id).path != path;
+    return was_moved ? std::nullopt : change(content, path);
+  };
+  return ChangeFile(row.path, change_if_same) && !was_moved;
 }
 
 /// Takes the file away, then the row; false: no file is at the row's path (any more).

@@ -9,6 +9,8 @@
 namespace vexo::smart {
 namespace {
 
+constexpr unsigned kRuleFileMode = 0644;
+
 [[noreturn]] void Fail(int error, const std::string &path) {
   throw std::system_error(error, std::generic_category(), path);
 }
@@ -54,33 +56,6 @@ void RequireSize(std::size_t size, const std::string &path) {
   }
 }
 
-/// Whether the file was there to be edited.
-bool TryEdit(const std::string &path, const files::Edit &edit) {
-  try {
-    files::EditDurably(path, edit);
-    return true;
-  } catch (const std::system_error &error) {
-    if (error.code().value() != ENOENT) {
-      throw;
-    }
-    return false;
-  }
-}
-
-/// Whether nobody else made the file in the meantime.
-bool TryMake(const std::string &path, const files::Edit &edit) {
-  const std::optional<std::string> content = edit("");
-  try {
-    files::CreateDurably(path, content.value_or(""), 0644);
-    return true;
-  } catch (const std::system_error &error) {
-    if (error.code().value() != EEXIST) {
-      throw;
-    }
-    return false;
-  }
-}
-
 } // namespace
 
 std::optional<std::string> ReadRuleFile(const std::string &path) {
@@ -104,7 +79,10 @@ void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
   };
   constexpr int kTries = 10;
   for (int tries = 0; tries < kTries; ++tries) {
-    if (TryEdit(path, within_size) || (make && TryMake(path, within_size))) {
+    if (files::EditDurably(path, within_size)) {
+      return;
+    }
+    if (make && files::CreateDurably(path, within_size("").value_or(""), kRuleFileMode)) {
       return;
     }
     if (!make) {

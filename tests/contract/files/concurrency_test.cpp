@@ -1,13 +1,16 @@
 #include "contract/files/files_test.h"
+#include "files/folder.h"
 #include "support/processes.h"
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
 
 namespace vexo::files {
 namespace {
 
 TEST_F(Files, OfManyCreationsAtOnceExactlyOneSucceeds) {
   const auto create = [&](int i) {
-    return ErrorOf([&] { CreateDurably(path_, std::string(1000, static_cast<char>('a' + i))); });
+    return CreateDurably(path_, std::string(1000, static_cast<char>('a' + i))) ? 0 : 1;
   };
   EXPECT_EQ(RunAtOnce(16, create), 1);
   const std::string content = ReadBytes(path_);
@@ -19,7 +22,9 @@ TEST_F(Files, NoEditOfManyProcessesIsLost) {
   WriteBytes(path_, "");
   const auto edit = [&](int) {
     for (int i = 0; i < kEdits; ++i) {
-      EditDurably(path_, AppendX);
+      if (!EditDurably(path_, AppendX)) {
+        return 1;
+      }
     }
     return 0;
   };
@@ -31,7 +36,7 @@ TEST_F(Files, NoEditOfManyProcessesIsLost) {
 /// Appends an x to whichever of the two names is there.
 bool EditEither(const std::string &one, const std::string &other, const Edit &edit) {
   for (const std::string &path : {one, other}) {
-    if (ErrorOf([&] { EditDurably(path, edit); }) == 0) {
+    if (EditDurably(path, edit)) {
       return true;
     }
   }
@@ -57,6 +62,17 @@ TEST_F(Files, EditsThatRaceRenamesAreNeitherLostNorBringANameBack) {
   EXPECT_EQ(RunAtOnce(kProcesses, work), kProcesses);
   EXPECT_EQ(Names().size(), 1U);
   EXPECT_EQ(ReadBytes(folder_ / *Names().begin()), std::string((kProcesses - 1) * kEdits, 'x'));
+}
+
+TEST_F(Files, ALockThatSomebodyKeepsIsWaitedForAWhileOnly) {
+  WriteBytes(path_, "");
+  const FileDescriptor holder(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor other(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+  LockExclusively(holder.get(), path_);
+  using std::chrono::milliseconds;
+  EXPECT_EQ(ErrorOf([&] { LockExclusively(other.get(), path_, milliseconds(30)); }), EWOULDBLOCK);
+  flock(holder.get(), LOCK_UN);
+  EXPECT_TRUE(LockWithin(other.get(), milliseconds(0)));
 }
 
 TEST_F(Files, AReaderSeesWholeContentsOnly) {

@@ -30,7 +30,7 @@ TEST_F(Files, AFailedEditLeavesTheOldContentAndNothingElse) {
   for (const Row &row : kFaults) {
     WriteBytes(path_, "abc");
     const faults::Fault fault(row.call, row.nth, row.error);
-    EXPECT_EQ(ErrorOf([&] { EditDurably(path_, AppendX); }), row.error) << row.description;
+    EXPECT_EQ(ErrorOf([&] { (void)EditDurably(path_, AppendX); }), row.error) << row.description;
     EXPECT_TRUE(faults::Fault::Happened()) << row.description;
     EXPECT_EQ(ReadBytes(path_), "abc") << row.description;
     EXPECT_EQ(Names(), Set{"list.m3u"}) << row.description;
@@ -46,7 +46,7 @@ TEST_F(Files, AFailedCreationLeavesNothing) {
                          Row{"the folder cannot be synced", Call::kSync, 2, EIO},
                          Row{"the rename is not allowed", Call::kRename, 1, EPERM}}) {
     const faults::Fault fault(row.call, row.nth, row.error);
-    EXPECT_EQ(ErrorOf([&] { CreateDurably(path_, "abc"); }), row.error) << row.description;
+    EXPECT_EQ(ErrorOf([&] { (void)CreateDurably(path_, "abc"); }), row.error) << row.description;
     EXPECT_TRUE(faults::Fault::Happened()) << row.description;
     EXPECT_EQ(Names(), Set{}) << row.description;
   }
@@ -71,7 +71,7 @@ TEST_F(Files, InterruptedAndShortCallsGoOn) {
                          Row{"a short write", Call::kWrite, 1, faults::kShort}}) {
     WriteBytes(path_, "abcdefg");
     const faults::Fault fault(row.call, row.nth, row.error);
-    EditDurably(path_, AppendX);
+    EXPECT_TRUE(EditDurably(path_, AppendX));
     EXPECT_TRUE(faults::Fault::Happened()) << row.description;
     EXPECT_EQ(ReadBytes(path_), "abcdefgx") << row.description;
   }
@@ -80,7 +80,7 @@ TEST_F(Files, InterruptedAndShortCallsGoOn) {
 TEST_F(Files, AFolderThatKnowsNoSyncIsNoFailure) {
   WriteBytes(path_, "abc");
   const faults::Fault fault(Call::kSync, 2, EINVAL);
-  EditDurably(path_, AppendX);
+  EXPECT_TRUE(EditDurably(path_, AppendX));
   EXPECT_EQ(ReadBytes(path_), "abcx");
 }
 
@@ -89,7 +89,7 @@ TEST_F(Files, AnEditKilledAnywhereLeavesTheOldOrTheNewContent) {
   int step = 1;
   for (bool killed = true; killed; ++step) {
     WriteBytes(path_, "abc");
-    killed = faults::KilledAt(step, [&] { EditDurably(path_, AppendX); });
+    killed = faults::KilledAt(step, [&] { (void)EditDurably(path_, AppendX); });
     seen.insert(ReadBytes(path_));
     for (const std::string &name : Names()) {
       EXPECT_TRUE(name == "list.m3u" || IsTemporaryName(name)) << name;
@@ -102,7 +102,7 @@ TEST_F(Files, AnEditKilledAnywhereLeavesTheOldOrTheNewContent) {
 TEST_F(Files, ACreationKilledAnywhereLeavesNothingOrTheWholeFile) {
   for (int step = 1, killed = 1; killed != 0; ++step) {
     std::filesystem::remove(path_);
-    killed = faults::KilledAt(step, [&] { CreateDurably(path_, "content"); }) ? 1 : 0;
+    killed = faults::KilledAt(step, [&] { (void)CreateDurably(path_, "content"); }) ? 1 : 0;
     if (std::filesystem::exists(path_)) {
       EXPECT_EQ(ReadBytes(path_), "content");
     } else {
