@@ -1,5 +1,4 @@
-#include "actions/check_empty.h"
-
+#include "handler/audio_playlist.h"
 #include "model/answer.h"
 #include "model/location.h"
 #include "model/log_line.h"
@@ -68,11 +67,11 @@ bool Count(const WebMan &request, int *count, Json::Value &response) {
 
 } // namespace
 
-void HandleCheckEmpty(WebMan &request) {
+void PlaylistHandler::HandleCheckEmpty() {
   Json::Value response;
   response["isEmpty"] = true;
   int count = 0;
-  const bool success = Count(request, &count, response);
+  const bool success = Count(Request(), &count, response);
   response["isEmpty"] = count < 1;
   ActionHandler::SetSuccess(response, success);
   PrintAnswer(response);

@@ -1,6 +1,7 @@
 #include "actions/create_playlist.h"
 
 #include "actions/new_playlist.h"
+#include "handler/audio_playlist.h"
 #include "model/answer.h"
 #include "model/log_line.h"
 #include "model/parameters.h"
@@ -111,11 +112,11 @@ void CreateAndAnswer(WebMan &request, const CreateAction &action) {
 
 } // namespace
 
-void HandleAdd(WebMan &request) { CreateAndAnswer(request, kAdd); }
+void PlaylistHandler::HandleAdd() { CreateAndAnswer(Request(), kAdd); }
 
-void HandleAddPlaying(WebMan &request) { CreateAndAnswer(request, kAddPlaying); }
+void PlaylistHandler::HandleAddPlaying() { CreateAndAnswer(Request(), kAddPlaying); }
 
-void HandleAddSearch(WebMan &request) { CreateAndAnswer(request, kAddSearch); }
+void PlaylistHandler::HandleAddSearch() { CreateAndAnswer(Request(), kAddSearch); }
 
 int SearchFieldFromName(const char *category) {
   struct Field {

@@ -1,6 +1,6 @@
 #include "actions/delete_playlists.h"
 
-#include "actions/itunes_service.h"
+#include "handler/audio_playlist.h"
 #include "model/answer.h"
 #include "model/device_paths.h"
 #include "model/field_text.h"
@@ -17,6 +17,7 @@
 
 namespace {
 
+constexpr unsigned kPlaylistsRemoved = 0x13200003; ///< event of the administrative log
 constexpr int kNameListSize = 1024;
 constexpr size_t kNameFieldSize = 255;
 
@@ -128,30 +129,30 @@ void Run(const WebMan &request, PlaylistRows &rows, Json::Value &response) {
 
 } // namespace
 
-void HandleDelete(WebMan &request) {
+void PlaylistHandler::HandleDelete() {
   Json::Value response;
   PlaylistRows rows;
-  Run(request, rows, response);
+  Run(Request(), rows, response);
   rows.reset();
   PrintAnswer(response);
 }
 
-bool BuildPlaylistIdList(const char *ids, std::string &out, int tailMode) {
+bool BuildPlaylistIdList(const char *ids, std::string &out, int tail_mode) {
   if (ids == nullptr || ids[0] == '\0') {
     return false;
   }
   const std::vector<std::string> elements = WebUtils::StringExplode(ids, ",");
   for (const std::string &element : elements) {
-    out +=
-        (out.empty() ? "" : ",") + std::to_string(LeadingNumber(IdTail(element.c_str(), tailMode)));
+    out += (out.empty() ? "" : ",") +
+           std::to_string(LeadingNumber(IdTail(element.c_str(), tail_mode)));
   }
   return !elements.empty();
 }
 
 bool DeleteSmartPlaylists(const WebMan &request, const char *ids, bool personal) {
   const std::string rules = personal ? PersonalSmartRules(request) : kSharedSmartRules;
-  struct stat facts {};
-  if (stat(rules.c_str(), &facts) != 0) {
+  struct stat status {};
+  if (stat(rules.c_str(), &status) != 0) {
     LOG_LINE("smart playlist file not exist. %s", rules.c_str());
     return false;
   }
@@ -165,5 +166,14 @@ bool DeleteSmartPlaylists(const WebMan &request, const char *ids, bool personal)
   if (!personal) {
     RestartITunesServiceAndLog();
   }
+  return true;
+}
+
+bool RestartITunesServiceAndLog() {
+  if (iTunesServiceCheckAndReStart() < 0) {
+    LOG_LINE("iTunesServiceCheckAndReStart() failed");
+    return false;
+  }
+  VEXOLogSet1(2, 1, kPlaylistsRemoved, "remove playlist(s)", "", "", "");
   return true;
 }

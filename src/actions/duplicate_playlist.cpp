@@ -1,6 +1,8 @@
 #include "actions/duplicate_playlist.h"
 
+#include "actions/duplicate_smart_playlist.h"
 #include "actions/new_playlist.h"
+#include "handler/audio_playlist.h"
 #include "model/answer.h"
 #include "model/field_text.h"
 #include "model/log_line.h"
@@ -67,8 +69,8 @@ bool FindSource(const WebMan &request, Source &source, Json::Value &response) {
   } else if (!FindInPersonalLibrary(source)) {
     return false;
   }
-  struct stat facts {};
-  return stat(source.location.path.c_str(), &facts) == 0 || NoSuchPlaylist(source, response);
+  struct stat status {};
+  return stat(source.location.path.c_str(), &status) == 0 || NoSuchPlaylist(source, response);
 }
 
 bool CopySongs(const Source &source, const PlaylistLocation &target, Json::Value &response) {
@@ -97,7 +99,8 @@ void AnswerNode(const WebMan &request, const PlaylistLocation &target, const std
 
 } // namespace
 
-void HandleDuplicate(WebMan &request) {
+void PlaylistHandler::HandleDuplicate() {
+  const WebMan &request = Request();
   Json::Value response;
   const char *id = request.In("id", nullptr);
   if (id == nullptr) {

@@ -1,6 +1,6 @@
-#include "actions/duplicate_playlist.h"
+#include "actions/duplicate_smart_playlist.h"
 
-#include "actions/itunes_service.h"
+#include "actions/delete_playlists.h"
 #include "actions/new_playlist.h"
 #include "model/answer.h"
 #include "model/device_paths.h"
@@ -57,8 +57,8 @@ bool PreparePersonalRules(const WebMan &request, const std::string &rules, Json:
   if (!MakePlaylistsFolder(PlaylistsFolder(request.GetPreferenceDir()), false, false, response)) {
     return false;
   }
-  struct stat facts {};
-  if (stat(rules.c_str(), &facts) == 0) {
+  struct stat status {};
+  if (stat(rules.c_str(), &status) == 0) {
     return true;
   }
   const int result = VLIBCExec(kTouchTool, rules.c_str(), nullptr, nullptr, nullptr);

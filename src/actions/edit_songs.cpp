@@ -1,11 +1,10 @@
-#include "actions/edit_songs.h"
-
+#include "handler/audio_playlist.h"
 #include "model/answer.h"
-#include "model/file_facts.h"
 #include "model/location.h"
 #include "model/log_line.h"
 #include "model/node_id.h"
 #include "model/parameters.h"
+#include "model/row_refresh.h"
 #include "model/song_json.h"
 #include "vexo/playlist_file.h"
 #include <array>
@@ -145,10 +144,10 @@ void EditAndAnswer(const WebMan &request, const EditAction &action) {
 
 } // namespace
 
-void HandleAddSongs(WebMan &request) { EditAndAnswer(request, kAddSongs); }
+void PlaylistHandler::HandleAddSongs() { EditAndAnswer(Request(), kAddSongs); }
 
-void HandleUpdate(WebMan &request) { EditAndAnswer(request, kUpdate); }
+void PlaylistHandler::HandleUpdate() { EditAndAnswer(Request(), kUpdate); }
 
-void HandleRemoveSongs(WebMan &request) { EditAndAnswer(request, kRemoveSongs); }
+void PlaylistHandler::HandleRemoveSongs() { EditAndAnswer(Request(), kRemoveSongs); }
 
-void HandleRemoveMissing(WebMan &request) { EditAndAnswer(request, kRemoveMissing); }
+void PlaylistHandler::HandleRemoveMissing() { EditAndAnswer(Request(), kRemoveMissing); }

@@ -3,9 +3,9 @@
 #include "model/answer.h"
 #include "model/device_paths.h"
 #include "model/field_text.h"
-#include "model/file_facts.h"
 #include "model/folder_lock.h"
 #include "model/log_line.h"
+#include "model/row_refresh.h"
 #include "vexo/audio_file.h"
 #include "vexo/media_index.h"
 #include "vexo/playlist_file.h"
@@ -19,8 +19,8 @@ constexpr int kPlaylistKind = 3;
 constexpr mode_t kEveryPermission = 0777;
 
 bool IsThere(const std::string &path) {
-  struct stat facts {};
-  return stat(path.c_str(), &facts) == 0;
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0;
 }
 
 /// Makes the folder, or finds that another process has made it meanwhile. On failure errno tells
@@ -74,9 +74,9 @@ __tag_VEXO_MEDIA_INFO PlaylistRecord(const std::string &path, const std::string 
   SetField(record.path, path.c_str());
   SetField(record.title, name.c_str());
   SetField(record.album, "playlists");
-  struct stat facts {};
-  if (stat(path.c_str(), &facts) == 0) {
-    SetFileFacts(record, facts);
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0) {
+    SetFileTimesAndSize(record, status);
   }
   return record;
 }

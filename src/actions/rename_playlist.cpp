@@ -1,13 +1,12 @@
-#include "actions/rename_playlist.h"
-
+#include "handler/audio_playlist.h"
 #include "model/answer.h"
 #include "model/field_text.h"
-#include "model/file_facts.h"
 #include "model/folder_lock.h"
 #include "model/location.h"
 #include "model/log_line.h"
 #include "model/node_id.h"
 #include "model/parameters.h"
+#include "model/row_refresh.h"
 #include "vexo/media_index.h"
 #include <array>
 #include <cstdio>
@@ -31,17 +30,15 @@ bool EndWithoutPlaylist(Json::Value &response) {
   return false;
 }
 
-bool Examine(const std::string &path, struct stat &facts) {
-  return stat(path.c_str(), &facts) == 0;
-}
+bool Stat(const std::string &path, struct stat &status) { return stat(path.c_str(), &status) == 0; }
 
 bool LocateInPreferences(const WebMan &request, const char *id, const char *name, Rename &rename,
                          Json::Value &response) {
   const std::string root = request.GetPreferenceDir();
   rename.oldPath = PlaylistFilePath(root, IdTail(id, 2));
   rename.newPath = PlaylistFilePath(root, IdTail(name, 2));
-  struct stat facts {};
-  return Examine(rename.oldPath, facts) || EndWithoutPlaylist(response);
+  struct stat status {};
+  return Stat(rename.oldPath, status) || EndWithoutPlaylist(response);
 }
 
 /// What stands behind the last '.' of the path.
@@ -60,11 +57,11 @@ bool LocateByRow(const char *id, const char *name, Rename &rename, Json::Value &
   VEXOPlaylistPathGet(rename.location.Library(), rename.location.userId, rename.record.id, path,
                       sizeof(path));
   rename.oldPath = path;
-  struct stat facts {};
-  if (!Examine(rename.oldPath, facts)) {
+  struct stat status {};
+  if (!Stat(rename.oldPath, status)) {
     return EndWithoutPlaylist(response);
   }
-  rename.record.size = static_cast<uint64_t>(facts.st_size);
+  rename.record.size = static_cast<uint64_t>(status.st_size);
   const std::string extension = ExtensionOf(rename.oldPath);
   if (rename.oldPath.find('/') == std::string::npos) {
     LOG_LINE("Bad playlist name %s.", rename.oldPath.c_str());
@@ -89,8 +86,8 @@ bool FillRow(const char *name, Rename &rename, Json::Value &response) {
 }
 
 /// Rewrites the row. When that fails the file gets its old name back.
-bool WriteRow(Rename &rename, const struct stat &facts) {
-  SetFileTimes(rename.record, facts);
+bool WriteRow(Rename &rename, const struct stat &status) {
+  SetFileTimes(rename.record, status);
   if (VEXOPlaylistDBUpdate(rename.location.Library(), rename.location.userId, &rename.record,
                            rename.oldPath.c_str()) == -1) {
     std::rename(rename.newPath.c_str(), rename.oldPath.c_str());
@@ -104,8 +101,8 @@ bool WriteRow(Rename &rename, const struct stat &facts) {
 /// the old name, which is in the same folder but for a name with a '/', may not be taken either.
 bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
   const FolderLock lock(FolderOf(rename.newPath));
-  struct stat facts {};
-  if (Examine(rename.newPath, facts)) {
+  struct stat status {};
+  if (Stat(rename.newPath, status)) {
     return NameExists(response);
   }
   if (lock.IsBusy() || std::rename(rename.oldPath.c_str(), rename.newPath.c_str()) != 0) {
@@ -116,11 +113,11 @@ bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
   if (has_row && !FillRow(name, rename, response)) {
     return false;
   }
-  if (!Examine(rename.newPath, facts)) {
+  if (!Stat(rename.newPath, status)) {
     LOG_LINE("Failed to stat new name pls");
     return SystemError(response);
   }
-  return !has_row || WriteRow(rename, facts);
+  return !has_row || WriteRow(rename, status);
 }
 
 void Run(const WebMan &request, Json::Value &response) {
@@ -148,8 +145,8 @@ void Run(const WebMan &request, Json::Value &response) {
 
 } // namespace
 
-void HandleSavePlsName(WebMan &request) {
+void PlaylistHandler::HandleSavePlsName() {
   Json::Value response;
-  Run(request, response);
+  Run(Request(), response);
   PrintAnswer(response);
 }

@@ -1,7 +1,6 @@
-#include "export/download.h"
-
 #include "export/archive_stream.h"
 #include "export/song_sources.h"
+#include "handler/audio_playlist.h"
 #include "model/answer.h"
 #include "model/field_text.h"
 #include "model/log_line.h"
@@ -46,9 +45,9 @@ bool Download(WebMan &request, Json::Value &response) {
 
 } // namespace
 
-void HandleDownload(WebMan &request) {
+void PlaylistHandler::HandleDownload() {
   Json::Value response;
-  if (!Download(request, response)) {
+  if (!Download(Request(), response)) {
     PrintAnswer(response);
   }
 }

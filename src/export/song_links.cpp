@@ -11,8 +11,8 @@
 namespace {
 
 bool Exists(const char *name) {
-  struct stat facts {};
-  return lstat(name, &facts) == 0;
+  struct stat status {};
+  return lstat(name, &status) == 0;
 }
 
 /// Links the song under its base name unless that is taken; true when it is.

@@ -25,8 +25,8 @@ struct AudioPlaylistRelease {
 using LoadedFile = std::unique_ptr<AudioPlaylist, AudioPlaylistRelease>;
 
 bool IsRegularFile(const char *path) {
-  struct stat facts {};
-  return stat(path, &facts) == 0 && S_ISREG(facts.st_mode);
+  struct stat status {};
+  return stat(path, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 bool RandomFailed(Json::Value &response, int line = __builtin_LINE()) {

@@ -1,12 +1,5 @@
 #include "handler/audio_playlist.h"
 
-#include "actions/check_empty.h"
-#include "actions/create_playlist.h"
-#include "actions/delete_playlists.h"
-#include "actions/duplicate_playlist.h"
-#include "actions/edit_songs.h"
-#include "actions/rename_playlist.h"
-#include "export/download.h"
 #include "vexo/users.h"
 #include <cstring>
 
@@ -56,16 +49,3 @@ int PlaylistHandler::Process() {
   }
   return 0;
 }
-
-void PlaylistHandler::HandleAdd() { ::HandleAdd(Request()); }
-void PlaylistHandler::HandleAddPlaying() { ::HandleAddPlaying(Request()); }
-void PlaylistHandler::HandleAddSearch() { ::HandleAddSearch(Request()); }
-void PlaylistHandler::HandleRemoveSongs() { ::HandleRemoveSongs(Request()); }
-void PlaylistHandler::HandleAddSongs() { ::HandleAddSongs(Request()); }
-void PlaylistHandler::HandleDelete() { ::HandleDelete(Request()); }
-void PlaylistHandler::HandleSavePlsName() { ::HandleSavePlsName(Request()); }
-void PlaylistHandler::HandleUpdate() { ::HandleUpdate(Request()); }
-void PlaylistHandler::HandleRemoveMissing() { ::HandleRemoveMissing(Request()); }
-void PlaylistHandler::HandleDuplicate() { ::HandleDuplicate(Request()); }
-void PlaylistHandler::HandleDownload() { ::HandleDownload(Request()); }
-void PlaylistHandler::HandleCheckEmpty() { ::HandleCheckEmpty(Request()); }

@@ -11,17 +11,40 @@ public:
   /// and nothing was printed.
   int Process() override;
 
-  // Each runs one action and prints its answer.
+  // The actions, each defined in the source of its family. Each prints its answer.
+
+  // actions/create_playlist.cpp: create a normal playlist, or with `overwrite` replace the songs
+  // of one.
+
+  /// "add": from songs that the client has chosen.
   void HandleAdd();
+  /// "addplaying": from the queue of a player.
   void HandleAddPlaying();
+  /// "addsearch": from a search of the library.
   void HandleAddSearch();
-  void HandleRemoveSongs();
+
+  // actions/edit_songs.cpp: change the songs of a normal playlist.
+
+  /// "addsongs": appends songs.
   void HandleAddSongs();
-  void HandleDelete();
-  void HandleSavePlsName();
+  /// "update": replaces a range of the songs.
   void HandleUpdate();
+  /// "removesongs": removes songs by their positions.
+  void HandleRemoveSongs();
+  /// "remove_missing": drops the songs whose files are gone.
   void HandleRemoveMissing();
+
+  /// "saveplsname": gives a playlist a new name (actions/rename_playlist.cpp).
+  void HandleSavePlsName();
+  /// "delete": removes normal and smart playlists (actions/delete_playlists.cpp).
+  void HandleDelete();
+  /// "duplicate": copies a playlist into the other library, under the same name
+  /// (actions/duplicate_playlist.cpp).
   void HandleDuplicate();
-  void HandleDownload();
+  /// "checkempty": whether a playlist of any kind has no songs (actions/check_empty.cpp).
   void HandleCheckEmpty();
+  /// "download": sends what the first of the parameters `target` (a player's queue), `playlist` (a
+  /// node id) and `id_info_list` (chosen songs) names, a single chosen song as it is, all else as
+  /// an archive under the name `filename` (export/download.cpp).
+  void HandleDownload();
 };

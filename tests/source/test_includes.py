@@ -20,9 +20,9 @@ HOST = ["text", "files", "system", "accounts", "index", "playlists", "smart", "w
 ALLOWED = {
     "src/model": ["vexo", "json"],
     "src/player": ["vexo", "json", "src/model"],
-    "src/actions": ["vexo", "json", "src/model", "src/player/queue.h"],
-    "src/export": ["vexo", "json", "src/model", "src/player/queue.h"],
-    "src/handler": ["vexo", "json", "src/model", "src/actions", "src/player", "src/export"],
+    "src/handler": ["vexo"],
+    "src/actions": ["vexo", "src/handler/audio_playlist.h", "src/model", "src/player/queue.h"],
+    "src/export": ["vexo", "src/handler/audio_playlist.h", "src/model", "src/player/queue.h"],
     "standalone/text": ["vexo"],
     "standalone/files": ["vexo", "text"],
     "standalone/system": ["vexo", "files", "text", "ini.h"],

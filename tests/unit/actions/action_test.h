@@ -1,8 +1,12 @@
 #pragma once
+#include "handler/audio_playlist.h"
 #include "recording_platform/host_test.h"
 #include "support/temporary_folder.h"
 #include <cstdlib>
+#include <optional>
 #include <sys/stat.h>
+
+using Action = void (PlaylistHandler::*)();
 
 /// The fixture of the actions: a host that makes the playlist files it is asked to write, when
 /// their folder is there.
@@ -21,21 +25,21 @@ protected:
   }
 
   /// Runs an action on the parameters and returns its answer as compact JSON.
-  std::string Run(void (*action)(WebMan &), std::map<std::string, std::string> parameters) {
+  std::string Run(Action action, std::map<std::string, std::string> parameters) {
+    handler_.emplace();
     host().parameters = std::move(parameters);
     host().events.clear();
     host().log.clear();
     host().answers.clear();
     host().saved.clear();
-    WebMan request;
-    action(request);
+    (*handler_.*action)();
     return host().AnswerText();
   }
 
   /// The permission bits of a file; 0 when it is not there.
   static unsigned ModeOf(const std::string &path) {
-    struct stat facts {};
-    return stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0U;
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0U;
   }
 
   /// The answer with the node of a copy "Road".
@@ -62,4 +66,7 @@ protected:
   static constexpr const char *kEvent =
       R"call(VEXOLogSet1(2, 1, 320864259, "remove playlist(s)", "", "", ""))call";
   static constexpr const char *kSuccess = R"({"success":true})";
+
+private:
+  std::optional<PlaylistHandler> handler_; ///< until the next run: its end is no part of this one
 };

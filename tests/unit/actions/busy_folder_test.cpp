@@ -1,7 +1,4 @@
 // Names in a folder whose lock another process keeps.
-#include "actions/create_playlist.h"
-#include "actions/rename_playlist.h"
-
 #include "unit/actions/action_test.h"
 #include <ctime>
 #include <fcntl.h>
@@ -46,16 +43,16 @@ protected:
 };
 
 TEST_F(BusyFolder, TakesNoNewPlaylist) {
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}}), kSystemError);
+  EXPECT_EQ(Run(&PlaylistHandler::HandleAdd, {{"name", "Road"}}), kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to create playlist " + folder_ + "/Road.m3u"));
   EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
 }
 
 TEST_F(BusyFolder, TakesNoNewName) {
   WriteBytes(folder_ + "/Road.m3u", "x");
-  EXPECT_EQ(
-      Run(HandleSavePlsName, {{"id", "musiclib_music_personal/playlist/Road"}, {"name", "Trip"}}),
-      kSystemError);
+  EXPECT_EQ(Run(&PlaylistHandler::HandleSavePlsName,
+                {{"id", "musiclib_music_personal/playlist/Road"}, {"name", "Trip"}}),
+            kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to rename to new playlist name."));
   EXPECT_EQ(ReadBytes(folder_ + "/Road.m3u"), "x");
   EXPECT_FALSE(Exists(folder_ + "/Trip.m3u"));
@@ -63,7 +60,7 @@ TEST_F(BusyFolder, TakesNoNewName) {
 
 TEST_F(BusyFolder, StillTellsThatANameIsTaken) {
   WriteBytes(folder_ + "/Road.m3u", "x");
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}}), kNameExists);
+  EXPECT_EQ(Run(&PlaylistHandler::HandleAdd, {{"name", "Road"}}), kNameExists);
 }
 
 } // namespace

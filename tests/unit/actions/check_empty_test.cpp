@@ -1,5 +1,3 @@
-#include "actions/check_empty.h"
-
 #include "unit/actions/action_test.h"
 
 namespace {
@@ -15,7 +13,9 @@ constexpr const char *kFailed =
 
 class CheckEmpty : public ActionTest {
 protected:
-  std::string Check(const std::string &id) { return Run(HandleCheckEmpty, {{"playlist", id}}); }
+  std::string Check(const std::string &id) {
+    return Run(&PlaylistHandler::HandleCheckEmpty, {{"playlist", id}});
+  }
 
   /// Makes normal playlists known, with a file of two songs.
   void KnowPlaylist() {
@@ -25,7 +25,7 @@ protected:
 };
 
 TEST_F(CheckEmpty, RefusesARequestWithoutPlaylist) {
-  EXPECT_EQ(Run(HandleCheckEmpty, {}), kFailed);
+  EXPECT_EQ(Run(&PlaylistHandler::HandleCheckEmpty, {}), kFailed);
   EXPECT_THAT(host().Effects(), ElementsAre("GetUserIdFromName(\"anna\")", "syslog(Bad parameter.)",
                                             "SetError(\"common\", \"error_system\")",
                                             "SetSuccess(false)", "PrintResponse()"));

@@ -256,20 +256,20 @@ TEST_F(CreatePlaylist, TakesAnyOtherResultOfTheSaveAsSuccess) {
             NodeAnswer("musiclib_music_shared/playlist/31"));
 }
 
-TEST_F(CreatePlaylist, GivesTheRowTheFactsOfTheFile) {
+TEST_F(CreatePlaylist, GivesTheRowTheTimesAndSizeOfTheFile) {
   host().on["VEXOWriteMusicPlaylist"] = [&](const recording::Event & /*event*/) {
     WriteBytes(library() + "/playlists/Road.m3u", "#EXTM3U\n");
   };
   Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}});
-  struct stat facts {};
-  ASSERT_EQ(stat((library() + "/playlists/Road.m3u").c_str(), &facts), 0);
+  struct stat status {};
+  ASSERT_EQ(stat((library() + "/playlists/Road.m3u").c_str(), &status), 0);
   ASSERT_EQ(host().saved.size(), 1U);
   EXPECT_EQ(host().saved[0].size, 8U);
-  EXPECT_EQ(host().saved[0].modificationTime, std::string(std::ctime(&facts.st_mtime)));
-  EXPECT_EQ(host().saved[0].changeTime, std::string(std::ctime(&facts.st_ctime)));
+  EXPECT_EQ(host().saved[0].modificationTime, std::string(std::ctime(&status.st_mtime)));
+  EXPECT_EQ(host().saved[0].changeTime, std::string(std::ctime(&status.st_ctime)));
 }
 
-TEST_F(CreatePlaylist, LeavesTheFactsOutThatItCannotFind) {
+TEST_F(CreatePlaylist, LeavesTimesAndSizeOutWhenItCannotFindThem) {
   host().on.clear();
   Create(kCreators[0], {{"name", "Road"}, {"type", "shared"}});
   ASSERT_EQ(host().saved.size(), 1U);

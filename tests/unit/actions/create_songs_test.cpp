@@ -26,14 +26,14 @@ using ::testing::Pointwise;
 MATCHER(BeginsWith, "") { return std::get<0>(arg).starts_with(std::get<1>(arg)); }
 
 TEST_F(CreatePlaylist, OfAddWithoutAListIsEmpty) {
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}}),
+  EXPECT_EQ(Run(&PlaylistHandler::HandleAdd, {{"name", "Road"}}),
             NodeAnswer("musiclib_music_personal/playlist/Road"));
   EXPECT_EQ(host().Calls("VEXOWriteMusicPlaylist").size(), 1U);
   EXPECT_THAT(host().Calls("VEXOPlaylistRecFree"), IsEmpty());
 }
 
 TEST_F(CreatePlaylist, OfAddWithAnEmptyListWritesIt) {
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"id_info_list", "[]"}}),
+  EXPECT_EQ(Run(&PlaylistHandler::HandleAdd, {{"name", "Road"}, {"id_info_list", "[]"}}),
             NodeAnswer("musiclib_music_personal/playlist/Road"));
   const std::string call =
       "VEXOWriteMusicPlaylist(null, \"" + preferences() + "/playlists/Road.m3u\")";
@@ -41,7 +41,8 @@ TEST_F(CreatePlaylist, OfAddWithAnEmptyListWritesIt) {
 }
 
 TEST_F(CreatePlaylist, OfAddThatOverwritesWithoutAListChangesNothing) {
-  EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"type", "shared"}, {"overwrite", "true"}}),
+  EXPECT_EQ(Run(&PlaylistHandler::HandleAdd,
+                {{"name", "Road"}, {"type", "shared"}, {"overwrite", "true"}}),
             NodeAnswer("musiclib_music_shared/playlist/31"));
   EXPECT_THAT(host().Calls("VEXOWriteMusicPlaylist"), IsEmpty());
   EXPECT_THAT(host().Calls("VEXOPlaylistDBSave"), IsEmpty());
@@ -59,7 +60,8 @@ TEST_F(CreatePlaylist, OfAddFailsWithAListThatItCannotRead) {
   };
   for (const auto &row : rows) {
     Forget(preferences());
-    EXPECT_EQ(Run(HandleAdd, {{"name", "Road"}, {"id_info_list", row.list}}), kSystemError);
+    EXPECT_EQ(Run(&PlaylistHandler::HandleAdd, {{"name", "Road"}, {"id_info_list", row.list}}),
+              kSystemError);
     EXPECT_THAT(host().Messages(), ElementsAre(row.message)) << row.list;
     EXPECT_TRUE(Exists(preferences() + "/playlists/Road.m3u")) << "the empty one stays";
   }
@@ -158,12 +160,12 @@ TEST_F(CreatePlaylist, OfAddSearchPassesTheSearchOn) {
               ElementsAre("VEXOMusicListAll(\"shared\", 7, 2, \"x\", \"album\", 1, 0, 0)"))
       << "by default";
   Forget(preferences());
-  Run(HandleAddSearch, {{"name", "Road"},
-                        {"library", "any"},
-                        {"category", "none such"},
-                        {"keyword", ""},
-                        {"sort", "title"},
-                        {"dir", "asc"}});
+  Run(&PlaylistHandler::HandleAddSearch, {{"name", "Road"},
+                                          {"library", "any"},
+                                          {"category", "none such"},
+                                          {"keyword", ""},
+                                          {"sort", "title"},
+                                          {"dir", "asc"}});
   EXPECT_THAT(host().Calls("VEXOMusicListAll"),
               ElementsAre("VEXOMusicListAll(\"any\", 7, 0, \"\", \"title\", 0, 0, 0)"));
 }

@@ -6,17 +6,21 @@
 /// An action that creates playlists, with the parameters that it needs besides its name.
 struct Creator {
   const char *description;
-  void (*run)(WebMan &);
+  Action run;
   std::map<std::string, std::string> parameters;
   const char *songs;         ///< what it writes, with the songs of the fixture
   bool logs_personal_folder; ///< in the message of a folder that cannot be made
 };
 
 inline const Creator kCreators[] = {
-    {"add", HandleAdd, {{"id_info_list", R"(["12"])"}}, "[12 /twelve.mp3]", true},
-    {"addplaying", HandleAddPlaying, {{"target", "stream"}}, "[13 /thirteen.mp3]", false},
+    {"add", &PlaylistHandler::HandleAdd, {{"id_info_list", R"(["12"])"}}, "[12 /twelve.mp3]", true},
+    {"addplaying",
+     &PlaylistHandler::HandleAddPlaying,
+     {{"target", "stream"}},
+     "[13 /thirteen.mp3]",
+     false},
     {"addsearch",
-     HandleAddSearch,
+     &PlaylistHandler::HandleAddSearch,
      {{"category", "artist"}, {"keyword", "x"}},
      "[14 /fourteen.mp3]",
      false},

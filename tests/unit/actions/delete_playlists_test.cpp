@@ -1,6 +1,5 @@
 #include "actions/delete_playlists.h"
 
-#include "actions/itunes_service.h"
 #include "unit/actions/action_test.h"
 
 namespace {
@@ -31,10 +30,10 @@ protected:
   static std::string PersonalRules() { return preferences() + "/playlists/smart.playlist"; }
 
   std::string DeleteNormal(const std::string &ids) {
-    return Run(HandleDelete, {{"playlists", ids}});
+    return Run(&PlaylistHandler::HandleDelete, {{"playlists", ids}});
   }
   std::string DeleteSmart(const std::string &ids) {
-    return Run(HandleDelete, {{"smartPlaylists", ids}});
+    return Run(&PlaylistHandler::HandleDelete, {{"smartPlaylists", ids}});
   }
   /// An answer of success with one list in it.
   static std::string Deleted(const std::string &key, const std::string &ids) {
@@ -43,7 +42,7 @@ protected:
 };
 
 TEST_F(DeletePlaylists, RefusesARequestWithNeitherList) {
-  EXPECT_EQ(Run(HandleDelete, {}), kSystemError);
+  EXPECT_EQ(Run(&PlaylistHandler::HandleDelete, {}), kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));
   EXPECT_THAT(host().Calls("GetUserIdFromName"), IsEmpty());
 }
@@ -98,9 +97,10 @@ TEST_F(DeletePlaylists, FailsWhenTheRowsCannotBeLookedUp) {
 
 TEST_F(DeletePlaylists, FailsWhenTheRowsCannotBeRemoved) {
   host().results["VEXOPlayListUnlink"] = {-1};
-  EXPECT_EQ(Run(HandleDelete, {{"playlists", "musiclib_music_shared/playlist/12"},
-                               {"smartPlaylists", "musiclib_music_shared/smart/Loud"}}),
-            kSystemError);
+  EXPECT_EQ(
+      Run(&PlaylistHandler::HandleDelete, {{"playlists", "musiclib_music_shared/playlist/12"},
+                                           {"smartPlaylists", "musiclib_music_shared/smart/Loud"}}),
+      kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to delete playlists"));
   EXPECT_EQ(host().Calls("VEXOPlayListFree").size(), 1U);
   EXPECT_THAT(host().Calls("iTunesPlaylistDeleteByFilename"), IsEmpty())
@@ -143,7 +143,7 @@ TEST_F(DeletePlaylists, OfAPreferenceFolderCutsAPathThatIsTooLong) {
 
 TEST_F(DeletePlaylists, OfAPreferenceFolderRefusesAListWithoutIds) {
   for (const char *ids : {"", ",", ",,"}) {
-    EXPECT_EQ(Run(HandleDelete,
+    EXPECT_EQ(Run(&PlaylistHandler::HandleDelete,
                   {{"playlists", ids}, {"smartPlaylists", "musiclib_music_shared/smart/Loud"}}),
               kSystemError);
     EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));
@@ -175,10 +175,11 @@ TEST_F(DeletePlaylists, OfPersonalSmartOnesRestartsNothing) {
 }
 
 TEST_F(DeletePlaylists, OfBothKindsRemovesNormalOnesFirst) {
-  EXPECT_EQ(Run(HandleDelete, {{"playlists", "musiclib_music_shared/playlist/12"},
-                               {"smartPlaylists", "musiclib_music_shared/smart/Loud"}}),
-            R"({"playlists":"musiclib_music_shared/playlist/12",)"
-            R"("smartPlaylists":"musiclib_music_shared/smart/Loud","success":true})");
+  EXPECT_EQ(
+      Run(&PlaylistHandler::HandleDelete, {{"playlists", "musiclib_music_shared/playlist/12"},
+                                           {"smartPlaylists", "musiclib_music_shared/smart/Loud"}}),
+      R"({"playlists":"musiclib_music_shared/playlist/12",)"
+      R"("smartPlaylists":"musiclib_music_shared/smart/Loud","success":true})");
   std::vector<std::string> order;
   for (const recording::Event &event : host().events) {
     if (event.name == "VEXOPlayListUnlink" || event.name == "iTunesPlaylistDeleteByFilename") {
@@ -207,9 +208,10 @@ TEST_F(DeletePlaylists, OfSmartOnesWithoutIdsAnswersNothing) {
 
 TEST_F(DeletePlaylists, OfSmartOnesThatFailsLeavesNormalOnesRemoved) {
   host().results["iTunesPlaylistDeleteByFilename"] = {-1};
-  EXPECT_EQ(Run(HandleDelete, {{"playlists", "musiclib_music_shared/playlist/12"},
-                               {"smartPlaylists", "musiclib_music_shared/smart/Loud"}}),
-            "null");
+  EXPECT_EQ(
+      Run(&PlaylistHandler::HandleDelete, {{"playlists", "musiclib_music_shared/playlist/12"},
+                                           {"smartPlaylists", "musiclib_music_shared/smart/Loud"}}),
+      "null");
   EXPECT_EQ(host().Calls("VEXOPlayListUnlink").size(), 1U);
   EXPECT_EQ(host().Calls("VEXOPlayListFree").size(), 1U);
   ASSERT_EQ(host().Messages().size(), 1U);

@@ -28,14 +28,14 @@ protected:
   }
 
   std::string Duplicate(const std::string &id, const std::string &overwrite = "false") {
-    return Run(HandleDuplicate, {{"id", id}, {"overwrite", overwrite}});
+    return Run(&PlaylistHandler::HandleDuplicate, {{"id", id}, {"overwrite", overwrite}});
   }
 
   std::string source_ = root() + "/source.m3u";
 };
 
 TEST_F(DuplicatePlaylist, RefusesARequestWithoutId) {
-  EXPECT_EQ(Run(HandleDuplicate, {}), kSystemError);
+  EXPECT_EQ(Run(&PlaylistHandler::HandleDuplicate, {}), kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));
 }
 

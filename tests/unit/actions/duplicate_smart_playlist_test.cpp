@@ -1,5 +1,3 @@
-#include "actions/duplicate_playlist.h"
-
 #include "unit/actions/action_test.h"
 
 namespace {
@@ -24,7 +22,7 @@ protected:
   static std::string PersonalRules() { return preferences() + "/playlists/smart.playlist"; }
 
   std::string Duplicate(const std::string &id, const std::string &overwrite = "false") {
-    return Run(HandleDuplicate, {{"id", id}, {"overwrite", overwrite}});
+    return Run(&PlaylistHandler::HandleDuplicate, {{"id", id}, {"overwrite", overwrite}});
   }
 };
 

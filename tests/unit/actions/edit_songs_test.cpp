@@ -1,5 +1,3 @@
-#include "actions/edit_songs.h"
-
 #include "unit/actions/action_test.h"
 
 namespace {
@@ -11,7 +9,7 @@ using ::testing::IsEmpty;
 /// An action that edits, with the parameters that it needs besides the playlist.
 struct Editor {
   const char *description;
-  void (*run)(WebMan &);
+  Action run;
   const char *id_parameter;
   std::map<std::string, std::string> parameters;
   const char *row_call;      ///< the host call for a playlist with a row ...
@@ -24,7 +22,7 @@ struct Editor {
 
 const Editor kEditors[] = {
     {"addsongs",
-     HandleAddSongs,
+     &PlaylistHandler::HandleAddSongs,
      "playlist",
      {{"id_info_list", R"(["12", {"res": "/a.mp3"}])"}},
      "VEXOPlaylistAppendSongs",
@@ -34,7 +32,7 @@ const Editor kEditors[] = {
      "Failed to add songs into playlist.",
      "Failed to add songs into playlist."},
     {"update",
-     HandleUpdate,
+     &PlaylistHandler::HandleUpdate,
      "playlist",
      {{"id_info_list", R"(["12"])"}, {"start", "3"}, {"limit", "2"}},
      "VEXOPlaylistUpdateSongs",
@@ -44,7 +42,7 @@ const Editor kEditors[] = {
      "Failed to update songs into playlist.",
      "Failed to remove songs from playlist."},
     {"removesongs",
-     HandleRemoveSongs,
+     &PlaylistHandler::HandleRemoveSongs,
      "playlist",
      {{"seq_list", "4, 1,x"}},
      "VEXOPlaylistRemoveSongs",
@@ -54,7 +52,7 @@ const Editor kEditors[] = {
      "Failed to remove songs from playlist.",
      "Failed to remove songs from playlist."},
     {"remove_missing",
-     HandleRemoveMissing,
+     &PlaylistHandler::HandleRemoveMissing,
      "playlist_id",
      {},
      "VEXOPlaylistRemoveMissing",
@@ -168,8 +166,9 @@ TEST_F(EditSongs, FailWhenTheRowCannotBeRefreshed) {
 
 TEST_F(EditSongs, OfMissingOnesTellTheNumberOfTheOtherParameter) {
   host().results["VEXOPlaylistDBUpdate"] = {-1};
-  EXPECT_EQ(Run(HandleRemoveMissing, {{"playlist_id", "musiclib_music_shared/playlist/31"},
-                                      {"playlist", "musiclib_music_shared/playlist/44"}}),
+  EXPECT_EQ(Run(&PlaylistHandler::HandleRemoveMissing,
+                {{"playlist_id", "musiclib_music_shared/playlist/31"},
+                 {"playlist", "musiclib_music_shared/playlist/44"}}),
             kSystemError);
   EXPECT_THAT(host().Calls("AudioInfoDBOpen"),
               ElementsAre("AudioInfoDBOpen(\"shared\", 7, 3, \"*\", \"id = 31\", 0, 0, 0, 0)"));
@@ -210,7 +209,8 @@ TEST_F(EditSongs, FailWithAListThatTheyCannotRead) {
   for (const char *id :
        {"musiclib_music_shared/playlist/31", "musiclib_music_personal/playlist/31"}) {
     for (const auto &row : rows) {
-      for (void (*action)(WebMan &) : {HandleAddSongs, HandleUpdate}) {
+      for (const Action action :
+           {&PlaylistHandler::HandleAddSongs, &PlaylistHandler::HandleUpdate}) {
         EXPECT_EQ(
             Run(action,
                 {{"playlist", id}, {"id_info_list", row.list}, {"start", "0"}, {"limit", "0"}}),
@@ -223,13 +223,13 @@ TEST_F(EditSongs, FailWithAListThatTheyCannotRead) {
 }
 
 TEST_F(EditSongs, OfMissingOnesDoNotReadAList) {
-  EXPECT_EQ(Run(HandleRemoveMissing,
+  EXPECT_EQ(Run(&PlaylistHandler::HandleRemoveMissing,
                 {{"playlist_id", "musiclib_music_shared/playlist/31"}, {"id_info_list", "["}}),
             kSuccess);
 }
 
 TEST_F(EditSongs, AppendAnEmptyList) {
-  EXPECT_EQ(Run(HandleAddSongs,
+  EXPECT_EQ(Run(&PlaylistHandler::HandleAddSongs,
                 {{"playlist", "musiclib_music_shared/playlist/31"}, {"id_info_list", "[]"}}),
             kSuccess);
   EXPECT_THAT(host().Calls("VEXOPlaylistAppendSongs"),
@@ -249,11 +249,12 @@ TEST_F(EditSongs, ReadStartAndLimitAsFarAsTheyAreNumbers) {
        "9223372036854775807, -9223372036854775808"},
   };
   for (const auto &row : rows) {
-    EXPECT_EQ(Run(HandleUpdate, {{"playlist", "musiclib_music_personal/playlist/My"},
-                                 {"id_info_list", "[]"},
-                                 {"start", row.start},
-                                 {"limit", row.limit}}),
-              kSuccess);
+    EXPECT_EQ(
+        Run(&PlaylistHandler::HandleUpdate, {{"playlist", "musiclib_music_personal/playlist/My"},
+                                             {"id_info_list", "[]"},
+                                             {"start", row.start},
+                                             {"limit", row.limit}}),
+        kSuccess);
     EXPECT_THAT(host().Calls("VEXOPersonalPlaylistUpdateSongs"),
                 ElementsAre("VEXOPersonalPlaylistUpdateSongs(\"" + preferences() +
                             "/playlists/My.m3u\", null, " + row.arguments + ")"));

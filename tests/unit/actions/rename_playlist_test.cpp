@@ -1,5 +1,3 @@
-#include "actions/rename_playlist.h"
-
 #include "unit/actions/action_test.h"
 #include <ctime>
 
@@ -33,11 +31,12 @@ protected:
   /// Renames a shared playlist whose file is `path`.
   std::string RenameShared(const std::string &path, const std::string &name) {
     host().texts["VEXOPlaylistPathGet"] = path;
-    return Run(HandleSavePlsName, {{"id", "musiclib_music_shared/playlist/31"}, {"name", name}});
+    return Run(&PlaylistHandler::HandleSavePlsName,
+               {{"id", "musiclib_music_shared/playlist/31"}, {"name", name}});
   }
 
   std::string RenamePreferred(const std::string &old_name, const std::string &name) {
-    return Run(HandleSavePlsName,
+    return Run(&PlaylistHandler::HandleSavePlsName,
                {{"id", "musiclib_music_personal/playlist/" + old_name}, {"name", name}});
   }
 
@@ -60,17 +59,18 @@ TEST_F(RenamePlaylist, OfALibraryMovesTheFileAndRewritesTheRow) {
                               "/Trip.m3u\", title=\"Trip\", album=\"playlists\", size=5}, \"" +
                               old_ + "\")",
                           "SetSuccess(true)", "PrintResponse()"));
-  struct stat facts {};
-  ASSERT_EQ(stat((folder_ + "/Trip.m3u").c_str(), &facts), 0);
-  EXPECT_EQ(host().saved[0].changeTime, std::string(std::ctime(&facts.st_ctime)));
-  EXPECT_EQ(host().saved[0].modificationTime, std::string(std::ctime(&facts.st_mtime)));
+  struct stat status {};
+  ASSERT_EQ(stat((folder_ + "/Trip.m3u").c_str(), &status), 0);
+  EXPECT_EQ(host().saved[0].changeTime, std::string(std::ctime(&status.st_ctime)));
+  EXPECT_EQ(host().saved[0].modificationTime, std::string(std::ctime(&status.st_mtime)));
 }
 
 TEST_F(RenamePlaylist, OfAPersonalLibraryAsksForThePersonalRow) {
   host().personalLibrary = true;
   WriteBytes(old_, "");
   host().texts["VEXOPlaylistPathGet"] = old_;
-  Run(HandleSavePlsName, {{"id", "musiclib_music_personal/playlist/31x"}, {"name", "Trip"}});
+  Run(&PlaylistHandler::HandleSavePlsName,
+      {{"id", "musiclib_music_personal/playlist/31x"}, {"name", "Trip"}});
   EXPECT_THAT(host().Calls("VEXOPlaylistPathGet"),
               ElementsAre("VEXOPlaylistPathGet(\"personal\", 7, 31, 4096)"));
   EXPECT_EQ(host().Calls("VEXOPlaylistDBUpdate").size(), 1U);
@@ -90,7 +90,7 @@ TEST_F(RenamePlaylist, RefusesARequestWithoutIdOrName) {
   for (const char *missing : {"id", "name"}) {
     std::map<std::string, std::string> parameters = {{"id", "a/31"}, {"name", "Trip"}};
     parameters.erase(missing);
-    EXPECT_EQ(Run(HandleSavePlsName, parameters), kSystemError) << missing;
+    EXPECT_EQ(Run(&PlaylistHandler::HandleSavePlsName, parameters), kSystemError) << missing;
     EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));
   }
 }

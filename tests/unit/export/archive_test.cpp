@@ -178,9 +178,9 @@ TEST_F(ArchiveTest, AFolderThatIsGoneIsNotRemovedAgain) {
 TEST_F(ArchiveTest, OnlyItsUserSeesTheFolder) {
   mode_t mode = 0;
   host().on["Output"] = [&mode](const recording::Event &) {
-    struct stat facts {};
-    stat(".", &facts);
-    mode = facts.st_mode & 0777U;
+    struct stat status {};
+    stat(".", &status);
+    mode = status.st_mode & 0777U;
   };
   DownloadSongs({});
   EXPECT_EQ(mode, 0700U);

@@ -2,7 +2,7 @@
 // The fixture of the download's tests: the tools of the device stand in the device root, the zip
 // tool as a script that writes the names it reads.
 
-#include "export/download.h"
+#include "handler/audio_playlist.h"
 #include "recording_platform/host_test.h"
 #include "support/temporary_folder.h"
 #include "system_calls.h"
@@ -31,9 +31,8 @@ protected:
 
   /// Runs the action; what it printed by itself.
   static std::string Download() {
-    WebMan request;
     testing::internal::CaptureStdout();
-    HandleDownload(request);
+    PlaylistHandler().HandleDownload();
     return testing::internal::GetCapturedStdout();
   }
 

@@ -1,4 +1,4 @@
-#include "model/file_facts.h"
+#include "model/row_refresh.h"
 
 #include "recording_platform/host_test.h"
 #include "support/temporary_folder.h"
@@ -20,17 +20,17 @@ protected:
   std::string path_ = root() + "/Road.m3u";
 };
 
-TEST_F(UpdateRow, WritesTheRowBackWithTheFactsOfTheFile) {
+TEST_F(UpdateRow, WritesTheRowBackWithTheTimesAndSizeOfTheFile) {
   EXPECT_TRUE(UpdatePlaylistDBInfo("personal", 7, 12));
   EXPECT_THAT(host().Effects(),
               ElementsAre("AudioInfoDBOpen(\"personal\", 7, 3, \"*\", \"id = 12\", 0, 0, 0, 0)",
                           "MediaInfoDBGet()", "AudioInfoDBClose()",
                           "VEXOPlaylistDBUpdate(\"personal\", 7, {id=12, path=\"" + path_ +
                               "\", title=\"Road\", size=5}, 12)"));
-  struct stat facts {};
-  ASSERT_EQ(stat(path_.c_str(), &facts), 0);
-  EXPECT_EQ(host().saved[0].changeTime, std::string(std::ctime(&facts.st_ctime)));
-  EXPECT_EQ(host().saved[0].modificationTime, std::string(std::ctime(&facts.st_mtime)));
+  struct stat status {};
+  ASSERT_EQ(stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(host().saved[0].changeTime, std::string(std::ctime(&status.st_ctime)));
+  EXPECT_EQ(host().saved[0].modificationTime, std::string(std::ctime(&status.st_mtime)));
 }
 
 TEST_F(UpdateRow, RefusesIdsBelowOneAtOnce) {
@@ -78,10 +78,10 @@ TEST_F(UpdateRow, TakesAnyOtherResultOfTheWriteAsSuccess) {
 }
 
 TEST(FileTimes, ThatNoCalendarKnowsAreEmpty) {
-  struct stat facts {};
-  facts.st_mtime = LONG_MAX;
+  struct stat status {};
+  status.st_mtime = LONG_MAX;
   __tag_VEXO_MEDIA_INFO record{};
-  SetFileTimes(record, facts);
+  SetFileTimes(record, status);
   EXPECT_STREQ(record.modificationTime, "");
   EXPECT_STRNE(record.changeTime, "");
 }

@@ -1,4 +1,4 @@
-#include "model/file_facts.h"
+#include "model/row_refresh.h"
 
 #include "model/field_text.h"
 #include "model/log_line.h"
@@ -32,14 +32,14 @@ bool ReadRow(const char *library, int userId, int playlistId, __tag_VEXO_MEDIA_I
 
 } // namespace
 
-void SetFileTimes(__tag_VEXO_MEDIA_INFO &record, const struct stat &facts) {
-  SetField(record.changeTime, std::ctime(&facts.st_ctime));
-  SetField(record.modificationTime, std::ctime(&facts.st_mtime));
+void SetFileTimes(__tag_VEXO_MEDIA_INFO &record, const struct stat &status) {
+  SetField(record.changeTime, std::ctime(&status.st_ctime));
+  SetField(record.modificationTime, std::ctime(&status.st_mtime));
 }
 
-void SetFileFacts(__tag_VEXO_MEDIA_INFO &record, const struct stat &facts) {
-  SetFileTimes(record, facts);
-  record.size = static_cast<uint64_t>(facts.st_size);
+void SetFileTimesAndSize(__tag_VEXO_MEDIA_INFO &record, const struct stat &status) {
+  SetFileTimes(record, status);
+  record.size = static_cast<uint64_t>(status.st_size);
 }
 
 bool UpdatePlaylistDBInfo(const char *library, int userId, int playlistId) {
@@ -51,12 +51,12 @@ bool UpdatePlaylistDBInfo(const char *library, int userId, int playlistId) {
   if (!ReadRow(library, userId, playlistId, &row)) {
     return false;
   }
-  struct stat facts {};
-  if (stat(row.path, &facts) != 0) {
-    // The client's tools know this failure by the text of the one before.
+  struct stat status {};
+  if (stat(row.path, &status) != 0) {
+    // The same message as for a failed MediaInfoDBGet(), on purpose.
     LOG_LINE("Failed to MediaInfoDBGet.");
     return false;
   }
-  SetFileFacts(row, facts);
+  SetFileTimesAndSize(row, status);
   return VEXOPlaylistDBUpdate(library, userId, &row, playlistId) != -1;
 }
