@@ -4,8 +4,10 @@
 // the user whose personal library it is. Everything throws IndexError; "not found" is an empty
 // result.
 
+#include "files/file_identity.h"
 #include "index/song_query.h"
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -34,12 +36,16 @@ struct Song {
   int64_t time_added = 0, time_modified = 0, time_changed = 0; ///< seconds since 1970
 };
 
-/// A playlist's row. Times are kept as the texts that came with it.
+/// A playlist's row. Times are kept as the texts that came with it; `file` is what finds the file
+/// again when it was renamed without its row.
 struct Playlist {
   int32_t id = 0;
   int owner = 0;
   std::string path, title, album, change_time, modification_time;
   uint64_t size_bytes = 0;
+  files::FileIdentity file{};
+
+  friend bool operator==(const Playlist &, const Playlist &) = default;
 };
 
 /// What tells whether a song's file has changed since it was read.
@@ -93,6 +99,10 @@ public:
   virtual std::vector<Playlist> PlaylistsById(int owner, const std::vector<int32_t> &ids) = 0;
   virtual std::optional<Playlist> PlaylistByPath(int owner, const std::string &path) = 0;
   virtual std::vector<Playlist> AllPlaylists(int owner) = 0;
+  /// Makes one transaction of what `work` does with playlists: nobody else writes meanwhile, and a
+  /// throw undoes all of it. kSoon: a power failure may take it back, which saves a sync.
+  enum class Durable { kNow, kSoon };
+  virtual void InTransaction(Durable durable, const std::function<void()> &work) = 0;
 
   // Upkeep.
   /// After many changes: what makes later searches and openings quick again.

@@ -31,6 +31,7 @@ public:
   std::vector<Playlist> PlaylistsById(int owner, const std::vector<int32_t> &ids) override;
   std::optional<Playlist> PlaylistByPath(int owner, const std::string &path) override;
   std::vector<Playlist> AllPlaylists(int owner) override;
+  void InTransaction(Durable durable, const std::function<void()> &work) override;
 
   void Optimize() override;
   std::vector<std::string> FindDamage() override;

@@ -14,18 +14,22 @@ void BindValues(Statement &statement, int parameter, const Playlist &playlist) {
                                   &playlist.change_time, &playlist.modification_time}) {
     statement.Bind(parameter++, *text);
   }
-  statement.Bind(parameter, static_cast<int64_t>(playlist.size_bytes));
+  for (const uint64_t number : {playlist.size_bytes, playlist.file.inode}) {
+    statement.Bind(parameter++, static_cast<int64_t>(number));
+  }
+  statement.Bind(parameter, playlist.file.born_ns);
 }
 
 constexpr const char *kUpdate =
     "UPDATE playlists SET path = ?3, title = ?4, album = ?5, change_time = ?6, "
-    "modification_time = ?7, size = ?8 WHERE owner = ?1 AND ";
+    "modification_time = ?7, size = ?8, inode = ?9, born_ns = ?10 WHERE owner = ?1 AND ";
 
 } // namespace
 
 int32_t SqliteIndex::AddPlaylist(const Playlist &playlist) {
   Statement statement(database_, "INSERT INTO playlists(owner, path, title, album, change_time, "
-                                 "modification_time, size) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+                                 "modification_time, size, inode, born_ns) "
+                                 "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)");
   statement.Bind(1, int64_t{playlist.owner});
   BindValues(statement, 2, playlist);
   statement.Run();
@@ -74,6 +78,36 @@ std::vector<Playlist> SqliteIndex::AllPlaylists(int owner) {
   Statement statement(database_, "SELECT " VEXO_PLAYLIST_COLUMNS
                                  " FROM playlists WHERE owner = ?1 ORDER BY path");
   return ReadPlaylists(statement.Bind(1, int64_t{owner}));
+}
+
+namespace {
+
+/// Commits without a sync while it lives: the next synced commit makes these durable as well.
+class Unsynced {
+public:
+  explicit Unsynced(Database &database) : database_(database) {
+    database_.Execute("PRAGMA synchronous=NORMAL");
+  }
+  ~Unsynced() {
+    sqlite3_exec(database_.get(), "PRAGMA synchronous=FULL", nullptr, nullptr, nullptr);
+  }
+  Unsynced(const Unsynced &) = delete;
+  Unsynced &operator=(const Unsynced &) = delete;
+
+private:
+  Database &database_;
+};
+
+} // namespace
+
+void SqliteIndex::InTransaction(Durable durable, const std::function<void()> &work) {
+  std::optional<Unsynced> unsynced;
+  if (durable == Durable::kSoon) {
+    unsynced.emplace(database_);
+  }
+  Transaction transaction(database_);
+  work();
+  transaction.Commit();
 }
 
 } // namespace vexo::index

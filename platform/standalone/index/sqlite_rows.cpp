@@ -72,6 +72,8 @@ Playlist ReadPlaylist(const Statement &row) {
   playlist.change_time = row.Text(5);
   playlist.modification_time = row.Text(6);
   row.Read(7, playlist.size_bytes);
+  row.Read(8, playlist.file.inode);
+  row.Read(9, playlist.file.born_ns);
   return playlist;
 }
 

@@ -18,7 +18,8 @@ namespace vexo::index {
   "songs.time_changed"
 
 /// The columns that ReadPlaylist() reads, in its order.
-#define VEXO_PLAYLIST_COLUMNS "id, owner, path, title, album, change_time, modification_time, size"
+#define VEXO_PLAYLIST_COLUMNS                                                                      \
+  "id, owner, path, title, album, change_time, modification_time, size, inode, born_ns"
 
 Song ReadSong(const Statement &row);
 Playlist ReadPlaylist(const Statement &row);

@@ -56,6 +56,12 @@ CREATE TABLE playlists(
   size INTEGER NOT NULL,
   UNIQUE(owner, path));
 )sql",
+    // What tells a playlist's file from every other one. Rows that are there learn it when their
+    // file is next looked at.
+    R"sql(
+ALTER TABLE playlists ADD COLUMN inode INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE playlists ADD COLUMN born_ns INTEGER NOT NULL DEFAULT 0;
+)sql",
 };
 
 int64_t StoredVersion(Database &database) {

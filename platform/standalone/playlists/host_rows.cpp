@@ -114,7 +114,7 @@ int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *b
     if (!row) {
       return -1;
     }
-    vexo::playlists::ExpectFile(owner, path);
+    vexo::playlists::ExpectFile(*row);
     return CopiedOut(std::to_string(row->id), buffer, size);
   });
 }

@@ -57,6 +57,18 @@ std::string NewContent(const VEXOPlaylistRec *songs, const std::string &path) {
   return std::string(kM3uHead) + M3uEntries(songs);
 }
 
+/// The rows that this process found with the file's path tell of the file that was there before.
+void RefreshRowsOf(const std::string &path) {
+  const files::Folder folder(path);
+  for (const SeenFile &seen : SeenHere()) {
+    if (seen.owner && IsSameName(seen.folder, folder)) {
+      if (const auto row = index::ProcessIndex().PlaylistByPath(*seen.owner, seen.path)) {
+        RefreshFileFacts(*row);
+      }
+    }
+  }
+}
+
 std::string ContentOf(const std::vector<index::Song> &songs) {
   std::string content(kM3uHead);
   for (const index::Song &song : songs) {
@@ -87,14 +99,16 @@ void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path) {
         is_new = true;
         return NewContent(songs, path);
       });
+  RefreshRowsOf(path);
   if (is_new) {
     SeenHere().push_back({files::Folder(path), std::nullopt, path, true});
   }
 }
 
-void ExpectFile(int owner, const std::string &path) {
-  if (accounts::RealPath(path)) {
-    SeenHere().push_back({files::Folder(path), owner, path, false});
+void ExpectFile(const index::Playlist &row) {
+  if (accounts::RealPath(row.path)) {
+    RefreshFileFacts(row);
+    SeenHere().push_back({files::Folder(row.path), row.owner, row.path, false});
   }
 }
 

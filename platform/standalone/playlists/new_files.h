@@ -13,8 +13,9 @@ namespace vexo::playlists {
 /// renamed or deleted it, and a second file would bring the old name back. Throws.
 void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path);
 
-/// Tells that this process found a row with that path, whose file is about to be written.
-void ExpectFile(int owner, const std::string &path);
+/// Tells that this process found a row, whose file was written just now or is about to be: the row
+/// is kept up to date with it.
+void ExpectFile(const index::Playlist &row);
 
 /// Whether this process made the file `path`; true once a file, for the first row it is given.
 [[nodiscard]] bool ClaimNewFile(const std::string &path);

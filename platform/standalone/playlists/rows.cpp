@@ -1,10 +1,14 @@
 #include "playlists/rows.h"
 #include "files/durable_file.h"
+#include "files/file_identity.h"
 #include "playlists/edges.h"
 #include "playlists/new_files.h"
 #include "playlists/patience.h"
+#include "system/boundary.h"
 #include <array>
 #include <ctime>
+#include <fcntl.h>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -88,15 +92,31 @@ std::string TimeText(std::time_t time) {
   return ctime_r(&time, text.data()) == nullptr ? "" : text.data();
 }
 
-/// `row` with the size and times of its file, where it is there.
-index::Playlist WithFileFacts(index::Playlist row) {
-  struct stat facts {};
-  if (stat(row.path.c_str(), &facts) == 0) {
-    row.size_bytes = static_cast<uint64_t>(facts.st_size);
-    row.change_time = TimeText(facts.st_ctime);
-    row.modification_time = TimeText(facts.st_mtime);
+/// Puts the size, the times and the identity of its file into a row; false: it has no file.
+bool TakeFileFacts(index::Playlist &row) {
+  struct statx facts {};
+  constexpr unsigned kWanted = STATX_BASIC_STATS | files::kIdentityMask;
+  if (statx(AT_FDCWD, row.path.c_str(), 0, kWanted, &facts) != 0) {
+    return false;
   }
-  return row;
+  row.size_bytes = facts.stx_size;
+  row.change_time = TimeText(facts.stx_ctime.tv_sec);
+  row.modification_time = TimeText(facts.stx_mtime.tv_sec);
+  row.file = files::IdentityOf(facts);
+  return true;
+}
+
+/// Writes a row as `change` leaves it; false: there is none, or `change` does not want it. While it
+/// reads the file nobody else writes rows, so of two that refresh a row at once the later one reads
+/// the later file.
+bool RewriteRow(int owner, int32_t id, const std::function<bool(index::Playlist &)> &change) {
+  index::MediaIndex &rows = index::ProcessIndex();
+  bool is_written = false;
+  rows.InTransaction(index::MediaIndex::Durable::kSoon, [&] {
+    auto row = FindRow(owner, id);
+    is_written = row && change(*row) && rows.UpdatePlaylist(owner, id, *row);
+  });
+  return is_written;
 }
 
 bool IsThere(const std::string &path) {
@@ -133,28 +153,41 @@ void AddRow(const index::Playlist &row) {
       rows.RemovePlaylist(row.owner, stale->id);
     }
   }
-  rows.AddPlaylist(row);
+  index::Playlist added = row;
+  added.file = files::IdentityOf(row.path);
+  rows.AddPlaylist(added);
 }
 
 bool RefreshRow(int owner, int32_t id, const index::Playlist &values) {
   RequireInLibrary(owner, values.path);
   Patience patience(kPatienceWithMoves);
   bool is_settled = false;
-  while (const auto row = FindRow(owner, id)) {
-    // Written where the row still has the path it was found with: a rename in between is not
-    // undone.
-    const bool is_outdated = values.path != row->path && IsThere(row->path);
-    const bool may_write = values.path == row->path || is_outdated || is_settled;
-    if (may_write && index::ProcessIndex().UpdatePlaylist(
-                         owner, row->path, is_outdated ? WithFileFacts(*row) : values)) {
+  const auto refresh = [&](index::Playlist &row) {
+    if (row.path == values.path || (is_settled && !IsThere(row.path))) {
+      row = values;
+      (void)TakeFileFacts(row);
       return true;
     }
-    if (is_settled) {
+    return TakeFileFacts(row);
+  };
+  while (!RewriteRow(owner, id, refresh)) {
+    if (is_settled || !FindRow(owner, id)) {
       return false;
     }
     is_settled = !patience.Wait();
   }
-  return false;
+  return true;
+}
+
+void RefreshFileFacts(const index::Playlist &row) noexcept {
+  try {
+    index::Playlist now = row;
+    if (TakeFileFacts(now) && now != row) {
+      (void)RewriteRow(row.owner, row.id, TakeFileFacts);
+    }
+  } catch (const std::exception &error) {
+    system::LogFailure("size and time of a playlist", error.what());
+  }
 }
 
 bool StaysAt(int owner, const std::string &path) {
@@ -169,7 +202,9 @@ bool StaysAt(int owner, const std::string &path) {
 
 bool MoveRow(int owner, const std::string &old_path, const index::Playlist &values) {
   RequireInLibrary(owner, values.path);
-  return index::ProcessIndex().UpdatePlaylist(owner, old_path, values);
+  index::Playlist moved = values;
+  moved.file = files::IdentityOf(values.path);
+  return index::ProcessIndex().UpdatePlaylist(owner, old_path, moved);
 }
 
 } // namespace vexo::playlists

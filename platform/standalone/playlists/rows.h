@@ -29,11 +29,15 @@ void RemoveRows(const std::vector<RowName> &rows);
 /// path, and for a path outside of the playlists folder of its library.
 void AddRow(const index::Playlist &row);
 
-/// Rewrites the row of `id`; false: there is none. What a rename made of the row since `values`
-/// were read from it stays: then only size and times are written, those of the file that was
-/// renamed. A row whose file is not there takes the path of `values`, unless a rename that is under
-/// way takes it elsewhere.
+/// Rewrites the row of `id`; false: there is none. Size, times and identity are those of the file
+/// as it is then, where it is there. What a rename made of the row since `values` were read from it
+/// stays: then only these are written. A row whose file is not there takes the path of `values`,
+/// unless a rename that is under way takes it elsewhere.
 bool RefreshRow(int owner, int32_t id, const index::Playlist &values);
+
+/// Brings size, times and identity of a row up to date after its file was written; a failure is
+/// only logged, as the file is what counts.
+void RefreshFileFacts(const index::Playlist &row) noexcept;
 
 /// Rewrites the row that has `old_path`, which moves the playlist; false: there is none.
 bool MoveRow(int owner, const std::string &old_path, const index::Playlist &values);

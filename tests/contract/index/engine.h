@@ -55,6 +55,7 @@ inline Playlist MakePlaylist(const std::string &path, int owner = 0) {
   playlist.change_time = "Thu Jan  1 00:00:00 1970\n";
   playlist.modification_time = "Fri Jan  2 00:00:00 1970\n";
   playlist.size_bytes = 5'000'000'000;
+  playlist.file = {0xFFFF'FFFF'FFFF'FFFE, 1'795'292'977'313'306'408};
   return playlist;
 }
 

@@ -34,6 +34,8 @@ TEST_P(PlaylistRows, ARowIsReadAsItWasAdded) {
   EXPECT_EQ(row->change_time, added.change_time);
   EXPECT_EQ(row->modification_time, added.modification_time);
   EXPECT_EQ(row->size_bytes, added.size_bytes);
+  EXPECT_EQ(row->file.inode, added.file.inode);
+  EXPECT_EQ(row->file.born_ns, added.file.born_ns);
 }
 
 TEST_P(PlaylistRows, ARowOutlivesTheProcessThatAddedIt) {
@@ -95,6 +97,33 @@ TEST_P(PlaylistRows, AnUpdateToATakenPathThrowsAndChangesNothing) {
   index().AddPlaylist(MakePlaylist("/b.m3u"));
   EXPECT_THROW((void)index().UpdatePlaylist(0, id, MakePlaylist("/b.m3u")), IndexError);
   EXPECT_THAT(Paths(index().AllPlaylists(0)), ElementsAre("/a.m3u", "/b.m3u"));
+}
+
+TEST_P(PlaylistRows, ATransactionIsOneChangeForOthersAndDurableOnceItIsDone) {
+  const int32_t id = index().AddPlaylist(MakePlaylist("/a.m3u"));
+  for (const auto durable : {MediaIndex::Durable::kNow, MediaIndex::Durable::kSoon}) {
+    const std::string path = durable == MediaIndex::Durable::kNow ? "/now.m3u" : "/soon.m3u";
+    index().InTransaction(durable, [&] {
+      ASSERT_TRUE(index().UpdatePlaylist(0, id, MakePlaylist(path)));
+      EXPECT_EQ(index().PlaylistByPath(0, path)->id, id);
+      EXPECT_FALSE(Open()->PlaylistByPath(0, path)) << "others see nothing as yet";
+    });
+    EXPECT_EQ(Open()->PlaylistByPath(0, path)->id, id);
+  }
+}
+
+TEST_P(PlaylistRows, ATransactionThatThrowsChangesNothing) {
+  index().AddPlaylist(MakePlaylist("/a.m3u"));
+  for (const auto durable : {MediaIndex::Durable::kNow, MediaIndex::Durable::kSoon}) {
+    EXPECT_THROW(index().InTransaction(durable,
+                                       [&] {
+                                         index().AddPlaylist(MakePlaylist("/b.m3u"));
+                                         throw std::runtime_error("given up");
+                                       }),
+                 std::runtime_error);
+  }
+  index().AddPlaylist(MakePlaylist("/c.m3u"));
+  EXPECT_THAT(Paths(index().AllPlaylists(0)), ElementsAre("/a.m3u", "/c.m3u"));
 }
 
 TEST_P(PlaylistRows, RowsAreFoundByAListOfIds) {

@@ -94,6 +94,29 @@ TEST_F(SqliteFile, AnIndexOfANewerProgramIsRefusedAndKept) {
   EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM playlists"), 1);
 }
 
+/// What the index was before it knew the identities of playlist files.
+void MakeFirstVersion(const std::string &path) {
+  Database(path, kImpatient)
+      .Execute("ALTER TABLE playlists DROP COLUMN inode;"
+               "ALTER TABLE playlists DROP COLUMN born_ns;"
+               "PRAGMA user_version=1");
+}
+
+TEST_F(SqliteFile, AnOlderIndexKeepsItsRows) {
+  const Playlist old = MakePlaylist("/a");
+  const int32_t id = SqliteIndex(path()).AddPlaylist(old);
+  MakeFirstVersion(path());
+  SqliteIndex index(path());
+  const auto row = index.PlaylistByPath(0, "/a");
+  ASSERT_TRUE(row);
+  EXPECT_EQ(row->id, id);
+  EXPECT_EQ(row->title, old.title);
+  EXPECT_EQ(row->size_bytes, old.size_bytes);
+  EXPECT_EQ(row->file, files::FileIdentity());
+  EXPECT_TRUE(index.UpdatePlaylist(0, id, old));
+  EXPECT_EQ(index.PlaylistByPath(0, "/a")->file, old.file);
+}
+
 TEST_F(SqliteFile, AMigrationThatFailsChangesNothing) {
   Database(path(), kImpatient).Execute("CREATE TABLE playlists(other)");
   EXPECT_THROW(SqliteIndex index(path()), IndexError);

@@ -1,5 +1,6 @@
 // The rows of playlists, and the edges of the folders that hold them.
 #include "contract/playlists/playlists_test.h"
+#include "files/file_identity.h"
 #include "playlists/edges.h"
 #include "support/faults.h"
 
@@ -39,7 +40,6 @@ protected:
 };
 
 TEST_F(Rows, AreSavedAndFound) {
-  WriteBytes(Shared("a.m3u"), "12345");
   auto record = MakeRecord(Shared("a.m3u"), "a");
   index::CopyText(record.album, "playlists");
   index::CopyText(record.changeTime, "Thu Jan  1 00:00:00 1970\n");
@@ -135,11 +135,13 @@ TEST_F(Rows, AreNotMovedToATakenPath) {
 
 TEST_F(Rows, AreRefreshedByTheirId) {
   const std::string id = AddShared("a.m3u", "");
-  auto record = MakeRecord(Shared("a.m3u"), "a");
+  WriteBytes(Shared("a.m3u"), "12345");
+  auto record = MakeRecord(Shared("a.m3u"), "another title");
   record.size = 42;
   EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, std::stoi(id)), 0);
   const auto row = index::ProcessIndex().PlaylistByPath(0, Shared("a.m3u"));
-  EXPECT_EQ(row->size_bytes, 42U);
+  EXPECT_EQ(row->title, "another title");
+  EXPECT_EQ(row->size_bytes, 5U) << "of the file as it is, not as it was when it was looked at";
   EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, 4711), -1);
 }
 
@@ -162,6 +164,53 @@ TEST_F(Rows, WithoutAFileTakeThePathOfARefresh) {
   const auto record = MakeRecord(Shared("b.m3u"), "b");
   EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, std::stoi(id)), 0);
   EXPECT_EQ(PathOf(id), Shared("b.m3u"));
+}
+
+/// Whether the row tells of its file as it is.
+::testing::AssertionResult IsUpToDate(const std::string &path) {
+  const auto row = index::ProcessIndex().PlaylistByPath(0, path);
+  struct stat facts {};
+  if (!row || stat(path.c_str(), &facts) != 0) {
+    return ::testing::AssertionFailure() << "no row or no file";
+  }
+  if (row->file != files::IdentityOf(path)) {
+    return ::testing::AssertionFailure() << "another file";
+  }
+  return row->size_bytes == static_cast<uint64_t>(facts.st_size) &&
+                 row->modification_time == ctime(&facts.st_mtime)
+             ? ::testing::AssertionSuccess()
+             : ::testing::AssertionFailure() << "another size or time";
+}
+
+TEST_F(Rows, TellOfTheirFilesAfterEachWrite) {
+  const std::string path = Shared("a.m3u");
+  const index::SongList songs = MakeSongs({library() + "/song.mp3", "http://a/1"});
+  const index::SongList others = MakeSongs({"http://a/2"});
+  ASSERT_EQ(VEXOWriteMusicPlaylist(nullptr, path.c_str()), 0);
+  ASSERT_EQ(Save(path), 0);
+  const std::string id = IdOf("shared", 0, path);
+  ASSERT_EQ(VEXOWriteMusicPlaylist(songs.get(), path.c_str()), 0);
+  EXPECT_TRUE(IsUpToDate(path)) << "new";
+  ASSERT_EQ(VEXOWriteMusicPlaylist(others.get(), path.c_str()), 0);
+  EXPECT_TRUE(IsUpToDate(path)) << "overwritten";
+  const auto record = MakeRecord(path, "a");
+  ASSERT_EQ(VEXOPlaylistAppendSongs("shared", 0, id.c_str(), songs.get(), 2), 0);
+  ASSERT_EQ(VEXOPlaylistDBUpdate("shared", 0, &record, std::stoi(id)), 0);
+  EXPECT_TRUE(IsUpToDate(path)) << "edited";
+  fs::rename(path, Shared("b.m3u"));
+  const auto renamed = MakeRecord(Shared("b.m3u"), "b");
+  ASSERT_EQ(VEXOPlaylistDBUpdate("shared", 0, &renamed, path.c_str()), 0);
+  EXPECT_EQ(index::ProcessIndex().PlaylistByPath(0, Shared("b.m3u"))->file,
+            files::IdentityOf(Shared("b.m3u")))
+      << "renamed";
+}
+
+TEST_F(Rows, TellOfTheirFilesWhenTheyAreFoundAfterTheWrite) {
+  const std::string id = AddShared("a.m3u", "");
+  const index::SongList songs = MakeSongs({"http://a/1"});
+  ASSERT_EQ(VEXOWriteMusicPlaylist(songs.get(), Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(IdOf("shared", 0, Shared("a.m3u")), id);
+  EXPECT_TRUE(IsUpToDate(Shared("a.m3u")));
 }
 
 TEST_F(Rows, AreFoundByLists) {
