@@ -149,14 +149,15 @@ TEST_F(SongSourceTest, ADownloadCallsTheHostInThisOrder) {
   host().records["VEXOPlayListListGetByID"] = {Song(12, "/mix.m3u")};
   host().records["ParsePlayListByFieldGivenPath"] = {Song(1, "/m/a.mp3")};
   Download();
-  EXPECT_THAT(
-      host().Effects(),
-      ElementsAre("ActionHandler()", "GetUserIdFromName(\"anna\")", "GetBrowserInfo()",
-                  "VEXOPlayListListGetByID(\"shared\", 0, \"12\")", "VEXOPlayListFree(rows [12])",
-                  "ParsePlayListByFieldGivenPath(\"/mix.m3u\", 0, 0, \"*\", 7)",
-                  "VEXOIndexCodePageGet()", "VLIBCUnicodeStrUTF8ToCP(65001, \"a.mp3\", 4096)",
-                  "Output(stream, \"audio.zip\", \"application/force-download\")",
-                  "VEXOPlaylistRecFree([1 /m/a.mp3])", "~ActionHandler()"));
+  EXPECT_THAT(host().Effects(),
+              ElementsAre("ActionHandler()", "GetUserIdFromName(\"anna\")", "GetBrowserInfo()",
+                          "VEXOPlayListListGetByID(\"shared\", 0, \"12\")",
+                          "ParsePlayListByFieldGivenPath(\"/mix.m3u\", 0, 0, \"*\", 7)",
+                          "VEXOIndexCodePageGet()",
+                          "VLIBCUnicodeStrUTF8ToCP(65001, \"a.mp3\", 4096)",
+                          "Output(stream, \"audio.zip\", \"application/force-download\")",
+                          "VEXOPlayListFree(rows [12])", "VEXOPlaylistRecFree([1 /m/a.mp3])",
+                          "~ActionHandler()"));
 }
 
 TEST_F(SongSourceTest, APlaylistFileThatIsNotThereIsReadByItsOwnPath) {
