@@ -53,10 +53,10 @@ long WholeSeconds(float seconds) {
   return seconds > 0 && seconds < 1e9F ? std::max(1L, std::lround(seconds)) : -1;
 }
 
-void AppendInfo(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
-  const std::string artist = InOneLine(ReadableField(song.artist));
-  const std::string title = InOneLine(ReadableField(song.title));
-  const long seconds = WholeSeconds(song.duration);
+void AppendInfo(std::string &text, const NewEntry &song) {
+  const std::string artist = InOneLine(ReadableText(song.artist));
+  const std::string title = InOneLine(ReadableText(song.title));
+  const long seconds = WholeSeconds(song.duration_seconds);
   if (artist.empty() && title.empty() && seconds < 0) {
     return;
   }
@@ -154,22 +154,23 @@ M3uInfo ParseM3uInfo(std::string_view info) {
   return parsed;
 }
 
-void AppendM3uEntry(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
+void AppendM3uEntry(std::string &text, const NewEntry &song) {
   const std::string_view path = song.path;
   if (path.empty()) {
     return;
   }
   if (path.find_first_of("\r\n") != std::string_view::npos) {
-    throw std::invalid_argument("a song's path holds a line break: " + InOneLine(song.path));
+    throw std::invalid_argument("a song's path holds a line break: " +
+                                InOneLine(std::string(path)));
   }
   AppendInfo(text, song);
   text.append(NeedsProtection(path) ? kProtection : "").append(path).append("\n");
 }
 
-std::string M3uEntries(const VEXOPlaylistRec *songs, std::size_t count) {
+std::string M3uEntries(std::span<const NewEntry> songs) {
   std::string text;
-  for (; songs != nullptr && count > 0; songs = songs->next, --count) {
-    AppendM3uEntry(text, songs->info);
+  for (const NewEntry &song : songs) {
+    AppendM3uEntry(text, song);
   }
   return text;
 }

@@ -8,8 +8,7 @@
 // read without.
 
 #include "files/durable_file.h"
-#include "vexo/media_info.h"
-#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,12 +39,19 @@ struct M3uInfo {
 };
 M3uInfo ParseM3uInfo(std::string_view info);
 
+/// A song to write: views of the caller's texts. Bytes that are not UTF-8 are read in the host's
+/// code page.
+struct NewEntry {
+  std::string_view path, artist, title;
+  float duration_seconds = 0; ///< 0: not known
+};
+
 /// Appends the lines of one song; nothing for a song without a path. Throws std::invalid_argument
 /// for a path that holds a line break.
-void AppendM3uEntry(std::string &text, const __tag_VEXO_MEDIA_INFO &song);
+void AppendM3uEntry(std::string &text, const NewEntry &song);
 
-/// The lines of the first `count` songs of a list (all, when it is shorter).
-std::string M3uEntries(const VEXOPlaylistRec *songs, std::size_t count = SIZE_MAX);
+/// The lines of all songs.
+std::string M3uEntries(std::span<const NewEntry> songs);
 
 /// The line that a file begins with.
 inline constexpr std::string_view kM3uHead = "#EXTM3U\n";

@@ -39,9 +39,9 @@ protected:
     index::SetProcessIndex(std::make_unique<AskedIndex>(system::kIndexFile));
     index::ProcessIndex().WriteSongs(songs, {});
   }
-  static index::SongList Read(const std::string &path, int offset = 0, int limit = 0) {
+  static host::SongList Read(const std::string &path, int offset = 0, int limit = 0) {
     count_ = -1;
-    return index::SongList(
+    return host::SongList(
         ParsePlayListByFieldGivenPath(path.c_str(), &count_, offset, limit, "*", 7));
   }
 

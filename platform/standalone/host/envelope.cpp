@@ -1,7 +1,7 @@
 // ActionHandler of vexo/web.h: the form of answers.
 #include "web/envelope.h"
 
-#include "system/boundary.h"
+#include "host/guard.h"
 #include "system/log_lines.h"
 #include "text/utf8.h"
 #include "vexo/web.h"
@@ -10,7 +10,7 @@
 #include "web/request.h"
 #include <syslog.h>
 
-using vexo::system::Guarded;
+using vexo::host::Guarded;
 namespace web = vexo::web;
 
 namespace {
@@ -68,7 +68,7 @@ RefusalAnswer AnswerOf(web::Refusal refusal) {
 namespace vexo::web {
 
 void PrintRefusal(Refusal refusal) noexcept {
-  Guarded("PrintRefusal", 0, [&] {
+  Guarded(0, [&] {
     const RefusalAnswer answer = AnswerOf(refusal);
     Json::Value response;
     ActionHandler::SetError(response, "common", answer.key, __LINE__);
@@ -105,7 +105,7 @@ WebMan &ActionHandler::Request() { return state_->request; }
 
 void ActionHandler::SetError(Json::Value &response, const char *section, const char *key,
                              int line) {
-  Guarded("ActionHandler::SetError", 0, [&] {
+  Guarded(0, [&] {
     Json::Value &error = AsObject(response)["error"];
     error = Json::Value(Json::objectValue);
     error["section"] = section;
@@ -117,14 +117,14 @@ void ActionHandler::SetError(Json::Value &response, const char *section, const c
 }
 
 void ActionHandler::SetSuccess(Json::Value &response, bool success) {
-  Guarded("ActionHandler::SetSuccess", 0, [&] {
+  Guarded(0, [&] {
     AsObject(response)["success"] = success;
     return 0;
   });
 }
 
 void ActionHandler::PrintResponse(Json::Value response, const char *contentType) {
-  Guarded("ActionHandler::PrintResponse", 0, [&] {
+  Guarded(0, [&] {
     if (response.isNull()) {
       response = Json::Value(Json::objectValue);
     }

@@ -1,5 +1,5 @@
+#include "host/core.h"
 #include "support/device_root.h"
-#include "text/string_list.h"
 #include "vexo/core.h"
 #include <array>
 #include <cstring>

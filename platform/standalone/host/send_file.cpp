@@ -1,6 +1,6 @@
 // HTTPFileOutputer of vexo/web.h.
 #include "accounts/song_file.h"
-#include "system/boundary.h"
+#include "host/guard.h"
 #include "vexo/web.h"
 #include "web/browser.h"
 #include "web/output.h"
@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 
 using vexo::files::FileDescriptor;
-using vexo::system::Guarded;
+using vexo::host::Guarded;
 namespace web = vexo::web;
 
 namespace {
@@ -61,13 +61,13 @@ int SendStream(FILE *stream, const char *file_name, const char *content_type) {
 } // namespace
 
 int HTTPFileOutputer::Output(const char *path, const char *contentType) {
-  return Guarded("HTTPFileOutputer::Output", kFailed, [&] {
+  return Guarded(kFailed, [&] {
     return path == nullptr || contentType == nullptr ? kFailed : SendFile(path, contentType);
   });
 }
 
 int HTTPFileOutputer::Output(FILE *stream, const char *fileName, const char *contentType) {
-  return Guarded("HTTPFileOutputer::Output", kFailed, [&] {
+  return Guarded(kFailed, [&] {
     return stream == nullptr || fileName == nullptr || contentType == nullptr
                ? kFailed
                : SendStream(stream, fileName, contentType);

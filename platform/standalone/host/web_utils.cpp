@@ -1,9 +1,9 @@
 // WebUtils of vexo/web.h.
-#include "system/boundary.h"
+#include "host/guard.h"
 #include "text/text.h"
 #include "vexo/web.h"
 
-using vexo::system::Guarded;
+using vexo::host::Guarded;
 
 namespace {
 
@@ -24,7 +24,7 @@ std::string KeepBlanksApart(const std::string &text) {
 
 std::vector<std::string> WebUtils::StringExplode(const std::string &text,
                                                  const std::string &separator) {
-  return Guarded("WebUtils::StringExplode", std::vector<std::string>(), [&] {
+  return Guarded(std::vector<std::string>(), [&] {
     if (separator.empty()) {
       return text.empty() ? std::vector<std::string>() : std::vector<std::string>{text};
     }
@@ -33,7 +33,7 @@ std::vector<std::string> WebUtils::StringExplode(const std::string &text,
 }
 
 std::string WebUtils::EncodeHtml(const std::string &text, bool keepSpaces) {
-  return Guarded("WebUtils::EncodeHtml", std::string(), [&] {
+  return Guarded(std::string(), [&] {
     std::string escaped = vexo::text::EscapeHtml(text);
     return keepSpaces ? KeepBlanksApart(escaped) : escaped;
   });

@@ -1,4 +1,3 @@
-// vexo/media_info.h: song lists.
 #include "vexo/media_info.h"
 
 #include <cstdlib>

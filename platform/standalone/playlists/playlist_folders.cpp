@@ -1,4 +1,4 @@
-#include "playlists/edges.h"
+#include "playlists/playlist_folders.h"
 #include "accounts/accounts.h"
 #include "accounts/libraries.h"
 #include <cstdlib>

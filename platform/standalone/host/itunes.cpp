@@ -1,19 +1,27 @@
-// The smart-playlist calls of vexo/itunes.h: whole blocks are read and written, so that a copy
-// keeps what its author wrote.
-
+// The DAAP service: whole blocks of its smart-playlist files are read and written, so that a copy
+// keeps what its author wrote; and its restart, the command of `[daap] restart=`.
 #include "vexo/itunes.h"
 
-#include "index/records.h"
+#include "host/arguments.h"
+#include "host/core.h"
+#include "host/guard.h"
+#include "host/records.h"
 #include "smart/block_scanner.h"
 #include "smart/rule_edits.h"
 #include "smart/rule_file.h"
 #include "smart/smart_playlist.h"
-#include "system/boundary.h"
-#include "text/string_list.h"
+#include "system/config.h"
+#include "system/run_program.h"
+#include "text/text.h"
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+using namespace vexo;
+using namespace vexo::host;
 
 /// The rules of one playlist as they are written.
 struct iTunesPLNode {
@@ -24,11 +32,9 @@ struct iTunesPLNode {
 
 namespace {
 
-using namespace vexo;
-
 void FillRecord(iTunesPlaylist &playlist, std::unique_ptr<iTunesPLNode> node) {
   playlist = {};
-  index::CopyText(playlist.name, node->name);
+  CopyText(playlist.name, node->name);
   playlist.nodes = node.release();
 }
 
@@ -39,7 +45,7 @@ std::string RecordName(const iTunesPlaylist &playlist) {
 /// Whether a record still has the name that it was read with.
 bool KeepsName(const iTunesPlaylist &playlist, const iTunesPLNode &node) {
   iTunesPlaylist as_read{};
-  index::CopyText(as_read.name, node.name);
+  CopyText(as_read.name, node.name);
   return RecordName(playlist) == RecordName(as_read);
 }
 
@@ -88,10 +94,23 @@ void ReplacePlaylist(const char *file, const std::string &name, const NewBlock &
   smart::EditRuleFile(file, edit, false);
 }
 
+void RunCommand(const std::string &command) {
+  std::vector<std::string> words = text::Split(command, " ");
+  const std::string program = words.front();
+  words.erase(words.begin());
+  if (!program.starts_with('/')) {
+    throw std::runtime_error("the restart command must begin with an absolute path: " + command);
+  }
+  const int status = system::RunProgram(program, words).value_or(-1);
+  if (status != 0) {
+    throw std::runtime_error(command + ": exit status " + std::to_string(status));
+  }
+}
+
 } // namespace
 
 int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlaylist *playlist) {
-  return system::Guarded("iTunesPlaylistGetByFilename", -1, [&] {
+  return Guarded(-1, [&] {
     if (file == nullptr || name == nullptr || playlist == nullptr) {
       throw std::invalid_argument("null argument");
     }
@@ -109,7 +128,7 @@ int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlayli
 
 int iTunesPlaylistSetByFilename(const char *file, const char *name,
                                 const iTunesPlaylist *playlist) {
-  return system::Guarded("iTunesPlaylistSetByFilename", -1, [&] {
+  return Guarded(-1, [&] {
     if (file == nullptr || playlist == nullptr) {
       throw std::invalid_argument("null argument");
     }
@@ -124,7 +143,7 @@ int iTunesPlaylistSetByFilename(const char *file, const char *name,
 }
 
 int IsiTunesPlaylistExistByFilename(const char *file, const char *name) {
-  return system::Guarded("IsiTunesPlaylistExistByFilename", 0, [&] {
+  return Guarded(0, [&] {
     if (file == nullptr || name == nullptr) {
       throw std::invalid_argument("null argument");
     }
@@ -134,7 +153,7 @@ int IsiTunesPlaylistExistByFilename(const char *file, const char *name) {
 }
 
 int iTunesPlaylistDeleteByFilename(const char *file, PSZLIST names) {
-  return system::Guarded("iTunesPlaylistDeleteByFilename", -1, [&] {
+  return Guarded(-1, [&] {
     if (file == nullptr || names == nullptr) {
       throw std::invalid_argument("null argument");
     }
@@ -151,4 +170,14 @@ void iTunesPLNodesFree(iTunesPLNode *nodes) {
     const std::unique_ptr<iTunesPLNode> node(nodes);
     nodes = node->next;
   }
+}
+
+int iTunesServiceCheckAndReStart() {
+  return Guarded(-1, [] {
+    const std::optional<std::string> command = system::Setting("daap", "restart");
+    if (command && !text::Trim(*command).empty()) {
+      RunCommand(std::string(text::Trim(*command)));
+    }
+    return 0;
+  });
 }

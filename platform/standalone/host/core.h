@@ -1,9 +1,8 @@
 #pragma once
-// The string list of vexo/core.h as the standalone platform keeps it.
-
 #include <string>
 #include <vector>
 
+/// The list of texts of vexo/core.h.
 struct VLIBCSzList {
   std::vector<std::string> texts;
 };

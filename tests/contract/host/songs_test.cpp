@@ -1,7 +1,7 @@
 // The host's functions for songs, and its cursor on a playlist's row.
 
 #include "contract/index/engine.h"
-#include "index/records.h"
+#include "host/records.h"
 #include "support/device_root.h"
 #include "vexo/media_index.h"
 
@@ -9,11 +9,11 @@
 
 namespace {
 
+using vexo::host::SongList;
 using vexo::index::MakePlaylist;
 using vexo::index::MakeSong;
 using vexo::index::ProcessIndex;
 using vexo::index::Song;
-using vexo::index::SongList;
 
 /// The paths of a list.
 std::vector<std::string> Paths(const VEXOPlaylistRec *head) {
@@ -203,7 +203,7 @@ TEST_F(HostSongs, TheCodePageIsTheConfigurations) { EXPECT_EQ(VEXOIndexCodePageG
 
 TEST(SongLists, AListIsReversedInPlace) {
   const SongList list(
-      PlaylistRecReverse(vexo::index::MakeSongList({MakeSong("/a"), MakeSong("/b")}).release()));
+      PlaylistRecReverse(vexo::host::MakeSongList({MakeSong("/a"), MakeSong("/b")}).release()));
   EXPECT_THAT(Paths(list.get()), ::testing::ElementsAre("/b", "/a"));
   EXPECT_EQ(PlaylistRecReverse(nullptr), nullptr);
 }
@@ -228,25 +228,44 @@ TEST(Records, TextsAreCutBetweenCharacters) {
     Song song = MakeSong("/a");
     song.title = cut.text;
     __tag_VEXO_MEDIA_INFO record{};
-    vexo::index::FillRecord(record, song);
+    vexo::host::FillRecord(record, song);
     EXPECT_EQ(record.title, cut.text.substr(0, cut.size)) << cut.description;
   }
 }
 
 TEST(Records, APathThatDoesNotFitStaysEmpty) {
   __tag_VEXO_MEDIA_INFO record{};
-  vexo::index::FillRecord(record, MakeSong("/" + std::string(4094, 'x')));
+  vexo::host::FillRecord(record, MakeSong("/" + std::string(4094, 'x')));
   EXPECT_EQ(std::string(record.path).size(), 4095U);
   record = {};
-  vexo::index::FillRecord(record, MakeSong("/" + std::string(4095, 'x')));
+  vexo::host::FillRecord(record, MakeSong("/" + std::string(4095, 'x')));
   EXPECT_STREQ(record.path, "");
+}
+
+TEST(Records, ATextCutInACharacterIsWrittenWithoutItsRest) {
+  VEXOPlaylistRec song{};
+  const std::string title = std::string(253, 't') + "\xC3\xA9";
+  snprintf(song.info.title, sizeof song.info.title, "%s", title.c_str());
+  ASSERT_EQ(vexo::host::NewEntries(&song).size(), 1U);
+  EXPECT_EQ(vexo::host::NewEntries(&song)[0].title, std::string(253, 't'));
+}
+
+TEST(Records, OfAListTheFirstSongsAreTaken) {
+  const auto songs = vexo::host::MakeSongList({MakeSong("/a"), MakeSong("/b"), MakeSong("/c")});
+  EXPECT_EQ(vexo::host::NewEntries(songs.get()).size(), 3U);
+  const auto first = vexo::host::NewEntries(songs.get(), 2);
+  ASSERT_EQ(first.size(), 2U);
+  EXPECT_EQ(first[0].path, "/a");
+  EXPECT_EQ(first[1].path, "/b");
+  EXPECT_TRUE(vexo::host::NewEntries(songs.get(), 0).empty());
+  EXPECT_TRUE(vexo::host::NewEntries(nullptr).empty());
 }
 
 TEST(Records, ARowIsReadBackFromItsRecord) {
   __tag_VEXO_MEDIA_INFO record{};
   const auto row = MakePlaylist("/p.m3u", 3);
-  vexo::index::FillRecord(record, row);
-  const auto read = vexo::index::PlaylistOf(record, 3);
+  vexo::host::FillRecord(record, row);
+  const auto read = vexo::host::PlaylistOf(record, 3);
   EXPECT_EQ(read.owner, 3);
   EXPECT_EQ(read.path, row.path);
   EXPECT_EQ(read.title, row.title);

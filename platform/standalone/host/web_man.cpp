@@ -1,6 +1,6 @@
 // WebMan of vexo/web.h: one CGI request.
 #include "accounts/accounts.h"
-#include "system/boundary.h"
+#include "host/guard.h"
 #include "vexo/web.h"
 #include "web/admission.h"
 #include "web/browser.h"
@@ -8,7 +8,7 @@
 #include "web/request.h"
 
 using vexo::accounts::Account;
-using vexo::system::Guarded;
+using vexo::host::Guarded;
 namespace web = vexo::web;
 
 namespace {
@@ -34,7 +34,7 @@ bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
     web::PrintRefusal(*refusal);
     return false;
   }
-  const bool read = Guarded("WebMan::IsAuthorized", false, [&] {
+  const bool read = Guarded(false, [&] {
     state_->account = LoginAccount();
     return true;
   });
@@ -46,7 +46,7 @@ bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
 }
 
 bool WebMan::LoadIn() {
-  return Guarded("WebMan::LoadIn", false, [&] {
+  return Guarded(false, [&] {
     if (!state_->parameters.Load()) {
       return false;
     }
@@ -73,7 +73,7 @@ std::string WebMan::GetPreferenceDir() const {
 }
 
 int WebMan::GetBrowserInfo(_tag_vexo_browser_info_ *info) const {
-  return Guarded("WebMan::GetBrowserInfo", -1, [&] {
+  return Guarded(-1, [&] {
     const std::optional<std::string_view> agent = web::Variable("HTTP_USER_AGENT");
     return info == nullptr || !agent ? -1 : web::BrowserFromUserAgent(*agent, info);
   });

@@ -1,4 +1,4 @@
-#include "files/file_content.h"
+#include "files/file_io.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>

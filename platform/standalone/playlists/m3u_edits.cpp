@@ -1,10 +1,9 @@
-#include "playlists/changes.h"
+#include "playlists/m3u_edits.h"
 #include "playlists/entry_paths.h"
-#include "playlists/m3u.h"
 #include "playlists/missing_files.h"
 #include "playlists/positions.h"
 #include "system/admin_log.h"
-#include "system/boundary.h"
+#include "system/log.h"
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
@@ -39,14 +38,13 @@ std::vector<std::size_t> MissingPositions(const std::vector<M3uEntry> &entries,
 
 } // namespace
 
-Change Appending(const VEXOPlaylistRec *songs, int count) {
-  return [text = M3uEntries(songs, RequireNotNegative(count, "count"))](std::string_view content,
-                                                                        const std::string &) {
+Change Appending(std::span<const NewEntry> songs) {
+  return [text = M3uEntries(songs)](std::string_view content, const std::string &) {
     return text.empty() ? std::nullopt : std::optional(AppendedM3u(content, text));
   };
 }
 
-Change Splicing(const VEXOPlaylistRec *songs, long start, long limit) {
+Change Splicing(std::span<const NewEntry> songs, long start, long limit) {
   return
       [text = M3uEntries(songs), first = RequireNotNegative(start, "start"),
        length = RequireNotNegative(limit, "limit")](std::string_view content, const std::string &) {
@@ -60,16 +58,15 @@ Change Splicing(const VEXOPlaylistRec *songs, long start, long limit) {
       };
 }
 
-Change Replacing(const VEXOPlaylistRec *songs) {
+Change Replacing(std::span<const NewEntry> songs) {
   return [text = M3uEntries(songs)](std::string_view content, const std::string &) {
     const std::vector<M3uEntry> entries = ParseM3u(content);
     return std::optional(SplicedM3u(content, entries, 0, entries.size(), text));
   };
 }
 
-Change Removing(const char *positions) {
-  return [text = std::string(positions == nullptr ? "" : positions)](std::string_view content,
-                                                                     const std::string &) {
+Change Removing(std::string positions) {
+  return [text = std::move(positions)](std::string_view content, const std::string &) {
     const std::vector<M3uEntry> entries = ParseM3u(content);
     return std::optional(ReducedM3u(content, entries, ParsePositions(text, entries.size())));
   };

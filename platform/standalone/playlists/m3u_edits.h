@@ -2,9 +2,10 @@
 // What the edits of playlists make of a file's content.
 
 #include "files/durable_file.h"
-#include "vexo/media_info.h"
+#include "playlists/m3u.h"
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,17 +16,17 @@ namespace vexo::playlists {
 using Change =
     std::function<std::optional<files::Pieces>(std::string_view content, const std::string &path)>;
 
-/// Appends the first `count` songs of a list; no songs change nothing.
-Change Appending(const VEXOPlaylistRec *songs, int count);
+/// Appends songs; no songs change nothing.
+Change Appending(std::span<const NewEntry> songs);
 
-/// Puts the songs of a list in the place of those at [start, start + limit).
-Change Splicing(const VEXOPlaylistRec *songs, long start, long limit);
+/// Puts songs in the place of those at [start, start + limit).
+Change Splicing(std::span<const NewEntry> songs, long start, long limit);
 
-/// Puts the songs of a list in the place of all there are.
-Change Replacing(const VEXOPlaylistRec *songs);
+/// Puts songs in the place of all there are.
+Change Replacing(std::span<const NewEntry> songs);
 
 /// Removes the songs at the positions of the text.
-Change Removing(const char *positions);
+Change Removing(std::string positions);
 
 /// The entries that went, as the playlist had them.
 struct RemovedSongs {
