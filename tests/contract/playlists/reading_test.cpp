@@ -191,6 +191,44 @@ TEST_F(Reading, APathLongerThanARecordHoldsStaysEmpty) {
   EXPECT_EQ(ReadPaths(file_), (Texts{"", "/" + std::string(4094, 'b')}));
 }
 
+TEST_F(Reading, NeverLeavesThePlaylistsFolders) {
+  const std::string secret = system::kPasswordFile;
+  WriteBytes(secret, "alice:secret\n");
+  WriteBytes(library() + "/list.m3u", M3u({"/a"}));
+  fs::create_symlink(secret, Shared("x.m3u"));
+  fs::create_symlink("x.m3u", Shared("y.m3u"));
+  fs::create_directory_symlink(library(), Shared("link"));
+  for (const std::string &path :
+       {secret, Shared("x.m3u"), Shared("y.m3u"), Shared("link/list.m3u"), Shared("../list.m3u"),
+        library() + "/list.m3u", std::string("/etc/passwd"), std::string("/proc/self/environ"),
+        std::string(system::kTemporary) + "/list.m3u", std::string()}) {
+    EXPECT_FALSE(Read(path)) << path;
+    EXPECT_EQ(count_, -1) << path;
+  }
+}
+
+TEST_F(Reading, FollowsALinkFromOnePlaylistsFolderIntoAnother) {
+  Know({});
+  fs::create_directory(Shared("sub"));
+  WriteBytes(Shared("sub/real.m3u"), M3u({"/a"}));
+  fs::create_symlink("sub/real.m3u", file_);
+  EXPECT_EQ(ReadPaths(file_), Texts{"/a"});
+}
+
+TEST_F(Reading, OfARequestIsOfItsUsersOwnLists) {
+  Know({});
+  const std::string alices = Preferences("alice") + "/playlists/a.m3u";
+  WriteBytes(alices, M3u({"/a"}));
+  fs::create_symlink(alices, Shared("link.m3u"));
+  for (const char *user : {"alice", "bob", "mallory"}) {
+    setenv("REMOTE_USER", user, 1);
+    const bool may_read = user == std::string("alice");
+    EXPECT_EQ(Read(alices) != nullptr, may_read) << user;
+    EXPECT_EQ(Read(Shared("link.m3u")) != nullptr, may_read) << user;
+  }
+  unsetenv("REMOTE_USER");
+}
+
 class Loading : public Reading {
 protected:
   static Texts Load(const std::string &path, int offset = 0, int limit = 0) {
@@ -238,6 +276,15 @@ TEST_F(Loading, RefusesLinksFoldersAndPipes) {
   EXPECT_EQ(Load(other + "2"), Texts{"not loaded"});
   EXPECT_EQ(Load(other + "3"), Texts{"not loaded"});
   EXPECT_EQ(AudioFile::PlaylistFileLoad(nullptr, 0, 0), nullptr);
+}
+
+TEST_F(Loading, RefusesOtherFoldersAndSecondNames) {
+  WriteBytes(file_, M3u({"/a"}));
+  EXPECT_EQ(Load(file_), Texts{"not loaded"});
+  fs::create_hard_link(file_, queue_);
+  EXPECT_EQ(Load(queue_), Texts{"not loaded"});
+  fs::remove(file_);
+  EXPECT_EQ(Load(queue_), Texts{"/a"});
 }
 
 TEST_F(Loading, RefusesAFileOfSomebodyElse) {
