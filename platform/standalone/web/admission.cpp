@@ -1,6 +1,6 @@
 #include "web/admission.h"
 
-#include "system/log.h"
+#include "system/boundary.h"
 #include "web/same_site.h"
 #include <string>
 

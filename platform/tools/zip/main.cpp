@@ -1,7 +1,7 @@
 // zip -q -0 -G -r -@ - : the archive of a download, from names on standard input to standard
 // output.
 
-#include "system/log.h"
+#include "system/boundary.h"
 #include "system/log_lines.h"
 #include "zip/archive_names.h"
 #include <csignal>
@@ -35,14 +35,9 @@ bool IsServed(int argc, char **argv) {
 }
 
 int Archive() {
-  try {
-    const char *user = std::getenv("REMOTE_USER");
-    vexo::zip::ArchiveNames(std::cin, STDOUT_FILENO, user == nullptr ? "" : user);
-    return 0;
-  } catch (const std::exception &error) {
-    vexo::system::LogFailure("zip", error.what());
-    return kBroken;
-  }
+  const char *user = std::getenv("REMOTE_USER");
+  vexo::zip::ArchiveNames(std::cin, STDOUT_FILENO, user == nullptr ? "" : user);
+  return 0;
 }
 
 } // namespace
@@ -59,5 +54,5 @@ int main(int argc, char **argv) {
   std::ios::sync_with_stdio(false);
   // Larger hand-overs; a pipe that cannot grow serves as it is.
   static_cast<void>(fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kPipeBytes));
-  return Archive();
+  return vexo::system::Guarded("zip", kBroken, Archive);
 }
