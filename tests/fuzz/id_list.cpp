@@ -1,5 +1,5 @@
 // The ids of a list, as clients send them: positive, in the text's order, and no more than it has.
-#include "index/id_list.h"
+#include "host/arguments.h"
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -7,7 +7,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const std::string_view text(reinterpret_cast<const char *>(data), size);
-  const auto ids = vexo::index::ParseIds(text);
+  const auto ids = vexo::host::ParseIds(text);
   const auto commas = static_cast<std::size_t>(std::count(text.begin(), text.end(), ','));
   if (ids.size() > commas + 1 ||
       std::any_of(ids.begin(), ids.end(), [](int32_t id) { return id <= 0; })) {

@@ -13,7 +13,8 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 SUFFIXES = {".h", ".cpp", ".c"}
 
 PROGRAM = ["handler", "actions", "player", "export", "model"]
-HOST = ["text", "files", "system", "accounts", "index", "playlists", "smart", "web"]
+HOST = ["text", "files", "system", "accounts", "index", "playlists", "smart", "web",
+        "host"]
 
 # folder: folders, single headers, and libraries (by the first part of their headers' names) that
 # its sources may include.
@@ -23,17 +24,18 @@ ALLOWED = {
     "src/handler": ["vexo"],
     "src/actions": ["vexo", "src/handler/audio_playlist.h", "src/model", "src/player/queue.h"],
     "src/export": ["vexo", "src/handler/audio_playlist.h", "src/model", "src/player/queue.h"],
-    "standalone/text": ["vexo"],
-    "standalone/files": ["vexo", "text"],
-    "standalone/system": ["vexo", "files", "text", "ini.h"],
-    "standalone/accounts": ["vexo", "system", "files", "text"],
-    "standalone/index": ["vexo", "system", "files", "text", "sqlite3.h"],
-    "standalone/playlists": ["vexo", "index", "accounts", "system", "files", "text"],
-    "standalone/smart": ["vexo", "index", "accounts", "system", "files", "text"],
-    "standalone/web": ["vexo", "json", "playlists", "index", "accounts", "system", "files",
-                       "text"],
-    # The tools may use every folder of the host but web.
-    "tools": ["json", *HOST[:-1], "CLI", "taglib", "archive.h", "archive_entry.h",
+    "standalone/text": [],
+    "standalone/files": ["text"],
+    "standalone/system": ["files", "text", "ini.h"],
+    "standalone/accounts": ["system", "files", "text"],
+    "standalone/index": ["system", "files", "text", "sqlite3.h"],
+    "standalone/playlists": ["index", "accounts", "system", "files", "text"],
+    "standalone/smart": ["index", "accounts", "system", "files", "text"],
+    "standalone/web": ["vexo", "json", "accounts", "system", "files", "text"],
+    "standalone/host": ["vexo", "json", "web", "smart", "playlists", "index", "accounts", "system",
+                        "files", "text"],
+    # The tools may use every folder of the host but web and the device's own interface.
+    "tools": ["json", *HOST[:-2], "CLI", "taglib", "archive.h", "archive_entry.h",
               "libdeflate.h", "mpd"],
 }
 
@@ -150,16 +152,18 @@ class TheRuleItself(unittest.TestCase):
         ("src/actions/a.cpp", '#include "player/ctrl.h"', "only the queue of the player"),
         ("src/player/a.cpp", "#include <sqlite3.h>", "a library of the host"),
         ("src/export/a.cpp", '#include "system/config.h"', "the standalone platform"),
-        ("platform/standalone/text/a.h", '#include "web/b.h"', "nothing uses web"),
+        ("platform/standalone/text/a.h", '#include "web/b.h"', "only host uses web"),
         ("platform/standalone/smart/a.h", '  #  include "playlists/b.h"', "smart and playlists"),
         ("platform/standalone/accounts/a.h", '#include "index/b.h"', "accounts and index"),
         ("platform/tools/zip/a.cpp", '#include "web/b.h"', "tools use all but web"),
+        ("platform/standalone/web/a.h", '#include "host/b.h"', "nothing uses host"),
+        ("platform/standalone/index/a.h", '#include "vexo/media_info.h"', "the device's records"),
         ("platform/standalone/new/a.h", '#include "text/b.h"', "a folder without a rule"),
     ]
     FINE = [
         ("src/actions/a.cpp", '#include "player/queue.h"\n#include <vector>\n#include <unistd.h>'),
         ("src/export/a.cpp", '#include "export/b.h"\n#include "model/c.h"\n#include "vexo/web.h"'),
-        ("platform/standalone/web/a.cpp", '#include "playlists/b.h"\n#include <sys/stat.h>'),
+        ("platform/standalone/host/a.cpp", '#include "playlists/b.h"\n#include <sys/stat.h>'),
         ("platform/tools/doctor/a.cpp", '#include "scan/b.h"\n#include "index/c.h"'),
     ]
 

@@ -3,7 +3,7 @@
 // belongs to a program marked ROOT in its CMakeLists.txt, as only one may have it at a time.
 
 #include "support/temporary_folder.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>

@@ -121,12 +121,25 @@ class Edit(KillTest):
 class Rename(KillTest):
     def test_a_rename_leaves_the_list_under_one_of_its_names(self):
         for kind in WALKED:
-            for name in self.each_kill(kind, lambda name, id_: {
-                    "action": "saveplsname", "id": id_, "name": name + " renamed"}):
+            ids, files = {}, {}
+
+            def parameters(name, id_, ids=ids):
+                ids[name] = id_
+                return {"action": "saveplsname", "id": id_, "name": name + " renamed"}
+
+            for name in self.each_kill(kind, parameters):
                 there = [file for file in (kind.file(name), kind.file(name + " renamed"))
                          if file.exists()]
                 self.assertEqual([songs_of(file) for file in there], [OLD])
+                files[name] = there[0]
             self.assert_mended(kind)
+            if kind.indexed:
+                self.assert_ids_stayed(kind, {file: ids[name] for name, file in files.items()})
+
+    def assert_ids_stayed(self, kind, ids):
+        for file, id_ in ids.items():
+            cgi(kind.user, action="addsongs", playlist=id_, id_info_list=objects("http://new/1"))
+            self.assertEqual(songs_of(file), [*OLD, "http://new/1"])
 
 
 class Delete(KillTest):

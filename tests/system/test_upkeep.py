@@ -4,7 +4,7 @@ import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from server import PERSONAL, SHARED, ServerTest, examine, playlistctl, songs_of
+from server import LIBRARY, PERSONAL, SHARED, ServerTest, examine, playlistctl, songs_of
 
 KINDS_WITH_ROWS = (SHARED, PERSONAL)
 
@@ -63,6 +63,71 @@ class Upkeep(ServerTest):
         for kind in KINDS_WITH_ROWS:
             self.assertEqual(len(list(kind.folder.iterdir())), len(stay) // 2)
         self.assertEqual(examine(), "")
+
+
+class Identity(ServerTest):
+    """Each way to write a list leaves a row that finds its file again, whatever its name."""
+
+    OLD, NEW = [{"res": "http://a/1"}, {"res": f"{LIBRARY}/gone.mp3"}], [{"res": "http://a/2"}]
+
+    def ways(self, kind):
+        """Yields what wrote a list, the list's name, and its id."""
+        def made(what, **parameters):
+            name = f"{what} of {kind.name}"
+            answer = self.server.add(kind, name, self.OLD, **parameters)
+            self.assertTrue(answer.success, answer)
+            return what, name, answer.id
+
+        yield made("add")
+        made("overwrite")
+        yield made("overwrite", overwrite="true")
+        edits = {"addsongs": {"id_info_list": self.NEW}, "removesongs": {"seq_list": "0"},
+                 "update": {"id_info_list": self.NEW, "start": "0", "limit": "1"}}
+        for action, parameters in edits.items():
+            what, name, id_ = made(action)
+            self.ask(kind, action, playlist=id_, **parameters)
+            yield what, name, id_
+        what, name, id_ = made("remove_missing")
+        self.ask(kind, "remove_missing", playlist_id=id_)
+        yield what, name, id_
+        what, name, id_ = made("saveplsname")
+        self.ask(kind, "saveplsname", id=id_, name=name + " 2")
+        yield what, name + " 2", id_
+        yield from self.copies(kind, made)
+        answer = self.server.ask("addsearch", kind.user, name="found", type=kind.type,
+                                 category="title", keyword="")
+        yield "addsearch", "found", answer.id
+
+    def copies(self, kind, made):
+        """A copy, and one over a list that is there. A copy comes into the other library."""
+        other = PERSONAL if kind is SHARED else SHARED
+        for what in ("copy", "overwriting copy"):
+            name = f"{what} of {kind.name}"
+            source = self.server.add(other, name, self.OLD)
+            if what != "copy":
+                made(what)
+            answer = self.server.ask("duplicate", other.user, id=source.id,
+                                     overwrite="true" if what != "copy" else "false")
+            self.assertTrue(answer.success, answer)
+            yield what, name, answer.id
+
+    def ask(self, kind, action, **parameters):
+        answer = self.server.ask(action, kind.user, **parameters)
+        self.assertTrue(answer.success, (action, parameters, answer))
+
+    def test_a_list_that_is_renamed_by_hand_keeps_its_id(self):
+        for kind, command in ((SHARED, ("scan",)), (PERSONAL, ("doctor", "--repair"))):
+            lists = list(self.ways(kind))
+            self.assertEqual(playlistctl("doctor"), "all is well\n")
+            for _, name, _ in lists:
+                kind.file(name).rename(kind.folder / f"by hand, {name}.m3u")
+            playlistctl(*command)
+            for what, name, id_ in lists:
+                with self.subTest(what=what, kind=kind.name):
+                    self.ask(kind, "addsongs", playlist=id_, id_info_list=[{"res": "http://new/"}])
+                    self.assertEqual(songs_of(kind.folder / f"by hand, {name}.m3u")[-1],
+                                     "http://new/")
+            self.assertEqual(playlistctl("doctor"), "all is well\n")
 
 
 if __name__ == "__main__":

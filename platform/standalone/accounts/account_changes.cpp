@@ -2,7 +2,7 @@
 #include "accounts/accounts_file.h"
 #include "accounts/ownership.h"
 #include "files/durable_file.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <algorithm>
 #include <filesystem>
 #include <functional>

@@ -2,7 +2,7 @@
 
 #include "accounts/accounts_file.h"
 #include "files/durable_file.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <algorithm>
 #include <system_error>
 

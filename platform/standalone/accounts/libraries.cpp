@@ -1,7 +1,7 @@
 #include "accounts/libraries.h"
 
 #include "accounts/accounts.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <array>
 #include <climits>
 #include <cstdlib>

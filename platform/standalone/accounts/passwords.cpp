@@ -2,7 +2,7 @@
 
 #include "accounts/ownership.h"
 #include "files/durable_file.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include "text/text.h"
 #include <array>
 #include <cerrno>

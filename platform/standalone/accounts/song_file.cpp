@@ -1,7 +1,7 @@
 #include "accounts/song_file.h"
 
 #include "accounts/libraries.h"
-#include "system/boundary.h"
+#include "system/log.h"
 #include <fcntl.h>
 #include <sys/stat.h>
 

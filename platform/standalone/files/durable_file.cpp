@@ -1,5 +1,5 @@
 #include "files/durable_file.h"
-#include "files/file_content.h"
+#include "files/file_io.h"
 #include "files/folder.h"
 #include <cerrno>
 #include <csignal>

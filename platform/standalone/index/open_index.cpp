@@ -1,6 +1,6 @@
 #include "index/media_index.h"
 #include "system/config.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 
 namespace vexo::index {
 

@@ -22,7 +22,7 @@ constexpr std::array kFields = {SearchField{1, "title"}, SearchField{2, "artist"
                                 SearchField{3, "album"}, SearchField{6, "genre"},
                                 SearchField{8, nullptr}};
 
-std::string OrderAndStretch(const Search &search) {
+std::string OrderAndRange(const Search &search) {
   return " ORDER BY " + SortExpression(search.sort) + (search.ascending ? "" : " DESC") +
          ", fold(album), disc, track, id LIMIT ?3 OFFSET ?4";
 }
@@ -30,7 +30,7 @@ std::string OrderAndStretch(const Search &search) {
 std::string TrigramSearch(const Search &search) {
   return "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE id IN (SELECT rowid FROM song_texts "
          "WHERE song_texts MATCH ?2) AND +owner = ?1" +
-         OrderAndStretch(search);
+         OrderAndRange(search);
 }
 
 std::string WholeSearch(const Search &search, const char *column) {
@@ -41,7 +41,7 @@ std::string WholeSearch(const Search &search, const char *column) {
     }
   }
   return "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE owner = ?1 AND (" + condition + ")" +
-         OrderAndStretch(search);
+         OrderAndRange(search);
 }
 
 } // namespace

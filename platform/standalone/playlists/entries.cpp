@@ -1,15 +1,51 @@
 #include "playlists/entries.h"
 #include "index/media_index.h"
 #include "playlists/entry_paths.h"
-#include "playlists/playlist_content.h"
+#include "playlists/m3u.h"
+#include "playlists/pls.h"
 #include "playlists/readable_text.h"
-#include "system/boundary.h"
+#include "system/log.h"
 #include <algorithm>
 #include <stdexcept>
 
 namespace vexo::playlists {
 
 namespace {
+
+template <typename Item>
+std::pair<std::size_t, std::size_t> Bounds(const std::vector<Item> &items, Range range) {
+  const std::size_t first = std::min(range.offset, items.size());
+  const std::size_t left = items.size() - first;
+  return {first, first + (range.limit == 0 ? left : std::min(range.limit, left))};
+}
+
+bool IsPlsFile(std::string_view content, const std::string &path) {
+  return IsPls(content) || path.ends_with(".pls");
+}
+
+std::vector<Entry> ReadPls(std::string_view content, EntryPaths &paths, Range range) {
+  const std::vector<PlsEntry> parsed = ParsePls(content);
+  std::vector<Entry> entries;
+  const auto [first, last] = Bounds(parsed, range);
+  for (std::size_t i = first; i < last; ++i) {
+    entries.push_back({paths.Resolve(parsed[i].path), "", ReadableText(parsed[i].title),
+                       parsed[i].duration_seconds});
+  }
+  return entries;
+}
+
+std::vector<Entry> ReadM3u(std::string_view content, EntryPaths &paths, Range range) {
+  const std::vector<M3uEntry> parsed = ParseM3u(content);
+  std::vector<Entry> entries;
+  const auto [first, last] = Bounds(parsed, range);
+  entries.reserve(last - first);
+  for (std::size_t i = first; i < last; ++i) {
+    const M3uInfo info = ParseM3uInfo(parsed[i].info);
+    entries.push_back({paths.Resolve(parsed[i].path), ReadableText(info.artist),
+                       ReadableText(info.title), info.duration_seconds});
+  }
+  return entries;
+}
 
 bool IsBefore(const index::Song &song, const std::string &path) { return song.path < path; }
 
@@ -42,59 +78,27 @@ std::vector<index::Song> KnownSongs(const std::vector<std::string> &paths) {
   return songs;
 }
 
-template <std::size_t Size> void SetTextIfEmpty(char (&field)[Size], std::string_view text) {
-  if (field[0] == '\0') {
-    index::CopyText(field, text);
-  }
-}
-
 } // namespace
 
-Stretch Stretch::Of(int offset, int limit) {
+Range Range::Of(int offset, int limit) {
   if (offset < 0 || limit < 0) {
     throw std::invalid_argument("a negative offset or limit");
   }
   return {static_cast<std::size_t>(offset), static_cast<std::size_t>(limit)};
 }
 
-std::vector<Entry> ReadEntries(std::string_view bytes, const std::string &path, Stretch stretch) {
-  PlaylistContent content(bytes, path);
+std::vector<Entry> ReadEntries(std::string_view content, const std::string &path, Range range) {
   EntryPaths paths(path);
-  const std::size_t first = std::min(stretch.offset, content.size());
-  const std::size_t left = content.size() - first;
-  const std::size_t count = stretch.limit == 0 ? left : std::min(stretch.limit, left);
-  std::vector<Entry> entries;
-  entries.reserve(count);
-  for (std::size_t i = first; i < first + count; ++i) {
-    const ContentEntry entry = content.At(i);
-    entries.push_back({paths.Resolve(entry.path), ReadableText(entry.artist),
-                       ReadableText(entry.title), entry.duration_seconds});
-  }
-  return entries;
+  return IsPlsFile(content, path) ? ReadPls(content, paths, range) : ReadM3u(content, paths, range);
 }
 
-EntryRecords::EntryRecords(std::vector<Entry> entries)
+EntrySongs::EntrySongs(std::vector<Entry> entries)
     : entries_(std::move(entries)), songs_(KnownSongs(FilePaths(entries_))) {}
 
-void EntryRecords::Fill(__tag_VEXO_MEDIA_INFO &record, std::size_t position) const {
-  const Entry &entry = entries_[position];
-  const auto song = std::lower_bound(songs_.begin(), songs_.end(), entry.path, IsBefore);
-  if (song != songs_.end() && song->path == entry.path) {
-    index::FillRecord(record, *song);
-  } else if (entry.path.size() < sizeof record.path) {
-    index::CopyText(record.path, entry.path);
-  }
-  SetTextIfEmpty(record.title, entry.title);
-  SetTextIfEmpty(record.artist, entry.artist);
-  if (record.duration <= 0) {
-    record.duration = entry.duration_seconds;
-  }
-}
-
-index::SongList EntryRecords::ToList() const {
-  return index::MakeSongList(size(), [this](__tag_VEXO_MEDIA_INFO &record, std::size_t position) {
-    Fill(record, position);
-  });
+const index::Song *EntrySongs::song(std::size_t position) const {
+  const std::string &path = entries_[position].path;
+  const auto song = std::lower_bound(songs_.begin(), songs_.end(), path, IsBefore);
+  return song != songs_.end() && song->path == path ? &*song : nullptr;
 }
 
 } // namespace vexo::playlists

@@ -1,8 +1,7 @@
 #pragma once
-// The songs of a playlist file as records: what the file and the index know of each.
+// The songs of a playlist file: what the file and the index know of each.
 
-#include "index/records.h"
-#include "vexo/media_info.h"
+#include "index/media_index.h"
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -17,35 +16,31 @@ struct Entry {
 };
 
 /// A part of a list: from position `offset` on, `limit` at most (0: all).
-struct Stretch {
+struct Range {
   std::size_t offset = 0, limit = 0;
 
   /// Throws std::invalid_argument for negative numbers.
-  static Stretch Of(int offset, int limit);
+  static Range Of(int offset, int limit);
 };
 
-/// The entries of the bytes of the playlist file at `path`. Throws as PlaylistContent does.
-std::vector<Entry> ReadEntries(std::string_view bytes, const std::string &path,
-                               Stretch stretch = {});
+/// The entries of an M3U or PLS file's content; `path` is the file's own.
+std::vector<Entry> ReadEntries(std::string_view content, const std::string &path, Range range = {});
 
-/// Fills records from entries. What the index knows of a path goes before what the file says.
-class EntryRecords {
+/// Entries, and what the index knows of the files they name.
+class EntrySongs {
 public:
   /// Asks the index about all paths at once. An index that fails knows nothing, and says so in the
   /// system log: the list itself is in the file.
-  explicit EntryRecords(std::vector<Entry> entries);
+  explicit EntrySongs(std::vector<Entry> entries);
 
   [[nodiscard]] std::size_t size() const { return entries_.size(); }
-  /// Fills a record that is all zero from the entry at `position`. A path that is too long for it
-  /// stays empty, as a cut one would name another file.
-  void Fill(__tag_VEXO_MEDIA_INFO &record, std::size_t position) const;
-
-  /// All of them as a list.
-  [[nodiscard]] index::SongList ToList() const;
+  [[nodiscard]] const Entry &entry(std::size_t position) const { return entries_[position]; }
+  /// Null: the index has no song at the entry's path.
+  [[nodiscard]] const index::Song *song(std::size_t position) const;
 
 private:
   std::vector<Entry> entries_;
-  std::vector<index::Song> songs_; ///< in the order of their paths
+  std::vector<index::Song> songs_; ///< by path
 };
 
 } // namespace vexo::playlists

@@ -1,6 +1,5 @@
 #include "playlists/m3u.h"
 #include "playlists/line_reader.h"
-#include "playlists/playlist_text.h"
 #include "playlists/readable_text.h"
 #include "playlists/seconds.h"
 #include <algorithm>
@@ -14,6 +13,13 @@ namespace {
 constexpr std::string_view kInfoTag = "#EXTINF:";
 constexpr std::string_view kProtection = "./";
 constexpr std::string_view kArtistEnd = " - ";
+
+/// A hostile file of nothing but line ends must not take all memory there is.
+void RequireRoom(std::size_t entries) {
+  if (entries >= kMaxEntries) {
+    throw std::length_error("more than " + std::to_string(kMaxEntries) + " entries");
+  }
+}
 
 bool NeedsProtection(std::string_view path) {
   while (path.starts_with(kProtection)) {
@@ -47,10 +53,10 @@ long WholeSeconds(float seconds) {
   return seconds > 0 && seconds < 1e9F ? std::max(1L, std::lround(seconds)) : -1;
 }
 
-void AppendInfo(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
-  const std::string artist = InOneLine(ReadableField(song.artist));
-  const std::string title = InOneLine(ReadableField(song.title));
-  const long seconds = WholeSeconds(song.duration);
+void AppendInfo(std::string &text, const NewEntry &song) {
+  const std::string artist = InOneLine(ReadableText(song.artist));
+  const std::string title = InOneLine(ReadableText(song.title));
+  const long seconds = WholeSeconds(song.duration_seconds);
   if (artist.empty() && title.empty() && seconds < 0) {
     return;
   }
@@ -59,27 +65,6 @@ void AppendInfo(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
     text.append(artist).append(kArtistEnd);
   }
   text.append(title).append("\n");
-}
-
-/// Calls `visit` with each entry, in order.
-template <typename Visit> void ForEachEntry(std::string_view content, Visit visit) {
-  constexpr std::size_t kNoTag = std::string_view::npos;
-  LineReader lines(content);
-  std::size_t tag_begin = kNoTag;
-  std::string_view info;
-  while (const auto line = lines.Next()) {
-    if (line->text.empty() || IsTooLongForPath(line->text)) {
-      continue;
-    }
-    if (line->text.starts_with(kInfoTag)) {
-      tag_begin = std::min(tag_begin, line->begin);
-      info = line->text.substr(kInfoTag.size());
-    } else if (line->text.front() != '#') {
-      visit(M3uEntry{std::min(tag_begin, line->begin), line->begin, line->end, line->text, info});
-      tag_begin = kNoTag;
-      info = {};
-    }
-  }
 }
 
 void AddPiece(files::Pieces &pieces, std::string_view piece) {
@@ -126,18 +111,24 @@ void AddText(files::Pieces &pieces, std::string_view before, std::string_view te
 } // namespace
 
 std::vector<M3uEntry> ParseM3u(std::string_view content) {
+  constexpr std::size_t kNoTag = std::string_view::npos;
   std::vector<M3uEntry> entries;
-  ForEachEntry(content, [&](const M3uEntry &entry) {
-    RequireRoom(entries.size() + 1);
-    entries.push_back(entry);
-  });
+  LineReader lines(content);
+  std::size_t tag_begin = kNoTag;
+  std::string_view info;
+  while (const auto line = lines.Next()) {
+    if (line->text.starts_with(kInfoTag)) {
+      tag_begin = std::min(tag_begin, line->begin);
+      info = line->text.substr(kInfoTag.size());
+    } else if (!line->text.empty() && line->text.front() != '#') {
+      RequireRoom(entries.size());
+      entries.push_back(
+          {std::min(tag_begin, line->begin), line->begin, line->end, line->text, info});
+      tag_begin = kNoTag;
+      info = {};
+    }
+  }
   return entries;
-}
-
-std::size_t CountM3uEntries(std::string_view content) {
-  std::size_t count = 0;
-  ForEachEntry(content, [&](const M3uEntry &) { ++count; });
-  return count;
 }
 
 std::string_view UnprotectPath(std::string_view text) {
@@ -163,24 +154,23 @@ M3uInfo ParseM3uInfo(std::string_view info) {
   return parsed;
 }
 
-void AppendM3uEntry(std::string &text, const __tag_VEXO_MEDIA_INFO &song) {
+void AppendM3uEntry(std::string &text, const NewEntry &song) {
   const std::string_view path = song.path;
   if (path.empty()) {
     return;
   }
   if (path.find_first_of("\r\n") != std::string_view::npos) {
-    throw std::invalid_argument("a song's path holds a line break: " + InOneLine(song.path));
+    throw std::invalid_argument("a song's path holds a line break: " +
+                                InOneLine(std::string(path)));
   }
   AppendInfo(text, song);
   text.append(NeedsProtection(path) ? kProtection : "").append(path).append("\n");
 }
 
-std::string M3uEntries(const VEXOPlaylistRec *songs, std::size_t count) {
+std::string M3uEntries(std::span<const NewEntry> songs) {
   std::string text;
-  std::size_t written = 0;
-  for (; songs != nullptr && count > 0; songs = songs->next, --count) {
-    RequireRoom(written += songs->info.path[0] == '\0' ? 0 : 1);
-    AppendM3uEntry(text, songs->info);
+  for (const NewEntry &song : songs) {
+    AppendM3uEntry(text, song);
   }
   return text;
 }

@@ -8,8 +8,7 @@
 // read without.
 
 #include "files/durable_file.h"
-#include "vexo/media_info.h"
-#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,11 +24,10 @@ struct M3uEntry {
   std::string_view info; ///< of its #EXTINF tag, behind the colon; empty when it has none
 };
 
-/// Lines longer than a path are passed over. Throws UnreadableError for more than kMaxEntries.
-std::vector<M3uEntry> ParseM3u(std::string_view content);
+inline constexpr std::size_t kMaxEntries = 1'000'000;
 
-/// How many entries ParseM3u() would give, without making them.
-std::size_t CountM3uEntries(std::string_view content);
+/// Throws std::length_error for more than kMaxEntries.
+std::vector<M3uEntry> ParseM3u(std::string_view content);
 
 /// The path that an entry's text stands for: without the "./" that protects it.
 std::string_view UnprotectPath(std::string_view text);
@@ -41,13 +39,19 @@ struct M3uInfo {
 };
 M3uInfo ParseM3uInfo(std::string_view info);
 
+/// A song to write: views of the caller's texts. Bytes that are not UTF-8 are read in the host's
+/// code page.
+struct NewEntry {
+  std::string_view path, artist, title;
+  float duration_seconds = 0; ///< 0: not known
+};
+
 /// Appends the lines of one song; nothing for a song without a path. Throws std::invalid_argument
 /// for a path that holds a line break.
-void AppendM3uEntry(std::string &text, const __tag_VEXO_MEDIA_INFO &song);
+void AppendM3uEntry(std::string &text, const NewEntry &song);
 
-/// The lines of the first `count` songs of a list (all, when it is shorter). Throws UnreadableError
-/// for more than kMaxEntries.
-std::string M3uEntries(const VEXOPlaylistRec *songs, std::size_t count = SIZE_MAX);
+/// The lines of all songs.
+std::string M3uEntries(std::span<const NewEntry> songs);
 
 /// The line that a file begins with.
 inline constexpr std::string_view kM3uHead = "#EXTM3U\n";

@@ -2,12 +2,11 @@
 #include "accounts/libraries.h"
 #include "files/durable_file.h"
 #include "files/folder.h"
-#include "index/records.h"
-#include "playlists/changes.h"
-#include "playlists/edges.h"
 #include "playlists/m3u.h"
+#include "playlists/m3u_edits.h"
+#include "playlists/playlist_folders.h"
 #include "playlists/rows.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <cerrno>
 #include <optional>
 #include <stdexcept>
@@ -47,10 +46,10 @@ bool IsSameName(const files::Folder &a, const files::Folder &b) {
 /// A file that was there is gone for good unless it has a row that stays: that row only lost it.
 bool IsGoneForGood(const SeenFile &file) { return !file.owner || !StaysAt(*file.owner, file.path); }
 
-std::string NewContent(const VEXOPlaylistRec *songs, const std::string &path) {
+std::string NewContent(std::span<const NewEntry> songs, const std::string &path) {
   const files::Folder folder(path);
   for (const SeenFile &seen : SeenHere()) {
-    if (songs != nullptr && IsSameName(seen.folder, folder) && IsGoneForGood(seen)) {
+    if (!songs.empty() && IsSameName(seen.folder, folder) && IsGoneForGood(seen)) {
       throw std::runtime_error("renamed or deleted meanwhile: " + path);
     }
   }
@@ -72,9 +71,8 @@ void RefreshRowsOf(const std::string &path) {
 std::string ContentOf(const std::vector<index::Song> &songs) {
   std::string content(kM3uHead);
   for (const index::Song &song : songs) {
-    __tag_VEXO_MEDIA_INFO record{};
-    index::FillRecord(record, song);
-    AppendM3uEntry(content, record);
+    AppendM3uEntry(content,
+                   {song.path, song.artist, song.title, static_cast<float>(song.duration_seconds)});
   }
   return content;
 }
@@ -89,7 +87,7 @@ void RemoveLink(const std::string &path) {
 
 } // namespace
 
-void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path) {
+void WriteSongs(std::span<const NewEntry> songs, const std::string &path) {
   RequireInPlaylistsFolder(path);
   const Change change = Replacing(songs);
   bool is_new = false;

@@ -2,7 +2,8 @@
 // Playlist files written whole.
 
 #include "index/media_index.h"
-#include "vexo/media_info.h"
+#include "playlists/m3u.h"
+#include <span>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,7 @@ namespace vexo::playlists {
 /// Makes the playlist file `path` with these songs, or replaces the songs of the one that is there.
 /// Songs for a file that was there for this process, and that is gone since, are refused: somebody
 /// renamed or deleted it, and a second file would bring the old name back. Throws.
-void WriteSongs(const VEXOPlaylistRec *songs, const std::string &path);
+void WriteSongs(std::span<const NewEntry> songs, const std::string &path);
 
 /// Tells that this process found a row, whose file was written just now or is about to be: the row
 /// is kept up to date with it.

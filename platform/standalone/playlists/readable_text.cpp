@@ -9,24 +9,12 @@ namespace vexo::playlists {
 namespace {
 
 constexpr int kFallbackCodePage = 1252;
-constexpr std::size_t kLongestCharacter = 4;
 
 } // namespace
 
 std::optional<std::string> FromHostCodePage(std::string_view bytes) {
   const int page = system::HostCodePage();
   return text::ToUtf8(page == text::kUtf8CodePage ? kFallbackCodePage : page, bytes);
-}
-
-std::string_view WithoutCutCharacter(std::string_view bytes) {
-  const std::size_t most = std::min(bytes.size(), kLongestCharacter - 1);
-  for (std::size_t cut = 1; cut <= most; ++cut) {
-    const auto first = static_cast<unsigned char>(bytes[bytes.size() - cut]);
-    if (first >= 0xC0 && text::IsUtf8(bytes.substr(0, bytes.size() - cut))) {
-      return bytes.substr(0, bytes.size() - cut);
-    }
-  }
-  return bytes;
 }
 
 std::string ReadableText(std::string_view bytes) {

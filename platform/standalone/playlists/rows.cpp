@@ -1,10 +1,10 @@
 #include "playlists/rows.h"
 #include "files/durable_file.h"
 #include "files/file_identity.h"
-#include "playlists/edges.h"
 #include "playlists/new_files.h"
 #include "playlists/patience.h"
-#include "system/boundary.h"
+#include "playlists/playlist_folders.h"
+#include "system/log.h"
 #include <array>
 #include <ctime>
 #include <fcntl.h>
@@ -73,7 +73,7 @@ bool TryRemoveRow(const index::Playlist &row) {
   }
 }
 
-void RemoveRow(const RowName &name, Patience &patience) {
+void RemoveRow(const RowKey &name, Patience &patience) {
   do {
     const auto row = FindRow(name.owner, name.id);
     if (!row) {
@@ -138,9 +138,9 @@ void ChangeRow(int owner, int32_t id, const Change &change) {
   throw std::runtime_error("the file of the playlist " + std::to_string(id) + " is not there");
 }
 
-void RemoveRows(const std::vector<RowName> &rows) {
+void RemoveRows(const std::vector<RowKey> &rows) {
   Patience patience(kPatienceWithRemovals);
-  for (const RowName &row : rows) {
+  for (const RowKey &row : rows) {
     RemoveRow(row, patience);
   }
 }

@@ -2,7 +2,7 @@
 // The rows of playlists that libraries hold, and the files they name.
 
 #include "index/media_index.h"
-#include "playlists/changes.h"
+#include "playlists/m3u_edits.h"
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,7 +14,7 @@ namespace vexo::playlists {
 /// library, and whatever `change` throws. `change` may run several times.
 void ChangeRow(int owner, int32_t id, const Change &change);
 
-struct RowName {
+struct RowKey {
   int owner;
   int32_t id;
 };
@@ -22,7 +22,7 @@ struct RowName {
 /// Removes playlists, files and rows; one that is not there is removed already. A file is taken
 /// away first and put back when the row cannot be removed; a crash between the two leaves a row
 /// without a file. Throws for a file outside of the library.
-void RemoveRows(const std::vector<RowName> &rows);
+void RemoveRows(const std::vector<RowKey> &rows);
 
 /// Adds a row. Where this process has just made the file, a row that its path has already lost the
 /// file unnoticed (somebody removed it by hand) and gives way. Throws for any other row with that

@@ -2,7 +2,7 @@
 
 #include "accounts/accounts.h"
 #include "accounts/libraries.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <cerrno>
 #include <system_error>
 

@@ -3,7 +3,7 @@
 #include "smart/block_scanner.h"
 #include "smart/parser.h"
 #include "smart/rule_file.h"
-#include "system/boundary.h"
+#include "system/log.h"
 #include <stdexcept>
 
 namespace vexo::smart {

@@ -1,20 +1,14 @@
-// VexoAudioUtils::SmartPLSListSongs of vexo/audio_file.h.
+#include "smart/smart_songs.h"
 
-#include "index/media_index.h"
-#include "index/records.h"
 #include "smart/rule_file.h"
 #include "smart/rule_query.h"
 #include "smart/smart_playlist.h"
-#include "system/boundary.h"
-#include "system/host_paths.h"
-#include "vexo/audio_file.h"
 #include <algorithm>
 #include <ctime>
 #include <stdexcept>
 
+namespace vexo::smart {
 namespace {
-
-using namespace vexo;
 
 /// Positions [begin, end) of a list; no end when nothing bounds it.
 struct Window {
@@ -34,47 +28,31 @@ Window MakeWindow(int offset, int limit, std::optional<int64_t> list_limit) {
   return window;
 }
 
-std::vector<index::Song> FindSongs(const smart::SmartPlaylist &playlist, const Window &window,
+std::vector<index::Song> FindSongs(const SmartPlaylist &playlist, const Window &window,
                                    const std::string &file) {
   if (window.end && *window.end <= window.begin) {
     return {};
   }
-  const smart::Viewer viewer = smart::FindViewer(file);
-  index::SongQuery query = smart::MakeQuery(playlist, std::time(nullptr));
+  const Viewer viewer = FindViewer(file);
+  index::SongQuery query = MakeQuery(playlist, std::time(nullptr));
   query.with_shared = viewer.with_shared;
   query.limit = window.end.value_or(0);
   return index::ProcessIndex().QuerySongs(viewer.owner, query);
 }
 
-std::list<__tag_VEXO_MEDIA_INFO> MakeRecords(const std::vector<index::Song> &songs,
-                                             const Window &window) {
-  std::list<__tag_VEXO_MEDIA_INFO> records;
-  for (std::size_t i = static_cast<std::size_t>(window.begin); i < songs.size(); ++i) {
-    index::FillRecord(records.emplace_back(), songs[i]);
-  }
-  return records;
-}
-
 } // namespace
 
-int VexoAudioUtils::SmartPLSListSongs(const char *name, int offset, int limit, int *count,
-                                      std::list<__tag_VEXO_MEDIA_INFO> &songs,
-                                      const char *rulesFile, [[maybe_unused]] bool refresh) {
-  return system::Guarded("SmartPLSListSongs", -1, [&] {
-    if (name == nullptr) {
-      throw std::invalid_argument("no name");
-    }
-    const std::string file = rulesFile == nullptr ? system::kSharedSmartRules : rulesFile;
-    const auto source = smart::FindPlaylist(file, name);
-    if (!source) {
-      return -1;
-    }
-    const Window window = MakeWindow(offset, limit, source->playlist.limit);
-    auto records = MakeRecords(FindSongs(source->playlist, window, file), window);
-    if (count != nullptr) {
-      *count = static_cast<int>(records.size());
-    }
-    songs.splice(songs.end(), records);
-    return 0;
-  });
+std::optional<std::vector<index::Song>> ListSongs(const std::string &file, const std::string &name,
+                                                  int offset, int limit) {
+  const std::optional<PlaylistSource> source = FindPlaylist(file, name);
+  if (!source) {
+    return std::nullopt;
+  }
+  const Window window = MakeWindow(offset, limit, source->playlist.limit);
+  std::vector<index::Song> songs = FindSongs(source->playlist, window, file);
+  const auto skipped = std::min<std::size_t>(static_cast<std::size_t>(window.begin), songs.size());
+  songs.erase(songs.begin(), songs.begin() + static_cast<std::ptrdiff_t>(skipped));
+  return songs;
 }
+
+} // namespace vexo::smart

@@ -1,10 +1,8 @@
 #include "system/admin_log.h"
 
 #include "files/file_descriptor.h"
-#include "system/boundary.h"
-#include "system/host_paths.h"
 #include "system/log_lines.h"
-#include "vexo/core.h"
+#include "system/paths.h"
 #include <array>
 #include <cerrno>
 #include <ctime>
@@ -63,17 +61,3 @@ void AppendAdminLog(unsigned event, const std::vector<std::string> &texts) {
 }
 
 } // namespace vexo::system
-
-int VEXOLogSet1(int /*kind*/, int /*level*/, unsigned event, const char *text, const char *a,
-                const char *b, const char *c) {
-  return vexo::system::Guarded("VEXOLogSet1", -1, [&] {
-    std::vector<std::string> texts;
-    for (const char *part : {text, a, b, c}) {
-      if (part != nullptr && *part != '\0') {
-        texts.emplace_back(part);
-      }
-    }
-    vexo::system::AppendAdminLog(event, texts);
-    return 0;
-  });
-}

@@ -1,11 +1,10 @@
 #include "system/config.h"
 
 #include "files/durable_file.h"
-#include "system/boundary.h"
-#include "system/host_paths.h"
+#include "system/log.h"
+#include "system/paths.h"
 #include "text/code_page.h"
 #include "text/text.h"
-#include "vexo/core.h"
 #include <algorithm>
 #include <ini.h>
 #include <system_error>
@@ -92,17 +91,3 @@ int HostCodePage() {
 }
 
 } // namespace vexo::system
-
-int VEXOAudioConfGet(const char *key, char *buffer, int size) {
-  using namespace vexo::system;
-  return Guarded("VEXOAudioConfGet", 0, [&] {
-    if (key == nullptr || buffer == nullptr) {
-      return 0;
-    }
-    const std::optional<std::string> value = Setting("audio", key);
-    if (!value || !CopyOut(value->c_str(), buffer, size)) {
-      return 0;
-    }
-    return static_cast<int>(value->size()) + 1;
-  });
-}

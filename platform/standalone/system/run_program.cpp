@@ -1,7 +1,6 @@
 #include "system/run_program.h"
 
-#include "system/boundary.h"
-#include "vexo/core.h"
+#include "system/log.h"
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -53,46 +52,28 @@ std::vector<char *> Arguments(const std::string &path, const std::vector<std::st
   return argv;
 }
 
-int WaitFor(pid_t child) {
+std::optional<int> WaitFor(pid_t child) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
     if (errno != EINTR) {
-      return -1;
+      return std::nullopt;
     }
   }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return WIFEXITED(status) ? std::optional<int>(WEXITSTATUS(status)) : std::nullopt;
 }
 
-int SpawnAndWait(const std::string &path, const std::vector<std::string> &arguments) {
+} // namespace
+
+std::optional<int> RunProgram(const std::string &path, const std::vector<std::string> &arguments) {
   const SpawnSettings settings;
   pid_t child = 0;
   const int error = posix_spawn(&child, path.c_str(), settings.files(), settings.attributes(),
                                 Arguments(path, arguments).data(), environ);
   if (error != 0) {
     LogFailure(path.c_str(), std::strerror(error));
-    return -1;
+    return std::nullopt;
   }
   return WaitFor(child);
 }
 
-} // namespace
-
-int RunProgram(const std::string &path, const std::vector<std::string> &arguments) noexcept {
-  return Guarded("RunProgram", -1, [&] { return SpawnAndWait(path, arguments); });
-}
-
 } // namespace vexo::system
-
-int VLIBCExec(const char *path, const char *arg1, const char *arg2, const char *arg3,
-              const char *arg4) {
-  return vexo::system::Guarded("VLIBCExec", -1, [&] {
-    std::vector<std::string> arguments;
-    for (const char *argument : {arg1, arg2, arg3, arg4}) {
-      if (argument == nullptr) {
-        break;
-      }
-      arguments.emplace_back(argument);
-    }
-    return path == nullptr ? -1 : vexo::system::RunProgram(path, arguments);
-  });
-}

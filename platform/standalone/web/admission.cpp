@@ -1,6 +1,6 @@
 #include "web/admission.h"
 
-#include "system/boundary.h"
+#include "system/log.h"
 #include "web/same_site.h"
 #include <string>
 

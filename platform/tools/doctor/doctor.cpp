@@ -6,7 +6,7 @@
 #include "doctor/leftovers.h"
 #include "doctor/playlist_check.h"
 #include "scan/forget_library.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <memory>
 #include <stdexcept>
 #include <string>

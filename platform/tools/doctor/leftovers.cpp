@@ -3,7 +3,7 @@
 #include "accounts/accounts.h"
 #include "files/durable_file.h"
 #include "scan/library.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <algorithm>
 #include <cctype>
 #include <cerrno>

@@ -3,7 +3,7 @@
 #include "accounts/accounts.h"
 #include "accounts/passwords.h"
 #include "scan/forget_library.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <CLI/Option.hpp>

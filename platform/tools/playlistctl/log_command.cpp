@@ -2,7 +2,7 @@
 
 #include "files/durable_file.h"
 #include "system/admin_log.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include "text/text.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>

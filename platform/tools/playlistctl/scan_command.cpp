@@ -4,7 +4,7 @@
 #include "files/file_descriptor.h"
 #include "scan/scanner.h"
 #include "scan/tags.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <CLI/Option.hpp>

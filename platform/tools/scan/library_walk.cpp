@@ -32,6 +32,13 @@ const char *WhatIsWrong(const std::string &path, std::string_view name) {
   return path.size() >= PATH_MAX ? "its path is too long" : nullptr;
 }
 
+constexpr unsigned kFileMask = STATX_BASIC_STATS | files::kIdentityMask;
+
+FoundFile FileWith(const std::string &path, const struct statx &facts) {
+  return {path, facts.stx_size, facts.stx_mtime.tv_sec, facts.stx_ctime.tv_sec,
+          files::IdentityOf(facts)};
+}
+
 class FolderWalker {
 public:
   FolderWalker(const std::function<bool(std::string_view)> &wanted, Hidden hidden, Output &output)
@@ -80,25 +87,24 @@ private:
   }
 
   void Visit(int folder, const std::string &path, const char *name) {
-    struct stat status {};
-    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    struct statx facts {};
+    if (statx(folder, name, AT_SYMLINK_NOFOLLOW, kFileMask, &facts) != 0) {
       if (errno != ENOENT) {
         GiveUp(path);
       }
       return;
     }
-    if (S_ISREG(status.st_mode) && !wanted_(name)) {
+    if (S_ISREG(facts.stx_mode) && !wanted_(name)) {
       return;
     }
     if (const char *wrong = WhatIsWrong(path, name)) {
       Skip(path, wrong);
-    } else if (S_ISDIR(status.st_mode)) {
+    } else if (S_ISDIR(facts.stx_mode)) {
       folders_.push_back(path);
-    } else if (S_ISREG(status.st_mode)) {
-      walk_.files.push_back({path, static_cast<uint64_t>(status.st_size), status.st_mtim.tv_sec,
-                             status.st_ctim.tv_sec});
+    } else if (S_ISREG(facts.stx_mode)) {
+      walk_.files.push_back(FileWith(path, facts));
     } else {
-      Skip(path, S_ISLNK(status.st_mode) ? "it is a link" : "it is no regular file");
+      Skip(path, S_ISLNK(facts.stx_mode) ? "it is a link" : "it is no regular file");
     }
   }
 
@@ -124,6 +130,15 @@ private:
 Walk WalkFolder(const std::string &folder, const std::function<bool(std::string_view)> &wanted,
                 Hidden hidden, Output &output) {
   return FolderWalker(wanted, hidden, output).Run(folder);
+}
+
+std::optional<FoundFile> FindFile(const std::string &path) {
+  struct statx facts {};
+  if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, kFileMask, &facts) != 0 ||
+      !S_ISREG(facts.stx_mode)) {
+    return std::nullopt;
+  }
+  return FileWith(path, facts);
 }
 
 bool IsSongName(std::string_view name) {

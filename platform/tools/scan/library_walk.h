@@ -1,7 +1,9 @@
 #pragma once
+#include "files/file_identity.h"
 #include "scan/output.h"
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +14,7 @@ struct FoundFile {
   std::string path;
   uint64_t size_bytes = 0;
   int64_t time_modified = 0, time_changed = 0; ///< seconds since 1970
+  files::FileIdentity identity{};
 };
 
 struct Walk {
@@ -27,6 +30,9 @@ enum class Hidden { kPass, kTake };
 /// to inside is found where it lies, and what lies outside is not the library's.
 Walk WalkFolder(const std::string &folder, const std::function<bool(std::string_view)> &wanted,
                 Hidden hidden, Output &output);
+
+/// The regular file at `path`; nothing when there is none.
+std::optional<FoundFile> FindFile(const std::string &path);
 
 /// Whether a file name is that of a song, by its extension in any letter case.
 bool IsSongName(std::string_view name);

@@ -125,7 +125,9 @@ ScanResult ScanLibrary(index::MediaIndex &index, const Library &library, const S
     return result;
   }
   SongScan(index, library, options, output, result).Run(*walk, songs);
-  result.playlists_added = AddPlaylistRows(index, library, options.settled, output);
+  const PlaylistChanges playlists = UpdatePlaylistRows(index, library, options.settled, output);
+  result.playlists_added = playlists.added;
+  result.playlists_renamed = playlists.moved;
   return result;
 }
 
@@ -143,6 +145,8 @@ std::string Summary(const ScanResult &result) {
   count(result.unchanged, "unchanged");
   count(result.unreadable, "not readable");
   count(result.playlists_added, result.playlists_added == 1 ? "playlist added" : "playlists added");
+  count(result.playlists_renamed,
+        result.playlists_renamed == 1 ? "playlist renamed" : "playlists renamed");
   return summary.empty() ? "no songs" : summary;
 }
 

@@ -21,12 +21,12 @@ struct ScanOptions {
 
 struct ScanResult {
   std::size_t added = 0, changed = 0, moved = 0, gone = 0, unchanged = 0, unreadable = 0;
-  std::size_t playlists_added = 0;
+  std::size_t playlists_added = 0, playlists_renamed = 0;
   bool complete = true; ///< false: the library was not there, and nothing of it was forgotten
 };
 
-/// Brings the songs of a library up to date in the index, and gives playlist files without a row
-/// their row. A song that moved or was renamed inside the library keeps its id. Throws IndexError.
+/// Brings the songs of a library up to date in the index, and the rows of playlists with their
+/// files. A song that moved or was renamed inside the library keeps its id. Throws IndexError.
 ScanResult ScanLibrary(index::MediaIndex &index, const Library &library, const ScanOptions &options,
                        Output &output);
 

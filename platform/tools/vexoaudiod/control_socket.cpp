@@ -1,5 +1,5 @@
 #include "vexoaudiod/control_socket.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include <cerrno>
 #include <chrono>
 #include <cstring>

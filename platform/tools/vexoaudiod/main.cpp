@@ -1,7 +1,7 @@
 // vexoaudiod: the player daemon. It answers the commands of the control socket from the MPDs of the
 // configuration.
 #include "system/config.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include "vexoaudiod/control_socket.h"
 #include "vexoaudiod/player_settings.h"
 #include "vexoaudiod/server.h"

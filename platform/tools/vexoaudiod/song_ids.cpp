@@ -1,7 +1,7 @@
 #include "vexoaudiod/song_ids.h"
 #include "accounts/libraries.h"
-#include "system/boundary.h"
-#include "system/host_paths.h"
+#include "system/log.h"
+#include "system/paths.h"
 #include <exception>
 #include <unistd.h>
 #include <unordered_map>

@@ -1,7 +1,7 @@
 // zip -q -0 -G -r -@ - : the archive of a download, from names on standard input to standard
 // output.
 
-#include "system/boundary.h"
+#include "system/log.h"
 #include "system/log_lines.h"
 #include "zip/archive_names.h"
 #include <csignal>
@@ -35,9 +35,14 @@ bool IsServed(int argc, char **argv) {
 }
 
 int Archive() {
-  const char *user = std::getenv("REMOTE_USER");
-  vexo::zip::ArchiveNames(std::cin, STDOUT_FILENO, user == nullptr ? "" : user);
-  return 0;
+  try {
+    const char *user = std::getenv("REMOTE_USER");
+    vexo::zip::ArchiveNames(std::cin, STDOUT_FILENO, user == nullptr ? "" : user);
+    return 0;
+  } catch (const std::exception &error) {
+    vexo::system::LogFailure("zip", error.what());
+    return kBroken;
+  }
 }
 
 } // namespace
@@ -54,5 +59,5 @@ int main(int argc, char **argv) {
   std::ios::sync_with_stdio(false);
   // Larger hand-overs; a pipe that cannot grow serves as it is.
   static_cast<void>(fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kPipeBytes));
-  return vexo::system::Guarded("zip", kBroken, Archive);
+  return Archive();
 }

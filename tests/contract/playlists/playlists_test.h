@@ -1,10 +1,10 @@
 #pragma once
 #include "accounts/accounts.h"
+#include "host/records.h"
 #include "index/media_index.h"
-#include "index/records.h"
 #include "playlists/m3u.h"
 #include "support/device_root.h"
-#include "system/host_paths.h"
+#include "system/paths.h"
 #include "vexo/audio_file.h"
 #include "vexo/media_index.h"
 #include "vexo/playlist_file.h"
@@ -25,19 +25,18 @@ using Texts = std::vector<std::string>;
 inline __tag_VEXO_MEDIA_INFO MakeRecord(const std::string &path, const std::string &title = "",
                                         const std::string &artist = "", float duration = 0) {
   __tag_VEXO_MEDIA_INFO record{};
-  index::CopyText(record.path, path);
-  index::CopyText(record.title, title);
-  index::CopyText(record.artist, artist);
+  host::CopyText(record.path, path);
+  host::CopyText(record.title, title);
+  host::CopyText(record.artist, artist);
   record.duration = duration;
   return record;
 }
 
 /// A list of songs with these paths and nothing else.
-inline index::SongList MakeSongs(const Texts &paths) {
-  return index::MakeSongList(paths.size(),
-                             [&](__tag_VEXO_MEDIA_INFO &record, std::size_t position) {
-                               index::CopyText(record.path, paths[position]);
-                             });
+inline host::SongList MakeSongs(const Texts &paths) {
+  return host::MakeSongList(paths.size(), [&](__tag_VEXO_MEDIA_INFO &record, std::size_t position) {
+    host::CopyText(record.path, paths[position]);
+  });
 }
 
 inline std::string M3u(const Texts &lines) {
@@ -46,15 +45,6 @@ inline std::string M3u(const Texts &lines) {
     content += line + "\n";
   }
   return content;
-}
-
-/// What the pieces of an edit make together.
-inline std::string Text(const files::Pieces &pieces) {
-  std::string text;
-  for (const std::string_view piece : pieces) {
-    text += piece;
-  }
-  return text;
 }
 
 inline Texts PathsOf(const VEXOPlaylistRec *song) {
@@ -109,7 +99,7 @@ protected:
 
   static Texts ReadPaths(const std::string &path) {
     int count = 0;
-    const index::SongList songs(ParsePlayListByFieldGivenPath(path.c_str(), &count, 0, 0, "*", 7));
+    const host::SongList songs(ParsePlayListByFieldGivenPath(path.c_str(), &count, 0, 0, "*", 7));
     Texts paths = PathsOf(songs.get());
     EXPECT_EQ(paths.size(), static_cast<std::size_t>(count));
     return paths;

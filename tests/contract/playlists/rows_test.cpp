@@ -1,7 +1,7 @@
 // The rows of playlists, and the edges of the folders that hold them.
 #include "contract/playlists/playlists_test.h"
 #include "files/file_identity.h"
-#include "playlists/edges.h"
+#include "playlists/playlist_folders.h"
 #include "support/faults.h"
 
 namespace vexo::playlists {
@@ -41,8 +41,8 @@ protected:
 
 TEST_F(Rows, AreSavedAndFound) {
   auto record = MakeRecord(Shared("a.m3u"), "a");
-  index::CopyText(record.album, "playlists");
-  index::CopyText(record.changeTime, "Thu Jan  1 00:00:00 1970\n");
+  host::CopyText(record.album, "playlists");
+  host::CopyText(record.changeTime, "Thu Jan  1 00:00:00 1970\n");
   record.size = 5;
   ASSERT_EQ(VEXOPlaylistDBSave(&record), 0);
   const std::string id = IdOf("shared", 0, Shared("a.m3u"));
@@ -184,8 +184,8 @@ TEST_F(Rows, WithoutAFileTakeThePathOfARefresh) {
 
 TEST_F(Rows, TellOfTheirFilesAfterEachWrite) {
   const std::string path = Shared("a.m3u");
-  const index::SongList songs = MakeSongs({library() + "/song.mp3", "http://a/1"});
-  const index::SongList others = MakeSongs({"http://a/2"});
+  const host::SongList songs = MakeSongs({library() + "/song.mp3", "http://a/1"});
+  const host::SongList others = MakeSongs({"http://a/2"});
   ASSERT_EQ(VEXOWriteMusicPlaylist(nullptr, path.c_str()), 0);
   ASSERT_EQ(Save(path), 0);
   const std::string id = IdOf("shared", 0, path);
@@ -207,7 +207,7 @@ TEST_F(Rows, TellOfTheirFilesAfterEachWrite) {
 
 TEST_F(Rows, TellOfTheirFilesWhenTheyAreFoundAfterTheWrite) {
   const std::string id = AddShared("a.m3u", "");
-  const index::SongList songs = MakeSongs({"http://a/1"});
+  const host::SongList songs = MakeSongs({"http://a/1"});
   ASSERT_EQ(VEXOWriteMusicPlaylist(songs.get(), Shared("a.m3u").c_str()), 0);
   EXPECT_EQ(IdOf("shared", 0, Shared("a.m3u")), id);
   EXPECT_TRUE(IsUpToDate(Shared("a.m3u")));

@@ -1,8 +1,8 @@
 #include "vexo/itunes.h"
 
 #include "accounts/accounts.h"
+#include "host/core.h"
 #include "support.h"
-#include "text/string_list.h"
 #include <cstring>
 #include <filesystem>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "system/log_lines.h"
 
 #include "support/logged_by.h"
-#include "system/boundary.h"
+#include "system/log.h"
 #include <cerrno>
 #include <cstdarg>
 #include <gmock/gmock.h>

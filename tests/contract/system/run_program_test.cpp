@@ -51,10 +51,12 @@ TEST(RunProgram, KeepsTheProgramAwayFromInputAndAnswer) {
 
 TEST(RunProgram, StartsTheProgramWithPlainSignals) {
   const auto before = std::signal(SIGPIPE, SIG_IGN);
-  EXPECT_EQ(RunProgram("/bin/sh", {"-c", "kill -PIPE $$; exit 0"}), -1);
+  EXPECT_EQ(RunProgram("/bin/sh", {"-c", "kill -PIPE $$; exit 0"}), std::nullopt);
   std::signal(SIGPIPE, before);
 }
 
-TEST(RunProgram, NeedsNoShellToStartOne) { EXPECT_EQ(RunProgram("/bin/true; /bin/false", {}), -1); }
+TEST(RunProgram, NeedsNoShellToStartOne) {
+  EXPECT_EQ(RunProgram("/bin/true; /bin/false", {}), std::nullopt);
+}
 
 } // namespace

@@ -126,6 +126,109 @@ TEST_F(Doctor, ARenameThatWasCutShortIsFinishedAndTheRowKeepsItsId) {
   EXPECT_EQ(row->title, "new");
 }
 
+TEST_F(Doctor, ARowFollowsItsFileThatWasEditedAndRenamed) {
+  const int32_t id = AddWithRow("old");
+  fs::rename(PlaylistPath("old"), PlaylistPath("new"));
+  std::ofstream(PlaylistPath("new"), std::ios::app) << "/a song\n";
+  ExpectMended(PlaylistPath("new") + " was renamed");
+  const auto row = index_->PlaylistByPath(0, PlaylistPath("new"));
+  EXPECT_EQ(row->id, id);
+  EXPECT_EQ(row->size_bytes, 16U);
+}
+
+TEST_F(Doctor, AnEqualListDoesNotTakeTheIdOfOneThatWasRemoved) {
+  AddWithRow("gone");
+  AddWithRow("twin");
+  fs::copy_file(PlaylistPath("twin"), PlaylistPath("copy"));
+  for (const char *const name : {"gone", "twin", "copy"}) {
+    fs::last_write_time(PlaylistPath(name), fs::file_time_type());
+    if (auto row = index_->PlaylistByPath(0, PlaylistPath(name))) {
+      ASSERT_TRUE(index_->UpdatePlaylist(0, row->id, RowFor(name)));
+    }
+  }
+  const int32_t gone = index_->PlaylistByPath(0, PlaylistPath("gone"))->id;
+  const int32_t twin = index_->PlaylistByPath(0, PlaylistPath("twin"))->id;
+  fs::remove(PlaylistPath("gone"));
+  EXPECT_EQ(Examine(true), 0U);
+  EXPECT_THAT(output_.lines, ElementsAre(HasSubstr("has no file"), HasSubstr("has no row")));
+  EXPECT_THAT(index_->PlaylistsById(0, {gone}), IsEmpty());
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("twin"))->id, twin);
+  EXPECT_GT(index_->PlaylistByPath(0, PlaylistPath("copy"))->id, twin);
+}
+
+TEST_F(Doctor, ListsThatChangedNamesKeepTheirIds) {
+  const int32_t a = AddWithRow("a"), b = AddWithRow("b"), c = AddWithRow("c");
+  fs::rename(PlaylistPath("c"), PlaylistPath("d"));
+  fs::rename(PlaylistPath("b"), PlaylistPath("c"));
+  fs::rename(PlaylistPath("a"), PlaylistPath("b"));
+  fs::rename(PlaylistPath("d"), PlaylistPath("a"));
+  EXPECT_EQ(Examine(), 3U);
+  EXPECT_EQ(Examine(true), 0U);
+  EXPECT_EQ(Examine(), 0U);
+  EXPECT_THAT(output_.lines, IsEmpty());
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("b"))->id, a);
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("c"))->id, b);
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("a"))->id, c);
+}
+
+TEST_F(Doctor, AListThatWasMovedOverAnotherKeepsItsId) {
+  const int32_t a = AddWithRow("a"), b = AddWithRow("b");
+  fs::rename(PlaylistPath("a"), PlaylistPath("b"));
+  ExpectMended(PlaylistPath("b") + " was renamed");
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("b"))->id, a);
+  EXPECT_THAT(index_->PlaylistsById(0, {b}), IsEmpty());
+}
+
+TEST_F(Doctor, AFileThatAnotherProgramPutsInPlaceIsStillTheSameList) {
+  const int32_t id = AddWithRow("a");
+  WriteBytes(PlaylistPath("new"), "#EXTM3U\n/a song\n");
+  fs::rename(PlaylistPath("new"), PlaylistPath("a"));
+  EXPECT_EQ(Examine(true), 0U);
+  EXPECT_THAT(output_.lines, ElementsAre(HasSubstr("size, time or identity")));
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("a"))->id, id);
+}
+
+TEST_F(Doctor, OfTwoLinksOfOneFileEachHasItsRow) {
+  const int32_t a = AddWithRow("a");
+  fs::create_hard_link(PlaylistPath("a"), PlaylistPath("b"));
+  ExpectMended(PlaylistPath("b") + " has no row");
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("a"))->id, a);
+}
+
+/// A row as it was before rows told the identity of their files.
+class OldRows : public Doctor {
+protected:
+  int32_t AddOld(const std::string &name) {
+    const int32_t id = AddWithRow(name);
+    Playlist row = RowFor(name);
+    row.file = {};
+    EXPECT_TRUE(index_->UpdatePlaylist(0, id, row));
+    return id;
+  }
+};
+
+TEST_F(OldRows, AreFoundBySizeAndTime) {
+  const int32_t id = AddOld("a");
+  fs::rename(PlaylistPath("a"), PlaylistPath("b"));
+  ExpectMended(PlaylistPath("b") + " was renamed");
+  EXPECT_EQ(index_->PlaylistByPath(0, PlaylistPath("b"))->id, id);
+}
+
+TEST_F(OldRows, AreNotGuessedAt) {
+  for (const char *const name : {"a", "b"}) {
+    WriteBytes(PlaylistPath(name), "#EXTM3U\n");
+    fs::last_write_time(PlaylistPath(name), fs::file_time_type());
+    Playlist row = RowFor(name);
+    row.file = {};
+    index_->AddPlaylist(row);
+  }
+  fs::rename(PlaylistPath("a"), PlaylistPath("c"));
+  fs::remove(PlaylistPath("b"));
+  EXPECT_EQ(Examine(), 3U);
+  EXPECT_THAT(output_.lines, ElementsAre(HasSubstr("has no file"), HasSubstr("has no file"),
+                                         HasSubstr("has no row")));
+}
+
 TEST_F(Doctor, ATitleThatIsNotTheFilesNameIsMended) {
   const int32_t id = AddWithRow("a");
   Playlist row = RowFor("a");

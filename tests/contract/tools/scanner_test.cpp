@@ -320,6 +320,36 @@ TEST_F(Scanner, PlaylistRowsThatAreThereStay) {
   EXPECT_THAT(index_->AllPlaylists(0), SizeIs(2));
 }
 
+TEST_F(Scanner, ARenamedPlaylistKeepsItsId) {
+  File("playlists/old.m3u", "");
+  File("playlists/removed.m3u", "");
+  Scan();
+  const int32_t id = index_->PlaylistByPath(0, Path("playlists/old.m3u"))->id;
+  fs::create_directory(Path("playlists/sub"));
+  fs::rename(Path("playlists/old.m3u"), Path("playlists/sub/new.m3u"));
+  fs::remove(Path("playlists/removed.m3u"));
+  const ScanResult result = Scan();
+  EXPECT_EQ(result.playlists_added, 0U);
+  EXPECT_EQ(result.playlists_renamed, 1U);
+  const auto row = index_->PlaylistByPath(0, Path("playlists/sub/new.m3u"));
+  ASSERT_TRUE(row);
+  EXPECT_EQ(row->id, id);
+  EXPECT_EQ(row->title, "new");
+  EXPECT_EQ(row->album, "sub");
+  EXPECT_TRUE(index_->PlaylistByPath(0, Path("playlists/removed.m3u"))) << "it may be back soon";
+}
+
+TEST_F(Scanner, APlaylistRowLearnsWhatItsFileTells) {
+  File("playlists/a.m3u", "");
+  Scan();
+  File("playlists/new", "longer");
+  fs::rename(Path("playlists/new"), Path("playlists/a.m3u"));
+  Scan();
+  const auto row = index_->PlaylistByPath(0, Path("playlists/a.m3u"));
+  EXPECT_EQ(row->size_bytes, 6U);
+  EXPECT_EQ(row->file, files::IdentityOf(Path("playlists/a.m3u")));
+}
+
 /// Removes a file when the walk has something to tell.
 class RemovingOutput : public KeptOutput {
 public:
@@ -364,9 +394,9 @@ TEST(Summaries, OnlyWhatThereIsIsCounted) {
   result.unchanged = 3;
   result.playlists_added = 1;
   EXPECT_EQ(Summary(result), "2 new, 3 unchanged, 1 playlist added");
-  result = {1, 2, 3, 4, 5, 6, 7};
+  result = {1, 2, 3, 4, 5, 6, 7, 8};
   EXPECT_EQ(Summary(result), "1 new, 2 changed, 3 moved, 4 gone, 5 unchanged, 6 not readable, "
-                             "7 playlists added");
+                             "7 playlists added, 8 playlists renamed");
 }
 
 } // namespace

@@ -1,0 +1,88 @@
+#include "files/file_io.h"
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <sys/uio.h>
+
+namespace vexo::files {
+
+namespace {
+
+/// Writes a batch whole, moving on behind what each call took.
+void WriteBatch(int fd, iovec *batch, std::size_t count, const Folder &folder) {
+  while (count > 0) {
+    const ssize_t result = writev(fd, batch, static_cast<int>(count));
+    if (result < 0 && errno != EINTR) {
+      ThrowErrno("cannot write", folder.path() + "/" + folder.name());
+    }
+    auto taken = static_cast<std::size_t>(std::max<ssize_t>(result, 0));
+    while (count > 0 && taken >= batch->iov_len) {
+      taken -= batch->iov_len;
+      ++batch;
+      --count;
+    }
+    if (count > 0) {
+      batch->iov_base = static_cast<char *>(batch->iov_base) + taken;
+      batch->iov_len -= taken;
+    }
+  }
+}
+
+} // namespace
+
+struct stat Facts(int fd, std::string_view name) {
+  struct stat facts {};
+  if (fstat(fd, &facts) != 0) {
+    ThrowErrno("cannot examine", name);
+  }
+  return facts;
+}
+
+struct stat FactsOfFile(int fd, std::string_view name, std::size_t max_bytes) {
+  const struct stat facts = Facts(fd, name);
+  if (!S_ISREG(facts.st_mode)) {
+    errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
+    ThrowErrno("not a file:", name);
+  }
+  if (static_cast<uint64_t>(facts.st_size) > max_bytes) {
+    errno = EFBIG;
+    ThrowErrno("too large:", name);
+  }
+  return facts;
+}
+
+std::size_t ReadAt(int fd, char *buffer, std::size_t size, std::string_view name) {
+  std::size_t done = 0;
+  while (done < size) {
+    const ssize_t got = pread(fd, buffer + done, size - done, static_cast<off_t>(done));
+    if (got == 0) {
+      break;
+    }
+    if (got > 0) {
+      done += static_cast<std::size_t>(got);
+    } else if (errno != EINTR) {
+      ThrowErrno("cannot read", name);
+    }
+  }
+  return done;
+}
+
+void WriteAndSync(const TemporaryFile &file, const Pieces &pieces, const Folder &folder) {
+  std::array<iovec, IOV_MAX> batch;
+  std::size_t count = 0;
+  for (const std::string_view piece : pieces) {
+    batch[count++] = {const_cast<char *>(piece.data()), piece.size()};
+    if (count == batch.size()) {
+      WriteBatch(file.fd(), batch.data(), count, folder);
+      count = 0;
+    }
+  }
+  WriteBatch(file.fd(), batch.data(), count, folder);
+  if (fsync(file.fd()) != 0) {
+    ThrowErrno("cannot sync", folder.path() + "/" + folder.name());
+  }
+}
+
+} // namespace vexo::files

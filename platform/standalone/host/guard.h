@@ -1,0 +1,27 @@
+#pragma once
+// Where exceptions end: a function of platform/include/vexo/ answers with a result value.
+
+#include "system/log.h"
+#include <exception>
+#include <type_traits>
+#include <utility>
+
+namespace vexo::host {
+
+/// Runs `body` and returns its result. If it throws, logs the cause under the name of the calling
+/// function and returns `failure`.
+template <typename Body>
+std::invoke_result_t<Body> Guarded(std::type_identity_t<std::invoke_result_t<Body>> failure,
+                                   Body &&body,
+                                   const char *operation = __builtin_FUNCTION()) noexcept {
+  try {
+    return std::forward<Body>(body)();
+  } catch (const std::exception &error) {
+    system::LogFailure(operation, error.what());
+  } catch (...) {
+    system::LogFailure(operation, "unknown failure");
+  }
+  return failure;
+}
+
+} // namespace vexo::host

@@ -1,0 +1,161 @@
+#include "host/records.h"
+
+#include "text/text.h"
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+
+namespace vexo::host {
+
+namespace {
+
+bool IsInsideCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
+template <std::size_t Size> std::string_view Text(const char (&field)[Size]) {
+  return {field, strnlen(field, Size)};
+}
+
+/// `bytes` without the UTF-8 character that is cut off at their end, if one is.
+std::string_view WithoutCutCharacter(std::string_view bytes) {
+  constexpr std::size_t kLongestCharacter = 4;
+  const std::size_t most = std::min(bytes.size(), kLongestCharacter - 1);
+  for (std::size_t cut = 1; cut <= most; ++cut) {
+    const auto first = static_cast<unsigned char>(bytes[bytes.size() - cut]);
+    if (first >= 0xC0 && text::IsUtf8(bytes.substr(0, bytes.size() - cut))) {
+      return bytes.substr(0, bytes.size() - cut);
+    }
+  }
+  return bytes;
+}
+
+/// The text of a field. One that fills the field may have been cut in the middle of its last
+/// character, which is dropped then.
+template <std::size_t Size> std::string_view WholeCharacters(const char (&field)[Size]) {
+  const std::string_view text = Text(field);
+  return text.size() >= Size - 1 ? WithoutCutCharacter(text) : text;
+}
+
+template <std::size_t Size> void SetTextIfEmpty(char (&field)[Size], std::string_view text) {
+  if (field[0] == '\0') {
+    CopyText(field, text);
+  }
+}
+
+void FillPath(__tag_VEXO_MEDIA_INFO &record, const std::string &path) {
+  if (path.size() < sizeof record.path) {
+    CopyText(record.path, path);
+  }
+}
+
+} // namespace
+
+void CopyText(char *field, std::size_t size, std::string_view text) {
+  std::size_t length = text.size();
+  if (length >= size) {
+    length = size - 1;
+    while (length > 0 && IsInsideCharacter(text[length])) {
+      --length;
+    }
+  }
+  std::memcpy(field, text.data(), length);
+  field[length] = '\0';
+}
+
+void FillRecord(__tag_VEXO_MEDIA_INFO &record, const index::Song &song) {
+  record.id = song.id;
+  FillPath(record, song.path);
+  record.track = song.track;
+  record.disc = song.disc;
+  record.year = song.year;
+  CopyText(record.title, song.title);
+  CopyText(record.album, song.album);
+  CopyText(record.artist, song.artist);
+  CopyText(record.genre, song.genre);
+  record.duration = static_cast<float>(song.duration_seconds);
+  record.bitrate = song.bitrate;
+  record.sampleRate = song.sample_rate;
+  record.channels = song.channels;
+  record.size = song.size_bytes;
+}
+
+void FillRecord(__tag_VEXO_MEDIA_INFO &record, const index::Playlist &playlist) {
+  record.id = playlist.id;
+  FillPath(record, playlist.path);
+  CopyText(record.title, playlist.title);
+  CopyText(record.album, playlist.album);
+  CopyText(record.changeTime, playlist.change_time);
+  CopyText(record.modificationTime, playlist.modification_time);
+  record.size = playlist.size_bytes;
+}
+
+void FillRecord(__tag_VEXO_MEDIA_INFO &record, const playlists::Entry &entry,
+                const index::Song *song) {
+  if (song != nullptr) {
+    FillRecord(record, *song);
+  } else {
+    FillPath(record, entry.path);
+  }
+  SetTextIfEmpty(record.title, entry.title);
+  SetTextIfEmpty(record.artist, entry.artist);
+  if (record.duration <= 0) {
+    record.duration = entry.duration_seconds;
+  }
+}
+
+index::Playlist PlaylistOf(const __tag_VEXO_MEDIA_INFO &record, int owner) {
+  return {.id = record.id,
+          .owner = owner,
+          .path = std::string(Text(record.path)),
+          .title = std::string(Text(record.title)),
+          .album = std::string(Text(record.album)),
+          .change_time = std::string(Text(record.changeTime)),
+          .modification_time = std::string(Text(record.modificationTime)),
+          .size_bytes = record.size};
+}
+
+std::vector<playlists::NewEntry> NewEntries(const VEXOPlaylistRec *songs, std::size_t count) {
+  std::vector<playlists::NewEntry> entries;
+  for (; songs != nullptr && entries.size() < count; songs = songs->next) {
+    const __tag_VEXO_MEDIA_INFO &song = songs->info;
+    entries.push_back({Text(song.path), WholeCharacters(song.artist), WholeCharacters(song.title),
+                       song.duration});
+  }
+  return entries;
+}
+
+SongList MakeSongList(const std::vector<index::Song> &songs) {
+  return MakeSongList(songs.size(), [&](__tag_VEXO_MEDIA_INFO &record, std::size_t position) {
+    FillRecord(record, songs[position]);
+  });
+}
+
+SongList MakeSongList(const playlists::EntrySongs &songs) {
+  return MakeSongList(songs.size(), [&](__tag_VEXO_MEDIA_INFO &record, std::size_t position) {
+    FillRecord(record, songs.entry(position), songs.song(position));
+  });
+}
+
+SongList
+MakeSongList(std::size_t count,
+             const std::function<void(__tag_VEXO_MEDIA_INFO &record, std::size_t position)> &fill) {
+  SongList list;
+  VEXOPlaylistRec *last = nullptr;
+  for (std::size_t position = 0; position < count; ++position) {
+    auto *node = static_cast<VEXOPlaylistRec *>(std::calloc(1, sizeof(VEXOPlaylistRec)));
+    if (node == nullptr) {
+      throw std::bad_alloc();
+    }
+    if (last == nullptr) {
+      list.reset(node);
+    } else {
+      last->next = node;
+    }
+    last = node;
+    fill(node->info, position);
+  }
+  return list;
+}
+
+} // namespace vexo::host

@@ -1,0 +1,29 @@
+#include "host/guard.h"
+#include "support/logged_by.h"
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace vexo::host {
+namespace {
+
+TEST(Guarded, GivesTheBodysResult) {
+  EXPECT_EQ(Guarded(-1, [] { return 7; }), 7);
+}
+
+int Operation() {
+  return Guarded(-1, []() -> int { throw std::runtime_error("the cause"); });
+}
+
+TEST(Guarded, TurnsAnExceptionIntoTheFailureAndOneLineWithTheCallersName) {
+  int result = 0;
+  const std::string logged = LoggedBy([&] { result = Operation(); });
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(logged, "test: Operation: the cause\n");
+}
+
+TEST(Guarded, StopsExceptionsThatAreNone) {
+  EXPECT_EQ(Guarded(-1, []() -> int { throw 5; }), -1);
+}
+
+} // namespace
+} // namespace vexo::host
