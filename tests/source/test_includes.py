@@ -164,13 +164,13 @@ class TheRuleItself(unittest.TestCase):
         ("src/actions/a.cpp", '#include "player/queue.h"\n#include <vector>\n#include <unistd.h>'),
         ("src/export/a.cpp", '#include "export/b.h"\n#include "model/c.h"\n#include "vexo/web.h"'),
         ("platform/standalone/host/a.cpp", '#include "playlists/b.h"\n#include <sys/stat.h>'),
-        ("platform/tools/doctor/a.cpp", '#include "scan/b.h"\n#include "index/c.h"'),
+        ("platform/tools/playlistctl/a.cpp", '#include "playlistctl/scan/b.h"\n#include "index/c.h"'),
     ]
 
     def check(self, name, text):
         with tempfile.TemporaryDirectory() as folder:
             source = Path(folder)
-            (source / "platform/tools/scan").mkdir(parents=True)
+            (source / "platform/tools/playlistctl").mkdir(parents=True)
             (source / name).parent.mkdir(parents=True, exist_ok=True)
             (source / name).write_text(text)
             return violations(source)

@@ -1,9 +1,9 @@
 #include "accounts/accounts.h"
 #include "contract/tools/kept_output.h"
-#include "doctor/doctor.h"
 #include "index/media_index.h"
-#include "scan/library.h"
-#include "scan/playlist_rows.h"
+#include "playlistctl/doctor/doctor.h"
+#include "playlistctl/scan/library.h"
+#include "playlistctl/scan/playlist_rows.h"
 #include "support/device_root.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
 #pragma once
-#include "scan/output.h"
+#include "playlistctl/scan/output.h"
 #include <string>
 #include <vector>
 

@@ -1,8 +1,8 @@
 #include "contract/tools/audio_files.h"
 #include "contract/tools/kept_output.h"
-#include "scan/scanner.h"
-#include "scan/song_changes.h"
-#include "scan/tags.h"
+#include "playlistctl/scan/scanner.h"
+#include "playlistctl/scan/song_changes.h"
+#include "playlistctl/scan/tags.h"
 #include "support/temporary_folder.h"
 
 #include <algorithm>

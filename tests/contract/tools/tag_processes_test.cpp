@@ -1,4 +1,4 @@
-#include "scan/tag_processes.h"
+#include "playlistctl/scan/tag_processes.h"
 
 #include <csignal>
 #include <gmock/gmock.h>

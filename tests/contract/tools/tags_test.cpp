@@ -1,6 +1,6 @@
 #include "contract/tools/audio_files.h"
-#include "scan/song_packet.h"
-#include "scan/tags.h"
+#include "playlistctl/scan/song_packet.h"
+#include "playlistctl/scan/tags.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "contract/tools/kept_output.h"
-#include "scan/library_walk.h"
+#include "playlistctl/scan/library_walk.h"
 #include "support/temporary_folder.h"
 
 #include <filesystem>
