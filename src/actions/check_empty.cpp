@@ -1,41 +1,24 @@
 #include "handler/audio_playlist.h"
 #include "model/answer.h"
-#include "model/location.h"
-#include "model/log_line.h"
+#include "model/find_playlist.h"
 #include "model/node_id.h"
 #include "model/parameters.h"
-#include "model/playlist_rows.h"
-#include "model/song_json.h"
+#include "model/song_list.h"
 #include "vexo/audio_file.h"
-#include "vexo/playlist_file.h"
 #include <array>
 #include <cstring>
 #include <list>
 
 namespace {
 
-/// The file of a playlist that has a row. False: there is none, logged and in the response.
-bool FindByRow(const char *id, PlaylistLocation &location, Json::Value &response) {
-  const int owner = location.IsShared() ? 0 : location.userId;
-  PlaylistRows rows;
-  if (LookUpRows(location.Library(), owner, id, rows) < 0) {
-    LOG_LINE("The playlist with id: %s does not exist.", id);
-    return SystemError(response);
-  }
-  location.path = FirstPath(rows);
-  return true;
-}
-
 bool CountNormal(const WebMan &request, const char *node_id, PlaylistLocation &location, int *count,
                  Json::Value &response) {
-  const char *tail = IdTail(node_id, 2);
-  location.kind = StorageKindOf(IsPersonalId(node_id), location.user);
-  if (!location.HasRow()) {
-    location.path = PlaylistFilePath(request.GetPreferenceDir(), tail);
-  } else if (!FindByRow(tail, location, response)) {
+  PlaylistRows rows;
+  if (!FindPlaylist(request, node_id, location, rows, response)) {
     return false;
   }
-  const SongList songs(ParsePlayListByFieldGivenPath(location.path.c_str(), count, 0, 0, "*", 7));
+  rows.reset();
+  const SongList songs = ReadPlaylistFile(location.path, count);
   return true;
 }
 

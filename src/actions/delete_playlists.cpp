@@ -29,16 +29,11 @@ using NameList = std::unique_ptr<VLIBCSzList, NameListDeleter>;
 /// A list of ids has one library, told by its beginning.
 bool IsSharedList(const char *ids) { return std::strncmp(ids, "musiclib_music_shared", 21) == 0; }
 
-bool BadParameter(Json::Value &response) {
-  LOG_LINE("Bad parameter.");
-  return SystemError(response);
-}
-
 /// Unlinks the files of playlists that have no rows. A file that is gone already is as good.
 bool DeleteFiles(const WebMan &request, const char *ids, Json::Value &response) {
   const std::vector<std::string> elements = WebUtils::StringExplode(ids, ",");
   if (elements.empty()) {
-    return BadParameter(response);
+    return LOG_AND_FAIL(response, "Bad parameter.");
   }
   const std::string root = request.GetPreferenceDir();
   for (const std::string &element : elements) {
@@ -57,15 +52,13 @@ bool DeleteRows(const PlaylistLocation &location, const char *ids, PlaylistRows 
                 Json::Value &response) {
   std::string id_list;
   if (!BuildPlaylistIdList(ids, id_list, 2)) {
-    return BadParameter(response);
+    return LOG_AND_FAIL(response, "Bad parameter.");
   }
   if (LookUpRows(location.Library(), location.userId, id_list.c_str(), rows) != 0) {
-    LOG_LINE("Failed to get music list.");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to get music list.");
   }
   if (VEXOPlayListUnlink(location.Library(), rows.get()) != 0) {
-    LOG_LINE("Failed to delete playlists");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to delete playlists");
   }
   return true;
 }
@@ -108,7 +101,7 @@ void Run(const WebMan &request, PlaylistRows &rows, Json::Value &response) {
   const char *normal = request.In("playlists", nullptr);
   const char *smart = request.In("smartPlaylists", nullptr);
   if (normal == nullptr && smart == nullptr) {
-    BadParameter(response);
+    LOG_AND_FAIL(response, "Bad parameter.");
     return;
   }
   if (normal != nullptr && !DeleteNormalPlaylists(request, normal, rows, response)) {

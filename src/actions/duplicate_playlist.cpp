@@ -10,7 +10,6 @@
 #include "model/parameters.h"
 #include "model/playlist_rows.h"
 #include "model/tree_node.h"
-#include "vexo/playlist_file.h"
 #include <cstring>
 #include <sys/stat.h>
 
@@ -24,8 +23,7 @@ struct Source {
 };
 
 bool NoSuchPlaylist(const Source &source, Json::Value &response) {
-  LOG_LINE("The playlist with id: %s does not exist.", source.tail);
-  return SystemError(response);
+  return LOG_AND_FAIL(response, "The playlist with id: %s does not exist.", source.tail);
 }
 
 bool FindShared(Source &source, Json::Value &response) {
@@ -77,7 +75,7 @@ bool CopySongs(const Source &source, const PlaylistLocation &target, Json::Value
   const std::string from = ResolvedPath(source.location.path);
   const std::string to = ResolvedPath(target.path);
   int count = 0;
-  const SongList songs(ParsePlayListByFieldGivenPath(from.c_str(), &count, 0, 0, "*", 7));
+  const SongList songs = ReadPlaylistFile(from, &count);
   return WriteSongs(songs, to, response);
 }
 
@@ -104,8 +102,7 @@ void PlaylistHandler::HandleDuplicate() {
   Json::Value response;
   const char *id = request.In("id", nullptr);
   if (id == nullptr) {
-    LOG_LINE("Bad parameter.");
-    SystemError(response);
+    LOG_AND_FAIL(response, "Bad parameter.");
   } else if (IsSmartId(id)) {
     DuplicateSmartPlaylist(request, response, id);
   } else if (std::strchr(id, '/') != nullptr) {
@@ -116,8 +113,7 @@ void PlaylistHandler::HandleDuplicate() {
 
 void DuplicateNormalPlaylist(const WebMan &request, Json::Value &response, const char *id) {
   if (id == nullptr) {
-    LOG_LINE("Bad parameter.");
-    SystemError(response);
+    LOG_AND_FAIL(response, "Bad parameter.");
     return;
   }
   PlaylistLocation target = LocationOfUser(request);

@@ -28,8 +28,7 @@ public:
 
   [[nodiscard]] bool Read(const std::string &file, const char *name, Json::Value &response) {
     if (iTunesPlaylistGetByFilename(file.c_str(), name, &playlist_) < 0) {
-      LOG_LINE("Failed to get iTunes's playlist! name=%s", name);
-      return SystemError(response);
+      return LOG_AND_FAIL(response, "Failed to get iTunes's playlist! name=%s", name);
     }
     return true;
   }
@@ -42,8 +41,7 @@ public:
       return NameExists(response);
     }
     if (iTunesPlaylistSetByFilename(file.c_str(), exists ? name : nullptr, &playlist_) < 0) {
-      LOG_LINE("iTunesPlaylistSet() failed");
-      return SystemError(response);
+      return LOG_AND_FAIL(response, "iTunesPlaylistSet() failed");
     }
     return true;
   }
@@ -63,8 +61,7 @@ bool PreparePersonalRules(const WebMan &request, const std::string &rules, Json:
   }
   const int result = VLIBCExec(kTouchTool, rules.c_str(), nullptr, nullptr, nullptr);
   if (result < 0) {
-    LOG_LINE("Failed to touch %s. ret=%d", rules.c_str(), result);
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to touch %s. ret=%d", rules.c_str(), result);
   }
   return true;
 }

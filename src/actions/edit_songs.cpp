@@ -91,8 +91,7 @@ constexpr EditAction kRemoveMissing = {
 bool EditFile(const WebMan &request, const EditAction &action, Edit &edit, Json::Value &response) {
   edit.location.path = PlaylistFilePath(request.GetPreferenceDir(), edit.id);
   if (action.editFile(edit) != 0) {
-    LOG_LINE("%s", action.fileFailure);
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "%s", action.fileFailure);
   }
   return true;
 }
@@ -100,15 +99,13 @@ bool EditFile(const WebMan &request, const EditAction &action, Edit &edit, Json:
 bool EditRow(const WebMan &request, const EditAction &action, const Edit &edit,
              Json::Value &response) {
   if (action.editRow(edit) != 0) {
-    LOG_LINE("%s", action.rowFailure);
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "%s", action.rowFailure);
   }
   if (!UpdatePlaylistDBInfo(edit.location.Library(), edit.location.userId,
                             LeadingNumber(edit.id))) {
     // The number of this parameter is told even where another one names the playlist.
-    LOG_LINE("Failed to update database info of playlist id:%d.",
-             NumericTail(request.In("playlist", "")));
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to update database info of playlist id:%d.",
+                        NumericTail(request.In("playlist", "")));
   }
   return true;
 }

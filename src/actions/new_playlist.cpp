@@ -38,8 +38,7 @@ bool MakeFolder(const std::string &folder) {
 bool SharedRoot(std::string &root, Json::Value &response) {
   char target[kPathSize] = {};
   if (readlink(kMusicLink, target, sizeof(target) - 1) == -1) {
-    LOG_LINE("Failed to read link of %s", kMusicLink);
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to read link of %s", kMusicLink);
   }
   root = target;
   return true;
@@ -48,8 +47,8 @@ bool SharedRoot(std::string &root, Json::Value &response) {
 bool PersonalRoot(const std::string &user, std::string &root, Json::Value &response) {
   char folder[kPathSize] = {};
   if (AudioFile::GetPersonalLibraryFolderPath(user.c_str(), folder, sizeof(folder)) == 0) {
-    LOG_LINE("Failed to get personal library folder of user [%s]", user.c_str());
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to get personal library folder of user [%s]",
+                        user.c_str());
   }
   root = folder;
   return true;
@@ -122,8 +121,7 @@ bool CreateEmptyPlaylist(const PlaylistLocation &location, bool mayExist, Json::
     return NameExists(response);
   }
   if (lock.IsBusy() || VEXOWriteMusicPlaylist(nullptr, location.path.c_str()) != 0) {
-    LOG_LINE("Failed to create playlist %s", location.path.c_str());
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to create playlist %s", location.path.c_str());
   }
   return true;
 }
@@ -140,8 +138,7 @@ bool ReadBackId(const PlaylistLocation &location, std::string &id, Json::Value &
   char text[kNodeIdSize] = {};
   if (VEXOPlaylistIDGet(location.Library(), location.userId, location.path.c_str(), text,
                         sizeof(text)) != 0) {
-    LOG_LINE("Failed to get playlist id from playlist table.");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to get playlist id from playlist table.");
   }
   id = text;
   return true;
@@ -149,8 +146,7 @@ bool ReadBackId(const PlaylistLocation &location, std::string &id, Json::Value &
 
 bool WriteSongs(const SongList &songs, const std::string &resolvedPath, Json::Value &response) {
   if (VEXOWriteMusicPlaylist(songs.get(), resolvedPath.c_str()) != 0) {
-    LOG_LINE("Failed to write songs into playlist.");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to write songs into playlist.");
   }
   return true;
 }

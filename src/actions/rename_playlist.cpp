@@ -64,8 +64,7 @@ bool LocateByRow(const char *id, const char *name, Rename &rename, Json::Value &
   rename.record.size = static_cast<uint64_t>(status.st_size);
   const std::string extension = ExtensionOf(rename.oldPath);
   if (rename.oldPath.find('/') == std::string::npos) {
-    LOG_LINE("Bad playlist name %s.", rename.oldPath.c_str());
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Bad playlist name %s.", rename.oldPath.c_str());
   }
   rename.newPath = CutToField(FolderOf(rename.oldPath) + "/" + name + "." + extension, kPathSize);
   return true;
@@ -78,8 +77,7 @@ bool FillRow(const char *name, Rename &rename, Json::Value &response) {
   const std::string folder = FolderOf(rename.oldPath);
   const size_t slash = folder.rfind('/');
   if (slash == std::string::npos) {
-    LOG_LINE("Bad playlist name %s.", rename.oldPath.c_str());
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Bad playlist name %s.", rename.oldPath.c_str());
   }
   SetField(rename.record.album, folder.c_str() + slash + 1);
   return true;
@@ -106,16 +104,14 @@ bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
     return NameExists(response);
   }
   if (lock.IsBusy() || std::rename(rename.oldPath.c_str(), rename.newPath.c_str()) != 0) {
-    LOG_LINE("Failed to rename to new playlist name.");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to rename to new playlist name.");
   }
   const bool has_row = rename.location.HasRow();
   if (has_row && !FillRow(name, rename, response)) {
     return false;
   }
   if (!Stat(rename.newPath, status)) {
-    LOG_LINE("Failed to stat new name pls");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to stat new name pls");
   }
   return !has_row || WriteRow(rename, status);
 }

@@ -45,8 +45,7 @@ bool SendStream(const std::string &command, const ArchiveOffer &offer, Json::Val
 bool SendArchive(const VEXOPlaylistRec *songs, const ArchiveOffer &offer, Json::Value &response) {
   const WorkingFolder folder;
   if (!folder.IsMade()) {
-    LOG_LINE("Failed to create a temp directory.");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to create a temp directory.");
   }
   std::string names;
   if (!WriteArchiveLists(songs, names)) {

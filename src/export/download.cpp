@@ -29,8 +29,7 @@ bool SendSong(const VEXOPlaylistRec &song) {
 bool Download(WebMan &request, Json::Value &response) {
   SongSource source(request);
   if (!source.IsGiven()) {
-    LOG_LINE("Bad parameter.");
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Bad parameter.");
   }
   const std::string file_name = CutToField(request.In("filename", "audio.zip"), kPathSize);
   const _tag_vexo_browser_info_ browser = BrowserOf(request);

@@ -3,26 +3,16 @@
 #include "model/answer.h"
 #include "model/device_paths.h"
 #include "model/field_text.h"
-#include "model/location.h"
-#include "model/log_line.h"
+#include "model/find_playlist.h"
 #include "model/node_id.h"
+#include "model/song_json.h"
 #include "player/queue.h"
-#include "vexo/audio_file.h"
-#include "vexo/playlist_file.h"
-#include "vexo/users.h"
-#include <cstdlib>
 #include <list>
 #include <sys/stat.h>
 
 namespace {
 
 constexpr int kRandomSongs = 100;
-constexpr int kPlaylistEntryCode = 7;
-
-struct AudioPlaylistRelease {
-  void operator()(AudioPlaylist *playlist) const { playlist->Release(); }
-};
-using LoadedFile = std::unique_ptr<AudioPlaylist, AudioPlaylistRelease>;
 
 bool IsRegularFile(const char *path) {
   struct stat status {};
@@ -38,8 +28,8 @@ bool RandomFailed(Json::Value &response, int line = __builtin_LINE()) {
 
 SongSource::SongSource(WebMan &request)
     : request_(request), library_(request.In("library", "shared")),
-      user_(request.GetLoginUserName()), user_id_(GetUserIdFromName(user_.c_str())),
-      target_(request.In("target", nullptr)), playlist_(request.In("playlist", nullptr)),
+      location_(LocationOfUser(request)), target_(request.In("target", nullptr)),
+      playlist_(request.In("playlist", nullptr)),
       id_info_list_(request.In("id_info_list", nullptr)) {}
 
 bool SongSource::IsGiven() const {
@@ -65,8 +55,7 @@ bool SongSource::LoadQueue(Json::Value &response) {
   const int entries = LoadPlayerQueue(request_, target_, &head);
   songs_.reset(head);
   if (entries < 0) {
-    LOG_LINE("Failed to get playlist from target [%s]", target_);
-    return SystemError(response);
+    return LOG_AND_FAIL(response, "Failed to get playlist from target [%s]", target_);
   }
   return true;
 }
@@ -74,12 +63,12 @@ bool SongSource::LoadQueue(Json::Value &response) {
 /// A user's random list is made once and serves until something removes it.
 bool SongSource::LoadRandom(Json::Value &response) {
   char path[kPathSize];
-  PrintToField(path, sizeof(path), kRandomListFormat, user_.c_str());
+  PrintToField(path, sizeof(path), kRandomListFormat, location_.user.c_str());
   if (!IsRegularFile(path) &&
-      AudioFile::PlaylistRandomCreate(library_, user_id_, path, kRandomSongs) == 0) {
+      AudioFile::PlaylistRandomCreate(library_, location_.userId, path, kRandomSongs) == 0) {
     return RandomFailed(response);
   }
-  const LoadedFile file(AudioFile::PlaylistFileLoad(path, 0, 0));
+  const LoadedPlaylist file(AudioFile::PlaylistFileLoad(path, 0, 0));
   if (!file) {
     LOG_LINE("Cannot load the playlist from %s", path);
     return RandomFailed(response);
@@ -111,33 +100,11 @@ bool SongSource::LoadSmart(Json::Value &response) {
 }
 
 bool SongSource::LoadNormal(Json::Value &response) {
-  std::string path;
-  if (!FindPlaylistFile(response, path)) {
+  if (!FindPlaylist(request_, playlist_, location_, rows_, response)) {
     return false;
   }
   int count = 0;
-  songs_.reset(ParsePlayListByFieldGivenPath(ResolvedPath(path).c_str(), &count, 0, 0, "*",
-                                             kPlaylistEntryCode));
-  return true;
-}
-
-bool SongSource::FindPlaylistFile(Json::Value &response, std::string &path) {
-  const char *name = IdTail(playlist_, 2);
-  const StorageKind kind = StorageKindOf(IsPersonalId(playlist_), user_);
-  if (kind == StorageKind::kPreferenceFolder) {
-    path = PlaylistFilePath(request_.GetPreferenceDir(), name);
-    return true;
-  }
-  const bool shared = kind == StorageKind::kShared;
-  VEXOPlaylistRow *row = nullptr;
-  const int result =
-      VEXOPlayListListGetByID(shared ? "shared" : "personal", shared ? 0 : user_id_, &row, name);
-  row_.reset(row);
-  if (result < 0 || row == nullptr) {
-    LOG_LINE("The playlist with id: %s does not exist.", name);
-    return SystemError(response);
-  }
-  path = row->info.path;
+  songs_ = ReadPlaylistFile(ResolvedPath(location_.path), &count);
   return true;
 }
 
@@ -146,7 +113,7 @@ bool SongSource::LoadChosen(Json::Value &response) {
 }
 
 bool SongSource::PushFront(const __tag_VEXO_MEDIA_INFO &song, Json::Value &response) {
-  auto *node = static_cast<VEXOPlaylistRec *>(std::calloc(1, sizeof(VEXOPlaylistRec)));
+  VEXOPlaylistRec *node = NewSong();
   if (node == nullptr) {
     syslog(LOG_ERR, "%s (%d) Failed to alloc %d", "audio_playlist.cpp", __LINE__,
            static_cast<int>(sizeof(VEXOPlaylistRec)));

@@ -1,15 +1,9 @@
 #pragma once
 // Where the songs of a download come from.
 
-#include "model/song_json.h"
-#include "vexo/media_index.h"
-#include "vexo/web.h"
-#include <memory>
-#include <string>
-
-struct PlaylistRowDeleter {
-  void operator()(VEXOPlaylistRow *row) const { VEXOPlayListFree(row); }
-};
+#include "model/location.h"
+#include "model/playlist_rows.h"
+#include "model/song_list.h"
 
 class SongSource {
 public:
@@ -32,16 +26,14 @@ private:
   bool LoadNormal(Json::Value &response);
   bool LoadChosen(Json::Value &response);
   bool LoadPlaylist(Json::Value &response);
-  bool FindPlaylistFile(Json::Value &response, std::string &path);
   bool PushFront(const __tag_VEXO_MEDIA_INFO &song, Json::Value &response);
   void Reverse();
 
   WebMan &request_;
   const char *library_;
-  std::string user_;
-  int user_id_;
+  PlaylistLocation location_; ///< of the playlist; its user is the request's
   const char *target_, *playlist_, *id_info_list_;
   SongList songs_;
-  int chosen_ = 0; ///< how many songs the client named
-  std::unique_ptr<VEXOPlaylistRow, PlaylistRowDeleter> row_;
+  int chosen_ = 0;    ///< how many songs the client named
+  PlaylistRows rows_; ///< that the playlist was found by; released at the end, as they come first
 };

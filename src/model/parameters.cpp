@@ -8,8 +8,7 @@ bool RequireParameters(const WebMan &request, std::span<const char *const> names
                        Json::Value &response) {
   for (const char *name : names) {
     if (name != nullptr && request.In(name, nullptr) == nullptr) {
-      LOG_LINE("Bad parameter.");
-      return SystemError(response);
+      return LOG_AND_FAIL(response, "Bad parameter.");
     }
   }
   return true;

@@ -2,6 +2,7 @@
 
 #include "model/field_text.h"
 #include "model/log_line.h"
+#include "model/parse_json.h"
 #include "vexo/media_index.h"
 #include <cstdlib>
 #include <cstring>
@@ -88,9 +89,8 @@ std::optional<std::string> JoinedIds(const Json::Value &elements) {
   return joined;
 }
 
-/// The songs that the host has found, by their ids: a walk from the head for each of thousands of
-/// ids would take their number squared. A record is large, so a song that is needed once more only
-/// is moved, not copied: the list would otherwise take its memory twice.
+/// The songs that the host has found. Hashed by id: a linear search per id would be quadratic. A
+/// record is large, so the last use of a song takes its node, and only earlier ones copy it.
 class HostSongs {
 public:
   HostSongs(VEXOPlaylistRec *list, const Json::Value &elements) {
@@ -202,21 +202,34 @@ bool GetSongsByIdList(const Json::Value &idInfoList, VEXOPlaylistRec **head) {
     return false;
   }
   HostSongs songs(music_list, idInfoList);
+  SongListBuilder list(head);
   for (const Json::Value &element : idInfoList) {
     VEXOPlaylistRec *node = songs.TakeLast(IdOf(element));
-    const bool filled = node != nullptr;
-    if (!filled) {
-      node = static_cast<VEXOPlaylistRec *>(std::calloc(1, sizeof(VEXOPlaylistRec)));
+    if (node != nullptr) {
+      list.Append(node);
+      continue;
     }
-    if (node == nullptr) {
-      LOG_LINE("Failed to calloc.");
-      return false;
-    }
-    *head = node;
-    head = &node->next;
-    if (!filled && !FillNode(node, element, songs)) {
+    node = list.AppendNew();
+    if (node == nullptr || !FillNode(node, element, songs)) {
       return false;
     }
   }
   return true;
+}
+
+bool GetSongsByText(const char *text, SongList &songs, int *count) {
+  Json::Value elements;
+  if (!ParseJson(text, elements)) {
+    LOG_LINE("Failed to parse json.");
+    return false;
+  }
+  if (!elements.isArray()) {
+    LOG_LINE("id_info_list is not a Json array.");
+    return false;
+  }
+  VEXOPlaylistRec *head = nullptr;
+  const bool built = GetSongsByIdList(elements, &head);
+  songs.reset(head);
+  *count = static_cast<int>(elements.size());
+  return built;
 }

@@ -1,15 +1,8 @@
 #pragma once
 // Songs as the client and the player daemon name them in JSON, and lists of them for the host.
 
-#include "vexo/media_info.h"
+#include "model/song_list.h"
 #include <json/json.h>
-#include <memory>
-
-struct SongListDeleter {
-  void operator()(VEXOPlaylistRec *head) const { VEXOPlaylistRecFree(head); }
-};
-/// Owns a song list.
-using SongList = std::unique_ptr<VEXOPlaylistRec, SongListDeleter>;
 
 /// Fills `record` from a JSON song object: strings for texts, `item_id` and `size`, numbers for the
 /// rest. What is missing or null is empty or 0, but 1 for bit rate, sample rate, channels and size;

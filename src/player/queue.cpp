@@ -1,10 +1,10 @@
 #include "player/queue.h"
+
 #include "model/device_paths.h"
 #include "model/log_line.h"
 #include "model/song_json.h"
 #include "player/info.h"
 #include "player/queue_page.h"
-#include "vexo/audio_file.h"
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,30 +15,6 @@ namespace {
 constexpr int kPageSize = 5;
 constexpr int kReplySize = 40960;
 constexpr int kUsbPlayer = -1;
-
-/// Builds a list from its head on.
-class SongListBuilder {
-public:
-  explicit SongListBuilder(VEXOPlaylistRec **head) : link_(head) {}
-
-  /// A new last node, all zero; null with a log line when there is no memory.
-  VEXOPlaylistRec *Append() {
-    auto *node = static_cast<VEXOPlaylistRec *>(calloc(1, sizeof(VEXOPlaylistRec)));
-    if (node == nullptr) {
-      LOG_LINE("Failed to calloc.");
-      return nullptr;
-    }
-    *link_ = node;
-    link_ = &node->next;
-    ++count_;
-    return node;
-  }
-  [[nodiscard]] int count() const { return count_; }
-
-private:
-  VEXOPlaylistRec **link_;
-  int count_ = 0;
-};
 
 int LogPlayerFailure() {
   LOG_LINE("Could not get the playlist of the player");
@@ -52,7 +28,7 @@ int AppendEntries(const Json::Value &entries, SongListBuilder &list) {
     if (list.count() >= kQueueEntriesMax) {
       return LogPlayerFailure();
     }
-    VEXOPlaylistRec *node = list.Append();
+    VEXOPlaylistRec *node = list.AppendNew();
     if (node == nullptr) {
       return -1;
     }
@@ -100,20 +76,20 @@ int LoadDaemonQueue(int player, VEXOPlaylistRec **head) {
 int LoadStreamQueue(const std::string &user, VEXOPlaylistRec **head) {
   char path[4096];
   snprintf(path, sizeof path, kStreamQueueFormat, user.c_str());
-  AudioPlaylist *queue = AudioFile::PlaylistFileLoad(path, 0, 0);
+  LoadedPlaylist queue(AudioFile::PlaylistFileLoad(path, 0, 0));
   if (queue == nullptr) {
     LOG_LINE("Cannot load the playlist from %s", path);
     return -1;
   }
   SongListBuilder list(head);
   for (__tag_VEXO_MEDIA_INFO **record = queue->begin; record != queue->end; ++record) {
-    VEXOPlaylistRec *node = list.Append();
+    VEXOPlaylistRec *node = list.AppendNew();
     if (node == nullptr) {
+      static_cast<void>(queue.release()); // left to the end of the process, which is near
       return -1;
     }
     node->info = **record;
   }
-  queue->Release();
   return list.count();
 }
 
