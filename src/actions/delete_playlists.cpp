@@ -21,10 +21,10 @@ constexpr unsigned kPlaylistsRemoved = 0x13200003; ///< event of the administrat
 constexpr int kNameListSize = 1024;
 constexpr size_t kNameFieldSize = 255;
 
-struct NameListDeleter {
+struct RuleNamesDeleter {
   void operator()(PSZLIST list) const { VLIBCSzListFree(list); }
 };
-using NameList = std::unique_ptr<VLIBCSzList, NameListDeleter>;
+using RuleNames = std::unique_ptr<VLIBCSzList, RuleNamesDeleter>;
 
 /// A list of ids has one library, told by its beginning.
 bool IsSharedList(const char *ids) { return std::strncmp(ids, "musiclib_music_shared", 21) == 0; }
@@ -82,7 +82,7 @@ std::string JoinedNames(const std::vector<std::string> &ids) {
 }
 
 bool DeleteNames(const std::string &rules, const std::string &names) {
-  NameList list(VLIBCSzListAlloc(kNameListSize));
+  RuleNames list(VLIBCSzListAlloc(kNameListSize));
   if (list == nullptr) {
     LOG_LINE("out of memory!!");
     return false;

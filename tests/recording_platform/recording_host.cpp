@@ -58,6 +58,11 @@ Host &TheHost() { return *Slot(); }
 
 void ResetHost() { Slot() = std::make_unique<Host>(); }
 
+int Scripted(const std::string &name, const std::vector<std::string> &arguments) {
+  TheHost().Record(name, arguments);
+  return TheHost().Result(name, 0);
+}
+
 Host::~Host() {
   for (VEXOPlaylistRec *node : lent) {
     std::free(node);

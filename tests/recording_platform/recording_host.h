@@ -110,6 +110,9 @@ Host &TheHost();
 /// Starts afresh with a host that has recorded nothing.
 void ResetHost();
 
+/// Records a call and gives its scripted result, 0 when there is none.
+int Scripted(const std::string &name, const std::vector<std::string> &arguments);
+
 /// A song record with an id and a path.
 __tag_VEXO_MEDIA_INFO Song(int id, const std::string &path, const std::string &title = "");
 

@@ -4,15 +4,11 @@
 #include "vexo/playlist_file.h"
 #include <unordered_set>
 
+using recording::Scripted;
 using recording::Show;
 using recording::TheHost;
 
 namespace {
-
-int Scripted(const std::string &name, const std::vector<std::string> &arguments) {
-  TheHost().Record(name, arguments);
-  return TheHost().Result(name, 0);
-}
 
 class LoadedPlaylist;
 /// What the program has not released: a test counts it (Host::openFiles), leak checkers need not.

@@ -4,6 +4,7 @@
 #include "vexo/itunes.h"
 #include <cstring>
 
+using recording::Scripted;
 using recording::Show;
 using recording::TheHost;
 
@@ -13,11 +14,6 @@ struct VLIBCSzList {
 struct iTunesPLNode {};
 
 namespace {
-
-int Scripted(const std::string &name, const std::vector<std::string> &arguments) {
-  TheHost().Record(name, arguments);
-  return TheHost().Result(name, 0);
-}
 
 std::string Show(const VLIBCSzList *list) {
   std::string text;

@@ -127,11 +127,11 @@ TEST_P(Concurrency, LosesNoEditAndBringsNoNameBack) {
   }
 }
 
-std::string NameOf(const ::testing::TestParamInfo<bool> &test) {
+std::string StorageName(const ::testing::TestParamInfo<bool> &test) {
   return test.param ? "InALibrary" : "InAPreferenceFolder";
 }
 
-INSTANTIATE_TEST_SUITE_P(Storages, Concurrency, ::testing::Bool(), NameOf);
+INSTANTIATE_TEST_SUITE_P(Storages, Concurrency, ::testing::Bool(), StorageName);
 
 } // namespace
 } // namespace vexo::playlists

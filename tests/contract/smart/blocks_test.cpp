@@ -25,7 +25,7 @@ std::optional<std::string> FirstStray(const std::string &file) {
   return stray ? std::optional(LineAndColumn(file, *stray)) : std::nullopt;
 }
 
-struct Row {
+struct FileOfBlocks {
   const char *description;
   std::string file;
   std::vector<std::string> blocks;
@@ -33,7 +33,7 @@ struct Row {
 
 const std::string kGood = "\"Good\" { year = 1 }";
 
-const Row kFiles[] = {
+const FileOfBlocks kFiles[] = {
     {"nothing", "", {}},
     {"only a comment", "# \"A\" { year = 1 }", {}},
     {"one", kGood, {kGood}},
@@ -74,7 +74,7 @@ const Row kFiles[] = {
 };
 
 TEST(BlockScanner, FindsThePlaylistsAroundWhatIsBroken) {
-  for (const Row &row : kFiles) {
+  for (const FileOfBlocks &row : kFiles) {
     EXPECT_EQ(Blocks(row.file), row.blocks) << row.description;
   }
 }

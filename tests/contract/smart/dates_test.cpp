@@ -47,13 +47,13 @@ std::string Resolved(const std::string &date, const char *now_text) {
   return LocalText(ResolveDate(ParseDate(date), std::mktime(&tm)));
 }
 
-struct Row {
+struct DateRow {
   const char *date, *now, *resolved;
 };
 
 TEST(Dates, StandForTheMomentTheirDayBegins) {
   const Zone zone(kBerlin);
-  const Row rows[] = {
+  const DateRow rows[] = {
       {"2020-02-29", "2026-11-21 03:15:00", "2020-02-29 00:00:00"},
       {"1969-07-20", "2026-11-21 03:15:00", "1969-07-20 00:00:00"},
       {"today", "2026-11-21 03:15:00", "2026-11-21 00:00:00"},
@@ -67,14 +67,14 @@ TEST(Dates, StandForTheMomentTheirDayBegins) {
       {"this year", "2026-11-21 03:15:00", "2026-01-01 00:00:00"},
       {"last year", "2026-11-21 03:15:00", "2025-01-01 00:00:00"},
   };
-  for (const Row &row : rows) {
+  for (const DateRow &row : rows) {
     EXPECT_EQ(Resolved(row.date, row.now), row.resolved) << row.date << " at " << row.now;
   }
 }
 
 TEST(Dates, AWeekStartsOnMonday) {
   const Zone zone(kBerlin);
-  const Row rows[] = {
+  const DateRow rows[] = {
       {"this week", "2026-11-16 00:00:00", "2026-11-16 00:00:00"}, // a Monday
       {"this week", "2026-11-21 12:00:00", "2026-11-16 00:00:00"},
       {"this week", "2026-11-22 23:59:59", "2026-11-16 00:00:00"}, // the Sunday
@@ -82,7 +82,7 @@ TEST(Dates, AWeekStartsOnMonday) {
       {"last week", "2026-11-21 12:00:00", "2026-11-09 00:00:00"},
       {"last week", "2026-01-01 12:00:00", "2025-12-22 00:00:00"},
   };
-  for (const Row &row : rows) {
+  for (const DateRow &row : rows) {
     EXPECT_EQ(Resolved(row.date, row.now), row.resolved) << row.date << " at " << row.now;
   }
 }
@@ -90,7 +90,7 @@ TEST(Dates, AWeekStartsOnMonday) {
 TEST(Dates, AreCountedByTheCalendar) {
   const Zone zone(kBerlin);
   const char *now = "2026-11-21 03:15:00";
-  const Row rows[] = {
+  const DateRow rows[] = {
       {"0 days ago", now, "2026-11-21 00:00:00"},
       {"3 days ago", now, "2026-11-18 00:00:00"},
       {"2 weeks ago", now, "2026-11-07 00:00:00"},
@@ -106,7 +106,7 @@ TEST(Dates, AreCountedByTheCalendar) {
       {"1 day before 1 month after 2026-01-31", now, "2026-02-27 00:00:00"},
       {"1 month after 1 day before 2026-01-31", now, "2026-02-28 00:00:00"},
   };
-  for (const Row &row : rows) {
+  for (const DateRow &row : rows) {
     EXPECT_EQ(Resolved(row.date, row.now), row.resolved) << row.date;
   }
 }

@@ -264,7 +264,7 @@ TEST_F(OwnersTest, OwnRulesSeeTheOwnAndTheSharedSongs) {
   EXPECT_EQ(Paths("year = 0 order by path", 1, true), (std::vector<std::string>{"/of0", "/of1"}));
 }
 
-std::string Repeat(const std::string &text, int count) {
+std::string Repeated(const std::string &text, int count) {
   std::string whole;
   for (int i = 0; i < count; ++i) {
     whole += text;
@@ -273,21 +273,22 @@ std::string Repeat(const std::string &text, int count) {
 }
 
 TEST_F(EvaluationTest, RulesAsDeepAsTheyMayBeAreAnswered) {
-  EXPECT_EQ(Paths(Repeat("(year = 1 and rating = 2 or ", 100) + "year = 1999" + Repeat(")", 100)),
-            (std::vector<std::string>{"/library/full.flac"}));
   EXPECT_EQ(
-      Paths(Repeat("(year = 1999 and (rating = 3 or ", 50) + "year = 1999" + Repeat("))", 50)),
+      Paths(Repeated("(year = 1 and rating = 2 or ", 100) + "year = 1999" + Repeated(")", 100)),
       (std::vector<std::string>{"/library/full.flac"}));
-  EXPECT_EQ(Paths(Repeat("not ", 100) + "year = 1999"),
+  EXPECT_EQ(
+      Paths(Repeated("(year = 1999 and (rating = 3 or ", 50) + "year = 1999" + Repeated("))", 50)),
+      (std::vector<std::string>{"/library/full.flac"}));
+  EXPECT_EQ(Paths(Repeated("not ", 100) + "year = 1999"),
             (std::vector<std::string>{"/library/full.flac"}));
-  EXPECT_EQ(Paths(Repeat("(", 100) + "year = 1999" + Repeat(" and rating = 80)", 100)),
+  EXPECT_EQ(Paths(Repeated("(", 100) + "year = 1999" + Repeated(" and rating = 80)", 100)),
             (std::vector<std::string>{"/library/full.flac"}));
 }
 
 TEST_F(EvaluationTest, RulesWithAsManyConditionsAsTheyMayHaveAreAnswered) {
-  EXPECT_EQ(Paths(Repeat("title is \"x\" or ", 9999) + "year = 1999"),
+  EXPECT_EQ(Paths(Repeated("title is \"x\" or ", 9999) + "year = 1999"),
             (std::vector<std::string>{"/library/full.flac"}));
-  EXPECT_EQ(Paths(Repeat("rating = 80 and ", 9999) + "year = 1999"),
+  EXPECT_EQ(Paths(Repeated("rating = 80 and ", 9999) + "year = 1999"),
             (std::vector<std::string>{"/library/full.flac"}));
 }
 

@@ -7,7 +7,7 @@
 namespace vexo::audiod {
 namespace {
 
-std::string Record(int32_t code, const std::string &argument) {
+std::string RecordWithRubbish(int32_t code, const std::string &argument) {
   std::string record(kRecordSize, '\xee'); // what follows the text means nothing
   memcpy(record.data(), &code, sizeof code);
   record.replace(sizeof code, argument.size() + 1, argument.c_str(), argument.size() + 1);
@@ -16,14 +16,14 @@ std::string Record(int32_t code, const std::string &argument) {
 
 TEST(RecordTest, Command21SelectsAPlayer) {
   for (const int player : {0, 1, -1, 2147483647, -2147483647 - 1}) {
-    const Command command = ParseRecord(Record(21, std::to_string(player)));
+    const Command command = ParseRecord(RecordWithRubbish(21, std::to_string(player)));
     ASSERT_TRUE(std::holds_alternative<SelectPlayer>(command)) << player;
     EXPECT_EQ(std::get<SelectPlayer>(command).player, player);
   }
 }
 
 TEST(RecordTest, Command30AsksForAPartOfTheQueue) {
-  const Command command = ParseRecord(Record(30, "10 5"));
+  const Command command = ParseRecord(RecordWithRubbish(30, "10 5"));
   ASSERT_TRUE(std::holds_alternative<GetQueue>(command));
   EXPECT_EQ(std::get<GetQueue>(command).offset, 10U);
   EXPECT_EQ(std::get<GetQueue>(command).limit, 5U);
@@ -38,30 +38,31 @@ struct RefusedRow {
 TEST(RecordTest, WhatIsNoCommandIsRefusedWithItsReason) {
   const char *no_player = "the argument is no player number";
   const char *no_page = "the argument is not an offset and a limit";
-  std::string endless = Record(21, "");
+  std::string endless = RecordWithRubbish(21, "");
   endless.replace(4, std::string::npos, 8192, '1');
   const RefusedRow rows[] = {
       {"nothing", "", "the record is too short"},
-      {"a code alone", Record(21, "1").substr(0, 4), "the record is too short"},
-      {"all but the last byte", Record(21, "1").substr(0, 8195), "the record is too short"},
-      {"another command", Record(7, ""), "command 7 is not supported"},
-      {"a negative code", Record(-30, "0 5"), "command -30 is not supported"},
-      {"a code in the other byte order", Record(0x15000000, "1"),
+      {"a code alone", RecordWithRubbish(21, "1").substr(0, 4), "the record is too short"},
+      {"all but the last byte", RecordWithRubbish(21, "1").substr(0, 8195),
+       "the record is too short"},
+      {"another command", RecordWithRubbish(7, ""), "command 7 is not supported"},
+      {"a negative code", RecordWithRubbish(-30, "0 5"), "command -30 is not supported"},
+      {"a code in the other byte order", RecordWithRubbish(0x15000000, "1"),
        "command 352321536 is not supported"},
       {"no end", endless, "the argument has no end"},
-      {"no player", Record(21, ""), no_player},
-      {"a player that is no number", Record(21, "usb"), no_player},
-      {"a player and more", Record(21, "1 2"), no_player},
-      {"a player behind a blank", Record(21, " 1"), no_player},
-      {"a player too large", Record(21, "2147483648"), no_player},
-      {"no limit", Record(30, "5"), no_page},
-      {"an empty limit", Record(30, "5 "), no_page},
-      {"a negative offset", Record(30, "-5 5"), no_page},
-      {"a negative limit", Record(30, "0 -1"), no_page},
-      {"three numbers", Record(30, "0 5 5"), no_page},
-      {"two blanks", Record(30, "0  5"), no_page},
-      {"an offset too large", Record(30, "99999999999 5"), no_page},
-      {"a fraction", Record(30, "0 5.5"), no_page},
+      {"no player", RecordWithRubbish(21, ""), no_player},
+      {"a player that is no number", RecordWithRubbish(21, "usb"), no_player},
+      {"a player and more", RecordWithRubbish(21, "1 2"), no_player},
+      {"a player behind a blank", RecordWithRubbish(21, " 1"), no_player},
+      {"a player too large", RecordWithRubbish(21, "2147483648"), no_player},
+      {"no limit", RecordWithRubbish(30, "5"), no_page},
+      {"an empty limit", RecordWithRubbish(30, "5 "), no_page},
+      {"a negative offset", RecordWithRubbish(30, "-5 5"), no_page},
+      {"a negative limit", RecordWithRubbish(30, "0 -1"), no_page},
+      {"three numbers", RecordWithRubbish(30, "0 5 5"), no_page},
+      {"two blanks", RecordWithRubbish(30, "0  5"), no_page},
+      {"an offset too large", RecordWithRubbish(30, "99999999999 5"), no_page},
+      {"a fraction", RecordWithRubbish(30, "0 5.5"), no_page},
   };
   for (const RefusedRow &row : rows) {
     const Command command = ParseRecord(row.record);

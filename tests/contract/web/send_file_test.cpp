@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char *kType = "application/force-download";
+constexpr const char *kDownloadType = "application/force-download";
 constexpr int kStreamFailed = 9;
 
 /// A program whose standard output is a pipe that the test reads: the client.
@@ -82,7 +82,7 @@ protected:
   /// Sends a file to a client of "ann"; what the client got.
   static CgiAnswer Send(const std::string &path) {
     return RunCgi({{{"REMOTE_USER", "ann"}}, ""}, [&] {
-      const int result = HTTPFileOutputer::Output(path.c_str(), kType);
+      const int result = HTTPFileOutputer::Output(path.c_str(), kDownloadType);
       return result == 0 ? 0 : kStreamFailed;
     });
   }
@@ -90,7 +90,7 @@ protected:
                               const char *name = "a.zip") {
     return RunCgi({{{"HTTP_USER_AGENT", agent}}, content}, [&] {
       FILE *stream = popen("cat", "r");
-      const int result = HTTPFileOutputer::Output(stream, name, kType);
+      const int result = HTTPFileOutputer::Output(stream, name, kDownloadType);
       pclose(stream);
       return result == 0 ? 0 : kStreamFailed;
     });
@@ -170,8 +170,8 @@ TEST_F(SendFileTest, NothingElseIsSent) {
 }
 
 TEST_F(SendFileTest, WithoutArgumentsNothingIsSent) {
-  EXPECT_EQ(HTTPFileOutputer::Output(static_cast<const char *>(nullptr), kType), -1);
-  EXPECT_EQ(HTTPFileOutputer::Output(static_cast<FILE *>(nullptr), "a", kType), -1);
+  EXPECT_EQ(HTTPFileOutputer::Output(static_cast<const char *>(nullptr), kDownloadType), -1);
+  EXPECT_EQ(HTTPFileOutputer::Output(static_cast<FILE *>(nullptr), "a", kDownloadType), -1);
 }
 
 TEST_F(SendFileTest, AFileThatShrinksEndsTheBodyAndNothingIsPrintedIntoIt) {
@@ -180,7 +180,7 @@ TEST_F(SendFileTest, AFileThatShrinksEndsTheBodyAndNothingIsPrintedIntoIt) {
   fs::resize_file(path, std::size_t{64} << 20U);
   ClientPipe client([&] {
     setenv("REMOTE_USER", "ann", 1);
-    const int result = HTTPFileOutputer::Output(path.c_str(), kType);
+    const int result = HTTPFileOutputer::Output(path.c_str(), kDownloadType);
     printf("behind the body");
     return result == -1 ? kStreamFailed : 0;
   });
@@ -198,7 +198,7 @@ TEST_F(SendFileTest, AClientThatGoesAwayEndsTheSendingOfAFile) {
   fs::resize_file(path, std::size_t{64} << 20U);
   ClientPipe client([&] {
     setenv("REMOTE_USER", "ann", 1);
-    return HTTPFileOutputer::Output(path.c_str(), kType) == -1 ? kStreamFailed : 0;
+    return HTTPFileOutputer::Output(path.c_str(), kDownloadType) == -1 ? kStreamFailed : 0;
   });
   client.Read(1);
   client.GoAway();
@@ -254,7 +254,7 @@ TEST_F(SendFileTest, WhatTheProgramPrintedStandsBeforeTheHeaders) {
   const CgiAnswer answer = RunCgi({{}, ""}, [] {
     printf("Accept-Ranges: none\n");
     FILE *stream = popen("printf body", "r");
-    const int result = HTTPFileOutputer::Output(stream, "a", kType);
+    const int result = HTTPFileOutputer::Output(stream, "a", kDownloadType);
     pclose(stream);
     return result;
   });
@@ -267,9 +267,9 @@ TEST_F(SendFileTest, AnOutputThatTheKernelCannotMoveToIsWritten) {
   RunCgi({{{"REMOTE_USER", "ann"}}, ""}, [&] {
     dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666), STDOUT_FILENO);
     FILE *stream = popen("head -c 200000 /dev/zero", "r");
-    HTTPFileOutputer::Output(stream, "a", kType);
+    HTTPFileOutputer::Output(stream, "a", kDownloadType);
     pclose(stream);
-    return HTTPFileOutputer::Output(path.c_str(), kType);
+    return HTTPFileOutputer::Output(path.c_str(), kDownloadType);
   });
   const std::string written = ReadBytes(output);
   EXPECT_EQ(std::count(written.begin(), written.end(), '\0'), 200000);
@@ -279,7 +279,7 @@ TEST_F(SendFileTest, AnOutputThatTheKernelCannotMoveToIsWritten) {
 TEST_F(SendFileTest, AClientThatGoesAwayEndsTheSendingOfAStream) {
   ClientPipe client([] {
     FILE *stream = popen("cat /dev/zero", "r");
-    const int result = HTTPFileOutputer::Output(stream, "a", kType);
+    const int result = HTTPFileOutputer::Output(stream, "a", kDownloadType);
     printf("behind the body");
     pclose(stream);
     return result == -1 ? kStreamFailed : 0;
@@ -296,7 +296,7 @@ TEST_F(SendFileTest, AClientThatGoesAwayIsNoticedWhileNothingComes) {
       return 0;
     }
     FILE *never_written = fdopen(ends[0], "r");
-    return HTTPFileOutputer::Output(never_written, "a", kType) == -1 ? kStreamFailed : 0;
+    return HTTPFileOutputer::Output(never_written, "a", kDownloadType) == -1 ? kStreamFailed : 0;
   });
   EXPECT_EQ(client.Read(4), "Cont");
   client.GoAway();

@@ -10,7 +10,7 @@ using recording::Show;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-Json::Value Parsed(const std::string &text) {
+Json::Value JsonOf(const std::string &text) {
   Json::Value value;
   EXPECT_TRUE(Json::Reader().parse(text, value)) << text;
   return value;
@@ -20,7 +20,7 @@ Json::Value Parsed(const std::string &text) {
 std::string Filled(const std::string &text) {
   __tag_VEXO_MEDIA_INFO record;
   std::memset(&record, 'x', sizeof(record));
-  return SongFromJson(&record, Parsed(text)) == &record ? Show(&record) : "refused";
+  return SongFromJson(&record, JsonOf(text)) == &record ? Show(&record) : "refused";
 }
 
 /// The fields that are 1 where nothing is known.
@@ -106,7 +106,7 @@ TEST(SongFromJson, RefusesWhatIsNoObject) {
   }
 }
 
-TEST(SongFromJson, OfNoRecordIsNothing) { EXPECT_EQ(SongFromJson(nullptr, Parsed("{}")), nullptr); }
+TEST(SongFromJson, OfNoRecordIsNothing) { EXPECT_EQ(SongFromJson(nullptr, JsonOf("{}")), nullptr); }
 
 TEST(SongFromJson, TakesTheIdBehindTheAtSignOfALibrarysOrAQueuesItem) {
   const struct {
