@@ -119,7 +119,7 @@ bool RewriteRow(int owner, int32_t id, const std::function<bool(index::Playlist 
   return is_written;
 }
 
-bool IsThere(const std::string &path) {
+bool IsLinkOrFile(const std::string &path) {
   struct stat facts {};
   return lstat(path.c_str(), &facts) == 0;
 }
@@ -163,7 +163,7 @@ bool RefreshRow(int owner, int32_t id, const index::Playlist &values) {
   Patience patience(kPatienceWithMoves);
   bool is_settled = false;
   const auto refresh = [&](index::Playlist &row) {
-    if (row.path == values.path || (is_settled && !IsThere(row.path))) {
+    if (row.path == values.path || (is_settled && !IsLinkOrFile(row.path))) {
       row = values;
       (void)TakeFileFacts(row);
       return true;
