@@ -412,6 +412,14 @@ class LargeDownloadTest(DownloadTest):
         self.assertNotIn(b"{}", end)
         self.assert_nothing_is_left()
 
+    def test_what_sends_may_take_as_much_time_as_it_takes(self):
+        with self.begin_archive():
+            running = processes()
+            for name in ("audio_playlist.cgi", "zip"):
+                limits = Path(f"/proc/{running[name][0]}/limits").read_text()
+                self.assertRegex(limits, r"Max cpu time +unlimited", name)
+        self.assert_nothing_is_left()
+
     def test_memory_does_not_grow_with_the_files(self):
         with self.begin_archive() as client:
             peaks = {}

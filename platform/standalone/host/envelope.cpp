@@ -2,10 +2,11 @@
 #include "web/envelope.h"
 
 #include "host/guard.h"
-#include "system/log_lines.h"
+#include "system/limits.h"
+#include "system/log.h"
 #include "text/utf8.h"
 #include "vexo/web.h"
-#include "web/answered.h"
+#include "web/cut_short.h"
 #include "web/output.h"
 #include "web/request.h"
 #include <syslog.h>
@@ -55,6 +56,8 @@ RefusalAnswer AnswerOf(web::Refusal refusal) {
     return {"Status: 405 Method Not Allowed\r\nAllow: GET, HEAD, POST\r\n", "method"};
   case web::Refusal::kHeadOfChange:
     return {"Status: 405 Method Not Allowed\r\nAllow: GET, POST\r\n", "method"};
+  case web::Refusal::kTooManyEntries:
+    return {"Status: 413 Content Too Large\r\n", "too_many_entries"};
   case web::Refusal::kCrossSite:
     return {"Status: 403 Forbidden\r\n", "cross_site"};
   case web::Refusal::kNoAccounts:
@@ -91,6 +94,11 @@ ActionHandler::ActionHandler() {
   // With LOG_PERROR the lines reach the web server's error log as well.
   openlog("audio_playlist", LOG_PID | LOG_PERROR, LOG_USER);
   vexo::system::BoundLog(kMostLogLines);
+  web::AnswerWhenCutShort();
+  Guarded(0, [] {
+    vexo::system::LimitProcess();
+    return 0;
+  });
   state_ = std::make_unique<State>();
 }
 

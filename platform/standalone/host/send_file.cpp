@@ -1,6 +1,7 @@
 // HTTPFileOutputer of vexo/web.h.
 #include "accounts/song_file.h"
 #include "host/guard.h"
+#include "system/limits.h"
 #include "vexo/web.h"
 #include "web/browser.h"
 #include "web/output.h"
@@ -43,6 +44,7 @@ int SendFile(const char *path, const char *content_type) {
     return kFailed;
   }
   const web::BrokenPipeIgnored ignored;
+  vexo::system::LiftCpuLimit();
   const auto size = static_cast<uint64_t>(status.st_size);
   return Ended(web::WriteAnswer(web::AttachmentHeader(BaseName(path)) +
                                 "Content-Length: " + std::to_string(size) + "\n" +
@@ -52,6 +54,7 @@ int SendFile(const char *path, const char *content_type) {
 
 int SendStream(FILE *stream, const char *file_name, const char *content_type) {
   const web::BrokenPipeIgnored ignored;
+  vexo::system::LiftCpuLimit();
   const std::string attachment =
       WantsAttachmentHeader() ? web::AttachmentHeader(file_name) : std::string();
   return Ended(web::WriteAnswer(attachment + web::ContentTypeHeader(content_type)) &&

@@ -1,7 +1,7 @@
 #include "system/admin_log.h"
 
 #include "files/file_descriptor.h"
-#include "system/log_lines.h"
+#include "system/log.h"
 #include "system/paths.h"
 #include <array>
 #include <cerrno>

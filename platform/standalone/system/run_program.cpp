@@ -1,5 +1,6 @@
 #include "system/run_program.h"
 
+#include "system/limits.h"
 #include "system/log.h"
 #include <cerrno>
 #include <csignal>
@@ -62,13 +63,20 @@ std::optional<int> WaitFor(pid_t child) {
   return WIFEXITED(status) ? std::optional<int>(WEXITSTATUS(status)) : std::nullopt;
 }
 
+/// Starts a program, which may become a service and live on: the limits are those of this process
+/// alone. As posix_spawn().
+int Spawn(pid_t *child, const std::string &path, const std::vector<std::string> &arguments) {
+  const SpawnSettings settings;
+  const LimitsLifted lifted;
+  return posix_spawn(child, path.c_str(), settings.files(), settings.attributes(),
+                     Arguments(path, arguments).data(), environ);
+}
+
 } // namespace
 
 std::optional<int> RunProgram(const std::string &path, const std::vector<std::string> &arguments) {
-  const SpawnSettings settings;
   pid_t child = 0;
-  const int error = posix_spawn(&child, path.c_str(), settings.files(), settings.attributes(),
-                                Arguments(path, arguments).data(), environ);
+  const int error = Spawn(&child, path, arguments);
   if (error != 0) {
     LogFailure(path.c_str(), std::strerror(error));
     return std::nullopt;

@@ -2,6 +2,7 @@
 
 #include "system/log.h"
 #include "web/same_site.h"
+#include <algorithm>
 #include <string>
 
 namespace vexo::web {
@@ -17,6 +18,24 @@ Refusal RefuseOrigin() {
   }
   system::LogFailure("refused", told.c_str());
   return Refusal::kCrossSite;
+}
+
+std::size_t CountPieces(std::string_view text) {
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), ',')) + 1;
+}
+
+bool HasTooManyEntries(const Parameters &parameters) {
+  const struct {
+    const char *name;
+    std::size_t (*count)(std::string_view text);
+  } lists[] = {{"id_info_list", CountElements},
+               {"seq_list", CountPieces},
+               {"playlists", CountPieces},
+               {"smartPlaylists", CountPieces}};
+  return std::any_of(std::begin(lists), std::end(lists), [&](const auto &list) {
+    const char *const text = parameters.Find(list.name);
+    return text != nullptr && list.count(text) > kMostEntries;
+  });
 }
 
 } // namespace
@@ -40,6 +59,10 @@ bool ChangesSomething(std::string_view action) {
 }
 
 std::optional<Refusal> RefusalOfAction(const Parameters &parameters) {
+  if (HasTooManyEntries(parameters)) {
+    system::LogFailure("refused", "a list with more than 100,000 entries");
+    return Refusal::kTooManyEntries;
+  }
   const char *const action = parameters.Find("action");
   if (action == nullptr || !ChangesSomething(action)) {
     return std::nullopt;

@@ -15,6 +15,9 @@ std::optional<Refusal> RefusalOfRequest();
 /// Whether the action changes something: all do, but for those that are known to read only.
 bool ChangesSomething(std::string_view action);
 
+/// The most songs, positions or playlists that one list of a request may name.
+inline constexpr std::size_t kMostEntries = 100'000;
+
 /// Why a request may not do what its parameters ask for; nothing when it may. What changes
 /// something is refused for HEAD, and when a page of another origin sent it.
 std::optional<Refusal> RefusalOfAction(const Parameters &parameters);

@@ -5,12 +5,13 @@ namespace vexo::web {
 
 /// Why a request may not go on.
 enum class Refusal {
-  kNoUser,       ///< the web server named no user
-  kNoAccount,    ///< the user has no account
-  kNoAccounts,   ///< the accounts cannot be read
-  kMethod,       ///< a method that nothing here has
-  kHeadOfChange, ///< HEAD, which changes nothing, of an action that changes something
-  kCrossSite,    ///< a page of another site or origin sent the request
+  kNoUser,         ///< the web server named no user
+  kNoAccount,      ///< the user has no account
+  kNoAccounts,     ///< the accounts cannot be read
+  kMethod,         ///< a method that nothing here has
+  kHeadOfChange,   ///< HEAD, which changes nothing, of an action that changes something
+  kTooManyEntries, ///< more than kMostEntries in one list
+  kCrossSite,      ///< a page of another site or origin sent the request
 };
 
 /// Answers with the refusal's status and a body of one line.

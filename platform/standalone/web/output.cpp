@@ -1,7 +1,7 @@
 #include "web/output.h"
 
-#include "web/answered.h"
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <stdio_ext.h>
 #include <unistd.h>
@@ -9,13 +9,15 @@
 namespace vexo::web {
 namespace {
 
-bool answered = false;
+volatile std::sig_atomic_t answered = 0;
 
 } // namespace
 
-void MarkAnswered() noexcept { answered = true; }
+void MarkAnswered() noexcept { answered = 1; }
 
-bool IsAnswered() noexcept { return answered || __fpending(stdout) > 0; }
+bool IsAnswered() noexcept { return answered != 0 || __fpending(stdout) > 0; }
+
+bool HasBegunToAnswer() noexcept { return answered != 0; }
 
 bool WriteAnswer(std::string_view bytes) noexcept {
   MarkAnswered();

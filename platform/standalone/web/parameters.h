@@ -46,6 +46,10 @@ bool DecodeUrlEncoded(const Buffer &buffer, std::vector<Parameter> &parameters);
 bool DecodeMultipart(const Buffer &buffer, std::string_view boundary,
                      std::vector<Parameter> &parameters);
 
+/// How many elements the JSON array `text` has: its commas, with none of those in texts, comments
+/// and elements. A text that is no array, or none that can be parsed, has some number.
+std::size_t CountElements(std::string_view text);
+
 /// False for parameters that could lead the program out of its folders or be seen differently by
 /// different readers: a NUL byte in any, or a path component ".." in one called "name".
 bool AreHarmless(const std::vector<Parameter> &parameters);

@@ -1,8 +1,8 @@
 // zip -q -0 -G -r -@ - : the archive of a download, from names on standard input to standard
 // output.
 
+#include "system/limits.h"
 #include "system/log.h"
-#include "system/log_lines.h"
 #include "zip/archive_names.h"
 #include <csignal>
 #include <cstdio>
@@ -54,6 +54,8 @@ int main(int argc, char **argv) {
   }
   openlog("zip", LOG_PERROR | LOG_PID, LOG_USER);
   vexo::system::BoundLog(kMostLogLines);
+  // The request that started it has limits of its own; this takes as long as the songs are large.
+  vexo::system::LiftCpuLimit();
   // A reader that went away is a failed write, whatever was inherited.
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);

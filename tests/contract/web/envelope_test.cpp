@@ -1,7 +1,7 @@
 #include "contract/web/cgi_process.h"
 #include "text/text.h"
 #include "vexo/web.h"
-#include "web/answered.h"
+#include "web/output.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <syslog.h>

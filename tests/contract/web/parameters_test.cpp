@@ -178,6 +178,31 @@ TEST(DecodeMultipart, TakesAsManyPartsAsThereMayBe) {
   EXPECT_EQ(PartsOf(text + Part("a", "1") + "--b--"), Texts{"refused"});
 }
 
+TEST(CountElements, CountsWhatStandsInTheArray) {
+  const struct {
+    const char *what, *text;
+    std::size_t count;
+  } rows[] = {
+      {"one", "[1]", 1},
+      {"three", R"(["1", 2 ,{"res":"a"}])", 3},
+      {"commas in elements", R"([{"a":1,"b":[1,2,3]},[4,5],6])", 3},
+      {"commas in texts", R"(["1,2,3","4"])", 2},
+      {"a quote in a text", R"(["1\",2",3])", 2},
+      {"a backslash before the end of a text", R"(["1\\",2])", 2},
+      {"brackets in texts", R"(["[",",","]"])", 3},
+      {"commas in comments", "[1,/*,,*/2,// ,,\n3]", 3},
+      {"a comment that is none", "[1/2,3]", 2},
+      {"commas behind it", "[1],2,3", 1},
+      {"an open text", "[1,\"2,3", 2},
+      {"an open text that ends with a backslash", "[1,\"2,\\", 2},
+      {"an open comment", "[1,/*2,3", 2},
+      {"a comment to the end", "[1,//2,3", 2},
+  };
+  for (const auto &row : rows) {
+    EXPECT_EQ(CountElements(row.text), row.count) << row.what;
+  }
+}
+
 TEST(AreHarmless, RefusesANulByteAnywhere) {
   using namespace std::string_view_literals;
   EXPECT_FALSE(AreHarmless({{"a", "b\0c"sv}}));

@@ -403,6 +403,25 @@ TEST_F(WebManTest, FindsTwentyThousandIdsWhole) {
   EXPECT_EQ(answer.output, "148890");
 }
 
+std::string Repeated(const char *text, int count) {
+  std::string repeated;
+  for (int i = 0; i < count; ++i) {
+    repeated += text;
+  }
+  return repeated;
+}
+
+TEST_F(WebManTest, TakesAHundredThousandEntriesAndNotOneMore) {
+  const std::string most = Repeated("7,", 99'999);
+  for (const char *name : {"seq_list", "playlists", "smartPlaylists"}) {
+    const std::string list = std::string("a=1&") + name + "=" + most;
+    EXPECT_EQ(Load(Post(kUrlEncoded, list + "7")).status, 1) << name;
+    ExpectRefusal(Load(Post(kUrlEncoded, list + "7,7")), "413");
+  }
+  EXPECT_EQ(Load(Post(kUrlEncoded, "a=1&id_info_list=[" + most + "7]")).status, 1);
+  ExpectRefusal(Load(Post(kUrlEncoded, "a=1&id_info_list=[" + most + "7,7]")), "413");
+}
+
 TEST_F(WebManTest, GivesTheFallbackForWhatWasNotSent) {
   const CgiAnswer answer = RunCgi(RequestOf({{"QUERY_STRING", "a=1"}}), [] {
     WebMan web;

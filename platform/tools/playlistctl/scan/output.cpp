@@ -1,6 +1,6 @@
 #include "playlistctl/scan/output.h"
 
-#include "system/log_lines.h"
+#include "system/log.h"
 #include "text/utf8.h"
 #include <algorithm>
 #include <sys/ioctl.h>

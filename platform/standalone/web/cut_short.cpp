@@ -1,0 +1,76 @@
+#include "web/cut_short.h"
+
+#include "web/output.h"
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <string_view>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace vexo::web {
+namespace {
+
+constexpr int kActionRan = 1;
+constexpr std::string_view kAnswer =
+    "Status: 500 Internal Server Error\r\n"
+    "Content-Type: text/plain; charset=\"UTF-8\"\r\n"
+    "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n\r\n"
+    "{\"error\":{\"key\":\"error_system\",\"line\":0,\"section\":\"common\"},\"success\":false}\n";
+
+/// Only what a signal's handler may do (signal-safety(7)).
+void WriteAll(int file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(file, text.data(), text.size());
+    if (written <= 0) {
+      return;
+    }
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+/// What waits in the standard output's buffer is the beginning of an answer that does not come.
+[[noreturn]] void End() {
+  if (!HasBegunToAnswer()) {
+    WriteAll(STDOUT_FILENO, kAnswer);
+  }
+  _exit(kActionRan);
+}
+
+extern "C" void EndWithoutTime(int /*signal*/) {
+  WriteAll(STDERR_FILENO, "audio_playlist: a request has used up the CPU time that cpu_seconds in "
+                          "[limits] of the configuration gives it\n");
+  End();
+}
+
+void LogException() {
+  if (!std::current_exception()) {
+    syslog(LOG_ERR, "a request ended by std::terminate()");
+    return;
+  }
+  try {
+    throw;
+  } catch (const std::bad_alloc &) {
+    syslog(LOG_ERR, "a request has used up the memory that memory_mib in [limits] of the "
+                    "configuration gives it");
+  } catch (const std::exception &error) {
+    syslog(LOG_ERR, "a request ended by an exception: %s", error.what());
+  } catch (...) {
+    syslog(LOG_ERR, "a request ended by an exception");
+  }
+}
+
+[[noreturn]] void EndWithException() {
+  LogException();
+  End();
+}
+
+} // namespace
+
+void AnswerWhenCutShort() {
+  std::signal(SIGXCPU, EndWithoutTime);
+  std::set_terminate(EndWithException);
+}
+
+} // namespace vexo::web
