@@ -214,13 +214,20 @@ class Life(PlayerTest):
             type(self).daemon = Daemon()
 
     def test_it_ends_at_once_while_an_mpd_hangs(self):
+        self.assertTrue(self.capture(SHARED, "on a connection that is kept").success)
+        self.ends_while_an_mpd_hangs("kept")
+        self.ends_while_an_mpd_hangs("never greeted, as the daemon is a new one")
+
+    def ends_while_an_mpd_hangs(self, name):
         self.mpds[0].process.send_signal(signal.SIGSTOP)
         try:
             with ThreadPoolExecutor(1) as pool:
-                hung = pool.submit(self.capture, SHARED, "ended")
-                wait_until(SHARED.file("ended").exists, "the request has begun")
+                hung = pool.submit(self.capture, SHARED, name)
+                wait_until(SHARED.file(name).exists, "the request has begun")
                 time.sleep(0.5)
-                self.assertEqual(self.daemon.stop(), 0)
+                self.daemon.process.send_signal(signal.SIGTERM)
+                self.assertEqual(self.daemon.process.wait(2), 0, "before the MPD's time is over")
+                self.assertFalse(CONTROL.exists())
                 self.assertEqual(hung.result().error, "common/error_system")
         finally:
             self.mpds[0].process.send_signal(signal.SIGCONT)

@@ -13,6 +13,7 @@
 #include <sys/signalfd.h>
 #include <syslog.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace {
 
@@ -42,8 +43,13 @@ void Serve(const std::string &group) {
            system::kConfigFile);
   }
   audiod::Server server(players);
-  const audiod::ControlSocket socket(audiod::kControlSocket, group);
-  server.Run(socket.descriptor(), stop.get());
+  {
+    const audiod::ControlSocket socket(audiod::kControlSocket, group);
+    server.Run(socket.descriptor(), stop.get());
+  }
+  // The players' threads hold nothing that has to be put away, and one that waits for the greeting
+  // of an MPD cannot be woken.
+  _exit(0);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "vexoaudiod/mpd_queue.h"
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string_view>
 #include <sys/socket.h>
@@ -49,12 +50,15 @@ std::string WithoutLinks(const std::string &path) {
 
 } // namespace
 
-MpdQueue::MpdQueue(PlayerSettings settings) : settings_(std::move(settings)) {}
+MpdQueue::MpdQueue(PlayerSettings settings, std::chrono::seconds answer_time)
+    : settings_(std::move(settings)), answer_time_(answer_time) {}
 
 MpdQueue::~MpdQueue() { Disconnect(); }
 
 QueuePart MpdQueue::Fetch(unsigned offset, unsigned limit) {
   const bool is_kept = connection_ != nullptr;
+  deadline_ = std::chrono::steady_clock::now() + answer_time_;
+  bytes_left_ = kMostAnswerBytes;
   try {
     return FetchOnce(offset, limit);
   } catch (const MpdError &error) {
@@ -109,7 +113,9 @@ void MpdQueue::Connect() {
   Check(mpd_connection_get_error(connection_.get()) == MPD_ERROR_SUCCESS);
   mpd_connection_set_keepalive(connection_.get(), true);
   if (!settings_.partition.empty()) {
-    Check(mpd_run_switch_partition(connection_.get(), settings_.partition.c_str()));
+    Check(mpd_send_switch_partition(connection_.get(), settings_.partition.c_str()));
+    SkipRest();
+    Check(mpd_response_finish(connection_.get()));
   }
   FindMusicDirectory();
 }
@@ -124,10 +130,10 @@ void MpdQueue::FindMusicDirectory() {
   music_directory_ = settings_.music_directory;
   if (music_directory_.empty()) {
     Check(mpd_send_command(connection_.get(), "config", nullptr));
-    mpd_pair *pair = mpd_recv_pair_named(connection_.get(), "music_directory");
-    if (pair != nullptr) {
-      music_directory_ = pair->value;
-      mpd_return_pair(connection_.get(), pair);
+    while (const Pair pair = NextPair()) {
+      if (pair->name == std::string_view("music_directory")) {
+        music_directory_ = pair->value;
+      }
     }
     const bool is_told = mpd_response_finish(connection_.get());
     Check(is_told || mpd_connection_clear_error(connection_.get()));
@@ -135,19 +141,62 @@ void MpdQueue::FindMusicDirectory() {
   real_music_directory_ = music_directory_.empty() ? "" : WithoutLinks(music_directory_);
 }
 
+MpdQueue::Pair MpdQueue::NextPair() {
+  mpd_connection *const connection = connection_.get();
+  Pair pair(mpd_recv_pair(connection), Return{connection});
+  if (pair) {
+    const std::size_t size = std::strlen(pair->name) + std::strlen(pair->value);
+    if (size >= bytes_left_) {
+      throw MpdError("an answer that is too long", false);
+    }
+    bytes_left_ -= size;
+    if (std::chrono::steady_clock::now() > deadline_) {
+      throw MpdError("an answer that takes too long", false);
+    }
+  }
+  return pair;
+}
+
+void MpdQueue::SkipRest() {
+  while (NextPair()) {
+  }
+}
+
 unsigned MpdQueue::ReceiveTotal() {
-  const std::unique_ptr<mpd_status, FreeStatus> status(mpd_recv_status(connection_.get()));
-  Check(status != nullptr && mpd_response_next(connection_.get()));
+  const std::unique_ptr<mpd_status, FreeStatus> status(mpd_status_begin());
+  if (status == nullptr) {
+    throw MpdError("no memory", false);
+  }
+  while (const Pair pair = NextPair()) {
+    mpd_status_feed(status.get(), pair.get());
+  }
+  Check(mpd_response_next(connection_.get()));
   return mpd_status_get_queue_length(status.get());
 }
 
 std::vector<QueueEntry> MpdQueue::ReceiveEntries(unsigned limit) {
   std::vector<QueueEntry> entries;
-  while (const auto song = std::unique_ptr<mpd_song, FreeSong>(mpd_recv_song(connection_.get()))) {
-    entries.push_back(Entry(song.get()));
-    if (entries.size() > limit) {
-      throw MpdError("more entries than asked for", false);
+  std::unique_ptr<mpd_song, FreeSong> song;
+  const auto take_song = [&] {
+    if (song != nullptr) {
+      entries.push_back(Entry(song.get()));
     }
+  };
+  while (const Pair pair = NextPair()) {
+    if (song != nullptr && mpd_song_feed(song.get(), pair.get())) {
+      continue;
+    }
+    take_song();
+    song.reset(mpd_song_begin(pair.get()));
+    if (song == nullptr || entries.size() >= limit) {
+      throw MpdError(song == nullptr ? "an entry that is none" : "more entries than asked for",
+                     false);
+    }
+  }
+  take_song();
+  if (mpd_connection_get_error(connection_.get()) == MPD_ERROR_SUCCESS) {
+    Check(mpd_response_next(connection_.get()));
+    SkipRest();
   }
   const bool is_finished = mpd_response_finish(connection_.get());
   const bool is_beyond_the_end =

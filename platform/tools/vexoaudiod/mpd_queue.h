@@ -4,6 +4,8 @@
 
 #include "vexoaudiod/player_settings.h"
 #include "vexoaudiod/queue_entry.h"
+#include <chrono>
+#include <cstddef>
 #include <memory>
 #include <mpd/client.h>
 #include <mutex>
@@ -32,7 +34,12 @@ struct QueuePart {
 
 class MpdQueue {
 public:
-  explicit MpdQueue(PlayerSettings settings);
+  /// A Fetch() ends by then, or a line's time-out later, which is before its client gives up.
+  static constexpr std::chrono::seconds kAnswerTime{6};
+  /// A page of entries has some 100 KiB.
+  static constexpr std::size_t kMostAnswerBytes = std::size_t{4} << 20;
+
+  explicit MpdQueue(PlayerSettings settings, std::chrono::seconds answer_time = kAnswerTime);
   ~MpdQueue();
   MpdQueue(const MpdQueue &) = delete;
   MpdQueue &operator=(const MpdQueue &) = delete;
@@ -54,11 +61,20 @@ private:
     void operator()(mpd_connection *connection) const { mpd_connection_free(connection); }
   };
   using Connection = std::unique_ptr<mpd_connection, Close>;
+  struct Return {
+    mpd_connection *connection;
+    void operator()(mpd_pair *pair) const { mpd_return_pair(connection, pair); }
+  };
+  using Pair = std::unique_ptr<mpd_pair, Return>;
 
   QueuePart FetchOnce(unsigned offset, unsigned limit);
   void Connect();
   void Disconnect();
   void FindMusicDirectory();
+  /// Reads a line of an answer; null: there is no further one. Every line is read here, as every
+  /// line counts: throws where an answer takes too long or is too long.
+  [[nodiscard]] Pair NextPair();
+  void SkipRest();
   [[nodiscard]] unsigned ReceiveTotal();
   [[nodiscard]] std::vector<QueueEntry> ReceiveEntries(unsigned limit);
   [[nodiscard]] QueueEntry Entry(const mpd_song *song) const;
@@ -66,7 +82,10 @@ private:
   [[nodiscard]] MpdError Failure() const;
 
   PlayerSettings settings_;
+  const std::chrono::seconds answer_time_;
   Connection connection_;
+  std::chrono::steady_clock::time_point deadline_; ///< of this Fetch()
+  std::size_t bytes_left_ = 0;                     ///< that its answers may still have
   std::string music_directory_, real_music_directory_;
   std::mutex abort_mutex_; ///< guards what follows, and the life of connection_
   bool aborted_ = false;

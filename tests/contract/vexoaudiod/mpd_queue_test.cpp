@@ -225,6 +225,50 @@ TEST_F(MpdQueueTest, AnswersThatAreNoneAreErrors) {
   }
 }
 
+TEST_F(MpdQueueTest, AnswersWithoutAnEndAreErrors) {
+  const std::string status = "playlistlength: 2\nlist_OK\n";
+  std::string lines;
+  while (lines.size() <= MpdQueue::kMostAnswerBytes * 2) {
+    lines += "Title: " + std::string(2000, 'x') + "\n";
+  }
+  PlayerSettings asking = Settings();
+  asking.music_directory.clear();
+  asking.partition = "attic";
+  const auto answer_to = [&](const std::string &wanted, const std::string &answer) {
+    return [=](const std::string &command) {
+      return command.starts_with(wanted) ? answer : QueueOfFiles(2)(command);
+    };
+  };
+  const std::pair<const char *, std::string> answers[] = {
+      {"partition", lines},
+      {"config", lines},
+      {"status", lines},
+      {"status", status + "file: a\n" + lines},
+      {"status", status + "file: a\nlist_OK\n" + lines},
+  };
+  for (const auto &[command, answer] : answers) {
+    Mpd(answer_to(command, answer));
+    MpdQueue queue(asking);
+    try {
+      queue.Fetch(0, 2);
+      ADD_FAILURE() << command;
+    } catch (const MpdError &error) {
+      EXPECT_STREQ(error.what(), "an answer that is too long") << command;
+    }
+  }
+}
+
+TEST_F(MpdQueueTest, AnAnswerMustEndInItsTime) {
+  Mpd(QueueOfFiles(2));
+  MpdQueue queue(Settings(), std::chrono::seconds(0));
+  try {
+    queue.Fetch(0, 2);
+    ADD_FAILURE();
+  } catch (const MpdError &error) {
+    EXPECT_STREQ(error.what(), "an answer that takes too long");
+  }
+}
+
 TEST_F(MpdQueueTest, AWaitForAnMpdThatHangsIsEndedFromOutside) {
   std::atomic<bool> asked = false;
   Mpd([&asked](const std::string &) {
