@@ -2,33 +2,25 @@
 #include "vexo/audio_file.h"
 
 #include "accounts/accounts.h"
-#include "files/durable_file.h"
-#include "files/file_descriptor.h"
-#include "files/folder.h"
 #include "host/arguments.h"
 #include "host/guard.h"
 #include "host/records.h"
 #include "index/media_index.h"
 #include "playlists/entries.h"
 #include "playlists/new_files.h"
+#include "playlists/read_playlist.h"
 #include "smart/smart_songs.h"
 #include "system/paths.h"
-#include <cerrno>
-#include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 using namespace vexo;
 using namespace vexo::host;
 
 namespace {
-
-constexpr std::size_t kMaxBytes = std::size_t{64} << 20;
 
 /// The records in one piece of memory.
 class LoadedPlaylist : public AudioPlaylist {
@@ -48,20 +40,6 @@ private:
   std::vector<__tag_VEXO_MEDIA_INFO *> pointers_;
 };
 
-/// Reads a file that lies where others may write: neither their files nor their links count.
-std::string ReadOwnFile(const std::string &path) {
-  const files::FileDescriptor file(
-      open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  struct stat status {};
-  if (!file || fstat(file.get(), &status) != 0) {
-    files::ThrowErrno("cannot open", path);
-  }
-  if (status.st_uid != geteuid()) {
-    throw std::runtime_error("the file is somebody else's: " + path);
-  }
-  return files::ReadWholeFile(file.get(), kMaxBytes);
-}
-
 } // namespace
 
 int AudioFile::GetPersonalLibraryFolderPath(const char *userName, char *buffer, int size) {
@@ -78,8 +56,11 @@ int AudioFile::GetPersonalLibraryFolderPath(const char *userName, char *buffer, 
 AudioPlaylist *AudioFile::PlaylistFileLoad(const char *path, int offset, int limit) {
   return Guarded(nullptr, [&]() -> AudioPlaylist * {
     const auto range = playlists::Range::Of(offset, limit);
-    const std::string content = ReadOwnFile(Required(path));
-    const playlists::EntrySongs songs(playlists::ReadEntries(content, path, range));
+    const auto content = playlists::ReadTemporaryPlaylist(Required(path));
+    if (!content) {
+      return nullptr;
+    }
+    const playlists::EntrySongs songs(playlists::ReadEntries(*content, path, range));
     return std::make_unique<LoadedPlaylist>(songs).release();
   });
 }

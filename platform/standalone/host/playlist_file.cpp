@@ -1,7 +1,6 @@
 // Playlist files, and edits of their songs.
 #include "vexo/playlist_file.h"
 
-#include "files/durable_file.h"
 #include "host/arguments.h"
 #include "host/guard.h"
 #include "host/records.h"
@@ -9,6 +8,7 @@
 #include "playlists/m3u_edits.h"
 #include "playlists/new_files.h"
 #include "playlists/playlist_folders.h"
+#include "playlists/read_playlist.h"
 #include "playlists/rows.h"
 #include "text/text.h"
 #include <stdexcept>
@@ -70,8 +70,11 @@ VEXOPlaylistRec *ParsePlayListByFieldGivenPath(const char *path, int *count, int
       throw std::invalid_argument("no fields that are known");
     }
     const auto range = playlists::Range::Of(offset, limit);
-    const std::string content = files::ReadWholeFile(Required(path));
-    const playlists::EntrySongs songs(playlists::ReadEntries(content, path, range));
+    const auto content = playlists::ReadPlaylist(Required(path));
+    if (!content) {
+      return static_cast<VEXOPlaylistRec *>(nullptr);
+    }
+    const playlists::EntrySongs songs(playlists::ReadEntries(*content, path, range));
     SongList list = MakeSongList(songs);
     *count = static_cast<int>(songs.size());
     return list.release();

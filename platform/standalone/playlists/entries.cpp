@@ -1,8 +1,7 @@
 #include "playlists/entries.h"
 #include "index/media_index.h"
 #include "playlists/entry_paths.h"
-#include "playlists/m3u.h"
-#include "playlists/pls.h"
+#include "playlists/playlist_content.h"
 #include "playlists/readable_text.h"
 #include "system/log.h"
 #include <algorithm>
@@ -11,41 +10,6 @@
 namespace vexo::playlists {
 
 namespace {
-
-template <typename Item>
-std::pair<std::size_t, std::size_t> Bounds(const std::vector<Item> &items, Range range) {
-  const std::size_t first = std::min(range.offset, items.size());
-  const std::size_t left = items.size() - first;
-  return {first, first + (range.limit == 0 ? left : std::min(range.limit, left))};
-}
-
-bool IsPlsFile(std::string_view content, const std::string &path) {
-  return IsPls(content) || path.ends_with(".pls");
-}
-
-std::vector<Entry> ReadPls(std::string_view content, EntryPaths &paths, Range range) {
-  const std::vector<PlsEntry> parsed = ParsePls(content);
-  std::vector<Entry> entries;
-  const auto [first, last] = Bounds(parsed, range);
-  for (std::size_t i = first; i < last; ++i) {
-    entries.push_back({paths.Resolve(parsed[i].path), "", ReadableText(parsed[i].title),
-                       parsed[i].duration_seconds});
-  }
-  return entries;
-}
-
-std::vector<Entry> ReadM3u(std::string_view content, EntryPaths &paths, Range range) {
-  const std::vector<M3uEntry> parsed = ParseM3u(content);
-  std::vector<Entry> entries;
-  const auto [first, last] = Bounds(parsed, range);
-  entries.reserve(last - first);
-  for (std::size_t i = first; i < last; ++i) {
-    const M3uInfo info = ParseM3uInfo(parsed[i].info);
-    entries.push_back({paths.Resolve(parsed[i].path), ReadableText(info.artist),
-                       ReadableText(info.title), info.duration_seconds});
-  }
-  return entries;
-}
 
 bool IsBefore(const index::Song &song, const std::string &path) { return song.path < path; }
 
@@ -87,9 +51,20 @@ Range Range::Of(int offset, int limit) {
   return {static_cast<std::size_t>(offset), static_cast<std::size_t>(limit)};
 }
 
-std::vector<Entry> ReadEntries(std::string_view content, const std::string &path, Range range) {
+std::vector<Entry> ReadEntries(std::string_view bytes, const std::string &path, Range range) {
+  PlaylistContent content(bytes, path);
   EntryPaths paths(path);
-  return IsPlsFile(content, path) ? ReadPls(content, paths, range) : ReadM3u(content, paths, range);
+  const std::size_t first = std::min(range.offset, content.size());
+  const std::size_t left = content.size() - first;
+  const std::size_t count = range.limit == 0 ? left : std::min(range.limit, left);
+  std::vector<Entry> entries;
+  entries.reserve(count);
+  for (std::size_t i = first; i < first + count; ++i) {
+    const ContentEntry entry = content.At(i);
+    entries.push_back({paths.Resolve(entry.path), ReadableText(entry.artist),
+                       ReadableText(entry.title), entry.duration_seconds});
+  }
+  return entries;
 }
 
 EntrySongs::EntrySongs(std::vector<Entry> entries)

@@ -23,8 +23,8 @@ struct Range {
   static Range Of(int offset, int limit);
 };
 
-/// The entries of an M3U or PLS file's content; `path` is the file's own.
-std::vector<Entry> ReadEntries(std::string_view content, const std::string &path, Range range = {});
+/// The entries of the bytes of the playlist file at `path`. Throws as PlaylistContent does.
+std::vector<Entry> ReadEntries(std::string_view bytes, const std::string &path, Range range = {});
 
 /// Entries, and what the index knows of the files they name.
 class EntrySongs {

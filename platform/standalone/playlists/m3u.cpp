@@ -1,5 +1,6 @@
 #include "playlists/m3u.h"
 #include "playlists/line_reader.h"
+#include "playlists/playlist_text.h"
 #include "playlists/readable_text.h"
 #include "playlists/seconds.h"
 #include <algorithm>
@@ -13,13 +14,6 @@ namespace {
 constexpr std::string_view kInfoTag = "#EXTINF:";
 constexpr std::string_view kProtection = "./";
 constexpr std::string_view kArtistEnd = " - ";
-
-/// A hostile file of nothing but line ends must not take all memory there is.
-void RequireRoom(std::size_t entries) {
-  if (entries >= kMaxEntries) {
-    throw std::length_error("more than " + std::to_string(kMaxEntries) + " entries");
-  }
-}
 
 bool NeedsProtection(std::string_view path) {
   while (path.starts_with(kProtection)) {
@@ -67,6 +61,27 @@ void AppendInfo(std::string &text, const NewEntry &song) {
   text.append(title).append("\n");
 }
 
+/// Calls `visit` with each entry, in order.
+template <typename Visit> void ForEachEntry(std::string_view content, Visit visit) {
+  constexpr std::size_t kNoTag = std::string_view::npos;
+  LineReader lines(content);
+  std::size_t tag_begin = kNoTag;
+  std::string_view info;
+  while (const auto line = lines.Next()) {
+    if (line->text.empty() || IsTooLongForPath(line->text)) {
+      continue;
+    }
+    if (line->text.starts_with(kInfoTag)) {
+      tag_begin = std::min(tag_begin, line->begin);
+      info = line->text.substr(kInfoTag.size());
+    } else if (line->text.front() != '#') {
+      visit(M3uEntry{std::min(tag_begin, line->begin), line->begin, line->end, line->text, info});
+      tag_begin = kNoTag;
+      info = {};
+    }
+  }
+}
+
 void AddPiece(files::Pieces &pieces, std::string_view piece) {
   if (!piece.empty()) {
     pieces.push_back(piece);
@@ -111,24 +126,18 @@ void AddText(files::Pieces &pieces, std::string_view before, std::string_view te
 } // namespace
 
 std::vector<M3uEntry> ParseM3u(std::string_view content) {
-  constexpr std::size_t kNoTag = std::string_view::npos;
   std::vector<M3uEntry> entries;
-  LineReader lines(content);
-  std::size_t tag_begin = kNoTag;
-  std::string_view info;
-  while (const auto line = lines.Next()) {
-    if (line->text.starts_with(kInfoTag)) {
-      tag_begin = std::min(tag_begin, line->begin);
-      info = line->text.substr(kInfoTag.size());
-    } else if (!line->text.empty() && line->text.front() != '#') {
-      RequireRoom(entries.size());
-      entries.push_back(
-          {std::min(tag_begin, line->begin), line->begin, line->end, line->text, info});
-      tag_begin = kNoTag;
-      info = {};
-    }
-  }
+  ForEachEntry(content, [&](const M3uEntry &entry) {
+    RequireRoom(entries.size() + 1);
+    entries.push_back(entry);
+  });
   return entries;
+}
+
+std::size_t CountM3uEntries(std::string_view content) {
+  std::size_t count = 0;
+  ForEachEntry(content, [&](const M3uEntry &) { ++count; });
+  return count;
 }
 
 std::string_view UnprotectPath(std::string_view text) {
@@ -169,7 +178,9 @@ void AppendM3uEntry(std::string &text, const NewEntry &song) {
 
 std::string M3uEntries(std::span<const NewEntry> songs) {
   std::string text;
+  std::size_t written = 0;
   for (const NewEntry &song : songs) {
+    RequireRoom(written += song.path.empty() ? 0 : 1);
     AppendM3uEntry(text, song);
   }
   return text;

@@ -24,10 +24,11 @@ struct M3uEntry {
   std::string_view info; ///< of its #EXTINF tag, behind the colon; empty when it has none
 };
 
-inline constexpr std::size_t kMaxEntries = 1'000'000;
-
-/// Throws std::length_error for more than kMaxEntries.
+/// Lines longer than a path are passed over. Throws UnreadableError for more than kMaxEntries.
 std::vector<M3uEntry> ParseM3u(std::string_view content);
+
+/// How many entries ParseM3u() would give, without making them.
+std::size_t CountM3uEntries(std::string_view content);
 
 /// The path that an entry's text stands for: without the "./" that protects it.
 std::string_view UnprotectPath(std::string_view text);
@@ -50,7 +51,7 @@ struct NewEntry {
 /// for a path that holds a line break.
 void AppendM3uEntry(std::string &text, const NewEntry &song);
 
-/// The lines of all songs.
+/// The lines of all songs. Throws UnreadableError for more than kMaxEntries.
 std::string M3uEntries(std::span<const NewEntry> songs);
 
 /// The line that a file begins with.

@@ -1,10 +1,13 @@
 #include "playlists/m3u_edits.h"
+#include "accounts/libraries.h"
 #include "playlists/entry_paths.h"
-#include "playlists/missing_files.h"
+#include "playlists/playlist_content.h"
+#include "playlists/playlist_text.h"
 #include "playlists/positions.h"
 #include "system/admin_log.h"
 #include "system/log.h"
 #include <algorithm>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -21,68 +24,87 @@ std::size_t RequireNotNegative(long number, const char *name) {
   return static_cast<std::size_t>(number);
 }
 
-std::vector<std::size_t> MissingPositions(const std::vector<M3uEntry> &entries,
-                                          const std::string &playlist) {
+/// The content that an edit works on, kept until the edit is made again or forgotten.
+class KeptContent {
+public:
+  PlaylistContent &Read(std::string_view bytes, const std::string &path) {
+    content_ = std::make_shared<PlaylistContent>(bytes, path);
+    return *content_;
+  }
+
+private:
+  std::shared_ptr<PlaylistContent> content_;
+};
+
+std::vector<std::size_t> MissingPositions(PlaylistContent &content, const std::string &playlist) {
+  if (!accounts::SharedLibraryFolder()) {
+    throw std::runtime_error("the shared library is not there");
+  }
   EntryPaths paths(playlist);
-  MissingFiles missing;
   std::vector<std::size_t> positions;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    const std::string_view text = entries[i].path;
-    if (!IsStreamAddress(text) && missing.AreGone(paths.Candidates(text))) {
+  for (std::size_t i = 0; i < content.size(); ++i) {
+    if (paths.IsGone(content.At(i).path)) {
       positions.push_back(i);
     }
   }
-  missing.RequireSameLibraries();
+  paths.RequireSameLibraries();
   return positions;
 }
 
 } // namespace
 
 Change Appending(std::span<const NewEntry> songs) {
-  return [text = M3uEntries(songs)](std::string_view content, const std::string &) {
-    return text.empty() ? std::nullopt : std::optional(AppendedM3u(content, text));
+  return [text = M3uEntries(songs), kept = KeptContent()](std::string_view bytes,
+                                                          const std::string &path) mutable {
+    return text.empty() ? std::nullopt : std::optional(kept.Read(bytes, path).Appended(text));
   };
 }
 
 Change Splicing(std::span<const NewEntry> songs, long start, long limit) {
-  return
-      [text = M3uEntries(songs), first = RequireNotNegative(start, "start"),
-       length = RequireNotNegative(limit, "limit")](std::string_view content, const std::string &) {
-        const std::vector<M3uEntry> entries = ParseM3u(content);
-        if (first > entries.size()) {
-          throw std::invalid_argument("start lies beyond the list's " +
-                                      std::to_string(entries.size()) + " entries");
-        }
-        const std::size_t last = first + std::min(length, entries.size() - first);
-        return std::optional(SplicedM3u(content, entries, first, last, text));
-      };
+  return [text = M3uEntries(songs), first = RequireNotNegative(start, "start"),
+          length = RequireNotNegative(limit, "limit"),
+          kept = KeptContent()](std::string_view bytes, const std::string &path) mutable {
+    PlaylistContent &content = kept.Read(bytes, path);
+    if (first > content.size()) {
+      throw std::invalid_argument("start lies beyond the list's " + std::to_string(content.size()) +
+                                  " entries");
+    }
+    const std::size_t last = first + std::min(length, content.size() - first);
+    return std::optional(content.Spliced(first, last, text));
+  };
 }
 
 Change Replacing(std::span<const NewEntry> songs) {
-  return [text = M3uEntries(songs)](std::string_view content, const std::string &) {
-    const std::vector<M3uEntry> entries = ParseM3u(content);
-    return std::optional(SplicedM3u(content, entries, 0, entries.size(), text));
+  return [text = M3uEntries(songs), edited = std::string(),
+          kept = KeptContent()](std::string_view bytes, const std::string &path) mutable {
+    try {
+      PlaylistContent &content = kept.Read(bytes, path);
+      return std::optional(content.Spliced(0, content.size(), text));
+    } catch (const UnreadableError &) {
+      return std::optional(NewPlaylist(path, text, edited));
+    }
   };
 }
 
 Change Removing(std::string positions) {
-  return [text = std::move(positions)](std::string_view content, const std::string &) {
-    const std::vector<M3uEntry> entries = ParseM3u(content);
-    return std::optional(ReducedM3u(content, entries, ParsePositions(text, entries.size())));
+  return [text = std::move(positions), kept = KeptContent()](std::string_view bytes,
+                                                             const std::string &path) mutable {
+    PlaylistContent &content = kept.Read(bytes, path);
+    return std::optional(content.Reduced(ParsePositions(text, content.size())));
   };
 }
 
 Change RemovingMissing(RemovedSongs &removed) {
-  return [&removed](std::string_view content,
-                    const std::string &path) -> std::optional<files::Pieces> {
+  return [&removed,
+          kept = KeptContent()](std::string_view bytes,
+                                const std::string &path) mutable -> std::optional<files::Pieces> {
     removed = {path, {}};
-    const std::vector<M3uEntry> entries = ParseM3u(content);
-    const std::vector<std::size_t> positions = MissingPositions(entries, path);
+    PlaylistContent &content = kept.Read(bytes, path);
+    const std::vector<std::size_t> positions = MissingPositions(content, path);
     for (const std::size_t position : positions) {
-      removed.entries.emplace_back(UnprotectPath(entries[position].path));
+      removed.entries.emplace_back(UnprotectPath(content.At(position).path));
     }
-    return positions.empty() ? std::nullopt
-                             : std::optional(ReducedM3u(content, entries, positions));
+    return positions.empty() ? std::nullopt : std::optional(content.Reduced(positions));
   };
 }
 

@@ -1,6 +1,6 @@
 #include "playlists/playlist_folders.h"
-#include "accounts/accounts.h"
 #include "accounts/libraries.h"
+#include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <vector>
@@ -33,7 +33,14 @@ bool IsBelowAnyOf(const std::optional<std::string> &folder, const accounts::Acco
          (account.personal_library && IsBelow(folder, account.personal_folder));
 }
 
-/// The accounts whose folders count: that of the request's user, or all outside of a request.
+} // namespace
+
+void RequireInLibrary(int owner, const std::string &path) {
+  if (!IsBelow(RealFolder(path), accounts::LibraryFolder(owner))) {
+    throw OutsideError(path);
+  }
+}
+
 std::vector<accounts::Account> AccountsThatCount() {
   const char *const user = std::getenv("REMOTE_USER");
   if (user == nullptr) {
@@ -43,25 +50,21 @@ std::vector<accounts::Account> AccountsThatCount() {
   return account ? std::vector{*account} : std::vector<accounts::Account>();
 }
 
-} // namespace
-
-void RequireInLibrary(int owner, const std::string &path) {
-  if (!IsBelow(RealFolder(path), accounts::LibraryFolder(owner))) {
-    throw OutsideError(path);
+bool IsInPlaylistsFolder(const std::string &real_folder) {
+  if (IsBelow(real_folder, accounts::SharedLibraryFolder())) {
+    return true;
   }
+  const std::vector<accounts::Account> accounts = AccountsThatCount();
+  return std::any_of(accounts.begin(), accounts.end(), [&](const accounts::Account &account) {
+    return IsBelowAnyOf(real_folder, account);
+  });
 }
 
 void RequireInPlaylistsFolder(const std::string &path) {
   const std::optional<std::string> folder = RealFolder(path);
-  if (IsBelow(folder, accounts::SharedLibraryFolder())) {
-    return;
+  if (!folder || !IsInPlaylistsFolder(*folder)) {
+    throw OutsideError(path);
   }
-  for (const accounts::Account &account : AccountsThatCount()) {
-    if (IsBelowAnyOf(folder, account)) {
-      return;
-    }
-  }
-  throw OutsideError(path);
 }
 
 void RequireInFolder(const std::string &folder, const std::string &path) {

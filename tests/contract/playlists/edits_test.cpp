@@ -1,6 +1,7 @@
 // Edits of playlists' songs, the same for those of a library and those of a preference folder.
 #include "contract/playlists/playlists_test.h"
 #include "files/durable_file.h"
+#include "playlists/playlist_text.h"
 #include "support/faults.h"
 #include <array>
 #include <limits>
@@ -253,6 +254,96 @@ TEST_P(Edits, RemoveMissingKeepsWhatMayBeThere) {
   EXPECT_EQ(RemoveMissing(), 0);
   EXPECT_EQ(ReadBytes(path_), content);
   EXPECT_EQ(RemovedInLog(), Texts{});
+}
+
+TEST_P(Edits, RemoveMissingReadsEntriesInEveryWay) {
+  const std::string root = GetParam() == Storage::kPersonal ? Personal("alice") : library();
+  fs::create_directory(root + "/Album");
+  WriteBytes(root + "/Album/there.mp3", "");
+  const Texts there = {"Album\\there.mp3", "file://" + root + "/Album/%74here.mp3"};
+  const Texts gone = {"Album\\gone.mp3", "file://" + root + "/Album/gone%21.mp3"};
+  const Texts unknown = {"C:\\Music\\a.mp3",    "D:/a.mp3",
+                         "\\\\server\\a.mp3",   "..\\..\\a.mp3",
+                         "file://server/a.mp3", "file:///nowhere/a.mp3"};
+  Texts all = there;
+  all.insert(all.end(), gone.begin(), gone.end());
+  all.insert(all.end(), unknown.begin(), unknown.end());
+  WriteBytes(path_, M3u(all));
+  EXPECT_EQ(RemoveMissing(), 0);
+  all.erase(all.begin() + 2, all.begin() + 4);
+  EXPECT_EQ(ReadBytes(path_), M3u(all));
+  EXPECT_EQ(RemovedInLog(), (Texts{R"(Album\\gone.mp3)", gone[1]}));
+}
+
+TEST_P(Edits, RemoveMissingTellsNothingOfOtherFolders) {
+  const std::string there = std::string(system::kTemporary) + "/there.mp3";
+  WriteBytes(there, "");
+  AddUser("carol", true);
+  WriteBytes(Personal("carol") + "/there.mp3", "");
+  fs::create_directory_symlink(system::kTemporary, library() + "/link");
+  const std::string content =
+      M3u({there, std::string(system::kTemporary) + "/gone.mp3", "../../tmp/there.mp3",
+           "../../tmp/gone.mp3", library() + "/link/there.mp3", library() + "/link/gone.mp3",
+           Personal("carol") + "/there.mp3", Personal("carol") + "/gone.mp3", "/etc/passwd",
+           "/etc/gone"});
+  WriteBytes(path_, content);
+  setenv("REMOTE_USER", GetParam() == Storage::kPreferences ? "bob" : "alice", 1);
+  EXPECT_EQ(RemoveMissing(), 0);
+  unsetenv("REMOTE_USER");
+  EXPECT_EQ(ReadBytes(path_), content);
+}
+
+TEST_P(Edits, KeepTheFormatOfTheFile) {
+  WriteBytes(path_, "[playlist]\nFile1=/a\nX=1\nFile2=/b\nNumberOfEntries=2\n");
+  EXPECT_EQ(Append({"/c"}), 0);
+  EXPECT_EQ(Update({"/d"}, 0, 1), 0);
+  EXPECT_EQ(Remove("1"), 0);
+  EXPECT_EQ(ReadBytes(path_), "[playlist]\nFile1=/d\nX=1\nFile2=/c\nNumberOfEntries=2\n");
+  EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs({"/e"}).get(), path_.c_str()), 0);
+  EXPECT_EQ(ReadBytes(path_), "[playlist]\nFile1=/e\nX=1\nNumberOfEntries=1\n");
+  WriteBytes(path_, "[playlist]\nFile1=" + library() + "/gone.mp3\nFile2=/c\n");
+  EXPECT_EQ(RemoveMissing(), 0);
+  EXPECT_EQ(ReadBytes(path_), "[playlist]\nFile1=/c\nNumberOfEntries=1\n");
+}
+
+TEST_P(Edits, OfUtf16MakeItUtf8) {
+  const std::string utf16("\xFF\xFE/\0a\0\r\0\n\0/\0\xE9\0\n\0", 16);
+  WriteBytes(path_, utf16);
+  EXPECT_EQ(Append({}, 0), 0);
+  EXPECT_EQ(ReadBytes(path_), utf16) << "nothing was edited";
+  EXPECT_EQ(Append({"/b"}), 0);
+  EXPECT_EQ(ReadBytes(path_), "/a\r\n/\xC3\xA9\n/b\n");
+}
+
+TEST_P(Edits, OfWhatIsNoPlaylistFailAndWritingReplacesIt) {
+  std::string too_many;
+  for (std::size_t i = 0; i <= kMaxEntries; ++i) {
+    too_many += "/a\n";
+  }
+  for (const std::string &bytes : {std::string("#EXTM3U\n\0/a\n", 12), too_many,
+                                   std::string("\xFF\xFE/\0a"), std::string(100, '\0')}) {
+    WriteBytes(path_, bytes);
+    EXPECT_EQ(Append({"/b"}), -1);
+    EXPECT_EQ(Update({"/b"}, 0, 1), -1);
+    EXPECT_EQ(Remove("0"), -1);
+    EXPECT_EQ(RemoveMissing(), -1);
+    EXPECT_EQ(ReadBytes(path_), bytes);
+    EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs({"/c"}).get(), path_.c_str()), 0);
+    EXPECT_EQ(ReadBytes(path_), M3u({"/c"}));
+  }
+}
+
+TEST_P(Edits, NeverMakeAListThatIsTooLongToRead) {
+  const std::string full = M3u(Texts(kMaxEntries, "/a"));
+  WriteBytes(path_, full);
+  EXPECT_EQ(Append({"/b"}), -1);
+  EXPECT_EQ(Update({"/b"}, 7, 0), -1);
+  EXPECT_EQ(Update({"/b", "/c"}, 7, 1), -1);
+  EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs(Texts(kMaxEntries + 1, "/b")).get(), path_.c_str()),
+            -1);
+  EXPECT_EQ(ReadBytes(path_), full);
+  EXPECT_EQ(Update({"/b"}, 0, 2), 0);
+  EXPECT_EQ(ReadBytes(path_).substr(0, 14), "#EXTM3U\n/b\n/a\n");
 }
 
 TEST_P(Edits, RemoveMissingOfALibraryThatIsNotMountedFailsAndChangesNothing) {

@@ -1,5 +1,6 @@
 #include "contract/playlists/playlists_test.h"
 #include "playlists/m3u.h"
+#include "playlists/playlist_text.h"
 #include <cstdio>
 #include <random>
 #include <stdexcept>
@@ -17,19 +18,17 @@ Views PathsIn(std::string_view content) {
   return paths;
 }
 
-std::string Text(const files::Pieces &pieces) {
-  std::string text;
-  for (const std::string_view piece : pieces) {
-    text += piece;
-  }
-  return text;
-}
-
 TEST(M3u, IsReadAsOtherProgramsWriteIt) {
   struct Row {
-    const char *description, *content;
+    const char *description;
+    std::string_view content;
     Views paths;
   };
+  using std::string_view_literals::operator""sv;
+  const std::string long_name(kMaxPathBytes - 1, 'n');
+  const std::string path = "/" + long_name, protected_path = "./ " + long_name;
+  const std::string too_long = path + "x\n#EXTINF:" + path + "\n" + path + "\n/a\n";
+  const std::string long_address = "file://" + path + path, address_and_end = long_address + "\n";
   const Row rows[] = {
       {"an empty file", "", {}},
       {"a head alone", "#EXTM3U\n", {}},
@@ -47,7 +46,11 @@ TEST(M3u, IsReadAsOtherProgramsWriteIt) {
       {"a blank at the end of a name", "/a \n", {"/a "}},
       {"an address", "http://radio/a?b#c\n", {"http://radio/a?b#c"}},
       {"a tag without a song", "#EXTINF:1,T\n", {}},
-      {"bytes that are no text", std::string_view("\xFF\xFE\x00\n", 4).data(), {"\xFF\xFE"}},
+      {"bytes that are no UTF-8", "\xFF\xFE\n", {"\xFF\xFE"}},
+      {"a NUL byte", "a\0b\n"sv, {"a\0b"sv}},
+      {"lines longer than a path", too_long, {path, "/a"}},
+      {"a protected path of the greatest length", protected_path, {protected_path}},
+      {"an address with three bytes for one", address_and_end, {long_address}},
   };
   for (const Row &row : rows) {
     EXPECT_EQ(PathsIn(row.content), row.paths) << row.description;
@@ -176,7 +179,16 @@ TEST(M3u, AFileOfTooManyEntriesIsRefused) {
     content += "a\n";
   }
   EXPECT_EQ(ParseM3u(content).size(), kMaxEntries);
-  EXPECT_THROW((void)ParseM3u(content + "a\n"), std::length_error);
+  EXPECT_EQ(CountM3uEntries(content + "a\n"), kMaxEntries + 1);
+  EXPECT_THROW((void)ParseM3u(content + "a\n"), UnreadableError);
+}
+
+TEST(M3u, MoreSongsThanAPlaylistMayHaveAreRefused) {
+  std::vector<NewEntry> songs(kMaxEntries, NewEntry{"/a", "", "", 0});
+  songs.push_back({});
+  EXPECT_EQ(CountM3uEntries(M3uEntries(songs)), kMaxEntries);
+  songs.push_back({"/b", "", "", 0});
+  EXPECT_THROW((void)M3uEntries(songs), UnreadableError);
 }
 
 TEST(M3uEdits, AppendingEndsTheLastLineAndGivesAnEmptyFileItsHead) {

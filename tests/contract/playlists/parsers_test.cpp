@@ -1,7 +1,5 @@
-// PLS files, positions, streams' addresses.
+// Positions and addresses.
 #include "playlists/entry_paths.h"
-#include "playlists/m3u.h"
-#include "playlists/pls.h"
 #include "playlists/positions.h"
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -67,55 +65,30 @@ TEST(Positions, AHundredThousandAreAnOrdinaryText) {
   EXPECT_EQ(ParsePositions(text, 100000).size(), 100000U);
 }
 
-TEST(Pls, IsToldByItsFirstLine) {
-  for (const char *content :
-       {"[playlist]", "[Playlist]\r\n", "\xEF\xBB\xBF[playlist]\n", "\n \n[PLAYLIST] \nFile1=a"}) {
-    EXPECT_TRUE(IsPls(content)) << content;
-  }
-  for (const char *content : {"", "#EXTM3U\n[playlist]", "[playlist", "x[playlist]", "File1=a"}) {
-    EXPECT_FALSE(IsPls(content)) << content;
-  }
-}
-
-TEST(Pls, EntriesComeInTheOrderOfTheirNumbers) {
-  const auto entries = ParsePls("[playlist]\r\nFile10=/j\r\nTitle2=Two\r\nFile2=/b\r\n"
-                                "Length2=12\r\nFile1 = /a\r\nLength1=-1\r\nNumberOfEntries=3\r\n"
-                                "Version=2\r\n");
-  ASSERT_EQ(entries.size(), 3U);
-  EXPECT_EQ(entries[0].path, "/a");
-  EXPECT_EQ(entries[0].duration_seconds, 0);
-  EXPECT_EQ(entries[1].path, "/b");
-  EXPECT_EQ(entries[1].title, "Two");
-  EXPECT_EQ(entries[1].duration_seconds, 12);
-  EXPECT_EQ(entries[2].path, "/j");
-}
-
-TEST(Pls, LinesThatCannotBeReadArePassedOver) {
-  for (const char *line :
-       {"", "File=x", "File0=x", "File-1=x", "File99999999999=x", "File1x=x", "Filex=x", "=x",
-        "File3", "File3=", "Title3=x", "Length3=x", "\xFF=\xFF", "[playlist]", ";File3=x"}) {
-    const std::string content = std::string("[playlist]\nFile2=/b\n") + line + "\n";
-    const auto entries = ParsePls(content);
-    ASSERT_EQ(entries.size(), 1U) << line;
-    EXPECT_EQ(entries[0].path, "/b") << line;
-  }
-}
-
-TEST(Pls, OfMoreThanAMillionEntriesIsRefused) {
-  std::string content = "[playlist]\n";
-  for (std::size_t number = 1; number <= kMaxEntries; ++number) {
-    content += "File" + std::to_string(number) + "=a\n";
-  }
-  EXPECT_EQ(ParsePls(content).size(), kMaxEntries);
-  EXPECT_THROW((void)ParsePls(content + "Title1000001=a\n"), std::length_error);
-}
-
 TEST(StreamAddresses, AreToldFromPaths) {
   for (const char *text : {"http://a", "HTTPS://a/b c", "rtsp://x", "mms+x.y-z1://", "file:///a"}) {
     EXPECT_TRUE(IsStreamAddress(text)) << text;
   }
   for (const char *text : {"/a://b", "a b://c", "://x", "http:/a", "a.mp3", "", "\xC3\xA9://x"}) {
     EXPECT_FALSE(IsStreamAddress(text)) << text;
+  }
+}
+
+TEST(FileAddresses, HavePaths) {
+  struct Row {
+    const char *address, *path;
+  };
+  for (const Row &row :
+       {Row{"file:///a", "/a"}, Row{"file:///a%20b%C3%A9", "/a b\xC3\xA9"},
+        Row{"FILE://LocalHost/a", "/a"}, Row{"file:/a", "/a"}, Row{"file:///a%", "/a%"},
+        Row{"file:///a%2", "/a%2"}, Row{"file:///100%ab", "/100\xAB"},
+        Row{"file:///a%zz%4", "/a%zz%4"}, Row{"file:///a%+1%-1% 1", "/a%+1%-1% 1"},
+        Row{"file:///a%00b", "/a%00b"}, Row{"file:///a+b?c#d", "/a+b?c#d"}, Row{"file:///", "/"}}) {
+    EXPECT_EQ(PathOfFileAddress(row.address), row.path) << row.address;
+  }
+  for (const char *text : {"", "file:", "file:a", "file://", "file://host/a", "file:////host/a",
+                           "http:///a", "/file:///a", "xfile:///a"}) {
+    EXPECT_EQ(PathOfFileAddress(text), std::nullopt) << text;
   }
 }
 

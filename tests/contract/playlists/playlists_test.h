@@ -47,6 +47,15 @@ inline std::string M3u(const Texts &lines) {
   return content;
 }
 
+/// What the pieces of an edit make together.
+inline std::string Text(const files::Pieces &pieces) {
+  std::string text;
+  for (const std::string_view piece : pieces) {
+    text += piece;
+  }
+  return text;
+}
+
 inline Texts PathsOf(const VEXOPlaylistRec *song) {
   Texts paths;
   for (; song != nullptr; song = song->next) {

@@ -1,6 +1,7 @@
 // Playlist files as lists of records.
 #include "contract/playlists/playlists_test.h"
 #include "index/sqlite_index.h"
+#include "playlists/playlist_text.h"
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -185,10 +186,99 @@ TEST_F(Reading, AFileNamedInBytesThatAreNotUtf8IsFound) {
   EXPECT_EQ(ReadPaths(file_), Texts{song});
 }
 
-TEST_F(Reading, APathLongerThanARecordHoldsStaysEmpty) {
+TEST_F(Reading, LinesLongerThanARecordHoldsArePassedOver) {
   Know({});
   WriteBytes(file_, M3u({"/" + std::string(5000, 'a'), "/" + std::string(4094, 'b')}));
-  EXPECT_EQ(ReadPaths(file_), (Texts{"", "/" + std::string(4094, 'b')}));
+  EXPECT_EQ(ReadPaths(file_), Texts{"/" + std::string(4094, 'b')});
+}
+
+TEST_F(Reading, AddressesOfLocalFilesAreTheirPaths) {
+  Know({});
+  const std::string song = library() + "/a b%.mp3";
+  WriteBytes(song, "");
+  const std::string gone = "file://" + library() + "/gone%20one.mp3";
+  WriteBytes(file_, M3u({"file://" + library() + "/a%20b%25.mp3",
+                         "FILE://localhost" + library() + "/a%20b%.mp3", gone,
+                         "file://elsewhere" + library() + "/song.mp3"}));
+  EXPECT_EQ(ReadPaths(file_),
+            (Texts{song, song, gone, "file://elsewhere" + library() + "/song.mp3"}));
+}
+
+TEST_F(Reading, BackslashesSeparateWhereThePlainPathIsNoFile) {
+  Know({});
+  fs::create_directory(library() + "/AC");
+  WriteBytes(library() + "/AC/DC.mp3", "");
+  const std::string slashes = library() + "/AC/DC.mp3", plain = library() + "/AC\\DC.mp3";
+  WriteBytes(file_, M3u({"AC\\DC.mp3", "..\\AC\\DC.mp3", plain, "C:\\AC\\DC.mp3"}));
+  EXPECT_EQ(ReadPaths(file_), (Texts{slashes, slashes, slashes, "C:\\AC\\DC.mp3"}));
+  WriteBytes(plain, "");
+  EXPECT_EQ(ReadPaths(file_), (Texts{plain, slashes, plain, "C:\\AC\\DC.mp3"}));
+}
+
+TEST_F(Reading, TellsNothingOfFilesOutsideOfTheLibraries) {
+  Know({});
+  const std::string there = std::string(system::kTemporary) + "/there.mp3";
+  WriteBytes(there, "");
+  fs::create_directory_symlink(system::kTemporary, library() + "/link");
+  fs::create_symlink(there, library() + "/linked.mp3");
+  const Texts entries = {"../../tmp/there.mp3", "../link/there.mp3",
+                         "../linked.mp3",       "..\\..\\tmp\\there.mp3",
+                         "file://" + there,     "../../homes/alice/music/own.mp3"};
+  WriteBytes(Personal("alice") + "/own.mp3", "");
+  setenv("REMOTE_USER", "bob", 1);
+  WriteBytes(file_, M3u(entries));
+  EXPECT_EQ(ReadPaths(file_), entries);
+  unsetenv("REMOTE_USER");
+}
+
+TEST_F(Reading, NeverLeavesThePlaylistsFolders) {
+  const std::string secret = system::kPasswordFile;
+  WriteBytes(secret, "alice:secret\n");
+  WriteBytes(library() + "/list.m3u", M3u({"/a"}));
+  fs::create_symlink(secret, Shared("x.m3u"));
+  fs::create_symlink("x.m3u", Shared("y.m3u"));
+  fs::create_directory_symlink(library(), Shared("link"));
+  for (const std::string &path :
+       {secret, Shared("x.m3u"), Shared("y.m3u"), Shared("link/list.m3u"), Shared("../list.m3u"),
+        library() + "/list.m3u", std::string("/etc/passwd"), std::string("/proc/self/environ"),
+        std::string(system::kTemporary) + "/list.m3u", std::string()}) {
+    EXPECT_FALSE(Read(path)) << path;
+    EXPECT_EQ(count_, -1) << path;
+  }
+}
+
+TEST_F(Reading, FollowsALinkFromOnePlaylistsFolderIntoAnother) {
+  Know({});
+  fs::create_directory(Shared("sub"));
+  WriteBytes(Shared("sub/real.m3u"), M3u({"/a"}));
+  fs::create_symlink("sub/real.m3u", file_);
+  EXPECT_EQ(ReadPaths(file_), Texts{"/a"});
+}
+
+TEST_F(Reading, OfARequestIsOfItsUsersOwnLists) {
+  Know({});
+  const std::string alices = Preferences("alice") + "/playlists/a.m3u";
+  WriteBytes(alices, M3u({"/a"}));
+  fs::create_symlink(alices, Shared("link.m3u"));
+  for (const char *user : {"alice", "bob", "mallory"}) {
+    setenv("REMOTE_USER", user, 1);
+    const bool may_read = user == std::string("alice");
+    EXPECT_EQ(Read(alices) != nullptr, may_read) << user;
+    EXPECT_EQ(Read(Shared("link.m3u")) != nullptr, may_read) << user;
+  }
+  unsetenv("REMOTE_USER");
+}
+
+TEST_F(Reading, OfWhatIsNoPlaylistFails) {
+  std::string too_many;
+  for (std::size_t i = 0; i <= kMaxEntries; ++i) {
+    too_many += "/a\n";
+  }
+  for (const std::string &bytes : {std::string("#EXTM3U\n\0/a\n", 12), too_many}) {
+    WriteBytes(file_, bytes);
+    EXPECT_FALSE(Read(file_));
+    EXPECT_EQ(count_, -1);
+  }
 }
 
 class Loading : public Reading {
@@ -238,6 +328,15 @@ TEST_F(Loading, RefusesLinksFoldersAndPipes) {
   EXPECT_EQ(Load(other + "2"), Texts{"not loaded"});
   EXPECT_EQ(Load(other + "3"), Texts{"not loaded"});
   EXPECT_EQ(AudioFile::PlaylistFileLoad(nullptr, 0, 0), nullptr);
+}
+
+TEST_F(Loading, RefusesOtherFoldersAndSecondNames) {
+  WriteBytes(file_, M3u({"/a"}));
+  EXPECT_EQ(Load(file_), Texts{"not loaded"});
+  fs::create_hard_link(file_, queue_);
+  EXPECT_EQ(Load(queue_), Texts{"not loaded"});
+  fs::remove(file_);
+  EXPECT_EQ(Load(queue_), Texts{"/a"});
 }
 
 TEST_F(Loading, RefusesAFileOfSomebodyElse) {
