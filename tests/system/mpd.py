@@ -1,9 +1,8 @@
 """An MPD on the library of the device root."""
 
 import os
-import subprocess
 
-from server import LIBRARY, ROOT, SOURCE, run, wait_until
+from server import LIBRARY, ROOT, SOURCE, run, start
 
 SOCKET = ROOT / "tmp/mpd.sock"
 
@@ -12,10 +11,8 @@ class Mpd:
     def __init__(self):
         conf = ROOT / "etc/mpd.conf"
         conf.write_text(run(SOURCE / "scripts/mpd_conf", ROOT, LIBRARY))
-        with open(ROOT / "var/log/vexo/mpd.log", "wb") as log:
-            self.process = subprocess.Popen(["mpd", "--no-daemon", str(conf)],
-                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        wait_until(SOCKET.exists, "mpd listens")
+        self.process = start(["mpd", "--no-daemon", conf], ROOT / "var/log/vexo/mpd.log",
+                             SOCKET.exists)
 
     def mpc(self, *arguments):
         return run("mpc", "-q", *arguments, env={**os.environ, "MPD_HOST": str(SOCKET)})

@@ -5,10 +5,9 @@ import os
 import signal
 import socket
 import struct
-import subprocess
 
 import mpd
-from server import BIN, LIBRARY, ROOT, run, wait_until
+from server import BIN, LIBRARY, ROOT, run, start
 
 CONTROL = ROOT / "tmp/vexoaudiod.sock"
 SELECT, QUEUE = 21, 30
@@ -30,14 +29,10 @@ def ask(code, argument):
 class Daemon:
     def __init__(self, *options):
         self.log_file = ROOT / "var/log/vexo/vexoaudiod.log"
-        with open(self.log_file, "ab") as log:
-            self.process = subprocess.Popen([BIN / "vexoaudiod", *options],
-                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        wait_until(self._answers, "vexoaudiod answers")
+        self.process = start([BIN / "vexoaudiod", *options], self.log_file, self._answers)
 
-    def _answers(self):
-        if self.process.poll() is not None:
-            raise AssertionError(f"vexoaudiod ended: {self.log_file.read_text()}")
+    @staticmethod
+    def _answers():
         try:
             return "error" in ask(1, "")
         except OSError:
@@ -61,10 +56,8 @@ class PlayerMpd(mpd.Mpd):
             conf = conf.replace(f"/{file}\"", f"/{file.replace('mpd', self.name)}\"")
         path = ROOT / f"etc/{self.name}.conf"
         path.write_text(conf)
-        with open(ROOT / f"var/log/vexo/{self.name}.log", "ab") as log:
-            self.process = subprocess.Popen(["mpd", "--no-daemon", str(path)],
-                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
-        wait_until(self._listens, f"{self.name} listens")
+        self.process = start(["mpd", "--no-daemon", path], ROOT / f"var/log/vexo/{self.name}.log",
+                             self._listens)
         self.mpc("--wait", "update")
 
     def _listens(self):

@@ -133,6 +133,23 @@ def wait_until(condition, what, seconds=20):
         time.sleep(0.02)
 
 
+def start(command, log_file, listens, **options):
+    """Starts a server that logs into a file, and gives its process when it listens. One that does not
+    is ended."""
+    with open(log_file, "ab") as log:
+        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                                   **options)
+    try:
+        wait_until(lambda: process.poll() is not None or listens(), f"{command[0]} listens")
+        if process.returncode is not None:
+            raise AssertionError(f"{command[0]} ended:\n{log_file.read_text(errors='replace')}")
+    except BaseException:
+        process.kill()
+        process.wait()
+        raise
+    return process
+
+
 class Server:
     """A lighttpd on a free port of the loopback."""
 
@@ -141,14 +158,10 @@ class Server:
         conf = ROOT / "etc/lighttpd.conf"
         conf.write_text(run(SOURCE / "scripts/lighttpd_conf", ROOT, address, self.port))
         self.log_file = ROOT / "var/log/vexo/lighttpd.log"
-        with open(self.log_file, "ab") as log:
-            self.process = subprocess.Popen(["lighttpd", "-D", "-f", conf], stdin=subprocess.DEVNULL,
-                                            stdout=log, stderr=log, start_new_session=True)
-        wait_until(self._listens, "lighttpd listens")
+        self.process = start(["lighttpd", "-D", "-f", conf], self.log_file, self._listens,
+                             start_new_session=True)
 
     def _listens(self):
-        if self.process.poll() is not None:
-            raise AssertionError(f"lighttpd ended:\n{self.log()}")
         with socket.socket() as client:
             return client.connect_ex(("127.0.0.1", self.port)) == 0
 
@@ -241,12 +254,9 @@ class RootTest(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
+        cls.addClassCleanup(shutil.rmtree, ROOT, ignore_errors=True)
         lay_root()
         cls.tracks = copy_demo_tracks()
-
-    @classmethod
-    def tearDownClass(cls):
-        shutil.rmtree(ROOT, ignore_errors=True)
 
 
 class ServerTest(RootTest):
@@ -256,8 +266,4 @@ class ServerTest(RootTest):
     def setUpClass(cls):
         super().setUpClass()
         cls.server = Server()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.server.stop()
-        super().tearDownClass()
+        cls.addClassCleanup(cls.server.stop)

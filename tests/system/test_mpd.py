@@ -1,6 +1,5 @@
 """Playlists go to and fro between the program and MPD, as files in the shared playlists folder."""
 
-import time
 import unittest
 
 from mpd import Mpd
@@ -15,12 +14,8 @@ class ThroughMpd(ServerTest):
         super().setUpClass()
         SHARED.folder.mkdir(exist_ok=True)
         cls.mpd = Mpd()
+        cls.addClassCleanup(cls.mpd.stop)
         cls.mpd.mpc("--wait", "update")
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.mpd.stop()
-        super().tearDownClass()
 
     def setUp(self):
         self.mpd.mpc("clear")
@@ -58,7 +53,6 @@ class ThroughMpd(ServerTest):
 
     def take_in(self, name):
         """Gives a file that somebody else has made its row, and tells its id."""
-        time.sleep(2.5)  # a file that is still being written gets no row
         playlistctl("scan")
         answer = self.server.add(SHARED, name, overwrite="true")
         self.assertTrue(answer.success, answer)

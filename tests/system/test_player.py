@@ -8,6 +8,7 @@ import stat
 import subprocess
 import time
 import unittest
+import wave
 from concurrent.futures import ThreadPoolExecutor
 
 from player_daemon import CONTROL, QUEUE, SELECT, Daemon, PlayerMpd, ask
@@ -21,6 +22,14 @@ ODD_NAMES = ("-leading dash.wav", "quotes ' and \".wav", "小川 霧笛.wav", "a
              "Å" * 120 + ".wav", "tab\tinside.wav", BLANK_FIRST, "http: not one.wav")
 
 
+def write_silence(path):
+    with wave.open(str(path), "wb") as sound:
+        sound.setnchannels(1)
+        sound.setsampwidth(2)
+        sound.setframerate(8000)
+        sound.writeframes(bytes(2 * 800))
+
+
 def full(entries):
     return [entry if entry in STREAMS else f"{LIBRARY}/{entry}" for entry in entries]
 
@@ -31,7 +40,7 @@ class PlayerTest(ServerTest):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        run("sox", "-n", "-r", "8000", "-c", "1", LIBRARY / "tone.wav", "trim", "0", "0.1")
+        write_silence(LIBRARY / "tone.wav")
         (LIBRARY / "folder").mkdir()
         for name in ODD_NAMES:
             (LIBRARY / name).write_bytes((LIBRARY / "tone.wav").read_bytes())
@@ -40,17 +49,14 @@ class PlayerTest(ServerTest):
             f"[player 0]\nhost={ROOT}/tmp/mpd.sock\n"
             f"[player usb]\nhost={ROOT}/tmp/usb.sock\nmusic_directory={LIBRARY}/\n"
             f"[player 7]\nhost={ROOT}/tmp/none.sock\n")
-        cls.mpds = [PlayerMpd(), PlayerMpd("usb")]
+        cls.mpds = []
+        for name in ("mpd", "usb"):
+            cls.mpds.append(PlayerMpd(name))
+            cls.addClassCleanup(cls.mpds[-1].stop)
         cls.files = [track.removeprefix(f"{LIBRARY}/") for track in cls.tracks]
         cls.all = [*ODD_NAMES, *STREAMS, *cls.files]
         cls.daemon = Daemon()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.daemon.stop()
-        for server in cls.mpds:
-            server.stop()
-        super().tearDownClass()
+        cls.addClassCleanup(lambda: cls.daemon.stop())  # the one that runs then
 
     def capture(self, kind, name, target="0", **parameters):
         return self.server.ask("addplaying", kind.user, name=name, type=kind.type, target=target,

@@ -60,7 +60,8 @@ class Served:
 
     def run_curl_line_again(self):
         """In another second, as the time is in the name of the playlist that it makes."""
-        time.sleep(1.1)
+        first = time.strftime("%S")
+        wait_until(lambda: time.strftime("%S") != first, "the next second")
         return self.run_curl_line()
 
     def ask(self, **parameters):
@@ -153,10 +154,7 @@ class Serve(unittest.TestCase):
         served = self.serve()
         served.process.kill()
         served.process.communicate(timeout=30)
-        end = time.monotonic() + 10
-        while processes_of_the_root() and time.monotonic() < end:
-            time.sleep(0.05)
-        self.assertEqual(processes_of_the_root(), [])
+        wait_until(lambda: not processes_of_the_root(), "its processes end")
 
     def test_a_port_in_use_is_an_error(self):
         served = self.serve()

@@ -180,24 +180,64 @@ TEST_F(SqliteFile, ADamagedTableIsAnErrorWhenItIsRead) {
   EXPECT_THAT(SqliteIndex(path()).FindDamage(), Not(IsEmpty()));
 }
 
-TEST_F(SqliteFile, AWriterThatIsKilledLeavesWholeRows) {
-  SqliteIndex make(path());
-  for (int round = 0; round < 20; ++round) {
-    const pid_t writer = fork();
-    if (writer == 0) {
-      SqliteIndex index(path());
+/// A process that adds rows for ever, from "FOLDER/0" on, and tells of each when it is added.
+class EndlessWriter {
+public:
+  EndlessWriter(const std::string &file, const std::string &folder) {
+    EXPECT_EQ(pipe(told_), 0);
+    process_ = fork();
+    if (process_ == 0) {
+      SqliteIndex index(file);
       for (int i = 0;; ++i) {
-        index.AddPlaylist(MakePlaylist("/" + std::to_string(round) + "/" + std::to_string(i)));
+        index.AddPlaylist(MakePlaylist(folder + "/" + std::to_string(i)));
+        if (write(told_[1], "", 1) != 1) {
+          _exit(1);
+        }
       }
     }
-    usleep(3000 + static_cast<useconds_t>(round) * 700);
-    kill(writer, SIGKILL);
-    waitpid(writer, nullptr, 0);
-    SqliteIndex index(path());
-    ASSERT_THAT(index.FindDamage(), IsEmpty());
-    index.AddPlaylist(MakePlaylist("/after " + std::to_string(round)));
+    close(told_[1]);
   }
-  EXPECT_THAT(Titles(), SizeIs(::testing::Ge(20U)));
+  EndlessWriter(const EndlessWriter &) = delete;
+  EndlessWriter &operator=(const EndlessWriter &) = delete;
+  ~EndlessWriter() {
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+    close(told_[0]);
+  }
+
+  /// Kills it when it has added `count` rows, and gives how many it has told of by then.
+  std::size_t KillAfter(std::size_t count) const {
+    char byte = 0;
+    std::size_t told = 0;
+    while (told < count && read(told_[0], &byte, 1) == 1) {
+      ++told;
+    }
+    kill(process_, SIGKILL);
+    while (read(told_[0], &byte, 1) == 1) {
+      ++told;
+    }
+    return told;
+  }
+
+private:
+  int told_[2] = {-1, -1};
+  pid_t process_ = -1;
+};
+
+TEST_F(SqliteFile, AWriterThatIsKilledLeavesWholeRows) {
+  SqliteIndex make(path());
+  std::size_t before = 0;
+  for (std::size_t round = 0; round < 20; ++round) {
+    const std::size_t told =
+        EndlessWriter(path(), "/" + std::to_string(round)).KillAfter(1 + round % 4);
+    ASSERT_GE(told, 1 + round % 4) << "the writer wrote";
+    ASSERT_THAT(SqliteIndex(path()).FindDamage(), IsEmpty());
+    const std::size_t now = Titles().size();
+    EXPECT_GE(now, before + told) << "what was added is there";
+    EXPECT_LE(now, before + told + 1) << "and at most the row that it was about to tell of";
+    SqliteIndex(path()).AddPlaylist(MakePlaylist("/after " + std::to_string(round)));
+    before = now + 1;
+  }
 }
 
 TEST_F(SqliteFile, TheLogStaysShortHoweverManyProcessesWriteOneAfterTheOther) {
