@@ -63,7 +63,20 @@ Delimiter FindDelimiter(Cursor &cursor, const std::string &delimiter, char **con
   }
 }
 
-/// The value of the header Content-Disposition in the lines [begin, end).
+/// The lines of a header, each whole: one that goes on in the next (obs-fold of RFC 9112, 5.2) is
+/// joined by blanks.
+std::string Unfolded(std::string_view lines) {
+  std::string unfolded(lines);
+  for (std::size_t at = 0; (at = unfolded.find("\r\n", at)) != std::string::npos; at += 2) {
+    const char next = at + 2 < unfolded.size() ? unfolded[at + 2] : '\0';
+    if (next == ' ' || next == '\t') {
+      unfolded.replace(at, 2, "  ");
+    }
+  }
+  return unfolded;
+}
+
+/// The value of the header Content-Disposition in the lines.
 std::optional<std::string_view> FindDisposition(std::string_view lines) {
   constexpr std::string_view kHeader = "content-disposition:";
   while (!lines.empty()) {
@@ -83,24 +96,30 @@ std::string_view PlaceName(char *where, const std::string &name) {
   return {where, name.size()};
 }
 
-/// The parameter of the part [begin, end), which begins with the delimiter's line end; `*end` may
-/// be overwritten.
-std::optional<Parameter> ReadPart(char *begin, char *end) {
+/// Appends the parameter of the part [begin, end), which begins with the delimiter's line end;
+/// `*end` may be overwritten. A part without a disposition is no field of the form and adds
+/// nothing. False for a part that cannot be read.
+bool ReadPart(char *begin, char *end, std::vector<Parameter> &parameters) {
   constexpr std::string_view kHeadersEnd = "\r\n\r\n";
   const std::string_view part(begin, static_cast<std::size_t>(end - begin));
   const std::size_t headers_end = part.find(kHeadersEnd);
   if (headers_end > kLongestHeaders) {
-    return std::nullopt;
+    return false;
   }
-  const std::optional<std::string_view> disposition = FindDisposition(part.substr(0, headers_end));
-  const std::optional<HeaderValue> value =
-      disposition ? ParseHeaderValue(*disposition) : std::nullopt;
-  if (!value || value->text != "form-data" || !value->Attribute("name")) {
-    return std::nullopt;
+  const std::string headers = Unfolded(part.substr(0, headers_end));
+  const std::optional<std::string_view> disposition = FindDisposition(headers);
+  if (!disposition) {
+    return true;
+  }
+  const std::optional<HeaderValue> value = ParseHeaderValue(*disposition);
+  if (!value || value->text != "form-data" || !value->Attribute("name") ||
+      parameters.size() == kMostParameters) {
+    return false;
   }
   *end = '\0';
-  return Parameter{PlaceName(begin, *value->Attribute("name")),
-                   part.substr(headers_end + kHeadersEnd.size())};
+  parameters.push_back(
+      {PlaceName(begin, *value->Attribute("name")), part.substr(headers_end + kHeadersEnd.size())});
+  return true;
 }
 
 } // namespace
@@ -119,12 +138,9 @@ bool DecodeMultipart(const Buffer &buffer, std::string_view boundary,
     part = cursor.begin;
     char *part_end = nullptr;
     kind = FindDelimiter(cursor, delimiter, &part_end);
-    const std::optional<Parameter> parameter =
-        kind == Delimiter::kNone ? std::nullopt : ReadPart(part, part_end);
-    if (!parameter || parameters.size() == kMostParameters) {
+    if (kind == Delimiter::kNone || !ReadPart(part, part_end, parameters)) {
       return false;
     }
-    parameters.push_back(*parameter);
   }
   return kind == Delimiter::kLast;
 }

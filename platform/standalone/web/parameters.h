@@ -50,8 +50,9 @@ bool DecodeMultipart(const Buffer &buffer, std::string_view boundary,
 /// and elements. A text that is no array, or none that can be parsed, has some number.
 std::size_t CountElements(std::string_view text);
 
-/// False for parameters that could lead the program out of its folders or be seen differently by
-/// different readers: a NUL byte in any, or a path component ".." in one called "name".
+/// False for parameters that could lead the program out of its folders, be seen differently by
+/// different readers or make a file that nobody sees: a NUL byte in any, or one called "name" with
+/// a path component ".." or with nothing as its last component.
 bool AreHarmless(const std::vector<Parameter> &parameters);
 
 } // namespace vexo::web

@@ -1,5 +1,6 @@
 #include "web/request.h"
 
+#include "system/log.h"
 #include "text/text.h"
 #include "web/header_value.h"
 #include <algorithm>
@@ -63,9 +64,18 @@ bool IsHead() { return Variable("REQUEST_METHOD") == "HEAD"; }
 
 bool Parameters::Load() {
   Clear();
-  if (LoadBody() && LoadQuery() && AreHarmless(parameters_)) {
+  const char *refused = nullptr;
+  if (!LoadBody()) {
+    refused = "its body is too large, cut short or not of its type, or has too many parameters";
+  } else if (!LoadQuery()) {
+    refused = "its query has too many parameters";
+  } else if (!AreHarmless(parameters_)) {
+    refused = "it has a NUL byte, or a name that is empty or leads upwards";
+  }
+  if (refused == nullptr) {
     return true;
   }
+  system::LogFailure("a request is not read", refused);
   Clear();
   return false;
 }

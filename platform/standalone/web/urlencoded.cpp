@@ -59,6 +59,10 @@ bool HasParentComponent(std::string_view path) {
   return false;
 }
 
+bool IsHarmlessName(std::string_view name) {
+  return !name.empty() && name.back() != '/' && !HasParentComponent(name);
+}
+
 } // namespace
 
 Buffer::Buffer(std::string_view content) : Buffer(content.size()) {
@@ -84,7 +88,7 @@ bool AreHarmless(const std::vector<Parameter> &parameters) {
   return std::none_of(parameters.begin(), parameters.end(), [](const Parameter &parameter) {
     return parameter.name.find('\0') != std::string_view::npos ||
            parameter.value.find('\0') != std::string_view::npos ||
-           (parameter.name == "name" && HasParentComponent(parameter.value));
+           (parameter.name == "name" && !IsHarmlessName(parameter.value));
   });
 }
 

@@ -128,6 +128,17 @@ TEST(DecodeMultipart, AcceptsWhatClientsSend) {
       {"a quote in a name", "--b\r\n" + header + "\"a\\\"\\\\b\"\r\n\r\n1\r\n--b--", {"a\"\\b=1"}},
       {"a semicolon in a name", Part("a;b=c", "1") + "--b--", {"a;b=c=1"}},
       {"escapes stay as they are", Part("a", "%41+") + "--b--", {"a=%41+"}},
+      {"a folded header",
+       "--b\r\nContent-Disposition:\r\n form-data;\r\n\tname=\"a\"\r\n\r\n1\r\n--b--",
+       {"a=1"}},
+      {"a header that is the fold of another",
+       "--b\r\nX: y\r\n Content-Disposition: form-data; name=\"x\"\r\n" + header +
+           "a\r\n\r\n1\r\n--b--",
+       {"a=1"}},
+      {"a part without headers", "--b\r\n\r\n1\r\n" + Part("a", "2") + "--b--", {"a=2"}},
+      {"a part without a disposition",
+       "--b\r\nContent-Type: text/plain\r\n\r\n1\r\n" + Part("a", "2") + "--b--",
+       {"a=2"}},
   };
   for (const Row &row : rows) {
     EXPECT_EQ(PartsOf(row.text), row.texts) << row.what;
@@ -145,7 +156,6 @@ TEST(DecodeMultipart, RefusesWhatIsNotWhole) {
       {"a last delimiter cut short", Part("a", "1") + "--b-"},
       {"headers without an end", "--b\r\n" + disposition + "\r\n--b--"},
       {"plain line feeds", "--b\n" + disposition + "\n\n1\n--b--"},
-      {"a part without headers", "--b\r\n\r\n1\r\n--b--"},
       {"a part without a name", "--b\r\nContent-Disposition: form-data\r\n\r\n1\r\n--b--"},
       {"a part of another kind",
        "--b\r\nContent-Disposition: attachment; name=a\r\n\r\n1\r\n--b--"},
@@ -224,14 +234,20 @@ TEST(AreHarmless, RefusesAParentComponentInASecondName) {
 }
 
 TEST(AreHarmless, AcceptsDotsThatAreNoComponent) {
-  for (const char *value : {"", ".", "...", "a..b", "..a", "a..", "a/..b", "a../b", "./a", "a/.b",
+  for (const char *value : {".", "...", "a..b", "..a", "a..", "a/..b", "a../b", "./a", "a/.b",
                             "....", "..\\a", "Best of.. vol. 2"}) {
     EXPECT_TRUE(AreHarmless({{"name", value}})) << value;
   }
 }
 
-TEST(AreHarmless, AcceptsParentComponentsInOtherParameters) {
-  EXPECT_TRUE(AreHarmless({{"id", "a/.."}, {"keyword", ".."}}));
+TEST(AreHarmless, RefusesANameWithNothingAtItsEnd) {
+  for (const char *value : {"", "/", "a/", "//", "a/b/"}) {
+    EXPECT_FALSE(AreHarmless({{"name", value}})) << value;
+  }
+}
+
+TEST(AreHarmless, AcceptsAnyOtherParameter) {
+  EXPECT_TRUE(AreHarmless({{"id", "a/.."}, {"keyword", ".."}, {"filename", ""}, {"id", "a/"}}));
 }
 
 } // namespace
