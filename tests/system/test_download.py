@@ -168,10 +168,24 @@ class HeaderTest(DownloadTest):
             self.assertNotIn("X-Injected", answer.headers)
 
     def test_a_browser_of_today_is_given_the_name(self):
-        answer = self.download(headers={"User-Agent": "curl/8"}, id_info_list=[],
-                               filename="\u66f2.zip")
-        self.assertEqual(answer.headers["Content-Disposition"],
-                         "attachment; filename=\"_.zip\"; filename*=UTF-8''%E6%9B%B2.zip")
+        for headers in ({"User-Agent": "curl/8"}, {}):
+            answer = self.download(headers=headers, id_info_list=[], filename="\u66f2.zip")
+            self.assertEqual(answer.headers["Content-Disposition"],
+                             "attachment; filename=\"_.zip\"; filename*=UTF-8''%E6%9B%B2.zip")
+
+    def test_a_body_is_nobodys_to_guess_keep_or_cut(self):
+        (LIBRARY / "a.mp3").write_text("song")
+        for songs in ([], objects(LIBRARY / "a.mp3")):
+            answer = self.download(headers={"Range": "bytes=1-2"}, id_info_list=songs)
+            self.assertEqual(answer.status, 200)
+            for name, value in (("X-Content-Type-Options", "nosniff"),
+                                ("Cache-Control", "no-store"), ("Accept-Ranges", "none")):
+                self.assertEqual(answer.headers.get_all(name), [value], songs)
+
+    def test_the_log_says_why_a_song_does_not_come(self):
+        answer = self.download(id_info_list=objects(LIBRARY / "gone.mp3"))
+        self.assertEqual(answer.body, b"{}\n")
+        self.assertIn(f"{LIBRARY}/gone.mp3: No such file or directory", self.server.log())
 
     def test_an_old_browser_is_given_the_name_its_way(self):
         answer = self.download(headers={"User-Agent": OLD_BROWSER}, id_info_list=[],

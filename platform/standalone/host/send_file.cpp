@@ -2,12 +2,15 @@
 #include "accounts/song_file.h"
 #include "host/guard.h"
 #include "system/limits.h"
+#include "system/log.h"
 #include "vexo/web.h"
 #include "web/browser.h"
 #include "web/output.h"
 #include "web/request.h"
 #include "web/send_body.h"
 #include "web/send_headers.h"
+#include <cerrno>
+#include <cstring>
 #include <sys/stat.h>
 
 using vexo::files::FileDescriptor;
@@ -24,8 +27,8 @@ std::string_view BaseName(std::string_view path) { return path.substr(path.rfind
 /// printed what they understand.
 bool WantsAttachmentHeader() {
   _tag_vexo_browser_info_ browser{};
-  const std::string_view agent = web::Variable("HTTP_USER_AGENT").value_or("");
-  return web::BrowserFromUserAgent(agent, &browser) == 0 && browser.type == 0;
+  web::BrowserFromUserAgent(web::Variable("HTTP_USER_AGENT").value_or(""), &browser);
+  return browser.type == 0;
 }
 
 /// The result of a body behind its header; one that broke off ends the answer.
@@ -41,23 +44,27 @@ int SendFile(const char *path, const char *content_type) {
       path, web::Variable("REMOTE_USER").value_or(""), "HTTPFileOutputer");
   struct stat status {};
   if (!file || fstat(file.get(), &status) != 0) {
+    const int cause = errno;
+    vexo::system::LogFailure("a song is not sent",
+                             (std::string(path) + ": " + std::strerror(cause)).c_str());
     return kFailed;
   }
   const web::BrokenPipeIgnored ignored;
   vexo::system::LiftCpuLimit();
   const auto size = static_cast<uint64_t>(status.st_size);
   return Ended(web::WriteAnswer(web::AttachmentHeader(BaseName(path)) +
-                                "Content-Length: " + std::to_string(size) + "\n" +
-                                web::ContentTypeHeader(content_type)) &&
+                                "Content-Length: " + std::to_string(size) +
+                                "\nAccept-Ranges: none\n" + web::TypeAndEnd(content_type)) &&
                (web::IsHead() || web::SendFileBody(file.get(), size)));
 }
 
 int SendStream(FILE *stream, const char *file_name, const char *content_type) {
   const web::BrokenPipeIgnored ignored;
   vexo::system::LiftCpuLimit();
+  // The program has printed Accept-Ranges.
   const std::string attachment =
       WantsAttachmentHeader() ? web::AttachmentHeader(file_name) : std::string();
-  return Ended(web::WriteAnswer(attachment + web::ContentTypeHeader(content_type)) &&
+  return Ended(web::WriteAnswer(attachment + web::TypeAndEnd(content_type)) &&
                (web::IsHead() || web::SendPipeBody(fileno(stream))));
 }
 

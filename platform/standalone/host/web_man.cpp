@@ -74,7 +74,10 @@ std::string WebMan::GetPreferenceDir() const {
 
 int WebMan::GetBrowserInfo(_tag_vexo_browser_info_ *info) const {
   return Guarded(-1, [&] {
-    const std::optional<std::string_view> agent = web::Variable("HTTP_USER_AGENT");
-    return info == nullptr || !agent ? -1 : web::BrowserFromUserAgent(*agent, info);
+    if (info == nullptr) {
+      return -1;
+    }
+    web::BrowserFromUserAgent(web::Variable("HTTP_USER_AGENT").value_or(""), info);
+    return 0;
   });
 }

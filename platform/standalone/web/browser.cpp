@@ -45,10 +45,7 @@ void Fill(_tag_vexo_browser_info_ *info, int type, std::string_view version) {
 
 } // namespace
 
-int BrowserFromUserAgent(std::string_view agent, _tag_vexo_browser_info_ *info) {
-  if (agent.empty()) {
-    return -1;
-  }
+void BrowserFromUserAgent(std::string_view agent, _tag_vexo_browser_info_ *info) {
   const std::string_view explorer = InternetExplorerVersion(agent);
   const std::string_view firefox = VersionBehind(agent, "Firefox/");
   if (!explorer.empty()) {
@@ -58,7 +55,6 @@ int BrowserFromUserAgent(std::string_view agent, _tag_vexo_browser_info_ *info) 
   } else {
     Fill(info, 0, {});
   }
-  return 0;
 }
 
 } // namespace vexo::web

@@ -56,10 +56,10 @@ std::string AttachmentHeader(std::string_view file_name) {
          "\"; filename*=UTF-8''" + ExtendedName(name) + "\n";
 }
 
-std::string ContentTypeHeader(std::string_view content_type) {
+std::string TypeAndEnd(std::string_view content_type) {
   std::string type(content_type);
   std::replace_if(type.begin(), type.end(), IsControl, '_');
-  return "Content-Type: " + type + "\n\n";
+  return "Content-Type: " + type + "\nX-Content-Type-Options: nosniff\nCache-Control: no-store\n\n";
 }
 
 } // namespace vexo::web

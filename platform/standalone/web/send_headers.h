@@ -8,7 +8,8 @@ namespace vexo::web {
 /// know no other, and the UTF-8 name. No byte of the name can end the line or the value.
 std::string AttachmentHeader(std::string_view file_name);
 
-/// The lines of a body's type, and the empty one that ends the header.
-std::string ContentTypeHeader(std::string_view content_type);
+/// The lines of a body's type, of its being nobody's to guess or keep, and the empty one that ends
+/// the header.
+std::string TypeAndEnd(std::string_view content_type);
 
 } // namespace vexo::web

@@ -1,6 +1,7 @@
 #include "accounts/accounts.h"
 #include "cgi_process.h"
 #include "support/device_root.h"
+#include "support/logged_by.h"
 #include "vexo/web.h"
 #include <array>
 #include <cstring>
@@ -13,6 +14,8 @@ namespace {
 
 constexpr const char *kDownloadType = "application/force-download";
 constexpr int kStreamFailed = 9;
+const std::string kTypeAndEnd = "Content-Type: application/force-download\n"
+                                "X-Content-Type-Options: nosniff\nCache-Control: no-store\n\n";
 
 /// A program whose standard output is a pipe that the test reads: the client.
 class ClientPipe {
@@ -103,8 +106,9 @@ TEST_F(SendFileTest, AFileIsSentToTheByte) {
   EXPECT_EQ(answer.status, 0);
   EXPECT_EQ(answer.output, "Content-Disposition: attachment; filename=\"My song.mp3\"; "
                            "filename*=UTF-8''My%20song.mp3\n"
-                           "Content-Length: 7\n"
-                           "Content-Type: application/force-download\n\n"
+                           "Content-Length: 7\nAccept-Ranges: none\n"
+                           "Content-Type: application/force-download\n"
+                           "X-Content-Type-Options: nosniff\nCache-Control: no-store\n\n"
                            "content");
 }
 
@@ -128,7 +132,8 @@ TEST_F(SendFileTest, TheNameOfAFileCannotBreakTheHeader) {
   WriteBytes(path, "c");
   EXPECT_EQ(Send(path).output, "Content-Disposition: attachment; filename=\"a____X: y.mp3\"; "
                                "filename*=UTF-8''a%22___X%3A%20y.mp3\n"
-                               "Content-Length: 1\nContent-Type: application/force-download\n\nc");
+                               "Content-Length: 1\nAccept-Ranges: none\n" +
+                                   kTypeAndEnd + "c");
 }
 
 TEST_F(SendFileTest, ASongOfTheUsersOwnLibraryIsSent) {
@@ -167,6 +172,13 @@ TEST_F(SendFileTest, NothingElseIsSent) {
     EXPECT_EQ(answer.status, kStreamFailed) << row.description;
     EXPECT_EQ(answer.output, "") << row.description;
   }
+}
+
+TEST_F(SendFileTest, TheLogSaysWhyASongIsNotSent) {
+  EXPECT_NE(LoggedBy([] {
+              Send(library() + "/gone.mp3");
+            }).find("/library/gone.mp3: No such file or directory\n"),
+            std::string::npos);
 }
 
 TEST_F(SendFileTest, WithoutArgumentsNothingIsSent) {
@@ -208,7 +220,7 @@ TEST_F(SendFileTest, AClientThatGoesAwayEndsTheSendingOfAFile) {
 TEST_F(SendFileTest, AStreamIsSentToTheByteForEachBrowser) {
   const std::string attachment =
       "Content-Disposition: attachment; filename=\"a_.zip\"; filename*=UTF-8''a%C3%A9.zip\n";
-  const std::string type_and_body = "Content-Type: application/force-download\n\nbody";
+  const std::string type_and_body = kTypeAndEnd + "body";
   const struct {
     const char *description, *agent;
     std::string output;
@@ -216,7 +228,7 @@ TEST_F(SendFileTest, AStreamIsSentToTheByteForEachBrowser) {
       {"of today", "Mozilla/5.0 Firefox/140.0", attachment + type_and_body},
       {"type 1", "MSIE 7.0", type_and_body},
       {"type 2", "Firefox/3.6", type_and_body},
-      {"not known", "", type_and_body},
+      {"not known", "", attachment + type_and_body},
   };
   for (const auto &row : rows) {
     const CgiAnswer answer = SendStream(row.agent, "body", "a\xC3\xA9.zip");
@@ -228,7 +240,7 @@ TEST_F(SendFileTest, AStreamIsSentToTheByteForEachBrowser) {
 TEST_F(SendFileTest, AnEmptyStreamIsSent) {
   const CgiAnswer answer = SendStream("", "");
   EXPECT_EQ(answer.status, 0);
-  EXPECT_EQ(answer.output, "Content-Type: application/force-download\n\n");
+  EXPECT_TRUE(answer.output.ends_with(kTypeAndEnd));
 }
 
 TEST_F(SendFileTest, ALargeStreamIsSentWhole) {
@@ -241,9 +253,9 @@ TEST_F(SendFileTest, ForHeadTheHeadersAreAll) {
   WriteBytes(library() + "/a.mp3", "content");
   const CgiAnswer answer = RunCgi({{{"REMOTE_USER", "ann"}, {"REQUEST_METHOD", "HEAD"}}, ""}, [] {
     FILE *stream = popen("cat /dev/zero", "r");
-    const int sent = HTTPFileOutputer::Output(stream, "a", kType);
+    const int sent = HTTPFileOutputer::Output(stream, "a", kDownloadType);
     pclose(stream);
-    return sent == 0 ? HTTPFileOutputer::Output((library() + "/a.mp3").c_str(), kType) : 1;
+    return sent == 0 ? HTTPFileOutputer::Output((library() + "/a.mp3").c_str(), kDownloadType) : 1;
   });
   EXPECT_EQ(answer.status, 0);
   EXPECT_NE(answer.output.find("Content-Length: 7\n"), std::string::npos);
@@ -258,7 +270,8 @@ TEST_F(SendFileTest, WhatTheProgramPrintedStandsBeforeTheHeaders) {
     pclose(stream);
     return result;
   });
-  EXPECT_EQ(answer.output, "Accept-Ranges: none\nContent-Type: application/force-download\n\nbody");
+  EXPECT_TRUE(answer.output.starts_with("Accept-Ranges: none\nContent-Disposition: "));
+  EXPECT_TRUE(answer.output.ends_with(kTypeAndEnd + "body"));
 }
 
 TEST_F(SendFileTest, AnOutputThatTheKernelCannotMoveToIsWritten) {

@@ -52,10 +52,11 @@ TEST(AttachmentHeaderTest, AnyBytesMakeOneLineOfPrintableAscii) {
   }
 }
 
-TEST(ContentTypeHeaderTest, EndsTheHeader) {
-  EXPECT_EQ(vexo::web::ContentTypeHeader("application/force-download"),
-            "Content-Type: application/force-download\n\n");
-  EXPECT_EQ(vexo::web::ContentTypeHeader("a\r\nb"), "Content-Type: a__b\n\n");
+TEST(TypeAndEndTest, EndsTheHeader) {
+  const std::string end = "X-Content-Type-Options: nosniff\nCache-Control: no-store\n\n";
+  EXPECT_EQ(vexo::web::TypeAndEnd("application/force-download"),
+            "Content-Type: application/force-download\n" + end);
+  EXPECT_EQ(vexo::web::TypeAndEnd("a\r\nb"), "Content-Type: a__b\n" + end);
 }
 
 } // namespace
