@@ -3,7 +3,7 @@
 import json
 import unittest
 
-from server import ANNA, SHARED, ServerTest, encode, songs_of
+from server import ANNA, BEN, PREFERENCE, SHARED, ServerTest, encode, songs_of
 
 FORM = {"Content-Type": "application/x-www-form-urlencoded"}
 
@@ -100,6 +100,38 @@ class Parameters(ServerTest):
                                   headers={"Content-Type": "multipart/form-data; boundary=edge"})
         self.assertTrue(answer.success, answer)
         self.assertEqual(len(songs_of(SHARED.file("äöü かな"))), 1)
+
+    def test_a_multipart_body_with_folded_headers_and_other_parts(self):
+        body = self.multipart({"action": "add", "name": "folded", "type": "shared"})
+        body = body.replace("form-data; name", "form-data;\r\n name")
+        body = "--edge\r\nContent-Type: text/plain\r\n\r\nno field\r\n" + body
+        answer = self.server.send(ANNA, body=body.encode(),
+                                  headers={"Content-Type": "multipart/form-data; boundary=edge"})
+        self.assertTrue(answer.success, answer)
+        self.assertTrue(SHARED.file("folded").exists())
+
+    def test_an_empty_name_makes_no_file_without_one(self):
+        victim = self.server.add(SHARED, "named", ["1"]).id
+        for name in ("", "/", "folder/"):
+            for parameters in ({"action": "add", "type": "shared"},
+                               {"action": "saveplsname", "id": victim}):
+                answer = self.server.ask(name=name, **parameters)
+                self.assertEqual((answer.status, answer.body), (400, b""))
+        self.assertFalse(SHARED.file("").exists())
+        self.assertTrue(SHARED.file("named").exists())
+
+    def test_a_name_with_a_comma_is_not_taken_apart(self):
+        for name in ("a", "b", "a,b"):
+            self.assertTrue(self.server.add(PREFERENCE, name, ["1"]).success)
+        answer = self.server.ask("delete", BEN, playlists="musiclib_music_personal/playlist/a,b")
+        self.assertEqual((answer.status, answer.error), (409, "common/name_with_comma"))
+        for name in ("a", "b", "a,b"):
+            self.assertTrue(PREFERENCE.file(name).exists(), name)
+        self.server.ask("saveplsname", BEN, id="musiclib_music_personal/playlist/a,b", name="c")
+        ids = "musiclib_music_personal/playlist/a,musiclib_music_personal/playlist/c"
+        self.assertTrue(self.server.ask("delete", BEN, playlists=ids).success)
+        self.assertEqual([PREFERENCE.file(name).exists() for name in ("a", "b", "c")],
+                         [False, True, False])
 
     def test_the_body_wins_over_the_query(self):
         body = encode({"name": "of the body", "type": "shared"})

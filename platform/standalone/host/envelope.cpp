@@ -58,6 +58,8 @@ RefusalAnswer AnswerOf(web::Refusal refusal) {
     return {"Status: 405 Method Not Allowed\r\nAllow: GET, POST\r\n", "method"};
   case web::Refusal::kTooManyEntries:
     return {"Status: 413 Content Too Large\r\n", "too_many_entries"};
+  case web::Refusal::kNameWithComma:
+    return {"Status: 409 Conflict\r\n", "name_with_comma"};
   case web::Refusal::kCrossSite:
     return {"Status: 403 Forbidden\r\n", "cross_site"};
   case web::Refusal::kNoAccounts:

@@ -50,7 +50,8 @@ bool WebMan::LoadIn() {
     if (!state_->parameters.Load()) {
       return false;
     }
-    const std::optional<web::Refusal> refusal = web::RefusalOfAction(state_->parameters);
+    const std::optional<web::Refusal> refusal =
+        web::RefusalOfAction(state_->parameters, state_->account);
     if (refusal) {
       state_->parameters.Clear();
       web::PrintRefusal(*refusal);

@@ -3,7 +3,9 @@
 #include "system/log.h"
 #include "web/same_site.h"
 #include <algorithm>
+#include <climits>
 #include <string>
+#include <unistd.h>
 
 namespace vexo::web {
 namespace {
@@ -38,6 +40,44 @@ bool HasTooManyEntries(const Parameters &parameters) {
   });
 }
 
+/// Whether a playlist file in `folder` has a name that begins where `text` begins, and goes on
+/// behind its first comma. What has a '/' is the next id.
+bool BeginsWithNameWithComma(std::string_view text, const std::string &folder) {
+  constexpr std::size_t kLongestName = NAME_MAX - std::string_view(".m3u").size();
+  text = text.substr(0, kLongestName + 1);
+  std::size_t end = text.find(',');
+  while (end < text.size()) {
+    end = std::min(text.find(',', end + 1), text.size());
+    const std::string_view name = text.substr(0, end);
+    if (name.size() > kLongestName || name.find('/') != std::string_view::npos) {
+      return false;
+    }
+    if (access((folder + "/" + std::string(name) + ".m3u").c_str(), F_OK) == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+/// Playlists of a user without a personal library are deleted by their names, in a list with commas
+/// between: a name that has a comma itself would come apart there.
+bool SplitsAName(const Parameters &parameters, const accounts::Account &account) {
+  const char *const list = parameters.Find("playlists");
+  if (list == nullptr || account.personal_library ||
+      std::string_view(list).starts_with("musiclib_music_shared")) {
+    return false;
+  }
+  const std::string folder = account.preference_folder + "/playlists";
+  std::string_view rest(list);
+  for (std::size_t slash = 0; (slash = rest.find('/')) != std::string_view::npos;) {
+    rest.remove_prefix(slash + 1);
+    if (BeginsWithNameWithComma(rest, folder)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 } // namespace
 
 std::optional<Refusal> RefusalOfRequest() {
@@ -58,7 +98,8 @@ bool ChangesSomething(std::string_view action) {
   return action != "checkempty" && action != "download";
 }
 
-std::optional<Refusal> RefusalOfAction(const Parameters &parameters) {
+std::optional<Refusal> RefusalOfAction(const Parameters &parameters,
+                                       const std::optional<accounts::Account> &account) {
   if (HasTooManyEntries(parameters)) {
     system::LogFailure("refused", "a list with more than 100,000 entries");
     return Refusal::kTooManyEntries;
@@ -72,6 +113,10 @@ std::optional<Refusal> RefusalOfAction(const Parameters &parameters) {
   }
   if (IsCrossOriginRequest()) {
     return RefuseOrigin();
+  }
+  if (account && std::string_view(action) == "delete" && SplitsAName(parameters, *account)) {
+    system::LogFailure("refused", "to delete a playlist with a comma in its name");
+    return Refusal::kNameWithComma;
   }
   return std::nullopt;
 }

@@ -2,6 +2,7 @@
 // Which requests are served. Before the parameters are read, method and user decide; once they are,
 // what the request would do.
 
+#include "accounts/accounts.h"
 #include "web/envelope.h"
 #include "web/request.h"
 #include <optional>
@@ -18,8 +19,11 @@ bool ChangesSomething(std::string_view action);
 /// The most songs, positions or playlists that one list of a request may name.
 inline constexpr std::size_t kMostEntries = 100'000;
 
-/// Why a request may not do what its parameters ask for; nothing when it may. What changes
-/// something is refused for HEAD, and when a page of another origin sent it.
-std::optional<Refusal> RefusalOfAction(const Parameters &parameters);
+/// Why a request of `account`'s may not do what its parameters ask for; nothing when it may.
+/// Everything is refused with a list of more than kMostEntries. What changes something is refused
+/// for HEAD, and when a page of another origin sent it; and "delete" where it would take the name
+/// of a playlist apart at a comma, and delete another one.
+std::optional<Refusal> RefusalOfAction(const Parameters &parameters,
+                                       const std::optional<accounts::Account> &account);
 
 } // namespace vexo::web

@@ -11,6 +11,7 @@ enum class Refusal {
   kMethod,         ///< a method that nothing here has
   kHeadOfChange,   ///< HEAD, which changes nothing, of an action that changes something
   kTooManyEntries, ///< more than kMostEntries in one list
+  kNameWithComma,  ///< a list of names cannot be told from one name
   kCrossSite,      ///< a page of another site or origin sent the request
 };
 

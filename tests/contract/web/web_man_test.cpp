@@ -389,6 +389,22 @@ TEST_F(WebManTest, LoadsNothingWhenANameLeadsUpwards) {
   EXPECT_EQ(Loaded(Post(kUrlEncoded, "name=good&a=1", "name=..")), kNothing);
 }
 
+TEST_F(WebManTest, LoadsNothingWithANameThatIsEmpty) {
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&name="}})), kNothing);
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&name"}})), kNothing);
+  EXPECT_EQ(Loaded(RequestOf({{"QUERY_STRING", "a=1&name=folder%2F"}})), kNothing);
+}
+
+TEST_F(WebManTest, SaysInTheLogWhyNothingIsLoaded) {
+  ::testing::internal::CaptureStderr();
+  RunCgi(RequestOf({{"QUERY_STRING", "name="}}), [] {
+    openlog("test", LOG_PERROR, LOG_USER);
+    return WebMan().LoadIn() ? 1 : 0;
+  });
+  EXPECT_THAT(::testing::internal::GetCapturedStderr(),
+              HasSubstr("a request is not read: it has a NUL byte, or a name that is empty"));
+}
+
 TEST_F(WebManTest, FindsTwentyThousandIdsWhole) {
   std::string ids;
   for (int i = 0; i < 20000; ++i) {
@@ -401,6 +417,56 @@ TEST_F(WebManTest, FindsTwentyThousandIdsWhole) {
     return 0;
   });
   EXPECT_EQ(answer.output, "148890");
+}
+
+/// Loads a request to delete, once the user is known; the exit status is 1 when it may go on.
+CgiAnswer Delete(const std::string &playlists) {
+  return RunCgi(
+      {{{"REMOTE_USER", "alice"}, {"QUERY_STRING", "action=delete&playlists=" + playlists}}, ""},
+      [] {
+        WebMan web;
+        return web.IsAuthorized() && web.LoadIn() ? 1 : 0;
+      });
+}
+
+class DeletedNames : public WebManTest {
+protected:
+  void SetUp() override {
+    WebManTest::SetUp();
+    const std::string folder = std::string(vexo::system::kPreferences) + "/alice/playlists";
+    std::filesystem::create_directories(folder);
+    for (const std::string &name : {std::string("a"), std::string("b"), std::string("a,b"),
+                                    std::string("x,,y,"), std::string(250, 'l') + ","}) {
+      WriteBytes(folder + "/" + name + ".m3u", "");
+    }
+  }
+};
+
+TEST_F(DeletedNames, AreRefusedWhereACommaMayBePartOfOne) {
+  const std::string id = "musiclib_music_personal/playlist/";
+  for (const std::string &list :
+       std::vector<std::string>{id + "a,b", id + "b," + id + "a,b", id + "a,b," + id + "b",
+                                id + "x,,y,", "any/a,b", id + std::string(250, 'l') + ","}) {
+    const CgiAnswer answer = Delete(list);
+    ExpectRefusal(answer, "409");
+    EXPECT_THAT(answer.Body(), HasSubstr("name_with_comma")) << list;
+  }
+}
+
+TEST_F(DeletedNames, AreTakenWhereNoNameHasTheComma) {
+  const std::string id = "musiclib_music_personal/playlist/";
+  for (const std::string &list : std::vector<std::string>{
+           id + "a", id + "a," + id + "b", id + "b,c", id + "a,nonsense", std::string("a,b"),
+           id + "x,,y", id + std::string(300, 'l') + ",b", "musiclib_music_shared/playlist/a,b",
+           std::string(5000, '/') + std::string(5000, ',')}) {
+    EXPECT_EQ(Delete(list).status, 1) << list;
+  }
+}
+
+TEST_F(DeletedNames, AreNoNamesInAPersonalLibrary) {
+  vexo::accounts::ChangeAccount(
+      "alice", [](vexo::accounts::Account &account) { account.personal_library = true; });
+  EXPECT_EQ(Delete("musiclib_music_personal/playlist/a,b").status, 1);
 }
 
 std::string Repeated(const char *text, int count) {
@@ -444,10 +510,13 @@ TEST_F(WebManTest, KeepsItsTextsAsLongAsItLives) {
   EXPECT_EQ(answer.status, 1);
 }
 
-TEST_F(WebManTest, KnowsNoBrowserWithoutItsName) {
+TEST_F(WebManTest, TakesABrowserWithoutANameForOneOfToday) {
   const CgiAnswer answer = RunCgi(RequestOf({}), [] {
-    _tag_vexo_browser_info_ info{};
-    return WebMan().GetBrowserInfo(&info) < 0 && WebMan().GetBrowserInfo(nullptr) < 0 ? 1 : 0;
+    _tag_vexo_browser_info_ info{7, "x"};
+    return WebMan().GetBrowserInfo(&info) == 0 && info.type == 0 && info.version[0] == '\0' &&
+                   WebMan().GetBrowserInfo(nullptr) < 0
+               ? 1
+               : 0;
   });
   EXPECT_EQ(answer.status, 1);
 }
