@@ -1,14 +1,15 @@
 #include "playlists/read_playlist.h"
 #include "files/durable_file.h"
 #include "files/file_descriptor.h"
+#include "files/folder.h"
 #include "playlists/playlist_folders.h"
 #include "system/log.h"
 #include "system/paths.h"
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <cstring>
 #include <fcntl.h>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,9 +21,28 @@ using files::FileDescriptor;
 
 constexpr std::size_t kMaxTemporaryBytes = std::size_t{64} << 20;
 
-std::nullopt_t Refused(const std::string &path, const char *why) {
-  system::LogFailure("playlist file", (path + ": " + why).c_str());
-  return std::nullopt;
+[[noreturn]] void Refuse(const std::string &path, const char *why) {
+  throw std::runtime_error("not read: " + path + " is " + why);
+}
+
+/// Opens a path, and tells the log when nothing stands there.
+FileDescriptor Open(const std::string &path, int flags) {
+  FileDescriptor file(open(path.c_str(), flags | O_CLOEXEC));
+  if (!file && errno != ENOENT) {
+    files::ThrowErrno("cannot open", path);
+  }
+  if (!file) {
+    system::LogFailure("playlist file", ("there is no " + path).c_str());
+  }
+  return file;
+}
+
+struct stat RequireFile(const FileDescriptor &file, const std::string &path) {
+  struct stat status {};
+  if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    Refuse(path, "no file");
+  }
+  return status;
 }
 
 std::string LinkToOpenFile(const FileDescriptor &file) {
@@ -44,36 +64,30 @@ std::string FolderOfOpenFile(const FileDescriptor &file) {
 
 std::optional<std::string> ReadPlaylist(const std::string &path) {
   // Opening a device or a pipe for reading can already do something: this does not.
-  const FileDescriptor found(open(path.c_str(), O_PATH | O_CLOEXEC));
+  const FileDescriptor found = Open(path, O_PATH);
   if (!found) {
-    return Refused(path, std::strerror(errno));
+    return std::nullopt;
   }
-  struct stat status {};
-  if (fstat(found.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return Refused(path, "not a file");
-  }
+  RequireFile(found, path);
   if (!IsInPlaylistsFolder(FolderOfOpenFile(found))) {
-    return Refused(path, "not in a playlists folder");
+    Refuse(path, "not in a playlists folder");
   }
   const FileDescriptor file(open(LinkToOpenFile(found).c_str(), O_RDONLY | O_CLOEXEC));
   if (!file) {
-    return Refused(path, std::strerror(errno));
+    files::ThrowErrno("cannot open", path);
   }
   return files::ReadWholeFile(file.get());
 }
 
 std::optional<std::string> ReadTemporaryPlaylist(const std::string &path) {
   RequireInFolder(system::kTemporary, path);
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor file = Open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file) {
-    return Refused(path, std::strerror(errno));
+    return std::nullopt;
   }
-  struct stat status {};
-  if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return Refused(path, "not a file");
-  }
+  const struct stat status = RequireFile(file, path);
   if (status.st_uid != geteuid() || status.st_nlink > 1) {
-    return Refused(path, "may be somebody else's");
+    Refuse(path, "perhaps somebody else's");
   }
   return files::ReadWholeFile(file.get(), kMaxTemporaryBytes);
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Playlist files are opened without following a link out of the folders they belong to. What cannot
-// be read is nothing, and a line in the system log that says why.
+// Playlist files are opened without following a link out of the folders they belong to. Where no
+// file is there is no content, and a line in the system log; what cannot or may not be read throws.
 
 #include <optional>
 #include <string>
