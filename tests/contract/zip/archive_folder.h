@@ -91,7 +91,7 @@ protected:
         RunCommand("LC_ALL=C.UTF-8 bsdtar -xOf " + archive() + " >/dev/null");
     EXPECT_EQ(bsdtar.status, 0) << bsdtar.output;
     EXPECT_EQ(bsdtar.output, "");
-    const CommandResult seven_zip = RunCommand("7z t " + archive());
+    const CommandResult seven_zip = RunCommand("7zz t " + archive());
     EXPECT_EQ(seven_zip.status, 0);
     EXPECT_NE(seven_zip.output.find("Everything is Ok"), std::string::npos) << seven_zip.output;
     EXPECT_EQ(seven_zip.output.find("arning"), std::string::npos) << seven_zip.output;
