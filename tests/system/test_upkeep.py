@@ -1,10 +1,11 @@
 """The scanner and the doctor work beside the requests: neither harms the other."""
 
+import stat
 import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from server import LIBRARY, PERSONAL, SHARED, ServerTest, examine, playlistctl, songs_of
+from server import ANNA, KINDS, LIBRARY, PERSONAL, ROOT, SHARED, ServerTest, examine, playlistctl, songs_of
 
 KINDS_WITH_ROWS = (SHARED, PERSONAL)
 
@@ -128,6 +129,20 @@ class Identity(ServerTest):
                     self.assertEqual(songs_of(kind.folder / f"by hand, {name}.m3u")[-1],
                                      "http://new/")
             self.assertEqual(playlistctl("doctor"), "all is well\n")
+
+
+class Modes(ServerTest):
+    def test_nothing_is_made_that_everybody_may_write(self):
+        for kind in KINDS:
+            answer = self.server.add(kind, "list", [{"res": "http://a/1"}])
+            self.assertTrue(answer.success, answer)
+            self.assertTrue(self.server.ask("addsongs", kind.user, playlist=answer.id,
+                                            id_info_list=[{"res": "http://a/2"}]).success)
+        playlistctl("account", "passwd", ANNA)
+        for path in [ROOT, *ROOT.rglob("*")]:
+            if not path.is_symlink():
+                mode = path.stat().st_mode
+                self.assertFalse(mode & stat.S_IWOTH, f"{path} {mode:o}")
 
 
 if __name__ == "__main__":

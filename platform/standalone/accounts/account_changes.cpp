@@ -4,10 +4,12 @@
 #include "files/durable_file.h"
 #include "system/paths.h"
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <limits>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <system_error>
 
 namespace vexo::accounts {
@@ -55,22 +57,37 @@ void CheckFolder(const std::string &folder) {
   }
 }
 
-void MakeFolder(const std::filesystem::path &folder) {
+/// Whether the folder was missing and is there now.
+bool MakeFolder(const std::filesystem::path &folder) {
+  constexpr mode_t kMode = 0755;
   if (std::filesystem::is_directory(folder)) {
-    return;
+    return false;
   }
   MakeFolder(folder.parent_path());
-  if (std::filesystem::create_directory(folder)) {
+  if (mkdir(folder.c_str(), kMode) == 0) {
     InheritOwner(folder);
+    return true;
+  }
+  if (errno != EEXIST) {
+    throw std::system_error(errno, std::generic_category(), folder);
+  }
+  return false;
+}
+
+void MakeLibraryFolder(const std::string &folder) {
+  if (MakeFolder(folder)) {
+    MakeFolder(folder + "/playlists");
+  } else {
+    MakePlaylistsFolderIfMissing(folder);
   }
 }
 
 void CheckAndMakeFolders(const Account &account) {
   CheckFolder(account.preference_folder);
   CheckFolder(account.personal_folder);
-  MakeFolder(account.preference_folder);
+  MakeLibraryFolder(account.preference_folder);
   if (account.personal_library) {
-    MakeFolder(account.personal_folder);
+    MakeLibraryFolder(account.personal_folder);
   }
 }
 

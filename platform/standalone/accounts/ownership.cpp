@@ -28,4 +28,15 @@ void MakeFileIfMissing(const std::string &path) {
   }
 }
 
+void MakePlaylistsFolderIfMissing(const std::string &library) {
+  constexpr mode_t kMode = 0755;
+  std::error_code error;
+  const std::filesystem::directory_iterator entries(library, error);
+  const std::string folder = library + "/playlists";
+  if (!error && entries != std::filesystem::directory_iterator() &&
+      mkdir(folder.c_str(), kMode) == 0) {
+    InheritOwner(folder);
+  }
+}
+
 } // namespace vexo::accounts

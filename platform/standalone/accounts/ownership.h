@@ -12,4 +12,9 @@ void InheritOwner(const std::string &path);
 /// the file next says why.
 void MakeFileIfMissing(const std::string &path);
 
+/// Makes the folder of playlists in a library or preference folder, for its owner, before the
+/// program would make it open to everybody; and only where the folder holds something, as an empty
+/// one may be where a disk is not mounted.
+void MakePlaylistsFolderIfMissing(const std::string &library);
+
 } // namespace vexo::accounts

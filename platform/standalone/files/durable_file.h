@@ -18,6 +18,10 @@ namespace vexo::files {
 
 inline constexpr std::size_t kMaxFileBytes = std::size_t{1} << 30;
 
+/// The mode of new files, reduced by the umask. Nobody but owner and group may write them, also
+/// where the umask is 0.
+inline constexpr unsigned kNewFileMode = 0664;
+
 /// The whole file. Fails with EFBIG above `max_bytes`, with EISDIR or EINVAL for what is no file.
 std::string ReadWholeFile(const std::string &path, std::size_t max_bytes = kMaxFileBytes);
 /// The same of an open descriptor, from its beginning on.
@@ -26,10 +30,11 @@ std::string ReadWholeFile(int fd, std::size_t max_bytes = kMaxFileBytes);
 /// Makes a new file; false, with nothing touched, when `path` exists. The mode is reduced by the
 /// umask.
 [[nodiscard]] bool CreateDurably(const std::string &path, std::string_view content,
-                                 unsigned mode = 0666);
+                                 unsigned mode = kNewFileMode);
 
 /// Makes the file, or puts the content in the place of the one that is there (with its mode kept).
-void ReplaceDurably(const std::string &path, std::string_view content, unsigned mode = 0666);
+void ReplaceDurably(const std::string &path, std::string_view content,
+                    unsigned mode = kNewFileMode);
 
 /// Turns the old content into the new; nothing: leave the file as it is. May throw to give up. It
 /// is called again when somebody else's rename or write came between.
@@ -48,7 +53,8 @@ using PieceEdit = std::function<std::optional<Pieces>(std::string_view old_conte
 /// Edits the file, or makes it with what `new_content` gives when it is not there, whichever it
 /// takes. `new_content` may throw to give up.
 void EditOrCreateDurably(const std::string &path, const PieceEdit &edit,
-                         const std::function<std::string()> &new_content, unsigned mode = 0666);
+                         const std::function<std::string()> &new_content,
+                         unsigned mode = kNewFileMode);
 
 /// A file taken away: it has a temporary name, and nothing stands where it stood. Commit() removes
 /// it for good; a destructor that comes first puts it back, unless something else stands there by

@@ -111,6 +111,14 @@ void LockExclusively(int fd, std::string_view name, std::chrono::milliseconds pa
   }
 }
 
+void MakeFolders(const std::string &path) {
+  constexpr mode_t kMode = 0755;
+  if (mkdir(path.c_str(), kMode) != 0 && errno == ENOENT && path != FolderOf(path)) {
+    MakeFolders(FolderOf(path));
+    mkdir(path.c_str(), kMode);
+  }
+}
+
 int RenameExclusively(int folder, const char *from, const char *to) {
   if (renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) {
     return 0;

@@ -75,6 +75,10 @@ inline constexpr std::chrono::milliseconds kLockPatience{10'000};
 void LockExclusively(int fd, std::string_view name,
                      std::chrono::milliseconds patience = kLockPatience);
 
+/// Makes a folder and those above it that are missing, with a mode of 0755 at most. Where it
+/// cannot, who uses the folder next says why.
+void MakeFolders(const std::string &path);
+
 /// Whether both are the same file.
 inline bool IsSameFile(const struct stat &a, const struct stat &b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;

@@ -1,5 +1,7 @@
 #include "index/sqlite_database.h"
 
+#include "files/folder.h"
+
 #include <filesystem>
 
 namespace vexo::index {
@@ -20,8 +22,7 @@ void Database::Open(const std::string &path) {
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   int code = sqlite3_open_v2(path.c_str(), &handle_, kFlags, nullptr);
   if (code == SQLITE_CANTOPEN) {
-    std::error_code ignored;
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
+    files::MakeFolders(std::filesystem::path(path).parent_path());
     sqlite3_close_v2(handle_);
     code = sqlite3_open_v2(path.c_str(), &handle_, kFlags, nullptr);
   }

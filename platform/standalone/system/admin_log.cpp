@@ -1,6 +1,7 @@
 #include "system/admin_log.h"
 
 #include "files/file_descriptor.h"
+#include "files/folder.h"
 #include "system/log.h"
 #include "system/paths.h"
 #include <array>
@@ -40,7 +41,7 @@ files::FileDescriptor OpenLog() {
 files::FileDescriptor OpenLogAndItsFolder() {
   files::FileDescriptor log = OpenLog();
   if (!log && errno == ENOENT) {
-    std::filesystem::create_directories(std::filesystem::path(kAdminLog).parent_path());
+    files::MakeFolders(std::filesystem::path(kAdminLog).parent_path());
     log = OpenLog();
   }
   return log;

@@ -55,6 +55,39 @@ TEST_F(Accounts, HaveThePersonalFolderWhenItIsOn) {
   EXPECT_FALSE(std::filesystem::exists(FindAccount("off")->personal_folder));
 }
 
+TEST_F(Accounts, HaveFoldersThatOnlyTheirOwnerMayWrite) {
+  const mode_t old = umask(0);
+  Account account = Named("alice");
+  account.personal_library = true;
+  AddAccount(account);
+  umask(old);
+  for (const std::string &folder :
+       {FindAccount("alice")->personal_folder, FindAccount("alice")->preference_folder}) {
+    for (const char *const inside : {"", "/playlists"}) {
+      EXPECT_EQ(std::filesystem::status(folder + inside).permissions(),
+                std::filesystem::perms(0755))
+          << folder << inside;
+    }
+  }
+}
+
+TEST_F(Accounts, LeaveAnEmptyFolderThatIsThereEmpty) {
+  Account account = Named("alice");
+  account.personal_library = true;
+  for (const char *const name : {"empty", "full"}) {
+    account.name = name;
+    account.personal_folder = library() + "/" + name;
+    std::filesystem::create_directory(account.personal_folder);
+    if (account.name == "full") {
+      WriteBytes(account.personal_folder + "/song.mp3", "");
+    }
+    AddAccount(account);
+    EXPECT_EQ(std::filesystem::exists(account.personal_folder + "/playlists"),
+              account.name == "full")
+        << "a disk may not be mounted there";
+  }
+}
+
 TEST_F(Accounts, NeverGetAnIdThatWasUsed) {
   const int first = AddAccount(Named("first"));
   const int second = AddAccount(Named("second"));

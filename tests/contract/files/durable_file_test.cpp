@@ -50,7 +50,7 @@ TEST_F(Files, ACreatedFileHasTheModeThatTheUmaskLeaves) {
   EXPECT_TRUE(CreateDurably(folder_ / "open", ""));
   umask(old);
   EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0640));
-  EXPECT_EQ(fs::status(folder_ / "open").permissions(), fs::perms(0666));
+  EXPECT_EQ(fs::status(folder_ / "open").permissions(), fs::perms(0664));
 }
 
 TEST_F(Files, CreationNeverReplacesWhatIsThere) {

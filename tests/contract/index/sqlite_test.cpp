@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -62,6 +63,17 @@ constexpr int kImpatient = 20;
 TEST_F(SqliteFile, TheFileAndItsFolderAreMadeWhenMissing) {
   SqliteIndex(folder_ / "a/b/index.db").AddPlaylist(MakePlaylist("/a"));
   EXPECT_THAT(SqliteIndex(folder_ / "a/b/index.db").AllPlaylists(0), SizeIs(1));
+}
+
+TEST_F(SqliteFile, WhatIsMadeIsForItsOwnerToWrite) {
+  const mode_t old = umask(0);
+  SqliteIndex(folder_ / "a/index.db").AddPlaylist(MakePlaylist("/a"));
+  umask(old);
+  EXPECT_EQ(fs::status(folder_ / "a").permissions(), fs::perms(0755));
+  for (const char *const suffix : {"", "-wal", "-shm"}) {
+    EXPECT_EQ(fs::status((folder_ / "a/index.db") + suffix).permissions(), fs::perms(0644))
+        << suffix;
+  }
 }
 
 TEST_F(SqliteFile, ProcessesThatMakeTheIndexAtOnceAllSucceed) {

@@ -320,6 +320,16 @@ TEST_F(Scanner, PlaylistRowsThatAreThereStay) {
   EXPECT_THAT(index_->AllPlaylists(0), SizeIs(2));
 }
 
+TEST_F(Scanner, ALibraryWithSongsGetsAFolderForPlaylists) {
+  Scan();
+  EXPECT_FALSE(fs::exists(Path("playlists"))) << "a disk may not be mounted there";
+  Song("a.flac", 1);
+  const mode_t old = umask(0);
+  Scan();
+  umask(old);
+  EXPECT_EQ(fs::status(Path("playlists")).permissions(), fs::perms(0755));
+}
+
 TEST_F(Scanner, ARenamedPlaylistKeepsItsId) {
   File("playlists/old.m3u", "");
   File("playlists/removed.m3u", "");

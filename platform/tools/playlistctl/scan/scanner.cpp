@@ -1,5 +1,6 @@
 #include "playlistctl/scan/scanner.h"
 
+#include "accounts/ownership.h"
 #include "playlistctl/scan/forget_library.h"
 #include "playlistctl/scan/playlist_rows.h"
 #include "playlistctl/scan/song_changes.h"
@@ -125,6 +126,7 @@ ScanResult ScanLibrary(index::MediaIndex &index, const Library &library, const S
     return result;
   }
   SongScan(index, library, options, output, result).Run(*walk, songs);
+  accounts::MakePlaylistsFolderIfMissing(library.folder);
   const PlaylistChanges playlists = UpdatePlaylistRows(index, library, options.settled, output);
   result.playlists_added = playlists.added;
   result.playlists_renamed = playlists.moved;
