@@ -157,13 +157,13 @@ class Formats(ServerTest):
 
     def test_a_queue_of_somebody_elses_making_is_not_read(self):
         queue = ROOT / f"tmp/playing_{BEN}.pls"
-        lists = PREFERENCE.folder / "queue source.m3u"
-        lists.parent.mkdir(parents=True, exist_ok=True)
+        lists = ROOT / "tmp/source.m3u"
         lists.write_text("http://radio/secret\n")
-        for make in (queue.symlink_to, queue.hardlink_to):
+        for name, make in (("soft", queue.symlink_to), ("hard", queue.hardlink_to)):
             make(lists)
-            answer = self.server.ask("addplaying", BEN, name="taken", target="stream")
+            answer = self.server.ask("addplaying", BEN, name=name, target="stream")
             self.assertEqual(answer.error, "common/error_system")
+            self.assertEqual(songs_of(PREFERENCE.file(name)), [])
             queue.unlink()
         queue.write_text("[playlist]\nFile1=http://radio/1\n")
         self.assertTrue(self.server.ask("addplaying", BEN, name="own", target="stream").success)
