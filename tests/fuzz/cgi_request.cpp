@@ -1,6 +1,5 @@
 // A request, from whatever bytes a client sends. The first byte says how they are
 // read.
-#include "text/text.h"
 #include "text/utf8.h"
 #include "web/admission.h"
 #include "web/header_value.h"

@@ -3,7 +3,7 @@
 
 #include "smart/rule_edits.h"
 #include "smart/block_scanner.h"
-#include "text/text.h"
+#include "text/utf8.h"
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>

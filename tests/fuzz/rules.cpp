@@ -3,8 +3,8 @@
 
 #include "smart/block_scanner.h"
 #include "smart/parser.h"
-#include "smart/printer.h"
 #include "smart/rule_query.h"
+#include "support/rule_printer.h"
 #include <cstdint>
 #include <cstdlib>
 

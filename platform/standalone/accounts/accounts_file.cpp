@@ -1,6 +1,6 @@
 #include "accounts/accounts_file.h"
 
-#include "text/text.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <array>
 #include <limits>

@@ -1,6 +1,6 @@
 #include "host/arguments.h"
 
-#include "text/text.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <cstring>
 #include <optional>

@@ -8,7 +8,7 @@
 #include "playlists/new_files.h"
 #include "playlists/rows.h"
 #include "system/config.h"
-#include "text/text.h"
+#include "text/numbers.h"
 #include <cstdlib>
 #include <memory>
 #include <new>

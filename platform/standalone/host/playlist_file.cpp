@@ -10,7 +10,7 @@
 #include "playlists/playlist_folders.h"
 #include "playlists/read_playlist.h"
 #include "playlists/rows.h"
-#include "text/text.h"
+#include "text/numbers.h"
 #include <stdexcept>
 #include <string>
 #include <string_view>

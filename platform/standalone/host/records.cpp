@@ -1,6 +1,6 @@
 #include "host/records.h"
 
-#include "text/text.h"
+#include "text/utf8.h"
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "index/sqlite_query.h"
 #include "index/sqlite_rows.h"
-#include "text/text.h"
+#include "text/case_folding.h"
 
 #include <algorithm>
 #include <array>

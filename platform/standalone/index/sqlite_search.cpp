@@ -5,7 +5,7 @@
 #include "index/sqlite_query.h"
 #include "index/sqlite_rows.h"
 #include "index/sqlite_texts.h"
-#include "text/text.h"
+#include "text/case_folding.h"
 
 #include <algorithm>
 

@@ -1,5 +1,6 @@
 #include "index/sqlite_texts.h"
-#include "text/text.h"
+#include "text/case_folding.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 

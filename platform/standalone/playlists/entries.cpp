@@ -2,7 +2,7 @@
 #include "index/media_index.h"
 #include "playlists/entry_paths.h"
 #include "playlists/playlist_content.h"
-#include "playlists/readable_text.h"
+#include "system/host_encoding.h"
 #include "system/log.h"
 #include <algorithm>
 #include <stdexcept>
@@ -61,8 +61,8 @@ std::vector<Entry> ReadEntries(std::string_view bytes, const std::string &path, 
   entries.reserve(count);
   for (std::size_t i = first; i < first + count; ++i) {
     const ContentEntry entry = content.At(i);
-    entries.push_back({paths.Resolve(entry.path), ReadableText(entry.artist),
-                       ReadableText(entry.title), entry.duration_seconds});
+    entries.push_back({paths.Resolve(entry.path), system::ReadableText(entry.artist),
+                       system::ReadableText(entry.title), entry.duration_seconds});
   }
   return entries;
 }

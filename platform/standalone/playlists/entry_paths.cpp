@@ -1,8 +1,8 @@
 #include "playlists/entry_paths.h"
 #include "accounts/libraries.h"
 #include "playlists/m3u.h"
-#include "playlists/readable_text.h"
-#include "text/text.h"
+#include "system/host_encoding.h"
+#include "text/utf8.h"
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -55,7 +55,7 @@ bool IsDrivePath(std::string_view path) {
 std::vector<std::string> Texts(std::string_view path) {
   std::vector<std::string> texts{std::string(path)};
   if (!text::IsUtf8(path)) {
-    if (auto decoded = FromHostCodePage(path)) {
+    if (auto decoded = system::FromHostCodePage(path)) {
       texts.push_back(*std::move(decoded));
     }
   }
@@ -167,7 +167,7 @@ std::string EntryPaths::Resolve(std::string_view entry) {
       return *std::move(there);
     }
   }
-  return is_utf8 ? std::string(path) : FromHostCodePage(path).value_or(std::string(path));
+  return is_utf8 ? std::string(path) : system::FromHostCodePage(path).value_or(std::string(path));
 }
 
 bool EntryPaths::NamesFile(std::string_view entry) { return FirstThere(entry).has_value(); }

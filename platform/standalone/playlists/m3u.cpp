@@ -1,8 +1,8 @@
 #include "playlists/m3u.h"
 #include "playlists/line_reader.h"
 #include "playlists/playlist_text.h"
-#include "playlists/readable_text.h"
-#include "playlists/seconds.h"
+#include "system/host_encoding.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
@@ -48,8 +48,8 @@ long WholeSeconds(float seconds) {
 }
 
 void AppendInfo(std::string &text, const NewEntry &song) {
-  const std::string artist = InOneLine(ReadableText(song.artist));
-  const std::string title = InOneLine(ReadableText(song.title));
+  const std::string artist = InOneLine(system::ReadableText(song.artist));
+  const std::string title = InOneLine(system::ReadableText(song.title));
   const long seconds = WholeSeconds(song.duration_seconds);
   if (artist.empty() && title.empty() && seconds < 0) {
     return;
@@ -150,7 +150,7 @@ std::string_view UnprotectPath(std::string_view text) {
 M3uInfo ParseM3uInfo(std::string_view info) {
   M3uInfo parsed;
   const std::size_t comma = TitleComma(info);
-  parsed.duration_seconds = ParseSeconds(info.substr(0, comma));
+  parsed.duration_seconds = text::ParseSeconds(info.substr(0, comma));
   if (comma == std::string_view::npos) {
     return parsed;
   }

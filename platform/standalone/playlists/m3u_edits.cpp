@@ -3,9 +3,9 @@
 #include "playlists/entry_paths.h"
 #include "playlists/playlist_content.h"
 #include "playlists/playlist_text.h"
-#include "playlists/positions.h"
 #include "system/admin_log.h"
 #include "system/log.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
@@ -90,7 +90,7 @@ Change Removing(std::string positions) {
   return [text = std::move(positions), kept = KeptContent()](std::string_view bytes,
                                                              const std::string &path) mutable {
     PlaylistContent &content = kept.Read(bytes, path);
-    return std::optional(content.Reduced(ParsePositions(text, content.size())));
+    return std::optional(content.Reduced(text::ParsePositions(text, content.size())));
   };
 }
 

@@ -1,7 +1,7 @@
 #include "playlists/pls.h"
 #include "playlists/line_reader.h"
 #include "playlists/playlist_text.h"
-#include "playlists/seconds.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -140,7 +140,7 @@ void PlsList::TakeNumbered(const Line &line, std::string_view value) {
   } else if (line.key == Key::kTitle) {
     numbered.entry.title = value;
   } else {
-    numbered.entry.duration_seconds = ParseSeconds(value);
+    numbered.entry.duration_seconds = text::ParseSeconds(value);
   }
 }
 

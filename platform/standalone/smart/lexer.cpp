@@ -1,6 +1,6 @@
 #include "smart/lexer.h"
 
-#include "text/text.h"
+#include "text/utf8.h"
 #include <algorithm>
 
 namespace vexo::smart {

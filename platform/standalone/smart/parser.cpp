@@ -2,7 +2,8 @@
 
 #include "smart/lexer.h"
 #include "smart/vocabulary.h"
-#include "text/text.h"
+#include "text/numbers.h"
+#include "text/utf8.h"
 #include <algorithm>
 #include <chrono>
 #include <utility>

@@ -4,7 +4,7 @@
 #include "system/log.h"
 #include "system/paths.h"
 #include "text/code_page.h"
-#include "text/text.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <ini.h>
 #include <system_error>

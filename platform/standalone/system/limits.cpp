@@ -2,7 +2,7 @@
 
 #include "system/config.h"
 #include "system/log.h"
-#include "text/text.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <cstdint>
 #include <sys/mman.h>

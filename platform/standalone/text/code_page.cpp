@@ -1,6 +1,6 @@
 #include "text/code_page.h"
 
-#include "text/text.h"
+#include "text/utf8.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>

@@ -1,7 +1,5 @@
 #include "text/text.h"
 
-#include <charconv>
-
 namespace vexo::text {
 namespace {
 
@@ -59,16 +57,6 @@ std::string EscapeHtml(std::string_view text) {
     }
   }
   return escaped;
-}
-
-std::optional<int64_t> ParseInteger(std::string_view text) {
-  int64_t number = 0;
-  const char *end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) {
-    return std::nullopt;
-  }
-  return number;
 }
 
 } // namespace vexo::text

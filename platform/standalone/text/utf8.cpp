@@ -1,6 +1,5 @@
 #include "text/utf8.h"
 
-#include "text/text.h"
 #include <cstring>
 
 namespace vexo::text {

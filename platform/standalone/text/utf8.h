@@ -17,6 +17,9 @@ struct Utf8Character {
 /// beyond U+10FFFF are not well-formed.
 Utf8Character DecodeUtf8(std::string_view text);
 
+/// Whether `bytes` is well-formed UTF-8.
+bool IsUtf8(std::string_view bytes);
+
 /// Appends the UTF-8 form of a code point.
 void AppendUtf8(std::string &text, char32_t code_point);
 

@@ -1,7 +1,7 @@
 #include "web/request.h"
 
 #include "system/log.h"
-#include "text/text.h"
+#include "text/numbers.h"
 #include "web/header_value.h"
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "vexoaudiod/player_settings.h"
 #include "system/config.h"
-#include "text/text.h"
+#include "text/numbers.h"
 #include <cstdint>
 #include <optional>
 #include <string_view>

@@ -1,5 +1,5 @@
 #include "vexoaudiod/record.h"
-#include "text/text.h"
+#include "text/numbers.h"
 #include <cstdint>
 #include <cstring>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "zip/stored_zip.h"
 
-#include "text/text.h"
+#include "text/utf8.h"
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>

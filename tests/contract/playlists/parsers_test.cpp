@@ -1,6 +1,6 @@
 // Positions and addresses.
 #include "playlists/entry_paths.h"
-#include "playlists/positions.h"
+#include "text/numbers.h"
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
@@ -17,7 +17,7 @@ TEST(Positions, AreTakenInAnyOrderAndOnce) {
   };
   for (const Row &row : {Row{"0", {0}}, Row{"9", {9}}, Row{"3,1,2", {1, 2, 3}}, Row{"1,1,1", {1}},
                          Row{"007", {7}}, Row{"9,0,9,0", {0, 9}}}) {
-    EXPECT_EQ(ParsePositions(row.text, 10), row.positions) << row.text;
+    EXPECT_EQ(text::ParsePositions(row.text, 10), row.positions) << row.text;
   }
 }
 
@@ -50,11 +50,11 @@ TEST(Positions, ThatAreNoneAreRefused) {
                                "[1]",
                                "*"};
   for (const char *text : texts) {
-    EXPECT_THROW((void)ParsePositions(text, 10), std::invalid_argument) << text;
+    EXPECT_THROW((void)text::ParsePositions(text, 10), std::invalid_argument) << text;
   }
-  EXPECT_THROW((void)ParsePositions("0", 0), std::invalid_argument);
-  EXPECT_THROW((void)ParsePositions(std::string(1 << 20, '1'), 10), std::invalid_argument);
-  EXPECT_THROW((void)ParsePositions(std::string_view("1\0", 2), 10), std::invalid_argument);
+  EXPECT_THROW((void)text::ParsePositions("0", 0), std::invalid_argument);
+  EXPECT_THROW((void)text::ParsePositions(std::string(1 << 20, '1'), 10), std::invalid_argument);
+  EXPECT_THROW((void)text::ParsePositions(std::string_view("1\0", 2), 10), std::invalid_argument);
 }
 
 TEST(Positions, AHundredThousandAreAnOrdinaryText) {
@@ -62,7 +62,7 @@ TEST(Positions, AHundredThousandAreAnOrdinaryText) {
   for (int i = 1; i < 100000; ++i) {
     text += "," + std::to_string(i);
   }
-  EXPECT_EQ(ParsePositions(text, 100000).size(), 100000U);
+  EXPECT_EQ(text::ParsePositions(text, 100000).size(), 100000U);
 }
 
 TEST(StreamAddresses, AreToldFromPaths) {

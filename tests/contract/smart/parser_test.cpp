@@ -1,7 +1,7 @@
 #include "smart/parser.h"
 
 #include "smart/block_scanner.h"
-#include "smart/printer.h"
+#include "support/rule_printer.h"
 #include <gtest/gtest.h>
 #include <string>
 

@@ -1,3 +1,4 @@
+#include "text/numbers.h"
 #include "text/text.h"
 #include <gtest/gtest.h>
 

@@ -1,4 +1,3 @@
-#include "text/text.h"
 #include "text/utf8.h"
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "contract/web/cgi_process.h"
-#include "text/text.h"
+#include "text/utf8.h"
 #include "vexo/web.h"
 #include "web/output.h"
 #include <gmock/gmock.h>

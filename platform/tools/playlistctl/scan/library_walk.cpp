@@ -1,7 +1,8 @@
 #include "playlistctl/scan/library_walk.h"
 
 #include "files/file_descriptor.h"
-#include "text/text.h"
+#include "text/case_folding.h"
+#include "text/utf8.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "smart/printer.h"
+#include "support/rule_printer.h"
 
 #include "smart/lexer.h"
 #include "smart/vocabulary.h"

@@ -1,10 +1,10 @@
-#include "playlists/positions.h"
+#include "text/numbers.h"
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
 #include <string>
 
-namespace vexo::playlists {
+namespace vexo::text {
 
 namespace {
 
@@ -23,6 +23,23 @@ std::size_t ParsePosition(std::string_view text, std::size_t length) {
 
 } // namespace
 
+std::optional<int64_t> ParseInteger(std::string_view text) {
+  int64_t number = 0;
+  const char *end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+float ParseSeconds(std::string_view text) {
+  constexpr double kAbsurd = 1e9;
+  double seconds = 0;
+  std::from_chars(text.data(), text.data() + text.size(), seconds, std::chars_format::fixed);
+  return seconds > 0 && seconds < kAbsurd ? static_cast<float>(seconds) : 0.0F;
+}
+
 std::vector<std::size_t> ParsePositions(std::string_view text, std::size_t length) {
   std::vector<std::size_t> positions;
   for (std::size_t begin = 0; begin <= text.size();) {
@@ -35,4 +52,4 @@ std::vector<std::size_t> ParsePositions(std::string_view text, std::size_t lengt
   return positions;
 }
 
-} // namespace vexo::playlists
+} // namespace vexo::text

@@ -1,10 +1,10 @@
-#include "playlists/readable_text.h"
+#include "system/host_encoding.h"
 #include "system/config.h"
 #include "text/code_page.h"
-#include "text/text.h"
+#include "text/utf8.h"
 #include <algorithm>
 
-namespace vexo::playlists {
+namespace vexo::system {
 
 namespace {
 
@@ -13,7 +13,7 @@ constexpr int kFallbackCodePage = 1252;
 } // namespace
 
 std::optional<std::string> FromHostCodePage(std::string_view bytes) {
-  const int page = system::HostCodePage();
+  const int page = HostCodePage();
   return text::ToUtf8(page == text::kUtf8CodePage ? kFallbackCodePage : page, bytes);
 }
 
@@ -30,4 +30,4 @@ std::string ReadableText(std::string_view bytes) {
   return ascii;
 }
 
-} // namespace vexo::playlists
+} // namespace vexo::system
