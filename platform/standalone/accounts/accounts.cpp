@@ -118,17 +118,14 @@ std::vector<Account> ListAccounts() {
   // playlists lie elsewhere: what was read before holds.
   static std::optional<std::vector<Account>> known;
   try {
-    known = ParseAccounts(files::ReadWholeFile(system::kAccountsFile)).accounts;
-  } catch (const std::system_error &error) {
-    if (error.code() == std::errc::no_such_file_or_directory) {
-      known.reset();
-      return {};
-    }
+    const std::optional<std::string> text = files::ReadWholeFile(system::kAccountsFile);
+    known = text ? std::optional(ParseAccounts(*text).accounts) : std::nullopt;
+  } catch (const std::system_error &) {
     if (!known) {
       throw;
     }
   }
-  return *known;
+  return known.value_or(std::vector<Account>());
 }
 
 std::optional<Account> FindAccount(std::string_view name) {
@@ -140,11 +137,9 @@ std::optional<Account> FindAccount(int id) {
 }
 
 std::vector<int> RemovedAccountIds() {
+  const std::optional<std::string> text = files::ReadWholeFile(system::kAccountsFile);
+  const AccountsFile file = text ? ParseAccounts(*text) : AccountsFile();
   std::vector<int> ids;
-  if (!std::filesystem::exists(system::kAccountsFile)) {
-    return ids;
-  }
-  const AccountsFile file = ParseAccounts(files::ReadWholeFile(system::kAccountsFile));
   for (int id = 1; id < file.next_id; ++id) {
     if (std::none_of(file.accounts.begin(), file.accounts.end(),
                      [&](const Account &account) { return account.id == id; })) {

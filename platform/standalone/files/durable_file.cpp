@@ -23,8 +23,11 @@ std::string ReadFile(int fd, std::string_view name, std::size_t max_bytes) {
 
 } // namespace
 
-std::string ReadWholeFile(const std::string &path, std::size_t max_bytes) {
+std::optional<std::string> ReadWholeFile(const std::string &path, std::size_t max_bytes) {
   const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!fd && (errno == ENOENT || errno == ENOTDIR)) {
+    return std::nullopt;
+  }
   if (!fd) {
     ThrowErrno("cannot open", path);
   }

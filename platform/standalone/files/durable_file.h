@@ -22,8 +22,10 @@ inline constexpr std::size_t kMaxFileBytes = std::size_t{1} << 30;
 /// where the umask is 0.
 inline constexpr unsigned kNewFileMode = 0664;
 
-/// The whole file. Fails with EFBIG above `max_bytes`, with EISDIR or EINVAL for what is no file.
-std::string ReadWholeFile(const std::string &path, std::size_t max_bytes = kMaxFileBytes);
+/// The whole file; nothing where there is none (ENOENT, ENOTDIR). Fails with EFBIG above
+/// `max_bytes`, with EISDIR or EINVAL for what is no file.
+std::optional<std::string> ReadWholeFile(const std::string &path,
+                                         std::size_t max_bytes = kMaxFileBytes);
 /// The same of an open descriptor, from its beginning on.
 std::string ReadWholeFile(int fd, std::size_t max_bytes = kMaxFileBytes);
 

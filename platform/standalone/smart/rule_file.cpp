@@ -59,14 +59,7 @@ void RequireSize(std::size_t size, const std::string &path) {
 } // namespace
 
 std::optional<std::string> ReadRuleFile(const std::string &path) {
-  try {
-    return files::ReadWholeFile(path, kLargestRuleFile);
-  } catch (const std::system_error &error) {
-    if (error.code().value() != ENOENT && error.code().value() != ENOTDIR) {
-      throw;
-    }
-    return std::nullopt;
-  }
+  return files::ReadWholeFile(path, kLargestRuleFile);
 }
 
 void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {

@@ -34,11 +34,9 @@ void AllowLongLines() {
 
 std::string ReadConfigFile() {
   try {
-    return files::ReadWholeFile(kConfigFile);
+    return files::ReadWholeFile(kConfigFile).value_or("");
   } catch (const std::system_error &error) {
-    if (error.code() != std::errc::no_such_file_or_directory) {
-      LogFailure("reading the configuration", error.what());
-    }
+    LogFailure("reading the configuration", error.what());
     return {};
   }
 }

@@ -8,7 +8,6 @@
 #include <ctime>
 #include <iostream>
 #include <optional>
-#include <system_error>
 
 namespace vexo::tools {
 namespace {
@@ -25,17 +24,6 @@ std::optional<std::string> LocalTime(const std::string &utc) {
   localtime_r(&seconds, &time);
   std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &time);
   return text.data();
-}
-
-std::string ReadLog() {
-  try {
-    return files::ReadWholeFile(system::kAdminLog);
-  } catch (const std::system_error &error) {
-    if (error.code() == std::errc::no_such_file_or_directory) {
-      return {};
-    }
-    throw;
-  }
 }
 
 } // namespace
@@ -70,7 +58,7 @@ std::string ReadableLogLine(std::string_view line) {
 }
 
 void PrintLog(std::size_t count) {
-  const std::string log = ReadLog();
+  const std::string log = files::ReadWholeFile(system::kAdminLog).value_or("");
   for (const std::string &line : text::Split(LastLines(log, count), "\n")) {
     std::cout << ReadableLogLine(line) << "\n";
   }

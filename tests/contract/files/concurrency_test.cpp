@@ -84,7 +84,7 @@ TEST_F(Files, AReaderSeesWholeContentsOnly) {
       if (process == 0) {
         ReplaceDurably(path_, std::string(100000, letter));
       } else {
-        const std::string content = ReadWholeFile(path_);
+        const std::string content = ReadWholeFile(path_).value();
         if (content.size() != 100000 ||
             content.find_first_not_of(content[0]) != std::string::npos) {
           return 1;

@@ -28,7 +28,12 @@ TEST_F(Files, ReadingRefusesWhatIsNoFile) {
   EXPECT_EQ(ErrorOf([&] { (void)ReadWholeFile(folder_ / "folder"); }), EISDIR);
   EXPECT_EQ(ErrorOf([&] { (void)ReadWholeFile(folder_ / "pipe"); }), EINVAL);
   EXPECT_EQ(ErrorOf([&] { (void)ReadWholeFile("/dev/zero"); }), EINVAL);
-  EXPECT_EQ(ErrorOf([&] { (void)ReadWholeFile(folder_ / "none"); }), ENOENT);
+}
+
+TEST_F(Files, ReadingWhereNoFileIsGivesNothing) {
+  WriteBytes(path_, "");
+  EXPECT_EQ(ReadWholeFile(folder_ / "none"), std::nullopt);
+  EXPECT_EQ(ReadWholeFile(path_ + "/none"), std::nullopt);
 }
 
 TEST_F(Files, ReadingStopsAtTheLimit) {
