@@ -1,6 +1,7 @@
 """Which folder may include which: the arrows between folders go one way.
 
-ALLOWED is the whole rule. A folder may always include itself and the C++ standard library.
+ALLOWED is the whole rule, and no more than is used: an arrow that nobody uses is taken out. A folder
+may always include itself and the C++ standard library.
 """
 
 import re
@@ -25,17 +26,16 @@ ALLOWED = {
     "src/actions": ["vexo", "src/handler/audio_playlist.h", "src/model", "src/player/queue.h"],
     "src/export": ["vexo", "src/handler/audio_playlist.h", "src/model", "src/player/queue.h"],
     "standalone/text": [],
-    "standalone/files": ["text"],
+    "standalone/files": [],
     "standalone/system": ["files", "text", "ini.h"],
     "standalone/accounts": ["system", "files", "text"],
     "standalone/index": ["system", "files", "text", "sqlite3.h"],
     "standalone/playlists": ["index", "accounts", "system", "files", "text"],
     "standalone/smart": ["index", "accounts", "system", "files", "text"],
-    "standalone/web": ["vexo", "json", "accounts", "system", "files", "text"],
-    "standalone/host": ["vexo", "json", "web", "smart", "playlists", "index", "accounts", "system",
-                        "files", "text"],
-    # The tools may use every folder of the host but web and the device's own interface.
-    "tools": ["json", *HOST[:-2], "CLI", "taglib", "archive.h", "archive_entry.h",
+    "standalone/web": ["json", "accounts", "system", "files", "text"],
+    # Nobody else includes vexo/, the device's interface, and nobody includes host.
+    "standalone/host": ["vexo", "web", "smart", "playlists", "index", "accounts", "system", "text"],
+    "tools": ["index", "accounts", "system", "files", "text", "json", "CLI", "taglib",
               "libdeflate.h", "mpd"],
 }
 
@@ -120,6 +120,63 @@ def pairs_that_include_each_other(source):
     return [pair for pair in seen if pair[0] < pair[1] and (pair[1], pair[0]) in seen]
 
 
+def unit_of(path):
+    """A header and the source of its name are one unit."""
+    return path.with_suffix("").as_posix()
+
+
+def file_of(path, header, source):
+    """The file of ours that an include means, or None."""
+    parts = path.relative_to(source).parts
+    roots = [path.parent, source / "src"] if parts[0] == "src" else [
+        path.parent, source / "platform/standalone", source / "platform/tools"]
+    for root in roots:
+        if (root / header).is_file():
+            return root / header
+    return None
+
+
+def unit_graph(source):
+    graph = {}
+    for path in sources(source):
+        used = graph.setdefault(unit_of(path.relative_to(source)), set())
+        for header in includes(path):
+            target = file_of(path, header, source)
+            if target is not None:
+                used.add(unit_of(target.relative_to(source)))
+    return {unit: used - {unit} for unit, used in graph.items()}
+
+
+def cycles(graph):
+    """The units that are left when those that use none of the others are taken away, again and
+    again, from both ends: all that is on a cycle, or between two."""
+    left = {unit: set(used) for unit, used in graph.items()}
+    while True:
+        used_by_any = set().union(*left.values()) if left else set()
+        free = {unit for unit, used in left.items() if not used or unit not in used_by_any}
+        if not free:
+            return sorted(left)
+        left = {unit: used - free for unit, used in left.items() if unit not in free}
+
+
+def unused_arrows(source):
+    """What ALLOWED allows and nobody uses."""
+    used = {folder: set() for folder in ALLOWED}
+    for _, folder, header in arrows(source):
+        target = target_of(folder, header, source)
+        used.get(folder, set()).update((target, target.split("/")[-1], header, f"src/{header}"))
+    return [(folder, allowed) for folder, those in ALLOWED.items() for allowed in those
+            if allowed not in used[folder]]
+
+
+def linked_folders(source):
+    """folder: the folders whose libraries its own library links."""
+    lists = (source / "platform/standalone/CMakeLists.txt").read_text()
+    return {name: set(re.findall(r"vexo_(\w+)", libraries))
+            for name, libraries in re.findall(r"vexo_module\((\w+)([^)]*)\)", lists)
+            if name != "name"}
+
+
 def host_interface_includes(source):
     """What the host's headers include beside themselves and the standard library."""
     for path in sorted((source / "platform/include").rglob("*.h")):
@@ -134,6 +191,14 @@ class Includes(unittest.TestCase):
 
     def test_no_two_folders_include_each_other(self):
         self.assertEqual(pairs_that_include_each_other(SOURCE), [])
+
+    def test_every_allowed_arrow_is_used(self):
+        self.assertEqual(unused_arrows(SOURCE), [])
+
+    def test_every_library_links_what_its_folder_may_include(self):
+        self.assertEqual(linked_folders(SOURCE), {
+            name: {allowed for allowed in ALLOWED[f"standalone/{name}"] if allowed in HOST}
+            for name in HOST})
 
     def test_the_host_interface_knows_the_standard_library_and_json_only(self):
         self.assertEqual({header.split("/")[0] for _, header in host_interface_includes(SOURCE)},

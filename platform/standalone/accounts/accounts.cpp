@@ -24,11 +24,6 @@ template <typename Predicate> std::optional<Account> FindFirst(Predicate predica
   return std::move(*found);
 }
 
-bool IsNameCharacter(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' ||
-         c == '_' || c == '-';
-}
-
 constexpr unsigned kAccountsFileMode = 0644;
 
 void MakeAccountsFileIfMissing() {
@@ -106,12 +101,6 @@ void CheckAndMakeFolders(const Account &account) {
 }
 
 } // namespace
-
-bool IsAccountName(std::string_view name) {
-  constexpr std::size_t kLongestName = 64;
-  return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
-         std::all_of(name.begin(), name.end(), IsNameCharacter);
-}
 
 std::vector<Account> ListAccounts() {
   // A disk that fails in the middle of a request must not make its user another one, whose

@@ -5,24 +5,13 @@
 // for one that is damaged. One that cannot be read any more counts as it was read last in this
 // process.
 
+#include "accounts/accounts_file.h"
 #include <functional>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
 namespace vexo::accounts {
-
-struct Account {
-  std::string name;
-  int id = 0; ///< positive, never given to another account
-  bool personal_library = false;
-  std::string personal_folder;   ///< absolute, no trailing '/'
-  std::string preference_folder; ///< absolute, no trailing '/'
-};
-
-/// Whether `name` can be an account's: [A-Za-z0-9._-]{1,64}, but not "." or "..".
-bool IsAccountName(std::string_view name);
 
 /// In the order in which they were added.
 std::vector<Account> ListAccounts();

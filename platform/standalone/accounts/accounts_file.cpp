@@ -4,12 +4,18 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 
 namespace vexo::accounts {
 namespace {
 
 constexpr std::string_view kFormat = "vexo-accounts-1";
+
+bool IsNameCharacter(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' ||
+         c == '_' || c == '-';
+}
 
 [[noreturn]] void FailAt(std::size_t line, const char *what) {
   throw std::runtime_error("accounts file, line " + std::to_string(line) + ": " + what);
@@ -69,6 +75,12 @@ int ParseHeader(std::string_view header) {
 }
 
 } // namespace
+
+bool IsAccountName(std::string_view name) {
+  constexpr std::size_t kLongestName = 64;
+  return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
+         std::all_of(name.begin(), name.end(), IsNameCharacter);
+}
 
 AccountsFile ParseAccounts(std::string_view text) {
   AccountsFile file;

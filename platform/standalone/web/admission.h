@@ -3,7 +3,7 @@
 // what the request would do.
 
 #include "accounts/accounts.h"
-#include "web/envelope.h"
+#include "web/refusal.h"
 #include "web/request.h"
 #include <optional>
 

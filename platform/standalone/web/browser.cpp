@@ -1,25 +1,22 @@
 #include "web/browser.h"
 
-#include <algorithm>
 #include <charconv>
 #include <limits>
 
 namespace vexo::web {
 namespace {
 
-// The year of the last Internet Explorer ended with this Firefox.
+// Current when the last Internet Explorer appeared; newer ones are type 0.
 constexpr int kLastFirefoxOfTheseYears = 26;
 
-/// The number with dots behind `mark`, as long as the field of a browser record holds it; empty
-/// when the mark is not there.
+/// The number with dots behind `mark`; empty when the mark is not there.
 std::string_view VersionBehind(std::string_view agent, std::string_view mark) {
   const std::size_t found = agent.find(mark);
   if (found == std::string_view::npos) {
     return {};
   }
   const std::string_view rest = agent.substr(found + mark.size());
-  return rest.substr(0, std::min({rest.find_first_not_of("0123456789."), rest.size(),
-                                  sizeof(_tag_vexo_browser_info_::version) - 1}));
+  return rest.substr(0, rest.find_first_not_of("0123456789."));
 }
 
 std::string_view InternetExplorerVersion(std::string_view agent) {
@@ -37,24 +34,18 @@ int MajorOf(std::string_view version) {
   return major;
 }
 
-void Fill(_tag_vexo_browser_info_ *info, int type, std::string_view version) {
-  *info = {};
-  info->type = type;
-  version.copy(info->version, sizeof(info->version) - 1);
-}
-
 } // namespace
 
-void BrowserFromUserAgent(std::string_view agent, _tag_vexo_browser_info_ *info) {
+Browser BrowserFromUserAgent(std::string_view agent) {
   const std::string_view explorer = InternetExplorerVersion(agent);
-  const std::string_view firefox = VersionBehind(agent, "Firefox/");
   if (!explorer.empty()) {
-    Fill(info, 1, explorer);
-  } else if (!firefox.empty() && MajorOf(firefox) <= kLastFirefoxOfTheseYears) {
-    Fill(info, 2, firefox);
-  } else {
-    Fill(info, 0, {});
+    return {1, std::string(explorer)};
   }
+  const std::string_view firefox = VersionBehind(agent, "Firefox/");
+  if (!firefox.empty() && MajorOf(firefox) <= kLastFirefoxOfTheseYears) {
+    return {2, std::string(firefox)};
+  }
+  return {};
 }
 
 } // namespace vexo::web

@@ -16,8 +16,6 @@ TEST(BrowserTest, TheUserAgentTellsTypeAndVersion) {
        1, "10.0"},
       {"Internet Explorer 11", "Mozilla/5.0 (Windows NT 6.1; Trident/7.0; rv:11.0) like Gecko", 1,
        "11.0"},
-      {"a version longer than its field", "MSIE 1111111111.2222222222.3333333333.4444444444", 1,
-       "1111111111.2222222222.333333333"},
       {"no version of Internet Explorer", "MSIE x", 0, ""},
       {"Firefox 3.6",
        "Mozilla/5.0 (X11; U; Linux i686; en-US; rv:1.9.2) Gecko/20100115 Firefox/3.6", 2, "3.6"},
@@ -42,10 +40,9 @@ TEST(BrowserTest, TheUserAgentTellsTypeAndVersion) {
       {"nothing", "", 0, ""},
   };
   for (const auto &row : rows) {
-    _tag_vexo_browser_info_ browser{-5, "x"};
-    vexo::web::BrowserFromUserAgent(row.agent, &browser);
+    const vexo::web::Browser browser = vexo::web::BrowserFromUserAgent(row.agent);
     EXPECT_EQ(browser.type, row.type) << row.description;
-    EXPECT_STREQ(browser.version, row.version) << row.description;
+    EXPECT_EQ(browser.version, row.version) << row.description;
   }
 }
 

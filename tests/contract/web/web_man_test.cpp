@@ -521,4 +521,17 @@ TEST_F(WebManTest, TakesABrowserWithoutANameForOneOfToday) {
   EXPECT_EQ(answer.status, 1);
 }
 
+TEST_F(WebManTest, CutsAVersionThatIsLongerThanItsField) {
+  const CgiRequest request =
+      RequestOf({{"HTTP_USER_AGENT", "MSIE 1111111111.2222222222.3333333333.4444444444"}});
+  const CgiAnswer answer = RunCgi(request, [] {
+    _tag_vexo_browser_info_ info{};
+    return WebMan().GetBrowserInfo(&info) == 0 &&
+                   std::string_view(info.version) == "1111111111.2222222222.333333333"
+               ? 1
+               : 0;
+  });
+  EXPECT_EQ(answer.status, 1);
+}
+
 } // namespace

@@ -29,20 +29,20 @@ Json::Value Parsed(const std::string &text) {
   return value;
 }
 
-TEST(Envelope, SaysSuccess) {
+TEST(Answer, SaysSuccess) {
   Json::Value response;
   ActionHandler::SetSuccess(response, true);
   EXPECT_EQ(Printed(response), "{\"success\":true}\n");
 }
 
-TEST(Envelope, SaysWhyAnActionFailed) {
+TEST(Answer, SaysWhyAnActionFailed) {
   Json::Value response;
   ActionHandler::SetError(response, "playlist", "playlist_name_exist", 42);
   EXPECT_EQ(Printed(response), "{\"error\":{\"key\":\"playlist_name_exist\",\"line\":42,"
                                "\"section\":\"playlist\"},\"success\":false}\n");
 }
 
-TEST(Envelope, KeepsTheDataBesideSuccessAndError) {
+TEST(Answer, KeepsTheDataBesideSuccessAndError) {
   Json::Value response;
   response["isEmpty"] = true;
   ActionHandler::SetError(response, "common", "error_system", 1);
@@ -54,7 +54,7 @@ TEST(Envelope, KeepsTheDataBesideSuccessAndError) {
   EXPECT_FALSE(printed["success"].asBool());
 }
 
-TEST(Envelope, TakesTheLastSuccessAndTheLastError) {
+TEST(Answer, TakesTheLastSuccessAndTheLastError) {
   Json::Value response;
   ActionHandler::SetError(response, "a", "b", 1);
   ActionHandler::SetError(response, "c", "d", 2);
@@ -64,24 +64,24 @@ TEST(Envelope, TakesTheLastSuccessAndTheLastError) {
   EXPECT_TRUE(printed["success"].asBool());
 }
 
-TEST(Envelope, OfAnEmptyResponseIsAnEmptyObject) {
+TEST(Answer, OfAnEmptyResponseIsAnEmptyObject) {
   EXPECT_EQ(Printed(Json::Value()), "{}\n");
   EXPECT_EQ(Printed(Json::Value(Json::objectValue)), "{}\n");
 }
 
-TEST(Envelope, IsMadeAnObjectWhateverTheResponseWas) {
+TEST(Answer, IsMadeAnObjectWhateverTheResponseWas) {
   Json::Value response = "a text";
   ActionHandler::SetSuccess(response, true);
   EXPECT_EQ(Printed(response), "{\"success\":true}\n");
 }
 
-TEST(Envelope, OutlivesNullTexts) {
+TEST(Answer, OutlivesNullTexts) {
   Json::Value response;
   ActionHandler::SetError(response, nullptr, nullptr, 1);
   EXPECT_FALSE(response["success"].asBool());
 }
 
-TEST(Envelope, HasTheGivenContentType) {
+TEST(Answer, HasTheGivenContentType) {
   const CgiAnswer answer = RunCgi({}, [] {
     ActionHandler::PrintResponse(Json::Value(), kType);
     return 0;
@@ -91,7 +91,7 @@ TEST(Envelope, HasTheGivenContentType) {
   EXPECT_THAT(answer.Headers(), HasSubstr("Cache-Control: no-store"));
 }
 
-TEST(Envelope, HasNoBodyForHead) {
+TEST(Answer, HasNoBodyForHead) {
   const CgiAnswer answer = RunCgi({{{"REQUEST_METHOD", "HEAD"}}, ""}, [] {
     ActionHandler::PrintResponse(Json::Value(), kType);
     return 0;
@@ -100,7 +100,7 @@ TEST(Envelope, HasNoBodyForHead) {
   EXPECT_EQ(answer.Body(), "");
 }
 
-TEST(Envelope, IsUtf8JsonWhateverBytesItsTextsHold) {
+TEST(Answer, IsUtf8JsonWhateverBytesItsTextsHold) {
   for (const std::string &text :
        {std::string("plain"), std::string("caf\u00E9 \U0001F600"), std::string("\xFF\xFE"),
         std::string("cut \xC3"), std::string("lead before a quote \xC3\""),
@@ -119,7 +119,7 @@ TEST(Envelope, IsUtf8JsonWhateverBytesItsTextsHold) {
   }
 }
 
-TEST(Envelope, KeepsNumbersAsTheyAre) {
+TEST(Answer, KeepsNumbersAsTheyAre) {
   Json::Value response;
   response["largest"] = Json::UInt64{18446744073709551615U};
   response["least"] = Json::Int64{INT64_MIN};

@@ -1,5 +1,5 @@
 #pragma once
-// Answers that the framework gives by itself.
+// Answers that the host gives by itself.
 
 namespace vexo::web {
 
@@ -16,7 +16,7 @@ enum class Refusal {
 };
 
 /// Answers with the refusal's status and a body of one line.
-void PrintRefusal(Refusal refusal) noexcept;
+void PrintRefusal(Refusal refusal);
 
 /// Answers a request that nobody answered, as one that asked for nothing.
 void PrintNothingAsked() noexcept;

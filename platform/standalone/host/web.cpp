@@ -1,0 +1,199 @@
+// The web framework: the request, who made it, and the answer.
+#include "vexo/web.h"
+
+#include "accounts/accounts.h"
+#include "host/guard.h"
+#include "host/records.h"
+#include "system/limits.h"
+#include "system/log.h"
+#include "text/text.h"
+#include "web/admission.h"
+#include "web/answer.h"
+#include "web/browser.h"
+#include "web/cut_short.h"
+#include "web/output.h"
+#include "web/refusal.h"
+#include "web/request.h"
+#include "web/send_file.h"
+#include <syslog.h>
+
+using namespace vexo;
+using namespace vexo::host;
+using accounts::Account;
+
+namespace {
+
+/// A request of a few kilobytes can name thousands of songs that are none, with a line for each.
+constexpr unsigned kMostLogLines = 200;
+
+std::optional<Account> LoginAccount() {
+  const std::optional<std::string_view> user = web::Variable("REMOTE_USER");
+  return user ? accounts::FindAccount(*user) : std::nullopt;
+}
+
+void Refuse(web::Refusal refusal) noexcept {
+  Guarded(0, [&] {
+    web::PrintRefusal(refusal);
+    return 0;
+  });
+}
+
+std::string KeepBlanksApart(const std::string &text) {
+  std::string kept;
+  kept.reserve(text.size());
+  for (const char c : text) {
+    if (c == ' ') {
+      kept += "&nbsp;";
+    } else {
+      kept += c;
+    }
+  }
+  return kept;
+}
+
+} // namespace
+
+struct WebMan::State {
+  web::Parameters parameters;
+  std::optional<Account> account; ///< of the login user, once it is known
+};
+
+WebMan::WebMan() : state_(std::make_unique<State>()) {}
+WebMan::~WebMan() = default;
+
+bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
+                          _tag_cgi_position /*position*/) {
+  if (const std::optional<web::Refusal> refusal = web::RefusalOfRequest()) {
+    Refuse(*refusal);
+    return false;
+  }
+  const bool read = Guarded(false, [&] {
+    state_->account = LoginAccount();
+    return true;
+  });
+  if (!state_->account) {
+    Refuse(read ? web::Refusal::kNoAccount : web::Refusal::kNoAccounts);
+    return false;
+  }
+  return true;
+}
+
+bool WebMan::LoadIn() {
+  return Guarded(false, [&] {
+    if (!state_->parameters.Load()) {
+      return false;
+    }
+    const std::optional<web::Refusal> refusal =
+        web::RefusalOfAction(state_->parameters, state_->account);
+    if (refusal) {
+      state_->parameters.Clear();
+      Refuse(*refusal);
+    }
+    return !refusal;
+  });
+}
+
+const char *WebMan::In(const char *name, const char *fallback) const {
+  const char *const value = name == nullptr ? nullptr : state_->parameters.Find(name);
+  return value == nullptr ? fallback : value;
+}
+
+std::string WebMan::GetLoginUserName() const {
+  return state_->account ? state_->account->name : std::string();
+}
+
+std::string WebMan::GetPreferenceDir() const {
+  return state_->account ? state_->account->preference_folder : std::string();
+}
+
+int WebMan::GetBrowserInfo(_tag_vexo_browser_info_ *info) const {
+  return Guarded(-1, [&] {
+    if (info == nullptr) {
+      return -1;
+    }
+    const web::Browser browser =
+        web::BrowserFromUserAgent(web::Variable("HTTP_USER_AGENT").value_or(""));
+    *info = {};
+    info->type = browser.type;
+    CopyText(info->version, browser.version);
+    return 0;
+  });
+}
+
+struct ActionHandler::State {
+  WebMan request;
+};
+
+ActionHandler::ActionHandler() {
+  // With LOG_PERROR the lines reach the web server's error log as well.
+  openlog("audio_playlist", LOG_PID | LOG_PERROR, LOG_USER);
+  system::BoundLog(kMostLogLines);
+  web::AnswerWhenCutShort();
+  Guarded(0, [] {
+    system::LimitProcess();
+    return 0;
+  });
+  state_ = std::make_unique<State>();
+}
+
+ActionHandler::~ActionHandler() {
+  if (!web::IsAnswered()) {
+    web::PrintNothingAsked();
+  }
+  system::FlushLog();
+}
+
+WebMan &ActionHandler::Request() { return state_->request; }
+
+void ActionHandler::SetError(Json::Value &response, const char *section, const char *key,
+                             int line) {
+  Guarded(0, [&] {
+    web::SetError(response, section, key, line);
+    return 0;
+  });
+}
+
+void ActionHandler::SetSuccess(Json::Value &response, bool success) {
+  Guarded(0, [&] {
+    web::SetSuccess(response, success);
+    return 0;
+  });
+}
+
+void ActionHandler::PrintResponse(Json::Value response, const char *contentType) {
+  Guarded(0, [&] {
+    web::PrintAnswer(response.isNull() ? Json::Value(Json::objectValue) : response, contentType);
+    return 0;
+  });
+}
+
+std::vector<std::string> WebUtils::StringExplode(const std::string &text,
+                                                 const std::string &separator) {
+  return Guarded(std::vector<std::string>(), [&] {
+    if (separator.empty()) {
+      return text.empty() ? std::vector<std::string>() : std::vector<std::string>{text};
+    }
+    return text::Split(text, separator);
+  });
+}
+
+std::string WebUtils::EncodeHtml(const std::string &text, bool keepSpaces) {
+  return Guarded(std::string(), [&] {
+    std::string escaped = text::EscapeHtml(text);
+    return keepSpaces ? KeepBlanksApart(escaped) : escaped;
+  });
+}
+
+int HTTPFileOutputer::Output(const char *path, const char *contentType) {
+  return Guarded(-1, [&] {
+    const bool is_asked = path != nullptr && contentType != nullptr;
+    return is_asked && web::SendFile(path, contentType) ? 0 : -1;
+  });
+}
+
+int HTTPFileOutputer::Output(FILE *stream, const char *fileName, const char *contentType) {
+  return Guarded(-1, [&] {
+    const bool is_asked = stream != nullptr && fileName != nullptr && contentType != nullptr;
+    return is_asked && web::SendStream(stream, fileName, contentType) ? 0 : -1;
+  });
+}

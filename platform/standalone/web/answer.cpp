@@ -1,0 +1,48 @@
+#include "web/answer.h"
+
+#include "text/utf8.h"
+#include "web/output.h"
+#include "web/request.h"
+
+namespace vexo::web {
+namespace {
+
+constexpr const char *kJsonType = "text/plain; charset=\"UTF-8\"";
+
+/// One line of JSON. Texts are written as they are, so bytes that are no UTF-8 are replaced after.
+std::string ToJson(const Json::Value &document) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  builder["emitUTF8"] = true;
+  return text::ToValidUtf8(Json::writeString(builder, document)) + "\n";
+}
+
+Json::Value &AsObject(Json::Value &response) {
+  if (!response.isObject()) {
+    response = Json::Value(Json::objectValue);
+  }
+  return response;
+}
+
+} // namespace
+
+void SetError(Json::Value &response, const char *section, const char *key, int line) {
+  Json::Value &error = AsObject(response)["error"];
+  error = Json::Value(Json::objectValue);
+  error["section"] = section;
+  error["key"] = key;
+  error["line"] = line;
+  response["success"] = false;
+}
+
+void SetSuccess(Json::Value &response, bool success) { AsObject(response)["success"] = success; }
+
+void PrintAnswer(const Json::Value &document, const char *content_type,
+                 const std::string &headers) {
+  const std::string type = content_type == nullptr ? kJsonType : content_type;
+  WriteAnswer(headers + "Content-Type: " + type +
+              "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n\r\n" +
+              (IsHead() ? std::string() : ToJson(document)));
+}
+
+} // namespace vexo::web

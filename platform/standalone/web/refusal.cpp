@@ -1,0 +1,50 @@
+#include "web/refusal.h"
+
+#include "web/answer.h"
+#include "web/output.h"
+
+namespace vexo::web {
+namespace {
+
+struct RefusalAnswer {
+  const char *headers, *key;
+};
+
+RefusalAnswer AnswerOf(Refusal refusal) {
+  switch (refusal) {
+  case Refusal::kNoUser:
+    // RFC 9110, 15.5.2: the answer names a way to say who one is.
+    return {"Status: 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"playlists\"\r\n",
+            "no_user"};
+  case Refusal::kNoAccount:
+    return {"Status: 403 Forbidden\r\n", "no_account"};
+  case Refusal::kMethod:
+    return {"Status: 405 Method Not Allowed\r\nAllow: GET, HEAD, POST\r\n", "method"};
+  case Refusal::kHeadOfChange:
+    return {"Status: 405 Method Not Allowed\r\nAllow: GET, POST\r\n", "method"};
+  case Refusal::kTooManyEntries:
+    return {"Status: 413 Content Too Large\r\n", "too_many_entries"};
+  case Refusal::kNameWithComma:
+    return {"Status: 409 Conflict\r\n", "name_with_comma"};
+  case Refusal::kCrossSite:
+    return {"Status: 403 Forbidden\r\n", "cross_site"};
+  case Refusal::kNoAccounts:
+    break;
+  }
+  return {"Status: 500 Internal Server Error\r\n", "error_system"};
+}
+
+} // namespace
+
+void PrintRefusal(Refusal refusal) {
+  const RefusalAnswer answer = AnswerOf(refusal);
+  Json::Value response;
+  SetError(response, "common", answer.key, __LINE__);
+  PrintAnswer(response, nullptr, answer.headers);
+}
+
+void PrintNothingAsked() noexcept {
+  WriteAnswer("Status: 400 Bad Request\r\nContent-Type: text/plain\r\n\r\n");
+}
+
+} // namespace vexo::web
