@@ -130,9 +130,9 @@ TEST(PlsEdits, SplicingPutsSongsInThePlaceOfOthers) {
 
 TEST(PlsEdits, LikeEditsOfAPlainList) {
   std::mt19937 random(3);
-  for (int round = 0; round < 2000; ++round) {
+  for (unsigned round = 0; round < 2000; ++round) {
     std::vector<std::string> lines, list;
-    for (unsigned long number = 1; list.size() < round % 8U; number += 1 + random() % 3) {
+    for (unsigned long number = 1; list.size() < round % 8; number += 1 + random() % 3) {
       list.push_back("/" + std::to_string(random()));
       lines.push_back("File" + std::to_string(number) + "=" + list.back() + "\n");
       lines.push_back("Title" + std::to_string(number + random() % 2) + "=T\n");
