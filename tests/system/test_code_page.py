@@ -58,6 +58,18 @@ class CodePage(ServerTest):
         self.assertEqual(archive.read("playlist.m3u"), f"{SONG.name}\n".encode(ENCODING))
         self.assertEqual(archive.read("playlist.m3u8"), f"{SONG.name}\n".encode())
 
+    def test_a_name_that_the_code_page_lacks_is_archived(self):
+        song = LIBRARY / "\u6b4c \u00e9\U0001F600.flac"
+        shutil.copy(SONG, song)
+        answer = self.server.send(ANNA, body=encode({
+            "action": "download", "id_info_list": [{"res": str(song)}, {"res": str(SONG)}]}),
+            headers={"Content-Type": "application/x-www-form-urlencoded"})
+        archive = zipfile.ZipFile(io.BytesIO(answer.body))
+        self.assertEqual(archive.namelist()[:2], [song.name, SONG.name])
+        self.assertEqual(archive.read("playlist.m3u"),
+                         f"\u6b4c __.flac\n{SONG.name}\n".encode(ENCODING))
+        self.assertEqual(archive.read("playlist.m3u8"), f"{song.name}\n{SONG.name}\n".encode())
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -17,8 +17,9 @@ int VLIBCStrTrimSpace(char *text, int mode);
 /// Stores the code page that `which` (2: that of the host's texts) stands for in `*codePage`. 0, or
 /// -1: not known.
 int VLIBCCodePageGet(int which, int *codePage);
-/// Converts `utf8` into the code page, into `buffer` of `size` bytes, always terminated. The number
-/// of bytes written without the terminator, or -1: not convertible, or it does not fit.
+/// Converts `utf8` into the code page, into `buffer` of `size` bytes, always terminated. A
+/// character that the page lacks may be replaced. The number of bytes written without the
+/// terminator, or -1: not convertible, or it does not fit.
 int VLIBCUnicodeStrUTF8ToCP(int codePage, const char *utf8, char *buffer, int size);
 /// Runs the executable `path` with the arguments up to the first null one and waits for its end.
 /// Its exit status (0 on success), or -1: it could not be run, or did not end by itself.

@@ -84,8 +84,9 @@ std::vector<std::string> Sections(std::string_view prefix) {
 int HostCodePage() {
   const std::optional<std::string> value = Setting("texts", "code_page");
   const std::optional<int64_t> number = value ? text::ParseInteger(*value) : std::nullopt;
-  return number && *number > 0 && *number <= text::kUtf8CodePage ? static_cast<int>(*number)
-                                                                 : text::kUtf8CodePage;
+  const bool fits = number && *number > 0 && *number <= text::kUtf8CodePage;
+  const int code_page = fits ? static_cast<int>(*number) : text::kUtf8CodePage;
+  return text::IsKnownCodePage(code_page) ? code_page : text::kUtf8CodePage;
 }
 
 } // namespace vexo::system

@@ -16,8 +16,8 @@ std::optional<std::string> Setting(std::string_view section, std::string_view ke
 /// The names of the sections that begin with `prefix` and hold a key, in the order of the file.
 std::vector<std::string> Sections(std::string_view prefix);
 
-/// The code page of the host's texts, `code_page` in `[texts]`: UTF-8 (65001) unless it is a
-/// number.
+/// The code page of the host's texts, `code_page` in `[texts]`: UTF-8 (65001) unless it is a number
+/// that text/code_page.h knows.
 int HostCodePage();
 
 } // namespace vexo::system

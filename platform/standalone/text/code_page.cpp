@@ -48,11 +48,10 @@ public:
   Converter(const Converter &) = delete;
   Converter &operator=(const Converter &) = delete;
 
+  [[nodiscard]] bool IsOpen() const { return reinterpret_cast<intptr_t>(handle_) != -1; }
+
   /// Nothing when a character cannot be converted exactly.
   std::optional<std::string> Convert(std::string_view bytes) {
-    if (!IsOpen()) {
-      return std::nullopt;
-    }
     std::string converted;
     char *in = const_cast<char *>(bytes.data());
     std::size_t left = bytes.size();
@@ -63,8 +62,6 @@ public:
   }
 
 private:
-  [[nodiscard]] bool IsOpen() const { return reinterpret_cast<intptr_t>(handle_) != -1; }
-
   /// Converts all input; without input, closes an open shift state.
   bool Run(char **in, std::size_t *left, std::string &converted) {
     std::array<char, 1024> buffer{};
@@ -86,26 +83,52 @@ private:
   iconv_t handle_;
 };
 
-std::optional<std::string> Convert(const std::string &to, const std::string &from,
-                                   std::string_view bytes) {
-  if (to.empty() || from.empty()) {
-    return std::nullopt;
-  }
-  return Converter(to, from).Convert(bytes);
+/// How many bytes the character takes that `utf8`, which is UTF-8, begins with.
+std::size_t CharacterBytes(std::string_view utf8) {
+  const auto is_continuation = [](char byte) { return (byte & 0xC0) == 0x80; };
+  const auto *const end = std::find_if_not(utf8.begin() + 1, utf8.end(), is_continuation);
+  return static_cast<std::size_t>(end - utf8.begin());
 }
 
-std::optional<std::string> IfUtf8(std::string_view bytes) {
-  return IsUtf8(bytes) ? std::optional<std::string>(bytes) : std::nullopt;
+/// Character by character: every code page here keeps ASCII and has no shift states.
+std::string ConvertEach(Converter &converter, std::string_view utf8) {
+  std::string converted;
+  while (!utf8.empty()) {
+    const std::size_t bytes = CharacterBytes(utf8);
+    converted += converter.Convert(utf8.substr(0, bytes)).value_or("_");
+    utf8.remove_prefix(bytes);
+  }
+  return converted;
 }
 
 } // namespace
 
+bool IsKnownCodePage(int code_page) {
+  return code_page == kUtf8CodePage || !IconvName(code_page).empty();
+}
+
 std::optional<std::string> FromUtf8(int code_page, std::string_view utf8) {
-  return code_page == kUtf8CodePage ? IfUtf8(utf8) : Convert(IconvName(code_page), "UTF-8", utf8);
+  if (!IsKnownCodePage(code_page)) {
+    return std::nullopt;
+  }
+  if (code_page == kUtf8CodePage || !IsUtf8(utf8)) {
+    return std::string(utf8);
+  }
+  Converter converter(IconvName(code_page), "UTF-8");
+  if (!converter.IsOpen()) {
+    return std::nullopt;
+  }
+  std::optional<std::string> exact = converter.Convert(utf8);
+  return exact ? std::move(exact) : ConvertEach(converter, utf8);
 }
 
 std::optional<std::string> ToUtf8(int code_page, std::string_view bytes) {
-  return code_page == kUtf8CodePage ? IfUtf8(bytes) : Convert("UTF-8", IconvName(code_page), bytes);
+  if (code_page == kUtf8CodePage) {
+    return IsUtf8(bytes) ? std::optional<std::string>(bytes) : std::nullopt;
+  }
+  Converter converter("UTF-8", IconvName(code_page));
+  const bool known = IsKnownCodePage(code_page) && converter.IsOpen();
+  return known ? converter.Convert(bytes) : std::nullopt;
 }
 
 } // namespace vexo::text

@@ -74,9 +74,14 @@ TEST(VLIBCUnicodeStrUTF8ToCP, FailsForWhatDoesNotFitAndLeavesTheBuffer) {
   EXPECT_EQ(VLIBCUnicodeStrUTF8ToCP(65001, "abc", buffer.data(), 4), 3);
 }
 
+TEST(VLIBCUnicodeStrUTF8ToCP, ReplacesWhatTheCodePageLacks) {
+  std::array<char, 8> buffer{};
+  EXPECT_EQ(VLIBCUnicodeStrUTF8ToCP(1252, "\u3042.mp3", buffer.data(), 8), 5);
+  EXPECT_STREQ(buffer.data(), "_.mp3");
+}
+
 TEST(VLIBCUnicodeStrUTF8ToCP, FailsForWhatIsNotConvertible) {
   std::array<char, 8> buffer{};
-  EXPECT_EQ(VLIBCUnicodeStrUTF8ToCP(1252, "\u3042", buffer.data(), 8), -1);
   EXPECT_EQ(VLIBCUnicodeStrUTF8ToCP(4711, "a", buffer.data(), 8), -1);
   EXPECT_EQ(VLIBCUnicodeStrUTF8ToCP(65001, nullptr, buffer.data(), 8), -1);
   EXPECT_EQ(VLIBCUnicodeStrUTF8ToCP(65001, "a", nullptr, 8), -1);

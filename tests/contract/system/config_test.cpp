@@ -90,6 +90,7 @@ TEST_F(Config, SaysTheCodePageOfTexts) {
   EXPECT_TRUE(HoldsWith("[texts]\ncode_page=932\n", is(932)));
   EXPECT_TRUE(HoldsWith("[texts]\ncode_page=shift_jis\n", is(65001)));
   EXPECT_TRUE(HoldsWith("[texts]\ncode_page=-1\n", is(65001)));
+  EXPECT_TRUE(HoldsWith("[texts]\ncode_page=1200\n", is(65001))); // UTF-16: no page of bytes
 }
 
 TEST_F(Config, KnowsNoOtherCodePage) {

@@ -36,6 +36,12 @@ TEST(FromUtf8, ConvertsToTheCodePage) {
   }
 }
 
+TEST(CodePages, ThatAreKnown) {
+  for (const Row &row : kRows) {
+    EXPECT_TRUE(IsKnownCodePage(row.code_page)) << row.code_page;
+  }
+}
+
 TEST(ToUtf8, ConvertsFromTheCodePage) {
   for (const Row &row : kRows) {
     EXPECT_EQ(ToUtf8(row.code_page, row.bytes), row.utf8) << row.code_page;
@@ -57,16 +63,28 @@ TEST(FromUtf8, ConvertsTextsLongerThanAnyBuffer) {
   EXPECT_EQ(FromUtf8(932, utf8), bytes);
 }
 
-TEST(FromUtf8, RefusesACharacterWithoutAPlaceInTheCodePage) {
-  EXPECT_FALSE(FromUtf8(1252, "a\u3042"));
-  EXPECT_FALSE(FromUtf8(932, "\U0001F600"));
-  EXPECT_FALSE(FromUtf8(28591, "\u20AC"));
+TEST(FromUtf8, ReplacesACharacterWithoutAPlaceInTheCodePage) {
+  const struct {
+    const char *description;
+    int code_page;
+    const char *utf8, *bytes;
+  } rows[] = {
+      {"one", 1252, "a\u3042", "a_"},
+      {"one of four bytes", 932, "\U0001F600\u3042", "_\x82\xA0"},
+      {"between others", 28591, "\u00E9\u20AC\u00E9", "\xE9_\xE9"},
+      {"a letter and its accent", 1252, "e\u0301", "e_"},
+      {"all", 874, "\u3042\u3044", "__"},
+  };
+  for (const auto &row : rows) {
+    EXPECT_EQ(FromUtf8(row.code_page, row.utf8), row.bytes) << row.description;
+  }
 }
 
-TEST(FromUtf8, RefusesATextThatIsNotUtf8) {
-  EXPECT_FALSE(FromUtf8(65001, "a\xFF"));
-  EXPECT_FALSE(FromUtf8(1252, "a\xFF"));
-  EXPECT_FALSE(FromUtf8(1252, "a\xC3"));
+TEST(FromUtf8, LeavesATextThatIsNotUtf8) {
+  for (const int code_page : {65001, 1252, 932}) {
+    EXPECT_EQ(FromUtf8(code_page, "\u3042\xFF"), "\u3042\xFF") << code_page;
+    EXPECT_EQ(FromUtf8(code_page, "a\xC3"), "a\xC3") << code_page;
+  }
 }
 
 TEST(ToUtf8, RefusesBytesThatAreNotOfTheCodePage) {
@@ -77,6 +95,7 @@ TEST(ToUtf8, RefusesBytesThatAreNotOfTheCodePage) {
 
 TEST(CodePages, WithAnUnknownNumberConvertNothing) {
   for (const int code_page : {-1, 0, 1, 37, 1200, 65000, 65002, 99999}) {
+    EXPECT_FALSE(IsKnownCodePage(code_page)) << code_page;
     EXPECT_FALSE(FromUtf8(code_page, "a")) << code_page;
     EXPECT_FALSE(ToUtf8(code_page, "a")) << code_page;
   }
