@@ -10,11 +10,16 @@ from server import cgi
 CALL = re.compile(r"^(\w+)\(", re.MULTILINE)
 
 
+def count_calls(run):
+    """How often a program makes which system call; `run` starts it below a wrapper."""
+    with tempfile.NamedTemporaryFile() as log:
+        run(["strace", "-qq", "-o", log.name])
+        return collections.Counter(CALL.findall(Path(log.name).read_text()))
+
+
 def system_calls(user, **parameters):
     """How often the program makes which system call in answering this request."""
-    with tempfile.NamedTemporaryFile() as log:
-        cgi(user, ["strace", "-qq", "-o", log.name], **parameters)
-        return collections.Counter(CALL.findall(Path(log.name).read_text()))
+    return count_calls(lambda wrapper: cgi(user, wrapper, **parameters))
 
 
 def steps(counts, only=None):

@@ -130,6 +130,18 @@ class ContentTest(DownloadTest):
         self.assertEqual(archive.read("playlist.m3u8"),
                          b"a.mp3\n0_a.mp3\n1_a.mp3\nhttp://radio.example/x\na.mp3\n")
 
+    def test_names_that_lead_elsewhere_on_other_systems(self):
+        paths = [LIBRARY / name for name in ("..\\..\\x.mp3", "C:x.mp3", "C_x.mp3")]
+        for path in paths:
+            path.write_text(path.name)
+        archive = self.archive(id_info_list=objects(*paths))
+        names = [".._.._x.mp3", "C_x.mp3", "0_C_x.mp3"]
+        self.assertEqual(archive.namelist(), names + PLAYLISTS)
+        self.assertEqual([archive.read(name).decode() for name in names],
+                         [path.name for path in paths])
+        for playlist in PLAYLISTS:
+            self.assertEqual(archive.read(playlist).decode().splitlines(), names)
+
     def test_refusals_are_answered_with_a_document(self):
         for parameters, error in (
                 ({}, "common/error_system"),
@@ -432,6 +444,16 @@ class LargeDownloadTest(DownloadTest):
             for name in ("audio_playlist.cgi", "zip"):
                 limits = Path(f"/proc/{running[name][0]}/limits").read_text()
                 self.assertRegex(limits, r"Max cpu time +unlimited", name)
+        self.assert_nothing_is_left()
+
+    def test_a_song_that_cannot_be_opened_ends_the_archive_visibly_broken(self):
+        song = LIBRARY / "loop.mp3"
+        song.symlink_to(song)
+        answer = self.download(id_info_list=objects(self.tracks[0], song, self.tracks[1]))
+        self.assertIn(Path(self.tracks[0]).read_bytes(), answer.body)
+        self.assertNotIn(b"PK\x05\x06", answer.body)
+        self.assertNotIn(b"{}", answer.body)
+        self.assertIn("cannot read loop.mp3", self.server.log())
         self.assert_nothing_is_left()
 
     def test_memory_does_not_grow_with_the_files(self):

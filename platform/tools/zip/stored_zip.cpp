@@ -157,12 +157,29 @@ struct StoredZip::Entry {
 StoredZip::StoredZip(int output) : output_(output), buffer_(kBufferBytes, '\0') {}
 
 void StoredZip::Add(std::string_view name, int file, uint64_t size_bytes, std::time_t modified) {
+  Entry entry = Begin(name, size_bytes, modified);
+  entry.crc = CopyFile(file, size_bytes, entry.name);
+  End(entry);
+}
+
+void StoredZip::Add(std::string_view name, std::string_view content, std::time_t modified) {
+  Entry entry = Begin(name, content.size(), modified);
+  entry.crc = libdeflate_crc32(0, content.data(), content.size());
+  Write(content);
+  End(entry);
+}
+
+StoredZip::Entry StoredZip::Begin(std::string_view name, uint64_t size_bytes,
+                                  std::time_t modified) {
   if (name.size() > kField16) {
     throw std::runtime_error("a name is too long");
   }
   Entry entry{std::string(name), size_bytes, offset_bytes_, modified};
   Write(entry.LocalHeader());
-  entry.crc = CopyFile(file, size_bytes, entry.name);
+  return entry;
+}
+
+void StoredZip::End(const Entry &entry) {
   Write(entry.Descriptor());
   central_ += entry.CentralHeader();
   ++entries_;

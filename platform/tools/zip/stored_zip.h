@@ -21,12 +21,16 @@ public:
   /// std::system_error when reading or writing fails and std::runtime_error when the file ends
   /// early; the archive is then broken and must not be finished.
   void Add(std::string_view name, int file, uint64_t size_bytes, std::time_t modified);
+  /// The same of bytes in memory.
+  void Add(std::string_view name, std::string_view content, std::time_t modified);
 
   /// Writes the central directory.
   void Finish();
 
 private:
   struct Entry;
+  Entry Begin(std::string_view name, uint64_t size_bytes, std::time_t modified);
+  void End(const Entry &entry);
   void Write(std::string_view bytes);
   uint32_t CopyFile(int file, uint64_t size_bytes, const std::string &name);
   /// Sends `bytes`, which were read at `position` of the file. The kernel hands over its own copy

@@ -1,6 +1,7 @@
 #include "zip/archive_folder.h"
 #include <stdexcept>
 #include <sys/stat.h>
+#include <system_error>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -128,6 +129,79 @@ TEST_F(ArchiveNamesTest, NamesThatWouldUnpackOutsideAreSkipped) {
   fs::create_directories("sub");
   Archive("../audiodl/a.mp3\nsub/../a.mp3\n" + std::string("a.mp3\0x\n", 8));
   EXPECT_EQ(Names(), "");
+}
+
+TEST_F(ArchiveNamesTest, AnAddressThatIsTooLongForAFileIsSkipped) {
+  LinkSong("a.mp3", "a");
+  Archive("http://radio.example/" + std::string(300, 'x') + "\na.mp3\nhttp://" +
+          std::string(5000, 'x') + "\n");
+  EXPECT_EQ(Names(), "a.mp3\n");
+}
+
+TEST_F(ArchiveNamesTest, ANameThatMayHideASongEndsTheArchiveBroken) {
+  LinkSong("a.mp3", "a");
+  fs::create_symlink("loop.mp3", "loop.mp3");
+  EXPECT_THROW(Archive("a.mp3\nloop.mp3\n"), std::system_error);
+  EXPECT_EQ(ReadBytes(archive()).find("PK\x05\x06"), std::string::npos);
+}
+
+TEST_F(ArchiveNamesTest, AListThatEndsBeforeThePlaylistsBrokeOff) {
+  LinkSong("a.mp3", "a");
+  LinkSong("b.mp3", "b");
+  WriteBytes("playlist.m3u8", "a.mp3\nb.mp3\n");
+  EXPECT_THROW(Archive("a.mp3\n"), std::runtime_error);
+  EXPECT_EQ(ReadBytes(archive()).find("PK\x05\x06"), std::string::npos);
+}
+
+TEST_F(ArchiveNamesTest, WhatPartsFoldersOrNamesDrivesElsewhereIsReplaced) {
+  const struct {
+    const char *description, *name, *entry;
+  } rows[] = {
+      {"folders above", "..\\..\\x.mp3", ".._.._x.mp3"},
+      {"a folder below", "a\\x.mp3", "a_x.mp3"},
+      {"a drive", "C:\\x.mp3", "C__x.mp3"},
+      {"a drive's folder", "C:x.mp3", "C_x.mp3"},
+      {"a stream of a file", "x.mp3:y.exe", "x.mp3_y.exe"},
+      {"what only may not be in names there", "Who? *\"<|>.mp3", "Who? *\"<|>.mp3"},
+  };
+  for (const auto &row : rows) {
+    LinkSong(row.name, row.name);
+    Archive(std::string(row.name) + "\n");
+    EXPECT_EQ(Names(), std::string(row.entry) + "\n") << row.description;
+  }
+}
+
+TEST_F(ArchiveNamesTest, SongsWhoseNamesBecomeAlikeAreAllStored) {
+  std::string names;
+  for (const char *name : {"a:b", "a\\b", "a_b", "0_a_b"}) {
+    LinkSong(name, name);
+    names += std::string(name) + "\n";
+  }
+  Archive(names + "a:b\n");
+  EXPECT_EQ(Names(), "a_b\n0_a_b\n1_a_b\n0_0_a_b\n");
+  EXPECT_EQ(Python("for n in z.namelist(): print(z.read(n).decode())"), names);
+}
+
+TEST_F(ArchiveNamesTest, ThePlaylistsHaveTheNamesOfTheArchive) {
+  LinkSong("a:b.mp3", "1");
+  LinkSong("plain.mp3", "2");
+  const std::string list = "a:b.mp3\nhttp://radio/a:b.mp3\nplain.mp3\ngone:.mp3\na:b.mp3\n";
+  WriteBytes("playlist.m3u", list);
+  WriteBytes("playlist.m3u8", list);
+  Archive(list + "playlist.m3u\nplaylist.m3u8\n");
+  EXPECT_EQ(Names(), "a_b.mp3\nplain.mp3\nplaylist.m3u\nplaylist.m3u8\n");
+  for (const std::string name : {"playlist.m3u", "playlist.m3u8"}) {
+    EXPECT_EQ(Python("print(z.read(\"" + name + "\").decode(), end=\"\")"),
+              "a_b.mp3\nhttp://radio/a:b.mp3\nplain.mp3\ngone:.mp3\na_b.mp3\n");
+  }
+  ExpectReadersAreContent();
+}
+
+TEST_F(ArchiveNamesTest, NoSongTakesTheNameOfAPlaylist) {
+  WriteBytes(library() + "/a.mp3", "song");
+  fs::create_symlink(library() + "/a.mp3", "playlist.m3u8");
+  Archive("./playlist.m3u8\n");
+  EXPECT_EQ(Names(), "0_playlist.m3u8\n");
 }
 
 TEST_F(ArchiveNamesTest, ADotsNameIsANameLikeAnyOther) {

@@ -86,6 +86,15 @@ TEST_F(StoredZipTest, AnArchiveThroughAPipeIsTheSame) {
   EXPECT_EQ(received.substr(0, static_cast<std::size_t>(count)), expected);
 }
 
+TEST_F(StoredZipTest, BytesInMemoryAreStoredAsThoseOfAFileAre) {
+  const std::string expected = ArchiveOf("a.mp3", "123456789");
+  const FileDescriptor output = Output();
+  StoredZip zip(output.get());
+  zip.Add("a.mp3", "123456789", kNewYear2024);
+  zip.Finish();
+  EXPECT_EQ(Written(), expected);
+}
+
 TEST_F(StoredZipTest, AnArchiveOfNothingIsItsEndRecord) {
   const FileDescriptor output = Output();
   StoredZip(output.get()).Finish();

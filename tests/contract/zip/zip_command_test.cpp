@@ -31,6 +31,20 @@ TEST_F(ZipCommandTest, SaysWhichNameItRefused) {
       << result.output;
 }
 
+TEST_F(ZipCommandTest, APlaylistInTheCodePageFollowsTheNames) {
+  WriteBytes(DEVICE_ROOT "/etc/vexo/playlist.conf", "[texts]\ncode_page=932\n");
+  // The second byte of the letter is that of a backslash in this code page.
+  LinkSong("\u8868:.mp3", "a");
+  WriteBytes("playlist.m3u", "\x95\x5C:.mp3\n\x95\x5C;.mp3\n");
+  WriteBytes("playlist.m3u8", "\u8868:.mp3\n\u8868;.mp3\n");
+  WriteBytes("names", "\u8868:.mp3\n\u8868;.mp3\nplaylist.m3u\nplaylist.m3u8\n");
+  EXPECT_EQ(Zip("-q -0 -G -r -@ -").status, 0);
+  EXPECT_EQ(RunCommand("unzip -p " + archive() + " playlist.m3u").output,
+            "\x95\x5C_.mp3\n\x95\x5C;.mp3\n");
+  EXPECT_EQ(RunCommand("unzip -p " + archive() + " playlist.m3u8").output,
+            "\u8868_.mp3\n\u8868;.mp3\n");
+}
+
 TEST_F(ZipCommandTest, OptionsItDoesNotServeAreRefused) {
   WriteBytes("names", "");
   for (const char *options : {"", "-q -0 -r -@ -", "-q -G -r -@ -", "-0 -G -r -", "-0G@",
