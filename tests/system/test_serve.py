@@ -1,5 +1,6 @@
 """The command `serve`, on the programs of this build."""
 
+import base64
 import os
 import re
 import shutil
@@ -10,7 +11,8 @@ import time
 import unittest
 from pathlib import Path
 
-from server import BUILD, LIBRARY, ROOT, SOURCE, encode, free_port, run, songs_of, wait_until
+from server import BIN, BUILD, LIBRARY, ROOT, SOURCE
+from server import encode, free_port, playlistctl, run, songs_of, wait_until
 
 SERVE = SOURCE / "serve"
 ENVIRONMENT = {**os.environ, "VEXO_BUILD": str(BUILD)}
@@ -64,10 +66,13 @@ class Served:
         wait_until(lambda: time.strftime("%S") != first, "the next second")
         return self.run_curl_line()
 
+    def user(self):
+        """One of the accounts that were printed: NAME:PASSWORD."""
+        return re.search(r"curl -u (\S+)", self.output).group(1)
+
     def ask(self, **parameters):
-        """A request as one of the accounts that were printed: the answer's text."""
-        user = re.search(r"curl -u (\S+)", self.output).group(1)
-        return run("curl", "-s", "-u", user, "-d", encode(parameters),
+        """A request as that account: the answer's text."""
+        return run("curl", "-s", "-u", self.user(), "-d", encode(parameters),
                    f"http://127.0.0.1:{self.port}/audio_playlist.cgi")
 
     def stop(self, number=signal.SIGINT):
@@ -134,6 +139,7 @@ class Serve(unittest.TestCase):
         served = self.serve(music)
         player = ("mpc", "--host", ROOT / "tmp/mpd.sock", "-q")
         for name in ("mpd.sock", "vexoaudiod.sock"):
+            self.assertTrue((ROOT / "tmp" / name).is_socket(), name)
             wait_until(lambda path=ROOT / "tmp" / name: listens(path), f"{name} listens")
         run(*player, "--wait", "update")
         run(*player, "add", "/")
@@ -155,6 +161,110 @@ class Serve(unittest.TestCase):
         served.process.kill()
         served.process.communicate(timeout=30)
         wait_until(lambda: not processes_of_the_root(), "its processes end")
+
+    def test_a_client_that_holds_its_connection_does_not_hold_up_the_end(self):
+        served = self.serve()
+        for request in (b"", b"GET / HTTP/1.1\r\nHost:", b"GET / HTTP/1.1\r\nHost: x\r\n\r\n"):
+            client = socket.create_connection(("127.0.0.1", served.port))
+            self.addCleanup(client.close)
+            client.sendall(request)
+        self.addCleanup(self.begin_download(served).close)
+        self.assertEqual(served.stop(), 0)
+        self.assertEqual(processes_of_the_root(), [])
+
+    @staticmethod
+    def begin_download(served):
+        """A client that reads nothing of an archive that is larger than what is sent ahead."""
+        songs = []
+        for number in range(4):
+            songs.append({"res": str(LIBRARY / f"large {number}.bin")})
+            with open(songs[-1]["res"], "wb") as song:
+                song.truncate(64 << 20)
+        body = encode({"action": "download", "id_info_list": songs})
+        token = base64.b64encode(served.user().encode()).decode()
+        client = socket.create_connection(("127.0.0.1", served.port))
+        client.sendall((f"POST /audio_playlist.cgi HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+                        f"Authorization: Basic {token}\r\nContent-Length: {len(body)}\r\n"
+                        f"Content-Type: application/x-www-form-urlencoded\r\n\r\n{body}").encode())
+        client.recv(1)
+        return client
+
+    def test_a_port_whose_owner_says_nothing_is_an_error(self):
+        with socket.create_server(("127.0.0.1", 0)) as owner:
+            port = owner.getsockname()[1]
+            status, output = refusal("--port", port)
+        self.assertEqual(status, 1)
+        self.assertIn(f"serve: the web server cannot listen on 127.0.0.1:{port}\n", output)
+        self.assertEqual(processes_of_the_root(), [])
+
+    def test_a_password_that_was_changed_is_not_printed(self):
+        self.serve().stop()
+        playlistctl("account", "passwd", "anna", "--password-stdin", input="another\n")
+        again = self.serve()
+        self.assertNotIn("anna, password", again.output)
+        self.assertIn("ben, password", again.output)
+        self.assertIn('"success":true', again.run_curl_line().replace(" ", ""))
+        again.stop()
+        playlistctl("account", "remove", "ben")
+        last = self.serve()
+        self.assertNotIn("password", last.output)
+        self.assertIn("curl -u NAME:PASSWORD ", last.output)
+
+    def test_a_library_without_its_last_song(self):
+        served = self.serve()
+        own = ROOT / "var/services/homes/anna/music"
+        song = own / "only.mp3"
+        shutil.copy(next(LIBRARY.rglob("*.mp3")), song)
+        playlistctl("scan")
+        served.stop()
+        song.unlink()
+        again = self.serve()
+        self.assertIn("NOTE: the scan left", again.output)
+        self.assertIn('"success":true', again.run_curl_line().replace(" ", ""))
+        again.stop()
+        way_out = re.search("^if they are gone for good: playlistctl (.*)", again.output,
+                            re.MULTILINE).group(1)
+        playlistctl(*way_out.split())
+        self.assertNotIn("NOTE", self.serve().output)
+
+    def test_a_music_folder_that_is_not_mounted(self):
+        music = BUILD / "mounted"
+        shutil.copytree(SOURCE / "demo/music", music, dirs_exist_ok=True)
+        self.addCleanup(shutil.rmtree, music, True)
+        self.serve(music).stop()
+        away = music.rename(BUILD / "not mounted")
+        self.addCleanup(shutil.rmtree, away, True)
+        for what, told in (("missing", f"NOTE: there is no folder {music} now"),
+                           ("empty", "NOTE: the scan left")):
+            with self.subTest(what):
+                if what == "empty":
+                    music.mkdir()
+                served = self.serve()
+                self.assertIn(told, served.output)
+                self.assertIn(f"  {BIN}/playlistctl scan\n", served.output)
+                self.assertIn('"success":true',
+                              served.ask(action="checkempty", playlist="musiclib_random"))
+                served.stop()
+        shutil.rmtree(music)
+        away.rename(music)
+        back = self.serve()
+        self.assertNotIn("NOTE", back.output)
+        self.assertIn('"success":true', back.run_curl_line().replace(" ", ""))
+
+    def test_a_scan_that_fails(self):
+        self.serve().stop()
+        (ROOT / "var/lib/vexo/index.db").write_bytes(b"no database" * 1000)
+        served = self.serve()
+        self.assertIn("NOTE: the scan failed", served.output)
+        self.assertIn(f"  {BIN}/playlistctl doctor\n", served.output)
+        self.assertIn('"success"', served.ask(action="checkempty", playlist="musiclib_random"))
+
+    def test_a_player_that_does_not_start(self):
+        self.serve().stop()
+        (ROOT / "etc/vexo/mpd_output.conf").write_text("no such setting\n")
+        served = self.serve()
+        self.assertIn(f"  {ROOT}/var/log/vexo/mpd.log\n", served.output)
+        self.assertIn('"success":true', served.run_curl_line().replace(" ", ""))
 
     def test_a_port_in_use_is_an_error(self):
         served = self.serve()

@@ -123,6 +123,10 @@ ScanResult ScanLibrary(index::MediaIndex &index, const Library &library, const S
   if (!result.complete) {
     output.Line(library.name + ": holds no songs now, as if it were not mounted; its " +
                 std::to_string(songs.size()) + " songs are kept");
+    if (walk) {
+      output.Line("if they are gone for good: playlistctl scan --library " + library.name +
+                  " --forget-all");
+    }
     return result;
   }
   SongScan(index, library, options, output, result).Run(*walk, songs);
