@@ -27,9 +27,9 @@ def ask(code, argument):
 
 
 class Daemon:
-    def __init__(self, *options):
+    def __init__(self, *options, wrapper=()):
         self.log_file = ROOT / "var/log/vexo/vexoaudiod.log"
-        self.process = start([BIN / "vexoaudiod", *options], self.log_file, self._answers)
+        self.process = start([*wrapper, BIN / "vexoaudiod", *options], self.log_file, self._answers)
 
     @staticmethod
     def _answers():
