@@ -84,6 +84,8 @@ void ChangePassword(const AccountOptions &options) {
     throw std::invalid_argument("there is no account '" + options.account.name + "'");
   }
   SetPasswordAndTell(options);
+  // Its cache, see scripts/lighttpd_conf.
+  std::cout << "The web server may go by the old password for up to 15 seconds.\n";
 }
 
 } // namespace vexo::tools
