@@ -1,5 +1,6 @@
 """A disk that is full or fails, a folder that cannot be written, a database locked or damaged."""
 
+import contextlib
 import os
 import sqlite3
 import unittest
@@ -23,6 +24,20 @@ def add(kind, name, songs, wrapper=(), **parameters):
     _, answer = cgi(kind.user, wrapper, action="add", name=name, type=kind.type,
                     id_info_list=objects(songs), **parameters)
     return answer
+
+
+@contextlib.contextmanager
+def damaged_index():
+    good = INDEX.read_bytes()
+    logs = {file: file.read_bytes() for file in INDEX.parent.glob(f"{INDEX.name}-*")}
+    for file in logs:
+        file.unlink()
+    INDEX.write_bytes(b"garbage" * 1000)
+    try:
+        yield
+    finally:
+        for file, content in {INDEX: good, **logs}.items():
+            file.write_bytes(content)
 
 
 class FailingDisk(RootTest):
@@ -122,6 +137,36 @@ class Database(RootTest):
                     self.assert_refused(kind, f"damaged, {description}")
                 self.assertEqual(INDEX.read_bytes()[:3000], bad[:3000])
         INDEX.write_bytes(good)
+
+    def test_a_search_that_fails_empties_no_list(self):
+        kind = KINDS[2]  # whose playlists need no row, so that the search is what fails first
+        with damaged_index():
+            for name, overwrite in (("list", "true"), ("found", "false")):
+                _, answer = cgi(kind.user, action="addsearch", name=name, type=kind.type,
+                                category="all", keyword="a", overwrite=overwrite)
+                self.assertEqual(answer.error, "common/error_system")
+        self.assertEqual(songs_of(kind.file("list")), OLD)
+
+    def test_a_rename_that_does_not_find_its_row_is_an_error(self):
+        for kind in self.INDEXED:
+            id_ = add(kind, f"to rename {kind.name}", OLD).id
+            with self.subTest(kind.name), damaged_index():
+                _, answer = cgi(kind.user, action="saveplsname", id=id_, name="renamed")
+                self.assertEqual(answer.error, "common/error_system")
+                self.assertNotIn("name", answer.json)
+                self.assertFalse(kind.file("renamed").exists())
+
+    def test_a_copy_of_a_list_that_cannot_be_read_is_an_error(self):
+        source, target = KINDS[0], KINDS[2]
+        for name, overwrite in (("list", "true"), ("only here", "false")):
+            id_ = add(source, name, NEW, overwrite=str(source.file(name).exists()).lower()).id
+            source.file(name).chmod(0)
+            with self.subTest(overwrite=overwrite):
+                _, answer = cgi(target.user, POWERLESS, action="duplicate", id=id_,
+                                overwrite=overwrite)
+                self.assertEqual(answer.error, "common/error_system")
+            source.file(name).chmod(0o666)
+        self.assertEqual(songs_of(target.file("list")), OLD)
 
     def test_a_preference_folder_needs_no_database(self):
         kind = KINDS[2]

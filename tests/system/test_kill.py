@@ -164,11 +164,27 @@ class Duplicate(KillTest):
                 self.assertEqual(songs_of(source.file(name)), OLD)
             self.assert_mended(SHARED, PREFERENCE)
 
-    def each_copy(self, source, user):
-        counts = faults.system_calls(user, action="duplicate", id=self.make(source, *OLD)[1])
+    def test_a_copy_over_a_list_leaves_it_or_the_copy(self):
+        there = ["http://there/1"]
+
+        def put(name):
+            cgi(BEN, action="add", name=name, type=PREFERENCE.type, id_info_list=objects(*there))
+
+        found = []
+        for name in self.each_copy(SHARED, BEN, put, overwrite="true"):
+            found.append(songs_of(PREFERENCE.file(name)))
+            self.assertIn(found[-1], (there, OLD))
+        self.assertTrue(there in found and OLD in found)
+        self.assert_mended(SHARED, PREFERENCE)
+
+    def each_copy(self, source, user, prepare=lambda name: None, **parameters):
+        name, id_ = self.make(source, *OLD)
+        prepare(name)
+        counts = faults.system_calls(user, action="duplicate", id=id_, **parameters)
         for call, number in faults.steps(counts):
             name, id_ = self.make(source, *OLD)
-            cgi(user, faults.killed_at(call, number), action="duplicate", id=id_)
+            prepare(name)
+            cgi(user, faults.killed_at(call, number), action="duplicate", id=id_, **parameters)
             with self.subTest(f"{source.name}, {call} {number}"):
                 yield name
 

@@ -62,6 +62,38 @@ bool CreateDurably(const std::string &path, std::string_view content, unsigned m
   return true;
 }
 
+bool CreateUnsynced(const std::string &path, std::string_view content, unsigned mode) {
+  const Folder folder(path);
+  const FileDescriptor fd(openat(folder.fd(), folder.name().c_str(),
+                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+  if (!fd && errno == EEXIST) {
+    return false;
+  }
+  if (!fd) {
+    ThrowErrno("cannot create", path);
+  }
+  try {
+    Write(fd.get(), {content}, folder);
+  } catch (const std::system_error &) {
+    unlinkat(folder.fd(), folder.name().c_str(), 0);
+    throw;
+  }
+  return true;
+}
+
+void SyncIfThere(const std::string &path) {
+  const Folder folder(path);
+  const FileDescriptor fd(
+      openat(folder.fd(), folder.name().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!fd && errno == ENOENT) {
+    return;
+  }
+  if (!fd || fsync(fd.get()) != 0) {
+    ThrowErrno("cannot sync", path);
+  }
+  folder.Sync();
+}
+
 void ReplaceDurably(const std::string &path, std::string_view content, unsigned mode) {
   EditOrCreateDurably(
       path, [&](std::string_view) { return Pieces{content}; }, [&] { return std::string(content); },

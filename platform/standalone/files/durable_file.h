@@ -34,6 +34,13 @@ std::string ReadWholeFile(int fd, std::size_t max_bytes = kMaxFileBytes);
 [[nodiscard]] bool CreateDurably(const std::string &path, std::string_view content,
                                  unsigned mode = kNewFileMode);
 
+/// The same in place and without a sync: a crash of the machine may leave the file empty, or take
+/// it back. For what is written anew soon.
+[[nodiscard]] bool CreateUnsynced(const std::string &path, std::string_view content,
+                                  unsigned mode = 0666);
+/// Makes such a file and its name durable. A file that is gone by now needs nothing.
+void SyncIfThere(const std::string &path);
+
 /// Makes the file, or puts the content in the place of the one that is there (with its mode kept).
 void ReplaceDurably(const std::string &path, std::string_view content,
                     unsigned mode = kNewFileMode);

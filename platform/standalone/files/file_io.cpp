@@ -69,17 +69,21 @@ std::size_t ReadAt(int fd, char *buffer, std::size_t size, std::string_view name
   return done;
 }
 
-void WriteAndSync(const TemporaryFile &file, const Pieces &pieces, const Folder &folder) {
+void Write(int fd, const Pieces &pieces, const Folder &folder) {
   std::array<iovec, IOV_MAX> batch;
   std::size_t count = 0;
   for (const std::string_view piece : pieces) {
     batch[count++] = {const_cast<char *>(piece.data()), piece.size()};
     if (count == batch.size()) {
-      WriteBatch(file.fd(), batch.data(), count, folder);
+      WriteBatch(fd, batch.data(), count, folder);
       count = 0;
     }
   }
-  WriteBatch(file.fd(), batch.data(), count, folder);
+  WriteBatch(fd, batch.data(), count, folder);
+}
+
+void WriteAndSync(const TemporaryFile &file, const Pieces &pieces, const Folder &folder) {
+  Write(file.fd(), pieces, folder);
   if (fsync(file.fd()) != 0) {
     ThrowErrno("cannot sync", folder.path() + "/" + folder.name());
   }

@@ -21,6 +21,9 @@ struct stat FactsOfFile(int fd, std::string_view name, std::size_t max_bytes);
 /// Reads up to `size` bytes from the beginning on; fewer at the end of the file.
 std::size_t ReadAt(int fd, char *buffer, std::size_t size, std::string_view name);
 
+/// Writes all pieces to an open file.
+void Write(int fd, const Pieces &pieces, const Folder &folder);
+
 /// Fills a temporary file, which will take its place in the folder.
 void WriteAndSync(const TemporaryFile &file, const Pieces &pieces, const Folder &folder);
 

@@ -47,6 +47,13 @@ void SyncFolder(int fd, std::string_view path) {
   }
 }
 
+bool operator==(const FileName &a, const FileName &b) {
+  struct stat first {
+  }, second{};
+  return a.folder_.name() == b.folder_.name() && fstat(a.folder_.fd(), &first) == 0 &&
+         fstat(b.folder_.fd(), &second) == 0 && IsSameFile(first, second);
+}
+
 TemporaryFile::TemporaryFile(const Folder &folder, mode_t mode)
     : folder_(folder), name_(NewTemporaryName()),
       fd_(openat(folder.fd(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,

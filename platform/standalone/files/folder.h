@@ -37,6 +37,17 @@ private:
   FileDescriptor fd_;
 };
 
+/// A name in a folder, whatever stands there. The folder is kept open, so that one of the same path
+/// made later is not taken for it.
+class FileName {
+public:
+  explicit FileName(const std::string &path) : folder_(path) {}
+  friend bool operator==(const FileName &a, const FileName &b);
+
+private:
+  Folder folder_;
+};
+
 /// A new file of a temporary name, open for writing and locked; removed by the destructor unless
 /// its name was given away.
 class TemporaryFile {

@@ -7,8 +7,8 @@
 #include "host/records.h"
 #include "index/media_index.h"
 #include "playlists/entries.h"
-#include "playlists/new_files.h"
 #include "playlists/read_playlist.h"
+#include "playlists/write_playlist.h"
 #include "smart/smart_songs.h"
 #include "system/paths.h"
 #include <memory>
@@ -54,7 +54,7 @@ int AudioFile::GetPersonalLibraryFolderPath(const char *userName, char *buffer, 
 }
 
 AudioPlaylist *AudioFile::PlaylistFileLoad(const char *path, int offset, int limit) {
-  return Guarded(nullptr, [&]() -> AudioPlaylist * {
+  return GuardedRead(nullptr, [&]() -> AudioPlaylist * {
     const auto range = playlists::Range::Of(offset, limit);
     const auto content = playlists::ReadTemporaryPlaylist(Required(path));
     if (!content) {
@@ -66,7 +66,7 @@ AudioPlaylist *AudioFile::PlaylistFileLoad(const char *path, int offset, int lim
 }
 
 int AudioFile::PlaylistRandomCreate(const char *library, int userId, const char *path, int count) {
-  return Guarded(0, [&] {
+  return GuardedRead(0, [&] {
     if (count <= 0) {
       throw std::invalid_argument("no songs are asked for");
     }
@@ -83,7 +83,7 @@ int AudioFile::PlaylistRandomCreate(const char *library, int userId, const char 
 int VexoAudioUtils::SmartPLSListSongs(const char *name, int offset, int limit, int *count,
                                       std::list<__tag_VEXO_MEDIA_INFO> &songs,
                                       const char *rulesFile, [[maybe_unused]] bool refresh) {
-  return Guarded(-1, [&] {
+  return GuardedRead(-1, [&] {
     const std::string file = rulesFile == nullptr ? system::kSharedSmartRules : rulesFile;
     const auto found = smart::ListSongs(file, Required(name), offset, limit);
     if (!found) {

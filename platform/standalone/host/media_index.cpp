@@ -5,8 +5,8 @@
 #include "host/guard.h"
 #include "host/records.h"
 #include "index/media_index.h"
-#include "playlists/new_files.h"
 #include "playlists/rows.h"
+#include "playlists/seen_files.h"
 #include "system/config.h"
 #include "text/numbers.h"
 #include <cstdlib>
@@ -89,7 +89,7 @@ int CopiedOut(const std::string &text, char *buffer, int size) {
 } // namespace
 
 int VEXOMusicListGetByID(const char *library, int userId, VEXOPlaylistRec **head, const char *ids) {
-  return Guarded(-1, [&] {
+  return GuardedRead(-1, [&] {
     const int owner = LibraryOwner(library, userId);
     const std::vector<int32_t> numbers = ParseIds(ViewOf(ids));
     *head = MakeSongList(ProcessIndex().SongsById(owner, numbers)).release();
@@ -99,7 +99,7 @@ int VEXOMusicListGetByID(const char *library, int userId, VEXOPlaylistRec **head
 
 int VEXOMusicListAll(const char *library, int userId, VEXOPlaylistRec **head, int field,
                      const char *keyword, const char *sort, int ascending, int offset, int limit) {
-  return Guarded(-1, [&] {
+  return GuardedRead(-1, [&] {
     index::Search search;
     search.field = field;
     search.keyword = ViewOf(keyword);
@@ -115,7 +115,7 @@ int VEXOMusicListAll(const char *library, int userId, VEXOPlaylistRec **head, in
 
 VEXOMediaCursor *AudioInfoDBOpen(const char *library, int userId, int table, const char *fields,
                                  const char *query, int offset, int limit, int sort, int flags) {
-  return Guarded(nullptr, [&] {
+  return GuardedRead(nullptr, [&] {
     if (table != kPlaylistTable || ViewOf(fields) != "*" || offset != 0 || limit != 0 ||
         sort != 0 || flags != 0) {
       throw std::invalid_argument("no table, fields or range that is known");
@@ -179,7 +179,7 @@ int VEXOPlaylistDBUpdate(const char *library, int userId, const __tag_VEXO_MEDIA
 }
 
 int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *buffer, int size) {
-  return Guarded(-1, [&] {
+  return GuardedRead(-1, [&] {
     const int owner = LibraryOwner(library, userId);
     const auto row = ProcessIndex().PlaylistByPath(owner, Required(path));
     if (!row) {
@@ -191,7 +191,7 @@ int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *b
 }
 
 int VEXOPlaylistPathGet(const char *library, int userId, int playlistId, char *buffer, int size) {
-  return Guarded(-1, [&] {
+  return GuardedRead(-1, [&] {
     const int owner = LibraryOwner(library, userId);
     const auto rows = ProcessIndex().PlaylistsById(owner, {playlistId});
     return rows.empty() ? -1 : CopiedOut(rows.front().path, buffer, size);
@@ -209,7 +209,7 @@ int VEXOPlaylistTitleGet(const char *id, char *buffer, int size, const VEXOPlayl
 }
 
 int VEXOPlaylistTitleGetByPath(const char *path, char *buffer, int size, int userId) {
-  return Guarded(-1, [&] {
+  return GuardedRead(-1, [&] {
     const int owner = LibraryOwner("personal", userId);
     const auto row = ProcessIndex().PlaylistByPath(owner, Required(path));
     return row ? CopiedOut(row->title, buffer, size) : -1;
@@ -218,7 +218,7 @@ int VEXOPlaylistTitleGetByPath(const char *path, char *buffer, int size, int use
 
 int VEXOPlayListListGetByID(const char *library, int userId, VEXOPlaylistRow **list,
                             const char *ids) {
-  return Guarded(-1, [&] {
+  return GuardedRead(-1, [&] {
     const int owner = LibraryOwner(library, userId);
     RowList rows = FindRows(owner, ParseIds(Required(ids)));
     if (!rows) {

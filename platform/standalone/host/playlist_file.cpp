@@ -6,10 +6,10 @@
 #include "host/records.h"
 #include "playlists/entries.h"
 #include "playlists/m3u_edits.h"
-#include "playlists/new_files.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/read_playlist.h"
 #include "playlists/rows.h"
+#include "playlists/write_playlist.h"
 #include "text/numbers.h"
 #include <stdexcept>
 #include <string>
@@ -65,13 +65,14 @@ int VEXOWriteMusicPlaylist(const VEXOPlaylistRec *songs, const char *path) {
 VEXOPlaylistRec *ParsePlayListByFieldGivenPath(const char *path, int *count, int offset, int limit,
                                                const char *fields, int code) {
   constexpr int kEveryField = 7;
-  return Guarded(nullptr, [&] {
+  return GuardedRead(nullptr, [&] {
     if (std::string_view(Required(fields)) != "*" || code != kEveryField) {
       throw std::invalid_argument("no fields that are known");
     }
     const auto range = playlists::Range::Of(offset, limit);
     const auto content = playlists::ReadPlaylist(Required(path));
     if (!content) {
+      playlists::NoteUnread(playlists::Unread::kNotThere);
       return static_cast<VEXOPlaylistRec *>(nullptr);
     }
     const playlists::EntrySongs songs(playlists::ReadEntries(*content, path, range));

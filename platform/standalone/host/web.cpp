@@ -4,6 +4,7 @@
 #include "accounts/accounts.h"
 #include "host/guard.h"
 #include "host/records.h"
+#include "playlists/write_playlist.h"
 #include "system/limits.h"
 #include "system/log.h"
 #include "text/text.h"
@@ -37,6 +38,10 @@ void Refuse(web::Refusal refusal) noexcept {
     return 0;
   });
 }
+
+/// Whether an action that reports success can keep its word: what it wrote is on disk, and what it
+/// read was really there. The program takes some reads that fail for "nothing found".
+bool HasSucceeded() { return playlists::FinishWriting() && !playlists::HasReadFailed(); }
 
 std::string KeepBlanksApart(const std::string &text) {
   std::string kept;
@@ -162,7 +167,15 @@ void ActionHandler::SetSuccess(Json::Value &response, bool success) {
 
 void ActionHandler::PrintResponse(Json::Value response, const char *contentType) {
   Guarded(0, [&] {
-    web::PrintAnswer(response.isNull() ? Json::Value(Json::objectValue) : response, contentType);
+    if (response.isNull()) {
+      response = Json::Value(Json::objectValue);
+    }
+    const bool reports_success = response.isObject() && response.get("success", false) == true;
+    if (reports_success && !HasSucceeded()) {
+      response.clear();
+      SetError(response, "common", "error_system", __LINE__);
+    }
+    web::PrintAnswer(response, contentType);
     return 0;
   });
 }

@@ -122,6 +122,9 @@ std::unique_ptr<MediaIndex> OpenMediaIndex();
 /// The one index of this process, opened at the first call.
 MediaIndex &ProcessIndex();
 
+/// Whether it is open.
+bool HasProcessIndex();
+
 /// Puts another in its place; null: it is opened anew at the next call, as is needed after a
 /// fork().
 void SetProcessIndex(std::unique_ptr<MediaIndex> index);

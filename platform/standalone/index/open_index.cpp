@@ -29,6 +29,8 @@ MediaIndex &ProcessIndex() {
   return *index;
 }
 
+bool HasProcessIndex() { return IndexOfThisProcess() != nullptr; }
+
 void SetProcessIndex(std::unique_ptr<MediaIndex> index) { IndexOfThisProcess() = std::move(index); }
 
 } // namespace vexo::index

@@ -1,9 +1,9 @@
 #include "playlists/rows.h"
 #include "files/durable_file.h"
 #include "files/file_identity.h"
-#include "playlists/new_files.h"
 #include "playlists/patience.h"
 #include "playlists/playlist_folders.h"
+#include "playlists/seen_files.h"
 #include "system/log.h"
 #include <array>
 #include <ctime>

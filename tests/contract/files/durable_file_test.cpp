@@ -74,6 +74,28 @@ TEST_F(Files, CreationDoesNotReplaceAFileThatComesAtTheLastMoment) {
   EXPECT_EQ(Names(), Set{"list.m3u"});
 }
 
+TEST_F(Files, AnUnsyncedFileIsMadeOnceAndSyncedLater) {
+  EXPECT_TRUE(CreateUnsynced(path_, "content"));
+  EXPECT_FALSE(CreateUnsynced(path_, "other"));
+  EXPECT_EQ(ReadBytes(path_), "content");
+  SyncIfThere(path_);
+  fs::remove(path_);
+  SyncIfThere(path_);
+  EXPECT_EQ(Names(), Set{});
+  for (const int nth : {1, 2}) {
+    EXPECT_TRUE(CreateUnsynced(path_, "content"));
+    const faults::Fault fault(faults::Call::kSync, nth, EIO);
+    EXPECT_EQ(ErrorOf([&] { SyncIfThere(path_); }), EIO);
+    fs::remove(path_);
+  }
+}
+
+TEST_F(Files, AnUnsyncedFileThatCannotBeWrittenIsNotThere) {
+  const faults::Fault fault(faults::Call::kWrite, 1, ENOSPC);
+  EXPECT_EQ(ErrorOf([&] { (void)CreateUnsynced(path_, "content"); }), ENOSPC);
+  EXPECT_EQ(Names(), Set{});
+}
+
 TEST_F(Files, CreationWithoutAFolderFails) {
   EXPECT_EQ(ErrorOf([&] { (void)CreateDurably(folder_ / "none/list.m3u", ""); }), ENOENT);
 }

@@ -3,6 +3,7 @@
 #include "host/records.h"
 #include "index/media_index.h"
 #include "playlists/m3u.h"
+#include "playlists/write_playlist.h"
 #include "support/device_root.h"
 #include "system/paths.h"
 #include "vexo/audio_file.h"
@@ -71,6 +72,7 @@ protected:
     DeviceRootTest::SetUp();
     unsetenv("REMOTE_USER");
     index::SetProcessIndex(nullptr);
+    ForgetWriting();
     alice_ = AddUser("alice", true);
     AddUser("bob", false);
     WriteBytes(library() + "/song.mp3", "song");

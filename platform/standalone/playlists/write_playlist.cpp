@@ -1,0 +1,184 @@
+#include "playlists/write_playlist.h"
+#include "files/durable_file.h"
+#include "files/folder.h"
+#include "playlists/m3u_edits.h"
+#include "playlists/playlist_folders.h"
+#include "playlists/seen_files.h"
+#include "system/log.h"
+#include "system/paths.h"
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace vexo::playlists {
+
+namespace {
+
+constexpr unsigned kPlaylistMode = 0666;
+constexpr unsigned kOwnOnly = 0600;
+
+std::optional<Unread> unread; ///< the worst there was
+
+bool IsEmpty(std::span<const NewEntry> songs) {
+  return std::all_of(songs.begin(), songs.end(), [](auto &song) { return song.path.empty(); });
+}
+
+void RequireThatReadsSucceeded(const std::string &path) {
+  if (unread) {
+    throw std::runtime_error("no empty list is written after a read that failed: " + path);
+  }
+}
+
+/// Puts the songs into the file, which is made when it is not there.
+void WriteNow(std::span<const NewEntry> songs, const std::string &path) {
+  const Change change = Replacing(songs);
+  bool is_new = false;
+  files::EditOrCreateDurably(
+      path, [&](std::string_view content) { return change(content, path); },
+      [&] {
+        if (WasTakenAway(path)) {
+          throw std::runtime_error("renamed or deleted meanwhile: " + path);
+        }
+        is_new = true;
+        return std::string(kM3uHead) + M3uEntries(songs);
+      },
+      kPlaylistMode);
+  RefreshRowsOf(path);
+  if (is_new) {
+    NoteNewFile(path);
+  }
+}
+
+/// An empty list that is to be written, or a new empty file that is to be synced.
+struct HeldBack {
+  files::FileName name;
+  std::string path;
+  bool is_new;
+};
+
+void Finish(const HeldBack &held) {
+  if (held.is_new) {
+    files::SyncIfThere(held.path);
+    return;
+  }
+  RequireThatReadsSucceeded(held.path);
+  if (!ChangeFile(held.path, Replacing({}))) {
+    throw std::runtime_error("renamed or deleted meanwhile: " + held.path);
+  }
+  RefreshRowsOf(held.path);
+}
+
+/// What this process holds back.
+class HeldBackHere {
+public:
+  /// What is held back is done before the index is closed, so that must be there first.
+  HeldBackHere() { index::HasProcessIndex(); }
+  ~HeldBackHere() { FinishAll(); }
+  HeldBackHere(const HeldBackHere &) = delete;
+  HeldBackHere &operator=(const HeldBackHere &) = delete;
+
+  void Add(const std::string &path, bool is_new) {
+    const files::FileName name(path);
+    if (std::none_of(all_.begin(), all_.end(), [&](auto &held) { return held.name == name; })) {
+      all_.push_back({files::FileName(path), path, is_new});
+    }
+  }
+
+  void Remove(const std::string &path) {
+    if (!all_.empty()) {
+      std::erase_if(all_, [name = files::FileName(path)](auto &held) { return held.name == name; });
+    }
+  }
+
+  void RemoveAll() noexcept { all_.clear(); }
+
+  bool FinishAll() noexcept {
+    bool succeeded = true;
+    for (const HeldBack &held : std::exchange(all_, {})) {
+      try {
+        Finish(held);
+      } catch (const std::exception &error) {
+        system::LogFailure("an empty playlist", error.what());
+        succeeded = false;
+      }
+    }
+    return succeeded;
+  }
+
+private:
+  std::vector<HeldBack> all_;
+};
+
+HeldBackHere &Held() {
+  static HeldBackHere held;
+  return held;
+}
+
+bool IsFile(const std::string &path) {
+  struct stat facts {};
+  return lstat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode);
+}
+
+void WriteEmptyList(const std::string &path) {
+  RequireThatReadsSucceeded(path);
+  const bool is_new = files::CreateUnsynced(path, kM3uHead, kPlaylistMode);
+  if (is_new) {
+    NoteNewFile(path);
+  } else if (!IsFile(path)) {
+    WriteNow({}, path); // and fail, but for a file that came or went this moment
+    return;
+  }
+  Held().Add(path, is_new);
+}
+
+std::string ContentOf(const std::vector<index::Song> &songs) {
+  std::string content(kM3uHead);
+  for (const index::Song &song : songs) {
+    AppendM3uEntry(content,
+                   {song.path, song.artist, song.title, static_cast<float>(song.duration_seconds)});
+  }
+  return content;
+}
+
+/// Removes what stands at `path` when it is a link.
+void RemoveLink(const std::string &path) {
+  struct stat facts {};
+  if (lstat(path.c_str(), &facts) == 0 && S_ISLNK(facts.st_mode) && unlink(path.c_str()) != 0) {
+    files::ThrowErrno("cannot remove the link", path);
+  }
+}
+
+} // namespace
+
+void WriteSongs(std::span<const NewEntry> songs, const std::string &path) {
+  RequireInPlaylistsFolder(path);
+  if (IsEmpty(songs)) {
+    WriteEmptyList(path);
+    return;
+  }
+  Held().Remove(path);
+  WriteNow(songs, path);
+}
+
+bool FinishWriting() noexcept { return Held().FinishAll(); }
+
+void NoteUnread(Unread reason) noexcept { unread = std::max(unread, std::optional(reason)); }
+
+bool HasReadFailed() noexcept { return unread == Unread::kFailed; }
+
+void ForgetWriting() noexcept {
+  Held().RemoveAll();
+  unread.reset();
+}
+
+void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path) {
+  RequireInFolder(system::kTemporary, path);
+  RemoveLink(path);
+  files::ReplaceDurably(path, ContentOf(songs), kOwnOnly);
+}
+
+} // namespace vexo::playlists
