@@ -20,7 +20,7 @@ enum class Songs { kFailed, kNoneAsked, kFound };
 /// What an action does in its own way; all the rest is the same for all.
 struct CreateAction {
   std::array<const char *, 3> required;
-  bool logsPersonalFolder;
+  bool logs_personal_folder;
   Songs (*find)(WebMan &request, const PlaylistLocation &location, SongList &songs);
 };
 
@@ -49,7 +49,7 @@ Songs QueuedSongs(WebMan &request, const PlaylistLocation & /*location*/, SongLi
 Songs SearchedSongs(WebMan &request, const PlaylistLocation &location, SongList &songs) {
   const int ascending = std::strcmp(request.In("dir", "ASC"), "ASC") == 0 ? 1 : 0;
   VEXOPlaylistRec *head = nullptr;
-  VEXOMusicListAll(request.In("library", "shared"), location.userId, &head,
+  VEXOMusicListAll(request.In("library", "shared"), location.user_id, &head,
                    SearchFieldFromName(request.In("category", nullptr)),
                    request.In("keyword", nullptr), request.In("sort", "album"), ascending, 0, 0);
   songs.reset(head);
@@ -93,7 +93,7 @@ void Create(WebMan &request, const CreateAction &action, Json::Value &response) 
   location.kind = StorageKindOf(is_personal, location.user);
   std::string id;
   SongList songs;
-  if (LocateNewPlaylist(request, name, {true, action.logsPersonalFolder}, location, response) &&
+  if (LocateNewPlaylist(request, name, {true, action.logs_personal_folder}, location, response) &&
       (WantsOverwrite(request) || MakePlaylist(location, name, response)) &&
       (!location.HasRow() || ReadBackId(location, id, response)) &&
       FillPlaylist(request, action, location, songs, response)) {

@@ -19,7 +19,7 @@ namespace {
 
 constexpr unsigned kPlaylistsRemoved = 0x13200003; ///< event of the administrative log
 constexpr int kNameListSize = 1024;
-constexpr size_t kNameFieldSize = 255;
+constexpr std::size_t kNameFieldSize = 255;
 
 struct RuleNamesDeleter {
   void operator()(PSZLIST list) const { VLIBCSzListFree(list); }
@@ -37,7 +37,7 @@ bool DeleteFiles(const WebMan &request, const char *ids, Json::Value &response) 
   }
   const std::string root = request.GetPreferenceDir();
   for (const std::string &element : elements) {
-    const size_t slash = element.rfind('/');
+    const std::size_t slash = element.rfind('/');
     if (slash == std::string::npos) {
       LOG_LINE("%s is wrong id", element.c_str());
       continue;
@@ -54,7 +54,7 @@ bool DeleteRows(const PlaylistLocation &location, const char *ids, PlaylistRows 
   if (!BuildPlaylistIdList(ids, id_list, 2)) {
     return LOG_AND_FAIL(response, "Bad parameter.");
   }
-  if (LookUpRows(location.Library(), location.userId, id_list.c_str(), rows) != 0) {
+  if (LookUpRows(location.Library(), location.user_id, id_list.c_str(), rows) != 0) {
     return LOG_AND_FAIL(response, "Failed to get music list.");
   }
   if (VEXOPlayListUnlink(location.Library(), rows.get()) != 0) {

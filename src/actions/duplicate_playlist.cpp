@@ -29,7 +29,7 @@ bool NoSuchPlaylist(const Source &source, Json::Value &response) {
 bool FindShared(Source &source, Json::Value &response) {
   PlaylistRows rows;
   char title[kPathSize] = {};
-  if (LookUpRows("shared", source.location.userId, source.tail, rows) < 0 || rows == nullptr ||
+  if (LookUpRows("shared", source.location.user_id, source.tail, rows) < 0 || rows == nullptr ||
       VEXOPlaylistTitleGet(source.tail, title, sizeof(title), rows.get()) < 0) {
     return NoSuchPlaylist(source, response);
   }
@@ -42,7 +42,7 @@ bool FindShared(Source &source, Json::Value &response) {
 bool FindInPersonalLibrary(Source &source) {
   char path[kPathSize] = {};
   char title[kPathSize] = {};
-  const int owner = source.location.userId;
+  const int owner = source.location.user_id;
   if (VEXOPlaylistPathGet("personal", owner, LeadingNumber(source.tail), path, sizeof(path)) < 0 ||
       VEXOPlaylistTitleGetByPath(path, title, sizeof(title), owner) < 0) {
     LOG_LINE("Failed to get playlist path.");

@@ -66,8 +66,8 @@ bool PreparePersonalRules(const WebMan &request, const std::string &rules, Json:
   return true;
 }
 
-void AnswerNode(const std::string &name, bool isShared, Json::Value &response) {
-  const std::string root = LibraryRootId(isShared);
+void AnswerNode(const std::string &name, bool is_shared, Json::Value &response) {
+  const std::string root = LibraryRootId(is_shared);
   Json::Value node;
   node["id"] = CutToField(root + "/smart/" + name, kNodeIdSize);
   node["pid"] = root;

@@ -25,11 +25,11 @@ struct Edit {
 /// What an action does in its own way; all the rest is the same for all.
 struct EditAction {
   std::array<const char *, 4> required; ///< the first is the playlist's node id
-  bool takesSongs;
-  int (*editFile)(const Edit &edit);
-  const char *fileFailure; ///< logged when editFile fails
-  int (*editRow)(const Edit &edit);
-  const char *rowFailure; ///< logged when editRow fails
+  bool takes_songs;
+  int (*edit_file)(const Edit &edit);
+  const char *file_failure; ///< logged when edit_file fails
+  int (*edit_row)(const Edit &edit);
+  const char *row_failure; ///< logged when edit_row fails
 };
 
 int AppendToFile(const Edit &edit) {
@@ -37,7 +37,7 @@ int AppendToFile(const Edit &edit) {
 }
 
 int AppendToRow(const Edit &edit) {
-  return VEXOPlaylistAppendSongs(edit.location.Library(), edit.location.userId, edit.id,
+  return VEXOPlaylistAppendSongs(edit.location.Library(), edit.location.user_id, edit.id,
                                  edit.songs.get(), edit.count);
 }
 
@@ -47,7 +47,7 @@ int UpdateFile(const Edit &edit) {
 }
 
 int UpdateRow(const Edit &edit) {
-  return VEXOPlaylistUpdateSongs(edit.location.Library(), edit.location.userId, edit.id,
+  return VEXOPlaylistUpdateSongs(edit.location.Library(), edit.location.user_id, edit.id,
                                  edit.songs.get(), edit.start, edit.limit);
 }
 
@@ -56,7 +56,7 @@ int RemoveFromFile(const Edit &edit) {
 }
 
 int RemoveFromRow(const Edit &edit) {
-  return VEXOPlaylistRemoveSongs(edit.location.Library(), edit.location.userId, edit.id,
+  return VEXOPlaylistRemoveSongs(edit.location.Library(), edit.location.user_id, edit.id,
                                  edit.positions);
 }
 
@@ -65,7 +65,7 @@ int RemoveMissingFromFile(const Edit &edit) {
 }
 
 int RemoveMissingFromRow(const Edit &edit) {
-  return VEXOPlaylistRemoveMissing(edit.location.Library(), edit.location.userId, edit.id);
+  return VEXOPlaylistRemoveMissing(edit.location.Library(), edit.location.user_id, edit.id);
 }
 
 constexpr EditAction kAddSongs = {
@@ -90,18 +90,18 @@ constexpr EditAction kRemoveMissing = {
 
 bool EditFile(const WebMan &request, const EditAction &action, Edit &edit, Json::Value &response) {
   edit.location.path = PlaylistFilePath(request.GetPreferenceDir(), edit.id);
-  if (action.editFile(edit) != 0) {
-    return LOG_AND_FAIL(response, "%s", action.fileFailure);
+  if (action.edit_file(edit) != 0) {
+    return LOG_AND_FAIL(response, "%s", action.file_failure);
   }
   return true;
 }
 
 bool EditRow(const WebMan &request, const EditAction &action, const Edit &edit,
              Json::Value &response) {
-  if (action.editRow(edit) != 0) {
-    return LOG_AND_FAIL(response, "%s", action.rowFailure);
+  if (action.edit_row(edit) != 0) {
+    return LOG_AND_FAIL(response, "%s", action.row_failure);
   }
-  if (!UpdatePlaylistDBInfo(edit.location.Library(), edit.location.userId,
+  if (!UpdatePlaylistDBInfo(edit.location.Library(), edit.location.user_id,
                             LeadingNumber(edit.id))) {
     // The number of this parameter is told even where another one names the playlist.
     return LOG_AND_FAIL(response, "Failed to update database info of playlist id:%d.",
@@ -121,7 +121,7 @@ void Run(const WebMan &request, const EditAction &action, Json::Value &response)
   edit.start = std::strtol(request.In("start", "0"), nullptr, 10);
   edit.limit = std::strtol(request.In("limit", "0"), nullptr, 10);
   edit.positions = request.In("seq_list", "");
-  if (action.takesSongs &&
+  if (action.takes_songs &&
       !GetSongsByText(request.In("id_info_list", ""), edit.songs, &edit.count)) {
     SystemError(response);
     return;

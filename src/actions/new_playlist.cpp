@@ -82,19 +82,19 @@ __tag_VEXO_MEDIA_INFO PlaylistRecord(const std::string &path, const std::string 
 
 } // namespace
 
-bool MakePlaylistsFolder(const std::string &folder, bool removesDanglingLink, bool logsFolder,
+bool MakePlaylistsFolder(const std::string &folder, bool removes_dangling_link, bool logs_folder,
                          Json::Value &response) {
   if (IsThere(folder)) {
     return true;
   }
   umask(0);
-  if (removesDanglingLink) {
+  if (removes_dangling_link) {
     unlink(folder.c_str());
   }
   if (MakeFolder(folder)) {
     return true;
   }
-  if (logsFolder) {
+  if (logs_folder) {
     LOG_LINE("Failed to create directory %s. %s", folder.c_str(), std::strerror(errno));
   } else {
     LOG_LINE("Failed to create directory %s.", std::strerror(errno));
@@ -102,7 +102,7 @@ bool MakePlaylistsFolder(const std::string &folder, bool removesDanglingLink, bo
   return SystemError(response);
 }
 
-bool LocateNewPlaylist(const WebMan &request, const std::string &name, const FolderHabits &habits,
+bool LocateNewPlaylist(const WebMan &request, const std::string &name, const FolderOptions &options,
                        PlaylistLocation &location, Json::Value &response) {
   if (!RootOf(request, location, response)) {
     return false;
@@ -111,13 +111,13 @@ bool LocateNewPlaylist(const WebMan &request, const std::string &name, const Fol
   const bool in_preferences = location.kind == StorageKind::kPreferenceFolder;
   const bool in_personal_library = location.kind == StorageKind::kPersonalLibrary;
   return MakePlaylistsFolder(PlaylistsFolder(location.root),
-                             in_preferences && habits.removesDanglingLink,
-                             in_personal_library && habits.logsPersonalFolder, response);
+                             in_preferences && options.removes_dangling_link,
+                             in_personal_library && options.logs_personal_folder, response);
 }
 
-bool CreateEmptyPlaylist(const PlaylistLocation &location, bool mayExist, Json::Value &response) {
+bool CreateEmptyPlaylist(const PlaylistLocation &location, bool may_exist, Json::Value &response) {
   const FolderLock lock(FolderOf(location.path));
-  if (!mayExist && access(location.path.c_str(), F_OK) == 0) {
+  if (!may_exist && access(location.path.c_str(), F_OK) == 0) {
     return NameExists(response);
   }
   if (lock.IsBusy() || VEXOWriteMusicPlaylist(nullptr, location.path.c_str()) != 0) {
@@ -130,13 +130,13 @@ bool SaveRow(const PlaylistLocation &location, const std::string &name, Json::Va
   const __tag_VEXO_MEDIA_INFO record = PlaylistRecord(location.path, name);
   const int saved = location.IsShared()
                         ? VEXOPlaylistDBSave(&record)
-                        : PersonalLibraryInfoDBSave(kPlaylistKind, &record, location.userId);
+                        : PersonalLibraryInfoDBSave(kPlaylistKind, &record, location.user_id);
   return saved != -1 || SystemError(response);
 }
 
 bool ReadBackId(const PlaylistLocation &location, std::string &id, Json::Value &response) {
   char text[kNodeIdSize] = {};
-  if (VEXOPlaylistIDGet(location.Library(), location.userId, location.path.c_str(), text,
+  if (VEXOPlaylistIDGet(location.Library(), location.user_id, location.path.c_str(), text,
                         sizeof(text)) != 0) {
     return LOG_AND_FAIL(response, "Failed to get playlist id from playlist table.");
   }
@@ -144,8 +144,8 @@ bool ReadBackId(const PlaylistLocation &location, std::string &id, Json::Value &
   return true;
 }
 
-bool WriteSongs(const SongList &songs, const std::string &resolvedPath, Json::Value &response) {
-  if (VEXOWriteMusicPlaylist(songs.get(), resolvedPath.c_str()) != 0) {
+bool WriteSongs(const SongList &songs, const std::string &resolved_path, Json::Value &response) {
+  if (VEXOWriteMusicPlaylist(songs.get(), resolved_path.c_str()) != 0) {
     return LOG_AND_FAIL(response, "Failed to write songs into playlist.");
   }
   return true;

@@ -6,26 +6,26 @@
 #include "model/song_json.h"
 
 /// How an action makes a missing folder of playlists.
-struct FolderHabits {
+struct FolderOptions {
   /// In a preference folder a link to nowhere of that name is removed first.
-  bool removesDanglingLink;
+  bool removes_dangling_link;
   /// A failure in a personal library is logged with the folder's path.
-  bool logsPersonalFolder;
+  bool logs_personal_folder;
 };
 
 /// Makes the folder when it is missing, with every permission.
-[[nodiscard]] bool MakePlaylistsFolder(const std::string &folder, bool removesDanglingLink,
-                                       bool logsFolder, Json::Value &response);
+[[nodiscard]] bool MakePlaylistsFolder(const std::string &folder, bool removes_dangling_link,
+                                       bool logs_folder, Json::Value &response);
 
 /// Settles root and path of the new playlist `name` of a location whose user and kind are known,
 /// and makes the folder of playlists.
 [[nodiscard]] bool LocateNewPlaylist(const WebMan &request, const std::string &name,
-                                     const FolderHabits &habits, PlaylistLocation &location,
+                                     const FolderOptions &options, PlaylistLocation &location,
                                      Json::Value &response);
 
-/// Writes the empty file. Of several processes that do so at once without `mayExist`, one succeeds
+/// Writes the empty file. Of several processes that do so at once without `may_exist`, one succeeds
 /// and the others find the name taken.
-[[nodiscard]] bool CreateEmptyPlaylist(const PlaylistLocation &location, bool mayExist,
+[[nodiscard]] bool CreateEmptyPlaylist(const PlaylistLocation &location, bool may_exist,
                                        Json::Value &response);
 
 /// Saves the playlist's row.
@@ -36,6 +36,6 @@ struct FolderHabits {
 [[nodiscard]] bool ReadBackId(const PlaylistLocation &location, std::string &id,
                               Json::Value &response);
 
-/// Writes the songs into the playlist's file; `resolvedPath` has no links in it.
-[[nodiscard]] bool WriteSongs(const SongList &songs, const std::string &resolvedPath,
+/// Writes the songs into the playlist's file; `resolved_path` has no links in it.
+[[nodiscard]] bool WriteSongs(const SongList &songs, const std::string &resolved_path,
                               Json::Value &response);

@@ -16,8 +16,8 @@ namespace {
 
 struct Rename {
   PlaylistLocation location;
-  std::string oldPath;
-  std::string newPath;
+  std::string old_path;
+  std::string new_path;
   __tag_VEXO_MEDIA_INFO record; ///< the new row of a playlist that has one
 };
 
@@ -35,15 +35,15 @@ bool Stat(const std::string &path, struct stat &status) { return stat(path.c_str
 bool LocateInPreferences(const WebMan &request, const char *id, const char *name, Rename &rename,
                          Json::Value &response) {
   const std::string root = request.GetPreferenceDir();
-  rename.oldPath = PlaylistFilePath(root, IdTail(id, 2));
-  rename.newPath = PlaylistFilePath(root, IdTail(name, 2));
+  rename.old_path = PlaylistFilePath(root, IdTail(id, 2));
+  rename.new_path = PlaylistFilePath(root, IdTail(name, 2));
   struct stat status {};
-  return Stat(rename.oldPath, status) || EndWithoutPlaylist(response);
+  return Stat(rename.old_path, status) || EndWithoutPlaylist(response);
 }
 
 /// What stands behind the last '.' of the path.
 std::string ExtensionOf(const std::string &path) {
-  const size_t dot = path.rfind('.');
+  const std::size_t dot = path.rfind('.');
   if (dot == std::string::npos) {
     LOG_LINE("Bad playlist name [%s].", path.c_str());
     return "m3u";
@@ -54,30 +54,30 @@ std::string ExtensionOf(const std::string &path) {
 bool LocateByRow(const char *id, const char *name, Rename &rename, Json::Value &response) {
   rename.record.id = NumericTail(id);
   char path[kPathSize] = {};
-  VEXOPlaylistPathGet(rename.location.Library(), rename.location.userId, rename.record.id, path,
+  VEXOPlaylistPathGet(rename.location.Library(), rename.location.user_id, rename.record.id, path,
                       sizeof(path));
-  rename.oldPath = path;
+  rename.old_path = path;
   struct stat status {};
-  if (!Stat(rename.oldPath, status)) {
+  if (!Stat(rename.old_path, status)) {
     return EndWithoutPlaylist(response);
   }
   rename.record.size = static_cast<uint64_t>(status.st_size);
-  const std::string extension = ExtensionOf(rename.oldPath);
-  if (rename.oldPath.find('/') == std::string::npos) {
-    return LOG_AND_FAIL(response, "Bad playlist name %s.", rename.oldPath.c_str());
+  const std::string extension = ExtensionOf(rename.old_path);
+  if (rename.old_path.find('/') == std::string::npos) {
+    return LOG_AND_FAIL(response, "Bad playlist name %s.", rename.old_path.c_str());
   }
-  rename.newPath = CutToField(FolderOf(rename.oldPath) + "/" + name + "." + extension, kPathSize);
+  rename.new_path = CutToField(FolderOf(rename.old_path) + "/" + name + "." + extension, kPathSize);
   return true;
 }
 
 /// Puts what is known of the new name into the row.
 bool FillRow(const char *name, Rename &rename, Json::Value &response) {
-  SetField(rename.record.path, rename.newPath.c_str());
+  SetField(rename.record.path, rename.new_path.c_str());
   SetField(rename.record.title, name);
-  const std::string folder = FolderOf(rename.oldPath);
-  const size_t slash = folder.rfind('/');
+  const std::string folder = FolderOf(rename.old_path);
+  const std::size_t slash = folder.rfind('/');
   if (slash == std::string::npos) {
-    return LOG_AND_FAIL(response, "Bad playlist name %s.", rename.oldPath.c_str());
+    return LOG_AND_FAIL(response, "Bad playlist name %s.", rename.old_path.c_str());
   }
   SetField(rename.record.album, folder.c_str() + slash + 1);
   return true;
@@ -86,9 +86,9 @@ bool FillRow(const char *name, Rename &rename, Json::Value &response) {
 /// Rewrites the row. When that fails the file gets its old name back.
 bool WriteRow(Rename &rename, const struct stat &status) {
   SetFileTimes(rename.record, status);
-  if (VEXOPlaylistDBUpdate(rename.location.Library(), rename.location.userId, &rename.record,
-                           rename.oldPath.c_str()) == -1) {
-    std::rename(rename.newPath.c_str(), rename.oldPath.c_str());
+  if (VEXOPlaylistDBUpdate(rename.location.Library(), rename.location.user_id, &rename.record,
+                           rename.old_path.c_str()) == -1) {
+    std::rename(rename.new_path.c_str(), rename.old_path.c_str());
     return false;
   }
   return true;
@@ -98,19 +98,19 @@ bool WriteRow(Rename &rename, const struct stat &status) {
 /// other process takes the new name, until the row is written: as the file might have to go back,
 /// the old name, which is in the same folder but for a name with a '/', may not be taken either.
 bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
-  const FolderLock lock(FolderOf(rename.newPath));
+  const FolderLock lock(FolderOf(rename.new_path));
   struct stat status {};
-  if (Stat(rename.newPath, status)) {
+  if (Stat(rename.new_path, status)) {
     return NameExists(response);
   }
-  if (lock.IsBusy() || std::rename(rename.oldPath.c_str(), rename.newPath.c_str()) != 0) {
+  if (lock.IsBusy() || std::rename(rename.old_path.c_str(), rename.new_path.c_str()) != 0) {
     return LOG_AND_FAIL(response, "Failed to rename to new playlist name.");
   }
   const bool has_row = rename.location.HasRow();
   if (has_row && !FillRow(name, rename, response)) {
     return false;
   }
-  if (!Stat(rename.newPath, status)) {
+  if (!Stat(rename.new_path, status)) {
     return LOG_AND_FAIL(response, "Failed to stat new name pls");
   }
   return !has_row || WriteRow(rename, status);

@@ -36,8 +36,8 @@ bool SendStream(const std::string &command, const ArchiveOffer &offer, Json::Val
     ActionHandler::SetError(response, "error", "error_system_busy", __LINE__);
     return false;
   }
-  PrintDownloadHeaders(&offer.browser, offer.fileName.c_str());
-  return HTTPFileOutputer::Output(stream.get(), offer.fileName.c_str(), offer.contentType) == 0;
+  PrintDownloadHeaders(&offer.browser, offer.file_name.c_str());
+  return HTTPFileOutputer::Output(stream.get(), offer.file_name.c_str(), offer.content_type) == 0;
 }
 
 } // namespace

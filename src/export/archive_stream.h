@@ -9,8 +9,8 @@
 /// How the archive is offered to the client.
 struct ArchiveOffer {
   const _tag_vexo_browser_info_ &browser;
-  const std::string &fileName;
-  const char *contentType;
+  const std::string &file_name;
+  const char *content_type;
 };
 
 /// Sends the songs as an archive; null: of no songs. False: it was not sent, and `response` says

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int kSystemCodePage = 2;
-constexpr size_t kNameSize = 2048;
+constexpr std::size_t kNameSize = 2048;
 
 /// The name as a quoted text in a header can hold it: what would end the text or the line is
 /// replaced. `more` are further such characters.
@@ -21,8 +21,8 @@ std::string Quotable(std::string name, const char *more) {
 }
 
 /// The name in the code page of the system; in UTF-8 when that cannot be.
-std::string NameForOldBrowser(const char *fileName) {
-  std::string name = Quotable(fileName, "\"\\");
+std::string NameForOldBrowser(const char *file_name) {
+  std::string name = Quotable(file_name, "\"\\");
   char converted[kNameSize] = {};
   int code_page = 0;
   if (VLIBCCodePageGet(kSystemCodePage, &code_page) == 0 &&
@@ -33,10 +33,10 @@ std::string NameForOldBrowser(const char *fileName) {
   return name;
 }
 
-void PrintForTypeOne(const char *version, const char *fileName) {
+void PrintForTypeOne(const char *version, const char *file_name) {
   if (version[0] == '6') {
     std::printf("Content-Disposition: attachment; filename=\"%s\" \n",
-                NameForOldBrowser(fileName).c_str());
+                NameForOldBrowser(file_name).c_str());
     return;
   }
   std::fputs("X-Download-Options: noopen\nContent-Disposition: attachment;\n", stdout);
@@ -44,11 +44,11 @@ void PrintForTypeOne(const char *version, const char *fileName) {
 
 } // namespace
 
-void PrintDownloadHeaders(const _tag_vexo_browser_info_ *browserInfo, const char *fileName) {
-  if (browserInfo != nullptr && fileName != nullptr) {
-    if (browserInfo->type == 1) {
-      PrintForTypeOne(browserInfo->version, fileName);
-    } else if (browserInfo->type == 2) {
+void PrintDownloadHeaders(const _tag_vexo_browser_info_ *browser, const char *file_name) {
+  if (browser != nullptr && file_name != nullptr) {
+    if (browser->type == 1) {
+      PrintForTypeOne(browser->version, file_name);
+    } else if (browser->type == 2) {
       std::fputs("Content-Disposition: attachment;\n", stdout);
     }
   }

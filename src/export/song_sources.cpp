@@ -65,7 +65,7 @@ bool SongSource::LoadRandom(Json::Value &response) {
   char path[kPathSize];
   PrintToField(path, sizeof(path), kRandomListFormat, location_.user.c_str());
   if (!IsRegularFile(path) &&
-      AudioFile::PlaylistRandomCreate(library_, location_.userId, path, kRandomSongs) == 0) {
+      AudioFile::PlaylistRandomCreate(library_, location_.user_id, path, kRandomSongs) == 0) {
     return RandomFailed(response);
   }
   const LoadedPlaylist file(AudioFile::PlaylistFileLoad(path, 0, 0));

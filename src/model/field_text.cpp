@@ -3,14 +3,14 @@
 #include <cstdarg>
 #include <cstdio>
 
-std::string CutToField(std::string text, size_t size) {
+std::string CutToField(std::string text, std::size_t size) {
   if (text.size() >= size) {
     text.resize(size - 1);
   }
   return text;
 }
 
-void PrintToField(char *field, size_t size, const char *format, ...) {
+void PrintToField(char *field, std::size_t size, const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(field, size, format, arguments);

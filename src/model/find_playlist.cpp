@@ -11,7 +11,7 @@ bool FindPlaylist(const WebMan &request, const char *node_id, PlaylistLocation &
     location.path = PlaylistFilePath(request.GetPreferenceDir(), tail);
     return true;
   }
-  const int owner = location.IsShared() ? 0 : location.userId;
+  const int owner = location.IsShared() ? 0 : location.user_id;
   if (LookUpRows(location.Library(), owner, tail, rows) < 0 || rows == nullptr) {
     return LOG_AND_FAIL(response, "The playlist with id: %s does not exist.", tail);
   }

@@ -7,7 +7,7 @@
 #include <cstring>
 
 namespace {
-constexpr size_t kLongestName = 250;
+constexpr std::size_t kLongestName = 250;
 } // namespace
 
 const char *PlaylistLocation::Library() const { return IsShared() ? "shared" : "personal"; }
@@ -15,12 +15,12 @@ const char *PlaylistLocation::Library() const { return IsShared() ? "shared" : "
 PlaylistLocation LocationOfUser(const WebMan &request) {
   PlaylistLocation location;
   location.user = request.GetLoginUserName();
-  location.userId = GetUserIdFromName(location.user.c_str());
+  location.user_id = GetUserIdFromName(location.user.c_str());
   return location;
 }
 
-StorageKind StorageKindOf(bool isPersonal, const std::string &user) {
-  if (!isPersonal) {
+StorageKind StorageKindOf(bool is_personal, const std::string &user) {
+  if (!is_personal) {
     return StorageKind::kShared;
   }
   return IsPersonalLibEnabled(user.c_str()) != 0 ? StorageKind::kPersonalLibrary
@@ -36,7 +36,7 @@ std::string PlaylistFilePath(const std::string &root, const std::string &name) {
 }
 
 std::string FolderOf(const std::string &path) {
-  const size_t slash = path.rfind('/');
+  const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? "" : path.substr(0, slash);
 }
 

@@ -10,7 +10,7 @@ enum class StorageKind { kShared, kPersonalLibrary, kPreferenceFolder };
 struct PlaylistLocation {
   StorageKind kind = StorageKind::kShared;
   std::string user; ///< the login user's name
-  int userId = 0;
+  int user_id = 0;
   std::string root; ///< the folder that holds the folder "playlists"
   std::string path; ///< of the playlist's file
 
@@ -25,7 +25,7 @@ struct PlaylistLocation {
 [[nodiscard]] PlaylistLocation LocationOfUser(const WebMan &request);
 
 /// The storage kind of a personal or shared playlist of the user.
-[[nodiscard]] StorageKind StorageKindOf(bool isPersonal, const std::string &user);
+[[nodiscard]] StorageKind StorageKindOf(bool is_personal, const std::string &user);
 
 /// The folder of the playlist files below `root`.
 [[nodiscard]] std::string PlaylistsFolder(const std::string &root);

@@ -1,8 +1,8 @@
 #include "model/playlist_rows.h"
 
-int LookUpRows(const char *library, int userId, const char *ids, PlaylistRows &rows) {
+int LookUpRows(const char *library, int user_id, const char *ids, PlaylistRows &rows) {
   VEXOPlaylistRow *list = nullptr;
-  const int result = VEXOPlayListListGetByID(library, userId, &list, ids);
+  const int result = VEXOPlayListListGetByID(library, user_id, &list, ids);
   rows.reset(list);
   return result;
 }

@@ -14,11 +14,11 @@ struct CursorDeleter {
   void operator()(VEXOMediaCursor *cursor) const { AudioInfoDBClose(cursor); }
 };
 
-bool ReadRow(const char *library, int userId, int playlistId, __tag_VEXO_MEDIA_INFO *row) {
+bool ReadRow(const char *library, int user_id, int playlist_id, __tag_VEXO_MEDIA_INFO *row) {
   char query[32];
-  PrintToField(query, sizeof(query), "id = %d", playlistId);
+  PrintToField(query, sizeof(query), "id = %d", playlist_id);
   const std::unique_ptr<VEXOMediaCursor, CursorDeleter> cursor(
-      AudioInfoDBOpen(library, userId, kPlaylistTable, "*", query, 0, 0, 0, 0));
+      AudioInfoDBOpen(library, user_id, kPlaylistTable, "*", query, 0, 0, 0, 0));
   if (cursor == nullptr) {
     LOG_LINE("Failed to MediaInfoDBOpen.");
     return false;
@@ -42,13 +42,13 @@ void SetFileTimesAndSize(__tag_VEXO_MEDIA_INFO &record, const struct stat &statu
   record.size = static_cast<uint64_t>(status.st_size);
 }
 
-bool UpdatePlaylistDBInfo(const char *library, int userId, int playlistId) {
-  if (playlistId < 1) {
+bool UpdatePlaylistDBInfo(const char *library, int user_id, int playlist_id) {
+  if (playlist_id < 1) {
     LOG_LINE("Bad parameter.");
     return false;
   }
   __tag_VEXO_MEDIA_INFO row{};
-  if (!ReadRow(library, userId, playlistId, &row)) {
+  if (!ReadRow(library, user_id, playlist_id, &row)) {
     return false;
   }
   struct stat status {};
@@ -58,5 +58,5 @@ bool UpdatePlaylistDBInfo(const char *library, int userId, int playlistId) {
     return false;
   }
   SetFileTimesAndSize(row, status);
-  return VEXOPlaylistDBUpdate(library, userId, &row, playlistId) != -1;
+  return VEXOPlaylistDBUpdate(library, user_id, &row, playlist_id) != -1;
 }

@@ -12,4 +12,4 @@ void SetFileTimesAndSize(__tag_VEXO_MEDIA_INFO &record, const struct stat &statu
 
 /// Refreshes the row of a playlist in the library "shared" or "personal" of the user from its file.
 /// False: failed and logged (a row that cannot be written back is not logged).
-[[nodiscard]] bool UpdatePlaylistDBInfo(const char *library, int userId, int playlistId);
+[[nodiscard]] bool UpdatePlaylistDBInfo(const char *library, int user_id, int playlist_id);

@@ -189,21 +189,21 @@ bool FindRecordById(const VEXOPlaylistRec *list, __tag_VEXO_MEDIA_INFO *destinat
   return true;
 }
 
-bool GetSongsByIdList(const Json::Value &idInfoList, VEXOPlaylistRec **head) {
+bool GetSongsByIdList(const Json::Value &id_info_list, VEXOPlaylistRec **head) {
   if (head == nullptr) {
     LOG_LINE("Bad parameter.");
     return false;
   }
   // What is not moved out of the host's list is left to the end of the process, which is near.
   VEXOPlaylistRec *music_list = nullptr;
-  const std::optional<std::string> ids = JoinedIds(idInfoList);
+  const std::optional<std::string> ids = JoinedIds(id_info_list);
   if (ids && VEXOMusicListGetByID("shared", 0, &music_list, ids->c_str()) != 0) {
     LOG_LINE("Failed to get music list from database.");
     return false;
   }
-  HostSongs songs(music_list, idInfoList);
+  HostSongs songs(music_list, id_info_list);
   SongListBuilder list(head);
-  for (const Json::Value &element : idInfoList) {
+  for (const Json::Value &element : id_info_list) {
     VEXOPlaylistRec *node = songs.TakeLast(IdOf(element));
     if (node != nullptr) {
       list.Append(node);

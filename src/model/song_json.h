@@ -19,7 +19,7 @@ bool FindRecordById(const VEXOPlaylistRec *list, __tag_VEXO_MEDIA_INFO *destinat
 /// element, in order. Ids are looked up in the shared library with one query; one that is not known
 /// leaves its node all zero. `*head` must be null; the list is the caller's, also the part that was
 /// built before a failure. False: failed and logged.
-[[nodiscard]] bool GetSongsByIdList(const Json::Value &idInfoList, VEXOPlaylistRec **head);
+[[nodiscard]] bool GetSongsByIdList(const Json::Value &id_info_list, VEXOPlaylistRec **head);
 
 /// The same from the text of such an array; `*count` becomes the number of its elements.
 [[nodiscard]] bool GetSongsByText(const char *text, SongList &songs, int *count);

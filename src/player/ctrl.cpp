@@ -1,5 +1,7 @@
 #include "player/ctrl.h"
+
 #include "model/device_paths.h"
+#include "vexo/core.h"
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
@@ -15,7 +17,6 @@
 #include <syslog.h>
 #include <unistd.h>
 #include <vector>
-#include <vexo/core.h>
 
 namespace {
 
@@ -87,7 +88,7 @@ bool WaitReadable(int connection) {
 }
 
 /// One command and its reply on a connection that stands. 0 or -1.
-int Converse(int connection, const PlayerCommand *command, char *reply, std::size_t replySize) {
+int Converse(int connection, const PlayerCommand *command, char *reply, std::size_t reply_size) {
   if (!WaitWritable(connection)) {
     return -1;
   }
@@ -99,8 +100,8 @@ int Converse(int connection, const PlayerCommand *command, char *reply, std::siz
   if (!WaitReadable(connection)) {
     return -1;
   }
-  memset(reply, 0, replySize);
-  if (read(connection, reply, replySize) <= 0) {
+  memset(reply, 0, reply_size);
+  if (read(connection, reply, reply_size) <= 0) {
     syslog(LOG_ERR, "%s:%d Failed to read action [%s]", kTag, __LINE__, strerror(errno));
     return -1;
   }
@@ -131,8 +132,8 @@ Extensions PlayableExtensions(int type) {
 }
 
 /// Copies settings, trimmed. 1 or -1.
-int CopySettings(const char *settings, char *value, int valueSize) {
-  snprintf(value, static_cast<std::size_t>(valueSize), "%s", settings);
+int CopySettings(const char *settings, char *value, int value_size) {
+  snprintf(value, static_cast<std::size_t>(value_size), "%s", settings);
   if (VLIBCStrTrimSpace(value, 0) < 0) {
     syslog(LOG_ERR, "%s:%d Failed to trim [%s].", kTag, __LINE__, value);
     return -1;
@@ -142,7 +143,7 @@ int CopySettings(const char *settings, char *value, int valueSize) {
 
 /// Compares one line of a profile file. 1: it is the profile, and `value` has its settings, 0: it
 /// is another one, -1: failed.
-int MatchProfile(const char *line, const char *name, char *value, int valueSize) {
+int MatchProfile(const char *line, const char *name, char *value, int value_size) {
   const char *colon = strrchr(line, ':');
   if (colon == nullptr) {
     syslog(LOG_ERR, "%s:%d The EQ profile [%s] is illegal.", kTag, __LINE__, line);
@@ -151,7 +152,7 @@ int MatchProfile(const char *line, const char *name, char *value, int valueSize)
   if (strncmp(line, name, static_cast<std::size_t>(colon - line)) != 0) {
     return 0;
   }
-  return CopySettings(colon + 1, value, valueSize);
+  return CopySettings(colon + 1, value, value_size);
 }
 
 int SendCode(int32_t code) { return PlayerCommandSendOnly({code, {}}); }
@@ -171,8 +172,8 @@ PlayerCommand PlayerCommandPrint(int32_t code, const char *format, ...) {
   return command;
 }
 
-int PlayerCommandSend(const PlayerCommand *command, char *reply, int replySize) {
-  if (reply == nullptr || replySize <= 0) {
+int PlayerCommandSend(const PlayerCommand *command, char *reply, int reply_size) {
+  if (reply == nullptr || reply_size <= 0) {
     syslog(LOG_ERR, "%s:%d Bad parameter", kTag, __LINE__);
     return -1;
   }
@@ -190,7 +191,7 @@ int PlayerCommandSend(const PlayerCommand *command, char *reply, int replySize) 
     return connected;
   }
   const Connection owner(connection);
-  return Converse(connection, command, reply, static_cast<std::size_t>(replySize));
+  return Converse(connection, command, reply, static_cast<std::size_t>(reply_size));
 }
 
 int PlayerCommandSendOnly(const PlayerCommand &command) {
@@ -245,14 +246,14 @@ int IsPlayableFile(int type, const char *path) {
   return std::any_of(extensions.begin(), extensions.end(), is_it) ? 1 : 0;
 }
 
-int EqualizerProfileFind(const char *profilePath, const char *name, char *value, int valueSize) {
-  const std::unique_ptr<FILE, FileCloser> file(fopen(profilePath, "r"));
+int EqualizerProfileFind(const char *profile_path, const char *name, char *value, int value_size) {
+  const std::unique_ptr<FILE, FileCloser> file(fopen(profile_path, "r"));
   if (file == nullptr) {
     return -1;
   }
   char line[1024];
   while (fgets(line, sizeof line, file.get()) != nullptr) {
-    const int matched = MatchProfile(line, name, value, valueSize);
+    const int matched = MatchProfile(line, name, value, value_size);
     if (matched != 0) {
       return matched;
     }
@@ -260,7 +261,7 @@ int EqualizerProfileFind(const char *profilePath, const char *name, char *value,
   return 0;
 }
 
-int EqualizerDefaultProfileGet(char *value, int valueSize) {
+int EqualizerDefaultProfileGet(char *value, int value_size) {
   char enabled[1024];
   char name[1024];
   if (VEXOAudioConfGet("audio_enable_equalizer", enabled, sizeof enabled) <= 0 ||
@@ -270,10 +271,10 @@ int EqualizerDefaultProfileGet(char *value, int valueSize) {
   if (VEXOAudioConfGet("audio_default_equalizer", name, sizeof name) <= 0) {
     return 0;
   }
-  const int found = EqualizerProfileFind(kSystemEqualizer, name, value, valueSize);
+  const int found = EqualizerProfileFind(kSystemEqualizer, name, value, value_size);
   if (found < 0) {
     syslog(LOG_ERR, "%s:%d Failed to open the system EQ profile [%s].", kTag, __LINE__,
            kSystemEqualizer);
   }
-  return found != 0 ? found : EqualizerProfileFind(kUserEqualizer, name, value, valueSize);
+  return found != 0 ? found : EqualizerProfileFind(kUserEqualizer, name, value, value_size);
 }

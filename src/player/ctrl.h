@@ -16,10 +16,10 @@ static_assert(sizeof(PlayerCommand) == 8196);
 [[gnu::format(printf, 2, 3)]] PlayerCommand PlayerCommandPrint(int32_t code, const char *format,
                                                                ...);
 
-/// Sends one record and reads the reply into `reply` of `replySize` bytes, which is cut there and
+/// Sends one record and reads the reply into `reply` of `reply_size` bytes, which is cut there and
 /// then not terminated. Waits up to 10 seconds to write, and again to read. 0, or a negative value:
 /// failed, and `reply` means nothing.
-int PlayerCommandSend(const PlayerCommand *command, char *reply, int replySize);
+int PlayerCommandSend(const PlayerCommand *command, char *reply, int reply_size);
 
 /// Sends one record and throws the reply away. Results as PlayerCommandSend().
 int PlayerCommandSendOnly(const PlayerCommand &command);
@@ -55,11 +55,11 @@ int PlayerControl39(int value);
 int IsPlayableFile(int type, const char *path);
 
 /// Looks up the equalizer profile `name` in a file of lines "NAME:SETTINGS" and copies its
-/// settings, trimmed, into `value` of `valueSize` bytes. A line's name matches every name that
+/// settings, trimmed, into `value` of `value_size` bytes. A line's name matches every name that
 /// begins with it. 1: found, 0: not found, -1: the file cannot be read, or holds a line without a
 /// colon.
-int EqualizerProfileFind(const char *profilePath, const char *name, char *value, int valueSize);
+int EqualizerProfileFind(const char *profile_path, const char *name, char *value, int value_size);
 
 /// The settings of the default equalizer profile, from the system's profiles or else the user's.
 /// 1: found, 0: the equalizer is off or nothing was found, -1: failed.
-int EqualizerDefaultProfileGet(char *value, int valueSize);
+int EqualizerDefaultProfileGet(char *value, int value_size);

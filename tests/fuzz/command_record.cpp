@@ -49,7 +49,7 @@ void CheckRecord(const std::string &record) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   std::string record(reinterpret_cast<const char *>(data), size);
   CheckRecord(record);
   record.resize(kRecordSize, '\0'); // most inputs are shorter

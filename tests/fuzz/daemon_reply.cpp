@@ -47,18 +47,18 @@ void ReadUnterminated(std::string_view reply) {
 // In the place of the commands that would ask a daemon.
 int PlayerTargetSelect(int /*player*/) { return 0; }
 
-int PlayerQueueGet(int offset, int limit, char *reply, int replySize) {
-  Require(offset >= 0 && limit >= 1 && limit <= 5 && replySize == 40960);
+int PlayerQueueGet(int offset, int limit, char *reply, int reply_size) {
+  Require(offset >= 0 && limit >= 1 && limit <= 5 && reply_size == 40960);
   if (pages_left-- == 0) {
     return -1;
   }
   const std::string_view text = NextReply();
-  memset(reply, 0, static_cast<std::size_t>(replySize));
-  text.copy(reply, static_cast<std::size_t>(replySize));
+  memset(reply, 0, static_cast<std::size_t>(reply_size));
+  text.copy(reply, static_cast<std::size_t>(reply_size));
   return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   recording::ResetHost();
   replies = {reinterpret_cast<const char *>(data), size};
   ReadUnterminated(replies);

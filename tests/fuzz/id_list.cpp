@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char *>(data), size);
   const auto ids = vexo::host::ParseIds(text);
   const auto commas = static_cast<std::size_t>(std::count(text.begin(), text.end(), ','));

@@ -15,7 +15,7 @@ void Require(bool holds) {
   }
 }
 
-bool IsTerminated(const char *field, size_t size) {
+bool IsTerminated(const char *field, std::size_t size) {
   return std::string_view(field, size).find('\0') != std::string_view::npos;
 }
 
@@ -31,7 +31,7 @@ int Length(const VEXOPlaylistRec *list) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   recording::ResetHost();
   recording::TheHost().records["VEXOMusicListGetByID"] = {recording::Song(1, "/one.mp3"),
                                                           recording::Song(12, "/twelve.mp3")};

@@ -68,7 +68,7 @@ void CheckRoundTrip(std::string_view path) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   const std::string_view content(reinterpret_cast<const char *>(data), size);
   const std::vector<M3uEntry> entries = ParseM3u(content);
   for (const M3uEntry &entry : entries) {

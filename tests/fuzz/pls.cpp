@@ -74,7 +74,7 @@ void CheckRemoval(const std::string &content, std::size_t position) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   const std::string_view bytes(reinterpret_cast<const char *>(data), size);
   (void)IsPls(bytes);
   const std::string content = Numbered(bytes);

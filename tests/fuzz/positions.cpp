@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   constexpr std::size_t kLength = 1000;
   const std::string_view text(reinterpret_cast<const char *>(data), size);
   try {

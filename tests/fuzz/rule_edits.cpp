@@ -79,7 +79,7 @@ void CheckRemove(std::string_view file, const std::string &name) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   const std::string_view input(reinterpret_cast<const char *>(data), size);
   const std::size_t line_end = input.find('\n');
   if (line_end == std::string_view::npos) {

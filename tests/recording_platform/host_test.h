@@ -22,8 +22,8 @@ protected:
     }
     fs::create_directory_symlink(library(), root() + "/var/services/music");
     ResetHost();
-    host().preferenceFolder = preferences();
-    host().personalFolder = personal();
+    host().preference_folder = preferences();
+    host().personal_folder = personal();
   }
   void TearDown() override { ResetHost(); }
 

@@ -147,7 +147,7 @@ VEXOPlaylistRec *Host::SongList(const std::string &name) {
 void Host::Fill(const std::string &name, char *buffer, int size) const {
   const auto found = texts.find(name);
   if (found != texts.end() && size > 0) {
-    const size_t length = std::min(found->second.size(), static_cast<size_t>(size) - 1);
+    const std::size_t length = std::min(found->second.size(), static_cast<std::size_t>(size) - 1);
     std::memcpy(buffer, found->second.data(), length);
     buffer[length] = '\0';
   }

@@ -31,13 +31,13 @@ struct LogLine {
 /// A document that was printed.
 struct Answer {
   Json::Value document;
-  std::string contentType;
+  std::string content_type;
 };
 
 /// A body that was sent: the file's path and no bytes, or the stream's name and what it held.
 struct Sent {
   std::string name;
-  std::string contentType;
+  std::string content_type;
   std::string bytes;
 };
 
@@ -46,10 +46,10 @@ struct Host {
   bool authorized = true;
   std::map<std::string, std::string> parameters;
   std::string user = "anna";
-  std::string preferenceFolder = "/preferences/anna";
-  int userId = 7;
-  bool personalLibrary = false;
-  std::string personalFolder; ///< empty: the user has none, the call fails
+  std::string preference_folder = "/preferences/anna";
+  int user_id = 7;
+  bool personal_library = false;
+  std::string personal_folder; ///< empty: the user has none, the call fails
   _tag_vexo_browser_info_ browser{};
 
   /// Results of a function, by its name: each call takes the next, the last one stays. A function
@@ -70,12 +70,12 @@ struct Host {
   std::vector<Answer> answers;
   std::vector<Sent> sent;
   std::vector<__tag_VEXO_MEDIA_INFO> saved; ///< playlist records that were saved or updated
-  int errorLine = 0;                        ///< of the last SetError()
-  int openRows = 0;                         ///< playlist rows that were handed out and not released
-  int openCursors = 0;
-  int openLists = 0; ///< VLIBCSzLists
-  int openRules = 0; ///< chains of rule nodes
-  int openFiles = 0; ///< AudioPlaylists
+  int error_line = 0;                       ///< of the last SetError()
+  int open_rows = 0;                        ///< playlist rows that were handed out and not released
+  int open_cursors = 0;
+  int open_lists = 0; ///< VLIBCSzLists
+  int open_rules = 0; ///< chains of rule nodes
+  int open_files = 0; ///< AudioPlaylists
 
   Host() = default;
   Host(const Host &) = delete;

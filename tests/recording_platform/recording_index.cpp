@@ -1,5 +1,4 @@
 #include "recording_platform/recording_host.h"
-
 #include "vexo/media_index.h"
 #include <cstdlib>
 #include <cstring>
@@ -8,7 +7,7 @@ using recording::Show;
 using recording::TheHost;
 
 struct VEXOMediaCursor {
-  size_t next = 0;
+  std::size_t next = 0;
 };
 
 namespace {
@@ -67,27 +66,28 @@ VEXOPlaylistRec *PlaylistRecReverse(VEXOPlaylistRec *head) {
   return reversed;
 }
 
-int VEXOMusicListGetByID(const char *library, int userId, VEXOPlaylistRec **head, const char *ids) {
-  TheHost().Record("VEXOMusicListGetByID", {Show(library), Show(userId), Show(ids)});
+int VEXOMusicListGetByID(const char *library, int user_id, VEXOPlaylistRec **head,
+                         const char *ids) {
+  TheHost().Record("VEXOMusicListGetByID", {Show(library), Show(user_id), Show(ids)});
   return HandOut("VEXOMusicListGetByID", head);
 }
 
-int VEXOMusicListAll(const char *library, int userId, VEXOPlaylistRec **head, int field,
+int VEXOMusicListAll(const char *library, int user_id, VEXOPlaylistRec **head, int field,
                      const char *keyword, const char *sort, int ascending, int offset, int limit) {
-  TheHost().Record("VEXOMusicListAll", {Show(library), Show(userId), Show(field), Show(keyword),
+  TheHost().Record("VEXOMusicListAll", {Show(library), Show(user_id), Show(field), Show(keyword),
                                         Show(sort), Show(ascending), Show(offset), Show(limit)});
   return HandOut("VEXOMusicListAll", head);
 }
 
-VEXOMediaCursor *AudioInfoDBOpen(const char *library, int userId, int table, const char *fields,
+VEXOMediaCursor *AudioInfoDBOpen(const char *library, int user_id, int table, const char *fields,
                                  const char *query, int offset, int limit, int sort, int flags) {
   TheHost().Record("AudioInfoDBOpen",
-                   {Show(library), Show(userId), Show(table), Show(fields), Show(query),
+                   {Show(library), Show(user_id), Show(table), Show(fields), Show(query),
                     Show(offset), Show(limit), Show(sort), Show(flags)});
   if (TheHost().Result("AudioInfoDBOpen", 1) == 0) {
     return nullptr;
   }
-  ++TheHost().openCursors;
+  ++TheHost().open_cursors;
   return new VEXOMediaCursor;
 }
 
@@ -103,7 +103,7 @@ int MediaInfoDBGet(VEXOMediaCursor *cursor, __tag_VEXO_MEDIA_INFO *info) {
 
 void AudioInfoDBClose(VEXOMediaCursor *cursor) {
   TheHost().Record("AudioInfoDBClose", {});
-  --TheHost().openCursors;
+  --TheHost().open_cursors;
   delete cursor;
 }
 
@@ -112,33 +112,33 @@ int VEXOPlaylistDBSave(const __tag_VEXO_MEDIA_INFO *playlist) {
   return Saved("VEXOPlaylistDBSave", playlist);
 }
 
-int PersonalLibraryInfoDBSave(int kind, const __tag_VEXO_MEDIA_INFO *playlist, int userId) {
-  TheHost().Record("PersonalLibraryInfoDBSave", {Show(kind), Show(playlist), Show(userId)});
+int PersonalLibraryInfoDBSave(int kind, const __tag_VEXO_MEDIA_INFO *playlist, int user_id) {
+  TheHost().Record("PersonalLibraryInfoDBSave", {Show(kind), Show(playlist), Show(user_id)});
   return Saved("PersonalLibraryInfoDBSave", playlist);
 }
 
-int VEXOPlaylistDBUpdate(const char *library, int userId, const __tag_VEXO_MEDIA_INFO *playlist,
-                         int playlistId) {
+int VEXOPlaylistDBUpdate(const char *library, int user_id, const __tag_VEXO_MEDIA_INFO *playlist,
+                         int playlist_id) {
   TheHost().Record("VEXOPlaylistDBUpdate",
-                   {Show(library), Show(userId), Show(playlist), Show(playlistId)});
+                   {Show(library), Show(user_id), Show(playlist), Show(playlist_id)});
   return Saved("VEXOPlaylistDBUpdate", playlist);
 }
 
-int VEXOPlaylistDBUpdate(const char *library, int userId, const __tag_VEXO_MEDIA_INFO *playlist,
-                         const char *oldPath) {
+int VEXOPlaylistDBUpdate(const char *library, int user_id, const __tag_VEXO_MEDIA_INFO *playlist,
+                         const char *old_path) {
   TheHost().Record("VEXOPlaylistDBUpdate",
-                   {Show(library), Show(userId), Show(playlist), Show(oldPath)});
+                   {Show(library), Show(user_id), Show(playlist), Show(old_path)});
   return Saved("VEXOPlaylistDBUpdate", playlist);
 }
 
-int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *buffer, int size) {
-  TheHost().Record("VEXOPlaylistIDGet", {Show(library), Show(userId), Show(path), Show(size)});
+int VEXOPlaylistIDGet(const char *library, int user_id, const char *path, char *buffer, int size) {
+  TheHost().Record("VEXOPlaylistIDGet", {Show(library), Show(user_id), Show(path), Show(size)});
   return Filled("VEXOPlaylistIDGet", buffer, size);
 }
 
-int VEXOPlaylistPathGet(const char *library, int userId, int playlistId, char *buffer, int size) {
+int VEXOPlaylistPathGet(const char *library, int user_id, int playlist_id, char *buffer, int size) {
   TheHost().Record("VEXOPlaylistPathGet",
-                   {Show(library), Show(userId), Show(playlistId), Show(size)});
+                   {Show(library), Show(user_id), Show(playlist_id), Show(size)});
   return Filled("VEXOPlaylistPathGet", buffer, size);
 }
 
@@ -147,14 +147,14 @@ int VEXOPlaylistTitleGet(const char *id, char *buffer, int size, const VEXOPlayl
   return Filled("VEXOPlaylistTitleGet", buffer, size);
 }
 
-int VEXOPlaylistTitleGetByPath(const char *path, char *buffer, int size, int userId) {
-  TheHost().Record("VEXOPlaylistTitleGetByPath", {Show(path), Show(size), Show(userId)});
+int VEXOPlaylistTitleGetByPath(const char *path, char *buffer, int size, int user_id) {
+  TheHost().Record("VEXOPlaylistTitleGetByPath", {Show(path), Show(size), Show(user_id)});
   return Filled("VEXOPlaylistTitleGetByPath", buffer, size);
 }
 
-int VEXOPlayListListGetByID(const char *library, int userId, VEXOPlaylistRow **list,
+int VEXOPlayListListGetByID(const char *library, int user_id, VEXOPlaylistRow **list,
                             const char *ids) {
-  TheHost().Record("VEXOPlayListListGetByID", {Show(library), Show(userId), Show(ids)});
+  TheHost().Record("VEXOPlayListListGetByID", {Show(library), Show(user_id), Show(ids)});
   const auto found = TheHost().records.find("VEXOPlayListListGetByID");
   const bool known = found != TheHost().records.end();
   const int result = TheHost().Result("VEXOPlayListListGetByID", known ? 0 : -1);
@@ -162,10 +162,10 @@ int VEXOPlayListListGetByID(const char *library, int userId, VEXOPlaylistRow **l
     return result;
   }
   for (const __tag_VEXO_MEDIA_INFO &record : found->second) {
-    auto *row = new VEXOPlaylistRow{record, userId, nullptr};
+    auto *row = new VEXOPlaylistRow{record, user_id, nullptr};
     *list = row;
     list = &row->next;
-    ++TheHost().openRows;
+    ++TheHost().open_rows;
   }
   return result;
 }
@@ -180,7 +180,7 @@ void VEXOPlayListFree(VEXOPlaylistRow *list) {
   while (list != nullptr) {
     VEXOPlaylistRow *next = list->next;
     delete list;
-    --TheHost().openRows;
+    --TheHost().open_rows;
     list = next;
   }
 }

@@ -1,6 +1,5 @@
 // The system log, caught before it leaves the process. Linking takes these before the C library's.
 #include "recording_platform/recording_host.h"
-
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -10,8 +9,8 @@ namespace {
 
 /// Takes "MODULE:LINE MESSAGE" apart.
 recording::LogLine TakenApart(int priority, const std::string &text) {
-  const size_t colon = text.find(':');
-  const size_t blank = text.find(' ');
+  const std::size_t colon = text.find(':');
+  const std::size_t blank = text.find(' ');
   const bool has_prefix = colon != std::string::npos && blank != std::string::npos &&
                           colon + 1 < blank && colon > 0 &&
                           text.find_first_not_of("0123456789", colon + 1) == blank;
@@ -27,7 +26,7 @@ void Catch(int priority, const char *format, va_list arguments) {
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, again);
   va_end(again);
-  std::string text(static_cast<size_t>(length) + 1, '\0');
+  std::string text(static_cast<std::size_t>(length) + 1, '\0');
   std::vsnprintf(text.data(), text.size(), format, arguments);
   text.pop_back();
   const recording::LogLine line = TakenApart(priority, text);

@@ -1,5 +1,4 @@
 #include "recording_platform/recording_host.h"
-
 #include "vexo/audio_file.h"
 #include "vexo/playlist_file.h"
 #include <unordered_set>
@@ -11,7 +10,7 @@ using recording::TheHost;
 namespace {
 
 class LoadedPlaylist;
-/// What the program has not released: a test counts it (Host::openFiles), leak checkers need not.
+/// What the program has not released: a test counts it (Host::open_files), leak checkers need not.
 auto *const lent_playlists = new std::unordered_set<LoadedPlaylist *>;
 
 /// A loaded file that owns its records.
@@ -25,13 +24,13 @@ public:
     begin = pointers_.data();
     end = begin + pointers_.size();
     lent_playlists->insert(this);
-    ++TheHost().openFiles;
+    ++TheHost().open_files;
   }
   LoadedPlaylist(const LoadedPlaylist &) = delete;
   LoadedPlaylist &operator=(const LoadedPlaylist &) = delete;
   ~LoadedPlaylist() override {
     lent_playlists->erase(this);
-    --TheHost().openFiles;
+    --TheHost().open_files;
   }
   void Release() override {
     TheHost().Record("Release", {});
@@ -60,26 +59,26 @@ VEXOPlaylistRec *ParsePlayListByFieldGivenPath(const char *path, int *count, int
   return TheHost().SongList(name);
 }
 
-int VEXOPlaylistAppendSongs(const char *library, int userId, const char *id,
+int VEXOPlaylistAppendSongs(const char *library, int user_id, const char *id,
                             const VEXOPlaylistRec *songs, int count) {
   return Scripted("VEXOPlaylistAppendSongs",
-                  {Show(library), Show(userId), Show(id), Show(songs), Show(count)});
+                  {Show(library), Show(user_id), Show(id), Show(songs), Show(count)});
 }
 
-int VEXOPlaylistUpdateSongs(const char *library, int userId, const char *id,
+int VEXOPlaylistUpdateSongs(const char *library, int user_id, const char *id,
                             const VEXOPlaylistRec *songs, long start, long limit) {
   return Scripted("VEXOPlaylistUpdateSongs",
-                  {Show(library), Show(userId), Show(id), Show(songs), Show(start), Show(limit)});
+                  {Show(library), Show(user_id), Show(id), Show(songs), Show(start), Show(limit)});
 }
 
-int VEXOPlaylistRemoveSongs(const char *library, int userId, const char *id,
+int VEXOPlaylistRemoveSongs(const char *library, int user_id, const char *id,
                             const char *positions) {
   return Scripted("VEXOPlaylistRemoveSongs",
-                  {Show(library), Show(userId), Show(id), Show(positions)});
+                  {Show(library), Show(user_id), Show(id), Show(positions)});
 }
 
-int VEXOPlaylistRemoveMissing(const char *library, int userId, const char *id) {
-  return Scripted("VEXOPlaylistRemoveMissing", {Show(library), Show(userId), Show(id)});
+int VEXOPlaylistRemoveMissing(const char *library, int user_id, const char *id) {
+  return Scripted("VEXOPlaylistRemoveMissing", {Show(library), Show(user_id), Show(id)});
 }
 
 int VEXOPersonalPlaylistAppendSongs(const char *path, const VEXOPlaylistRec *songs, int count) {
@@ -100,11 +99,11 @@ int VEXOPersonalPlaylistRemoveMissing(const char *path) {
   return Scripted("VEXOPersonalPlaylistRemoveMissing", {Show(path)});
 }
 
-int AudioFile::GetPersonalLibraryFolderPath(const char *userName, char *buffer, int size) {
-  TheHost().Record("GetPersonalLibraryFolderPath", {Show(userName), Show(size)});
-  TheHost().texts["GetPersonalLibraryFolderPath"] = TheHost().personalFolder;
+int AudioFile::GetPersonalLibraryFolderPath(const char *user_name, char *buffer, int size) {
+  TheHost().Record("GetPersonalLibraryFolderPath", {Show(user_name), Show(size)});
+  TheHost().texts["GetPersonalLibraryFolderPath"] = TheHost().personal_folder;
   TheHost().Fill("GetPersonalLibraryFolderPath", buffer, size);
-  return TheHost().personalFolder.empty() ? 0 : 1;
+  return TheHost().personal_folder.empty() ? 0 : 1;
 }
 
 AudioPlaylist *AudioFile::PlaylistFileLoad(const char *path, int offset, int limit) {
@@ -113,16 +112,16 @@ AudioPlaylist *AudioFile::PlaylistFileLoad(const char *path, int offset, int lim
   return found == TheHost().records.end() ? nullptr : new LoadedPlaylist(found->second);
 }
 
-int AudioFile::PlaylistRandomCreate(const char *library, int userId, const char *path, int count) {
-  TheHost().Record("PlaylistRandomCreate", {Show(library), Show(userId), Show(path), Show(count)});
+int AudioFile::PlaylistRandomCreate(const char *library, int user_id, const char *path, int count) {
+  TheHost().Record("PlaylistRandomCreate", {Show(library), Show(user_id), Show(path), Show(count)});
   return TheHost().Result("PlaylistRandomCreate", 1);
 }
 
 int VexoAudioUtils::SmartPLSListSongs(const char *name, int offset, int limit, int *count,
                                       std::list<__tag_VEXO_MEDIA_INFO> &songs,
-                                      const char *rulesFile, bool refresh) {
+                                      const char *rules_file, bool refresh) {
   const std::string function = "SmartPLSListSongs";
-  TheHost().Record(function, {Show(name), Show(offset), Show(limit), Show(rulesFile),
+  TheHost().Record(function, {Show(name), Show(offset), Show(limit), Show(rules_file),
                               refresh ? "true" : "false"});
   const auto found = TheHost().records.find(function);
   if (found == TheHost().records.end()) {

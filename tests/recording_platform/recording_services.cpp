@@ -1,5 +1,4 @@
 #include "recording_platform/recording_host.h"
-
 #include "vexo/core.h"
 #include "vexo/itunes.h"
 #include <cstring>
@@ -34,13 +33,13 @@ PSZLIST VLIBCSzListAlloc(int size) {
   if (TheHost().Result("VLIBCSzListAlloc", 1) == 0) {
     return nullptr;
   }
-  ++TheHost().openLists;
+  ++TheHost().open_lists;
   return new VLIBCSzList;
 }
 
 void VLIBCSzListFree(PSZLIST list) {
   TheHost().Record("VLIBCSzListFree", {});
-  --TheHost().openLists;
+  --TheHost().open_lists;
   delete list;
 }
 
@@ -49,8 +48,8 @@ int VLIBCStrSep(const char *text, const char *separator, PSZLIST *list) {
   TheHost().Record("VLIBCStrSep", {Show(text), Show(separator)});
   auto *moved = new VLIBCSzList;
   const std::string whole = text;
-  for (size_t begin = 0; begin < whole.size();) {
-    const size_t end = std::min(whole.find(separator, begin), whole.size());
+  for (std::size_t begin = 0; begin < whole.size();) {
+    const std::size_t end = std::min(whole.find(separator, begin), whole.size());
     if (end > begin) {
       moved->texts.push_back(whole.substr(begin, end - begin));
     }
@@ -64,24 +63,24 @@ int VLIBCStrSep(const char *text, const char *separator, PSZLIST *list) {
 int VLIBCStrTrimSpace(char *text, int mode) {
   TheHost().Record("VLIBCStrTrimSpace", {Show(text), Show(mode)});
   const std::string whole = text;
-  const size_t first = whole.find_first_not_of(" \t\r\n");
-  const size_t last = whole.find_last_not_of(" \t\r\n");
+  const std::size_t first = whole.find_first_not_of(" \t\r\n");
+  const std::size_t last = whole.find_last_not_of(" \t\r\n");
   const std::string kept = first == std::string::npos ? "" : whole.substr(first, last - first + 1);
   std::memcpy(text, kept.c_str(), kept.size() + 1);
   return TheHost().Result("VLIBCStrTrimSpace", 0);
 }
 
-int VLIBCCodePageGet(int which, int *codePage) {
+int VLIBCCodePageGet(int which, int *code_page) {
   TheHost().Record("VLIBCCodePageGet", {Show(which)});
-  *codePage = 1252;
+  *code_page = 1252;
   return TheHost().Result("VLIBCCodePageGet", 0);
 }
 
 /// Without a scripted text the bytes stay as they are.
-int VLIBCUnicodeStrUTF8ToCP(int codePage, const char *utf8, char *buffer, int size) {
+int VLIBCUnicodeStrUTF8ToCP(int code_page, const char *utf8, char *buffer, int size) {
   const std::string name = "VLIBCUnicodeStrUTF8ToCP";
-  TheHost().Record(name, {Show(codePage), Show(utf8), Show(size)});
-  std::snprintf(buffer, static_cast<size_t>(size), "%s", utf8);
+  TheHost().Record(name, {Show(code_page), Show(utf8), Show(size)});
+  std::snprintf(buffer, static_cast<std::size_t>(size), "%s", utf8);
   TheHost().Fill(name, buffer, size);
   return TheHost().Result(name, static_cast<int>(std::strlen(buffer)));
 }
@@ -112,7 +111,7 @@ int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlayli
   if (result >= 0) {
     std::snprintf(playlist->name, sizeof(playlist->name), "%s", name);
     playlist->nodes = new iTunesPLNode;
-    ++TheHost().openRules;
+    ++TheHost().open_rules;
   }
   return result;
 }
@@ -132,7 +131,7 @@ int iTunesPlaylistDeleteByFilename(const char *file, PSZLIST names) {
 
 void iTunesPLNodesFree(iTunesPLNode *nodes) {
   TheHost().Record("iTunesPLNodesFree", {});
-  --TheHost().openRules;
+  --TheHost().open_rules;
   delete nodes;
 }
 

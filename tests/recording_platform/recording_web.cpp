@@ -1,5 +1,4 @@
 #include "recording_platform/recording_host.h"
-
 #include "vexo/users.h"
 #include <array>
 
@@ -37,7 +36,7 @@ std::string WebMan::GetLoginUserName() const {
 
 std::string WebMan::GetPreferenceDir() const {
   TheHost().Record("GetPreferenceDir", {});
-  return TheHost().preferenceFolder;
+  return TheHost().preference_folder;
 }
 
 int WebMan::GetBrowserInfo(_tag_vexo_browser_info_ *info) const {
@@ -59,7 +58,7 @@ WebMan &ActionHandler::Request() { return state_->request; }
 void ActionHandler::SetError(Json::Value &response, const char *section, const char *key,
                              int line) {
   TheHost().Record("SetError", {Show(section), Show(key)});
-  TheHost().errorLine = line;
+  TheHost().error_line = line;
   response["error"]["section"] = section;
   response["error"]["key"] = key;
 }
@@ -69,18 +68,18 @@ void ActionHandler::SetSuccess(Json::Value &response, bool success) {
   response["success"] = success;
 }
 
-void ActionHandler::PrintResponse(Json::Value response, const char *contentType) {
+void ActionHandler::PrintResponse(Json::Value response, const char *content_type) {
   TheHost().Record("PrintResponse", {});
-  TheHost().answers.push_back({std::move(response), contentType});
+  TheHost().answers.push_back({std::move(response), content_type});
 }
 
 std::vector<std::string> WebUtils::StringExplode(const std::string &text,
                                                  const std::string &separator) {
   TheHost().Record("StringExplode", {Show(text.c_str()), Show(separator.c_str())});
   std::vector<std::string> pieces;
-  size_t begin = 0;
+  std::size_t begin = 0;
   while (begin <= text.size()) {
-    const size_t end = std::min(text.find(separator, begin), text.size());
+    const std::size_t end = std::min(text.find(separator, begin), text.size());
     if (end > begin) {
       pieces.push_back(text.substr(begin, end - begin));
     }
@@ -89,8 +88,8 @@ std::vector<std::string> WebUtils::StringExplode(const std::string &text,
   return pieces;
 }
 
-std::string WebUtils::EncodeHtml(const std::string &text, bool keepSpaces) {
-  TheHost().Record("EncodeHtml", {Show(text.c_str()), keepSpaces ? "true" : "false"});
+std::string WebUtils::EncodeHtml(const std::string &text, bool keep_spaces) {
+  TheHost().Record("EncodeHtml", {Show(text.c_str()), keep_spaces ? "true" : "false"});
   std::string escaped;
   for (const char c : text) {
     escaped += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
@@ -98,34 +97,34 @@ std::string WebUtils::EncodeHtml(const std::string &text, bool keepSpaces) {
   return escaped;
 }
 
-int HTTPFileOutputer::Output(const char *path, const char *contentType) {
-  TheHost().Record("Output", {Show(path), Show(contentType)});
-  TheHost().sent.push_back({path, contentType, ""});
+int HTTPFileOutputer::Output(const char *path, const char *content_type) {
+  TheHost().Record("Output", {Show(path), Show(content_type)});
+  TheHost().sent.push_back({path, content_type, ""});
   return TheHost().Result("Output", 0);
 }
 
-int HTTPFileOutputer::Output(FILE *stream, const char *fileName, const char *contentType) {
-  TheHost().Record("Output", {"stream", Show(fileName), Show(contentType)});
+int HTTPFileOutputer::Output(FILE *stream, const char *file_name, const char *content_type) {
+  TheHost().Record("Output", {"stream", Show(file_name), Show(content_type)});
   std::string bytes;
   std::array<char, 4096> block{};
-  for (size_t got = 0; (got = std::fread(block.data(), 1, block.size(), stream)) > 0;) {
+  for (std::size_t got = 0; (got = std::fread(block.data(), 1, block.size(), stream)) > 0;) {
     bytes.append(block.data(), got);
   }
-  TheHost().sent.push_back({fileName, contentType, bytes});
+  TheHost().sent.push_back({file_name, content_type, bytes});
   return TheHost().Result("Output", 0);
 }
 
-int GetUserIdFromName(const char *userName) {
-  TheHost().Record("GetUserIdFromName", {Show(userName)});
-  return TheHost().userId;
+int GetUserIdFromName(const char *user_name) {
+  TheHost().Record("GetUserIdFromName", {Show(user_name)});
+  return TheHost().user_id;
 }
 
-int IsPersonalLibEnabled(const char *userName) {
-  TheHost().Record("IsPersonalLibEnabled", {Show(userName)});
-  return TheHost().personalLibrary ? 1 : 0;
+int IsPersonalLibEnabled(const char *user_name) {
+  TheHost().Record("IsPersonalLibEnabled", {Show(user_name)});
+  return TheHost().personal_library ? 1 : 0;
 }
 
-int AudioUsers::GetUserPermission(const char *userName) {
-  TheHost().Record("GetUserPermission", {Show(userName)});
+int AudioUsers::GetUserPermission(const char *user_name) {
+  TheHost().Record("GetUserPermission", {Show(user_name)});
   return TheHost().Result("GetUserPermission", 0);
 }

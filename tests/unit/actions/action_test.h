@@ -16,7 +16,7 @@ protected:
     HostTest::SetUp();
     host().texts["VEXOPlaylistIDGet"] = "31";
     host().on["VEXOWriteMusicPlaylist"] = [](const recording::Event &event) {
-      const size_t begin = event.text.rfind(", \"") + 3;
+      const std::size_t begin = event.text.rfind(", \"") + 3;
       const std::string path = event.text.substr(begin, event.text.size() - begin - 2);
       if (!std::filesystem::exists(path)) {
         WriteBytes(path, "");

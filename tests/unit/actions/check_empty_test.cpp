@@ -49,12 +49,12 @@ TEST_F(CheckEmpty, CountsASharedPlaylistForNobody) {
               ElementsAre("VEXOPlayListListGetByID(\"shared\", 0, \"31\")"));
   EXPECT_THAT(host().Calls("ParsePlayListByFieldGivenPath"),
               ElementsAre("ParsePlayListByFieldGivenPath(\"/Road.m3u\", 0, 0, \"*\", 7)"));
-  EXPECT_EQ(host().openRows, 0);
+  EXPECT_EQ(host().open_rows, 0);
 }
 
 TEST_F(CheckEmpty, CountsAPersonalPlaylistForItsUser) {
   KnowPlaylist();
-  host().personalLibrary = true;
+  host().personal_library = true;
   EXPECT_EQ(Check("musiclib_music_personal/playlist/31"), kNotEmpty);
   EXPECT_THAT(host().Calls("VEXOPlayListListGetByID"),
               ElementsAre("VEXOPlayListListGetByID(\"personal\", 7, \"31\")"));
@@ -83,7 +83,7 @@ TEST_F(CheckEmpty, FindsAFileThatCannotBeReadEmpty) {
 TEST_F(CheckEmpty, FailsForAPlaylistThatHasNoRow) {
   EXPECT_EQ(Check("musiclib_music_shared/playlist/31"), kFailed);
   EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: 31 does not exist."));
-  host().personalLibrary = true;
+  host().personal_library = true;
   EXPECT_EQ(Check("musiclib_music_personal/playlist/x"), kFailed);
   EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: x does not exist."));
   EXPECT_THAT(host().Calls("ParsePlayListByFieldGivenPath"), IsEmpty());

@@ -27,7 +27,7 @@ TEST_F(CreatePlaylist, InTheSharedLibraryMakesFolderFileRowAndSongs) {
 }
 
 TEST_F(CreatePlaylist, InAPersonalLibrarySavesAPersonalRow) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   const std::string path = personal() + "/playlists/Road.m3u";
   for (const Creator &creator : kCreators) {
     Forget(personal());
@@ -129,8 +129,8 @@ TEST_F(CreatePlaylist, TakesTheLinksTargetAsItIs) {
 }
 
 TEST_F(CreatePlaylist, FailsWithoutAPersonalFolder) {
-  host().personalLibrary = true;
-  host().personalFolder = "";
+  host().personal_library = true;
+  host().personal_folder = "";
   for (const Creator &creator : kCreators) {
     EXPECT_EQ(Create(creator, {{"name", "Road"}}), kSystemError);
     EXPECT_THAT(host().Messages(),
@@ -154,7 +154,7 @@ TEST_F(CreatePlaylist, LeavesTheMaskWhenTheFolderIsThere) {
 }
 
 TEST_F(CreatePlaylist, LogsTheErrorOfAFolderThatCannotBeMade) {
-  host().preferenceFolder = root() + "/none";
+  host().preference_folder = root() + "/none";
   std::filesystem::remove_all(library());
   for (const Creator &creator : kCreators) {
     for (const char *type : {"shared", "personal"}) {
@@ -168,8 +168,8 @@ TEST_F(CreatePlaylist, LogsTheErrorOfAFolderThatCannotBeMade) {
 }
 
 TEST_F(CreatePlaylist, OfAddLogsThePersonalFolderThatCannotBeMade) {
-  host().personalLibrary = true;
-  host().personalFolder = root() + "/none";
+  host().personal_library = true;
+  host().personal_folder = root() + "/none";
   for (const Creator &creator : kCreators) {
     EXPECT_EQ(Create(creator, {{"name", "Road"}}), kSystemError);
     EXPECT_THAT(host().Messages(),
@@ -194,7 +194,7 @@ TEST_F(CreatePlaylist, ReplacesADanglingLinkInAPreferenceFolder) {
 }
 
 TEST_F(CreatePlaylist, KeepsADanglingLinkInALibrary) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   std::filesystem::create_symlink(root() + "/nowhere", library() + "/playlists");
   std::filesystem::create_symlink(root() + "/nowhere", personal() + "/playlists");
   EXPECT_EQ(Create(kCreators[2], {{"name", "Road"}, {"type", "shared"}}), kSystemError);
@@ -241,7 +241,7 @@ TEST_F(CreatePlaylist, FailsWhenTheEmptyFileCannotBeWritten) {
 TEST_F(CreatePlaylist, FailsSilentlyWhenTheRowCannotBeSaved) {
   host().results["VEXOPlaylistDBSave"] = {-1};
   host().results["PersonalLibraryInfoDBSave"] = {-1};
-  host().personalLibrary = true;
+  host().personal_library = true;
   for (const char *type : {"shared", "personal"}) {
     EXPECT_EQ(Create(kCreators[0], {{"name", "Road"}, {"type", type}}), kSystemError);
     EXPECT_THAT(host().Messages(), IsEmpty());

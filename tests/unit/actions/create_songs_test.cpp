@@ -10,9 +10,9 @@ bool no_nodes = false;
 } // namespace
 
 extern "C" {
-void *__real_calloc(size_t count, size_t size);
-void *__wrap_calloc(size_t count, size_t size);
-void *__wrap_calloc(size_t count, size_t size) {
+void *__real_calloc(std::size_t count, std::size_t size);
+void *__wrap_calloc(std::size_t count, std::size_t size);
+void *__wrap_calloc(std::size_t count, std::size_t size) {
   return no_nodes && size == sizeof(VEXOPlaylistRec) ? nullptr : __real_calloc(count, size);
 }
 }

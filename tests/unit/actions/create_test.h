@@ -1,6 +1,5 @@
 #pragma once
 #include "actions/create_playlist.h"
-
 #include "unit/actions/action_test.h"
 
 /// An action that creates playlists, with the parameters that it needs besides its name.

@@ -21,8 +21,8 @@ protected:
     WriteBytes(PersonalRules(), "");
   }
   void TearDown() override {
-    EXPECT_EQ(host().openRows, 0);
-    EXPECT_EQ(host().openLists, 0);
+    EXPECT_EQ(host().open_rows, 0);
+    EXPECT_EQ(host().open_lists, 0);
     ActionTest::TearDown();
   }
 
@@ -59,7 +59,7 @@ TEST_F(DeletePlaylists, OfALibraryRemovesAllRowsTogether) {
 }
 
 TEST_F(DeletePlaylists, OfAPersonalLibraryRemovesPersonalRows) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   for (const char *ids :
        {"musiclib_music_personal/playlist/7", "musiclib_music_share/playlist/7", "x/7"}) {
     EXPECT_EQ(DeleteNormal(ids), Deleted("playlists", ids));
@@ -78,7 +78,7 @@ TEST_F(DeletePlaylists, TellsTheLibraryBy21Characters) {
 }
 
 TEST_F(DeletePlaylists, OfALibraryRefusesAListWithoutIds) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   for (const char *ids : {"", ",", ",,,"}) {
     EXPECT_EQ(DeleteNormal(ids), kSystemError) << ids;
     EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));

@@ -23,7 +23,7 @@ protected:
     host().records["ParsePlayListByFieldGivenPath"] = {Song(1, "/a"), Song(2, "/b")};
   }
   void TearDown() override {
-    EXPECT_EQ(host().openRows, 0);
+    EXPECT_EQ(host().open_rows, 0);
     ActionTest::TearDown();
   }
 
@@ -53,7 +53,7 @@ TEST_F(DuplicatePlaylist, OfNoIdIsRefused) {
 }
 
 TEST_F(DuplicatePlaylist, OfASharedOneGoesIntoThePersonalLibrary) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   const std::string path = personal() + "/playlists/Road.m3u";
   EXPECT_EQ(Duplicate(kSharedSource),
             CopyAnswer("musiclib_music_personal/playlist/31", "musiclib_music_personal"));
@@ -83,7 +83,7 @@ TEST_F(DuplicatePlaylist, OfASharedOneGoesIntoThePreferenceFolder) {
 }
 
 TEST_F(DuplicatePlaylist, OfAPersonalLibraryGoesIntoTheSharedOne) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   const std::string path = library() + "/playlists/Road.m3u";
   EXPECT_EQ(Duplicate(kPersonalSource),
             CopyAnswer("musiclib_music_shared/playlist/31", "musiclib_music_shared"));
@@ -132,7 +132,7 @@ TEST_F(DuplicatePlaylist, FailsWhenTheSharedSourceHasNoTitle) {
 }
 
 TEST_F(DuplicatePlaylist, AnswersNothingWithoutPathOrTitleOfAPersonalOne) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   for (const char *call : {"VEXOPlaylistTitleGetByPath", "VEXOPlaylistPathGet"}) {
     host().results[call] = {-1};
     EXPECT_EQ(Duplicate(kPersonalSource), "null");
@@ -144,7 +144,7 @@ TEST_F(DuplicatePlaylist, AnswersNothingWithoutPathOrTitleOfAPersonalOne) {
 TEST_F(DuplicatePlaylist, FailsWithoutThePersonalSourcesFile) {
   EXPECT_EQ(Duplicate("musiclib_music_personal/playlist/none"), kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: none does not exist."));
-  host().personalLibrary = true;
+  host().personal_library = true;
   std::filesystem::remove(source_);
   EXPECT_EQ(Duplicate(kPersonalSource), kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: 12 does not exist."));
@@ -158,15 +158,15 @@ TEST_F(DuplicatePlaylist, CopiesASharedSourceWithoutFileAsAnEmptyOne) {
 }
 
 TEST_F(DuplicatePlaylist, FailsWithoutThePersonalFolder) {
-  host().personalLibrary = true;
-  host().personalFolder = "";
+  host().personal_library = true;
+  host().personal_folder = "";
   EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
   EXPECT_THAT(host().Messages(),
               ElementsAre("Failed to get personal library folder of user [anna]"));
 }
 
 TEST_F(DuplicatePlaylist, FailsWithoutTheMusicLink) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   std::filesystem::remove(root() + "/var/services/music");
   EXPECT_EQ(Duplicate(kPersonalSource), kSystemError);
   EXPECT_THAT(host().Messages(),
@@ -174,10 +174,10 @@ TEST_F(DuplicatePlaylist, FailsWithoutTheMusicLink) {
 }
 
 TEST_F(DuplicatePlaylist, LogsTheErrorOfAFolderThatCannotBeMade) {
-  host().personalFolder = root() + "/none";
+  host().personal_folder = root() + "/none";
   for (const bool enabled : {false, true}) {
-    host().personalLibrary = enabled;
-    host().preferenceFolder = root() + "/none";
+    host().personal_library = enabled;
+    host().preference_folder = root() + "/none";
     EXPECT_EQ(Duplicate(kSharedSource), kSystemError);
     EXPECT_THAT(host().Messages(),
                 ElementsAre("Failed to create directory No such file or directory."));
@@ -185,7 +185,7 @@ TEST_F(DuplicatePlaylist, LogsTheErrorOfAFolderThatCannotBeMade) {
 }
 
 TEST_F(DuplicatePlaylist, LogsTheErrorOfASharedFolderThatCannotBeMade) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   std::filesystem::remove_all(library());
   EXPECT_EQ(Duplicate(kPersonalSource), kSystemError);
   EXPECT_THAT(host().Messages(),
@@ -216,7 +216,7 @@ TEST_F(DuplicatePlaylist, RefusesANameThatExists) {
 }
 
 TEST_F(DuplicatePlaylist, ThatOverwritesSavesNoRow) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   const std::string path = personal() + "/playlists/Road.m3u";
   Duplicate(kSharedSource);
   EXPECT_EQ(Duplicate(kSharedSource, "true"),
@@ -229,7 +229,7 @@ TEST_F(DuplicatePlaylist, ThatOverwritesSavesNoRow) {
 }
 
 TEST_F(DuplicatePlaylist, ThatOverwritesNothingNeedsARowAllTheSame) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   host().results["VEXOPlaylistIDGet"] = {-1};
   EXPECT_EQ(Duplicate(kSharedSource, "true"), kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to get playlist id from playlist table."));
@@ -253,7 +253,7 @@ TEST_F(DuplicatePlaylist, FailsWhenTheSongsCannotBeWritten) {
 }
 
 TEST_F(DuplicatePlaylist, FailsSilentlyWhenTheRowCannotBeSaved) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   host().results["VEXOPlaylistDBSave"] = {-1};
   host().results["PersonalLibraryInfoDBSave"] = {-1};
   for (const char *id : {kSharedSource, kPersonalSource}) {
@@ -267,7 +267,7 @@ TEST_F(DuplicatePlaylist, ResolvesBothPaths) {
   std::filesystem::create_symlink(source_, root() + "/link.m3u");
   host().records["VEXOPlayListListGetByID"] = {Song(12, root() + "/link.m3u")};
   std::filesystem::create_directory_symlink(preferences(), root() + "/prefs");
-  host().preferenceFolder = root() + "/prefs";
+  host().preference_folder = root() + "/prefs";
   Duplicate(kSharedSource);
   EXPECT_THAT(host().Calls("ParsePlayListByFieldGivenPath"),
               ElementsAre("ParsePlayListByFieldGivenPath(\"" + source_ + "\", 0, 0, \"*\", 7)"));

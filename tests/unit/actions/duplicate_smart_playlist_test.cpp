@@ -14,7 +14,7 @@ protected:
     };
   }
   void TearDown() override {
-    EXPECT_EQ(host().openRules, 0) << "rules are released on every path";
+    EXPECT_EQ(host().open_rules, 0) << "rules are released on every path";
     ActionTest::TearDown();
   }
 
@@ -80,12 +80,12 @@ TEST_F(DuplicateSmart, KnowsASmartIdOfAnyLibrary) {
 
 TEST_F(DuplicateSmart, FailsWhenTheFolderCannotBeMade) {
   for (const char *id : {kToPersonal, kToShared}) {
-    host().preferenceFolder = root() + "/none";
+    host().preference_folder = root() + "/none";
     EXPECT_EQ(Duplicate(id), kSystemError);
     EXPECT_THAT(host().Messages(),
                 ElementsAre("Failed to create directory No such file or directory."));
   }
-  host().preferenceFolder = preferences();
+  host().preference_folder = preferences();
   std::filesystem::create_symlink(root() + "/nowhere", preferences() + "/playlists");
   EXPECT_EQ(Duplicate(kToPersonal), kSystemError);
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to create directory File exists."));

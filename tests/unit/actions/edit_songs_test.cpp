@@ -97,7 +97,7 @@ TEST_F(EditSongs, OfTheSharedLibraryGoByIdAndRefreshTheRow) {
 }
 
 TEST_F(EditSongs, OfAPersonalLibraryGoByIdAndRefreshTheRow) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   for (const Editor &editor : kEditors) {
     EXPECT_EQ(Edit(editor, "musiclib_music_personal/playlist/31"), kSuccess) << editor.description;
     EXPECT_THAT(host().Calls(editor.row_call),

@@ -66,7 +66,7 @@ TEST_F(RenamePlaylist, OfALibraryMovesTheFileAndRewritesTheRow) {
 }
 
 TEST_F(RenamePlaylist, OfAPersonalLibraryAsksForThePersonalRow) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   WriteBytes(old_, "");
   host().texts["VEXOPlaylistPathGet"] = old_;
   Run(&PlaylistHandler::HandleSavePlsName,

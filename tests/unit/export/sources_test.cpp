@@ -55,7 +55,7 @@ TEST_F(SongSourceTest, TheRandomListIsMadeOfTheLibraryAsItIsNamed) {
   EXPECT_THAT(host().Calls("PlaylistFileLoad"),
               ElementsAre("PlaylistFileLoad(\"" + random_file() + "\", 0, 0)"));
   EXPECT_EQ(NamesForZip(), std::string("b.mp3\na.mp3\n") + kOnlyPlaylists);
-  EXPECT_EQ(host().openFiles, 0);
+  EXPECT_EQ(host().open_files, 0);
 }
 
 TEST_F(SongSourceTest, TheRandomListIsOfTheSharedLibraryByDefault) {
@@ -111,7 +111,7 @@ TEST_F(SongSourceTest, ASharedSmartPlaylistIsOfTheRulesOfTheHost) {
 
 TEST_F(SongSourceTest, APersonalSmartPlaylistIsOfTheRulesOfTheUser) {
   for (const bool personal_library : {false, true}) {
-    host().personalLibrary = personal_library;
+    host().personal_library = personal_library;
     host().events.clear();
     host().parameters["playlist"] = "musiclib_music_personal/smart/Loud";
     Download();
@@ -141,7 +141,7 @@ TEST_F(SongSourceTest, ASharedPlaylistIsFoundByItsId) {
       host().Calls("ParsePlayListByFieldGivenPath"),
       ElementsAre("ParsePlayListByFieldGivenPath(\"" + library() + "/mix.m3u\", 0, 0, \"*\", 7)"));
   EXPECT_EQ(NamesForZip(), std::string("b.mp3\na.mp3\n") + kOnlyPlaylists);
-  EXPECT_EQ(host().openRows, 0);
+  EXPECT_EQ(host().open_rows, 0);
 }
 
 TEST_F(SongSourceTest, ADownloadCallsTheHostInThisOrder) {
@@ -169,7 +169,7 @@ TEST_F(SongSourceTest, APlaylistFileThatIsNotThereIsReadByItsOwnPath) {
 }
 
 TEST_F(SongSourceTest, APlaylistOfThePersonalLibraryIsFoundByItsId) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   host().parameters["playlist"] = "musiclib_music_personal/playlist/12";
   host().records["VEXOPlayListListGetByID"] = {Song(12, "/music/mix.m3u")};
   Download();
@@ -189,7 +189,7 @@ TEST_F(SongSourceTest, APlaylistOfThePreferenceFolderIsFoundByItsName) {
 TEST_F(SongSourceTest, APlaylistThatIsNotKnownIsASystemError) {
   for (const char *id :
        {"musiclib_music_shared/playlist/99", "musiclib_music_personal/playlist/99"}) {
-    host().personalLibrary = true;
+    host().personal_library = true;
     host().log.clear();
     host().answers.clear();
     host().parameters["playlist"] = id;
@@ -240,7 +240,7 @@ TEST_F(SongSourceTest, OneChosenSongThatWasNotSentAnswersWithAnEmptyDocument) {
   host().results["Output"] = {-1};
   DownloadSongs({"/etc/passwd"});
   EXPECT_EQ(host().AnswerText(), "null");
-  EXPECT_EQ(host().answers.front().contentType, "text/plain; charset=\"UTF-8\"");
+  EXPECT_EQ(host().answers.front().content_type, "text/plain; charset=\"UTF-8\"");
   EXPECT_THAT(host().Messages(), IsEmpty());
 }
 
@@ -277,7 +277,7 @@ TEST_F(SongSourceTest, MemoryThatIsUsedUpIsASystemError) {
       EXPECT_THAT(host().log.front().message,
                   testing::MatchesRegex("audio_playlist.cpp \\([0-9]+\\) Failed to alloc " +
                                         std::to_string(sizeof(VEXOPlaylistRec))));
-      EXPECT_EQ(host().openFiles, 0);
+      EXPECT_EQ(host().open_files, 0);
     }
   }
 }

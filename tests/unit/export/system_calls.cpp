@@ -33,10 +33,10 @@ using system_calls::Succeeds;
 // The names that the linker's --wrap gives.
 extern "C" {
 
-void *__real_calloc(size_t count, size_t size);
-void *__wrap_calloc(size_t count, size_t size);
-ssize_t __real_write(int file, const void *bytes, size_t size);
-ssize_t __wrap_write(int file, const void *bytes, size_t size);
+void *__real_calloc(std::size_t count, std::size_t size);
+void *__wrap_calloc(std::size_t count, std::size_t size);
+ssize_t __real_write(int file, const void *bytes, std::size_t size);
+ssize_t __wrap_write(int file, const void *bytes, std::size_t size);
 int __real_mkstemp(char *name);
 int __wrap_mkstemp(char *name);
 FILE *__real_fopen(const char *name, const char *mode);
@@ -48,11 +48,11 @@ int __wrap_system(const char *command);
 sighandler_t __real_signal(int number, sighandler_t handler);
 sighandler_t __wrap_signal(int number, sighandler_t handler);
 
-void *__wrap_calloc(size_t count, size_t size) {
+void *__wrap_calloc(std::size_t count, std::size_t size) {
   return Succeeds(control().callocs_left) ? __real_calloc(count, size) : nullptr;
 }
 
-ssize_t __wrap_write(int file, const void *bytes, size_t size) {
+ssize_t __wrap_write(int file, const void *bytes, std::size_t size) {
   if (!Succeeds(control().writes_left)) {
     errno = ENOSPC;
     return -1;

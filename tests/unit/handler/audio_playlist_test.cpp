@@ -67,7 +67,7 @@ TEST_F(Handler, RunsEachActionAndPrintsOneAnswerThoughItFails) {
     EXPECT_EQ(Serve(action), 1) << action;
     ASSERT_EQ(host().answers.size(), 1U) << action;
     EXPECT_EQ(host().answers[0].document["error"]["key"], "error_system") << action;
-    EXPECT_EQ(host().answers[0].contentType, "text/plain; charset=\"UTF-8\"") << action;
+    EXPECT_EQ(host().answers[0].content_type, "text/plain; charset=\"UTF-8\"") << action;
   }
 }
 

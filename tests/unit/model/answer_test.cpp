@@ -1,6 +1,6 @@
 #include "model/answer.h"
-#include "model/parameters.h"
 
+#include "model/parameters.h"
 #include "recording_platform/host_test.h"
 #include <array>
 
@@ -25,14 +25,14 @@ TEST_F(AnswerTest, NamesSectionAndKeyOfEachError) {
 
 TEST_F(AnswerTest, TellsTheLineOfTheCaller) {
   SystemError(response_);
-  EXPECT_EQ(host().errorLine, __LINE__ - 1);
+  EXPECT_EQ(host().error_line, __LINE__ - 1);
 }
 
 TEST_F(AnswerTest, IsPlainTextInUtf8) {
   response_["a"] = 1;
   PrintAnswer(response_);
   EXPECT_EQ(host().AnswerText(), R"({"a":1})");
-  EXPECT_EQ(host().answers[0].contentType, "text/plain; charset=\"UTF-8\"");
+  EXPECT_EQ(host().answers[0].content_type, "text/plain; charset=\"UTF-8\"");
 }
 
 TEST_F(AnswerTest, RefusesARequestWithoutARequiredParameter) {

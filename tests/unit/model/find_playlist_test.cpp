@@ -32,11 +32,11 @@ TEST_F(FindPlaylistTest, LooksASharedOneUpForNobody) {
   EXPECT_EQ(location_.path, "/a.m3u");
   EXPECT_THAT(host().Calls("VEXOPlayListListGetByID"),
               ElementsAre("VEXOPlayListListGetByID(\"shared\", 0, \"12\")"));
-  EXPECT_EQ(host().openRows, 2) << "the rows are the caller's";
+  EXPECT_EQ(host().open_rows, 2) << "the rows are the caller's";
 }
 
 TEST_F(FindPlaylistTest, LooksAPersonalOneUpForTheUser) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   host().records["VEXOPlayListListGetByID"] = {Song(12, "/a.m3u")};
   EXPECT_TRUE(Find("musiclib_music_personal/playlist/12"));
   EXPECT_EQ(location_.kind, StorageKind::kPersonalLibrary);
@@ -55,7 +55,7 @@ TEST_F(FindPlaylistTest, TellsThatThereIsNoSuchRow) {
   EXPECT_FALSE(Find("musiclib_music_shared/playlist/99"));
   EXPECT_THAT(host().Messages(), ElementsAre("The playlist with id: 99 does not exist."));
   EXPECT_EQ(response_["error"]["key"], "error_system");
-  EXPECT_EQ(host().errorLine, host().log[0].line) << "both tell the same source line";
+  EXPECT_EQ(host().error_line, host().log[0].line) << "both tell the same source line";
 }
 
 TEST_F(FindPlaylistTest, TreatsAnEmptyListOfRowsAsNone) {

@@ -16,7 +16,7 @@ protected:
 TEST_F(Location, KnowsTheUserByNameAndId) {
   const PlaylistLocation location = LocationOfUser(request_);
   EXPECT_EQ(location.user, "anna");
-  EXPECT_EQ(location.userId, 7);
+  EXPECT_EQ(location.user_id, 7);
   EXPECT_THAT(host().Effects(), ElementsAre("GetUserIdFromName(\"anna\")"));
 }
 
@@ -24,7 +24,7 @@ TEST_F(Location, HasThreeKinds) {
   EXPECT_EQ(StorageKindOf(false, "anna"), StorageKind::kShared);
   EXPECT_THAT(host().Calls("IsPersonalLibEnabled"), IsEmpty());
   EXPECT_EQ(StorageKindOf(true, "anna"), StorageKind::kPreferenceFolder);
-  host().personalLibrary = true;
+  host().personal_library = true;
   EXPECT_EQ(StorageKindOf(true, "anna"), StorageKind::kPersonalLibrary);
   EXPECT_EQ(host().Calls("IsPersonalLibEnabled").back(), "IsPersonalLibEnabled(\"anna\")");
 }

@@ -63,7 +63,7 @@ TEST_F(UpdateRow, FailsWithTheSameTextWhenTheFileIsGone) {
   EXPECT_FALSE(UpdatePlaylistDBInfo("shared", 7, 12));
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to MediaInfoDBGet."));
   EXPECT_THAT(host().Calls("VEXOPlaylistDBUpdate"), IsEmpty());
-  EXPECT_EQ(host().openCursors, 0);
+  EXPECT_EQ(host().open_cursors, 0);
 }
 
 TEST_F(UpdateRow, FailsSilentlyWhenTheRowCannotBeWritten) {

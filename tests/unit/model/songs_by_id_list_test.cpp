@@ -1,19 +1,18 @@
 #include "model/song_json.h"
-
 #include "recording_platform/host_test.h"
 #include <limits>
 
 namespace {
 
 /// Allocations that still succeed before one fails.
-size_t allocations_left = std::numeric_limits<size_t>::max();
+std::size_t allocations_left = std::numeric_limits<std::size_t>::max();
 
 } // namespace
 
 extern "C" {
-void *__real_calloc(size_t count, size_t size);
-void *__wrap_calloc(size_t count, size_t size);
-void *__wrap_calloc(size_t count, size_t size) {
+void *__real_calloc(std::size_t count, std::size_t size);
+void *__wrap_calloc(std::size_t count, std::size_t size);
+void *__wrap_calloc(std::size_t count, std::size_t size) {
   if (size == sizeof(VEXOPlaylistRec) && allocations_left-- == 0) {
     return nullptr;
   }
@@ -32,11 +31,11 @@ class SongsByIdList : public recording::HostTest {
 protected:
   void SetUp() override {
     HostTest::SetUp();
-    allocations_left = std::numeric_limits<size_t>::max();
+    allocations_left = std::numeric_limits<std::size_t>::max();
     host().records["VEXOMusicListGetByID"] = {Song(12, "/twelve.mp3"), Song(13, "/thirteen.mp3")};
   }
   void TearDown() override {
-    allocations_left = std::numeric_limits<size_t>::max();
+    allocations_left = std::numeric_limits<std::size_t>::max();
     songs_.reset();
     HostTest::TearDown();
   }

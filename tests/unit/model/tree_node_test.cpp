@@ -28,7 +28,7 @@ TEST_F(TreeNode, OfASharedPlaylistHasItsDatabaseId) {
 }
 
 TEST_F(TreeNode, OfAPersonalLibraryHasItsDatabaseId) {
-  host().personalLibrary = true;
+  host().personal_library = true;
   EXPECT_EQ(Node("Road", "12", false)["id"], "musiclib_music_personal/playlist/12");
 }
 

@@ -1,6 +1,7 @@
 // The capture of a player's queue.
-#include "model/song_json.h"
 #include "player/queue.h"
+
+#include "model/song_json.h"
 #include "player_test.h"
 
 namespace {
@@ -355,14 +356,14 @@ TEST_F(LoadStreamQueueTest, IsReadFromTheUsersFile) {
   EXPECT_STREQ(songs_->info.title, "A");
   EXPECT_THAT(host().Calls("PlaylistFileLoad"),
               ElementsAre("PlaylistFileLoad(\"" + root() + "/tmp/playing_anna.pls\", 0, 0)"));
-  EXPECT_EQ(host().openFiles, 0);
+  EXPECT_EQ(host().open_files, 0);
 }
 
 TEST_F(LoadStreamQueueTest, AnEmptyFileIsAnEmptyQueue) {
   host().records["PlaylistFileLoad"] = {};
   EXPECT_EQ(Load("stream"), 0);
   EXPECT_THAT(Paths(), IsEmpty());
-  EXPECT_EQ(host().openFiles, 0);
+  EXPECT_EQ(host().open_files, 0);
 }
 
 TEST_F(LoadStreamQueueTest, AFileThatIsNotThereIsLoggedWithItsPath) {
@@ -385,7 +386,7 @@ TEST_F(LoadStreamQueueTest, AnAllocationThatFailsIsLogged) {
   EXPECT_EQ(Load("stream"), -1);
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to calloc."));
   EXPECT_THAT(Paths(), ElementsAre("/a.mp3"));
-  EXPECT_EQ(host().openFiles, 1) << "the process ends with it";
+  EXPECT_EQ(host().open_files, 1) << "the process ends with it";
 }
 
 } // namespace

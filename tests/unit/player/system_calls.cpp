@@ -1,4 +1,5 @@
 #include "system_calls.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -20,12 +21,12 @@ extern "C" {
 
 int __real_select(int count, fd_set *readable, fd_set *writable, fd_set *special, timeval *timeout);
 int __wrap_select(int count, fd_set *readable, fd_set *writable, fd_set *special, timeval *timeout);
-ssize_t __real_send(int descriptor, const void *bytes, size_t size, int flags);
-ssize_t __wrap_send(int descriptor, const void *bytes, size_t size, int flags);
+ssize_t __real_send(int descriptor, const void *bytes, std::size_t size, int flags);
+ssize_t __wrap_send(int descriptor, const void *bytes, std::size_t size, int flags);
 int __real_socket(int domain, int type, int protocol);
 int __wrap_socket(int domain, int type, int protocol);
-void *__real_calloc(size_t count, size_t size);
-void *__wrap_calloc(size_t count, size_t size);
+void *__real_calloc(std::size_t count, std::size_t size);
+void *__wrap_calloc(std::size_t count, std::size_t size);
 
 int __wrap_select(int count, fd_set *readable, fd_set *writable, fd_set *special,
                   timeval *timeout) {
@@ -44,10 +45,10 @@ int __wrap_select(int count, fd_set *readable, fd_set *writable, fd_set *special
   return __real_select(count, readable, writable, special, timeout);
 }
 
-ssize_t __wrap_send(int descriptor, const void *bytes, size_t size, int flags) {
+ssize_t __wrap_send(int descriptor, const void *bytes, std::size_t size, int flags) {
   const long takes = control().send_takes;
   return __real_send(descriptor, bytes,
-                     takes < 0 ? size : std::min(size, static_cast<size_t>(takes)), flags);
+                     takes < 0 ? size : std::min(size, static_cast<std::size_t>(takes)), flags);
 }
 
 int __wrap_socket(int domain, int type, int protocol) {
@@ -58,7 +59,7 @@ int __wrap_socket(int domain, int type, int protocol) {
   return __real_socket(domain, type, protocol);
 }
 
-void *__wrap_calloc(size_t count, size_t size) {
+void *__wrap_calloc(std::size_t count, std::size_t size) {
   if (control().callocs_left == 0) {
     return nullptr;
   }
