@@ -29,7 +29,7 @@ using RuleNames = std::unique_ptr<VLIBCSzList, RuleNamesDeleter>;
 /// A list of ids has one library, told by its beginning.
 bool IsSharedList(const char *ids) { return std::strncmp(ids, "musiclib_music_shared", 21) == 0; }
 
-/// Unlinks the files of playlists that have no rows. A file that is gone already is as good.
+/// Unlinks the files of playlists that have no rows. A missing file is no error.
 bool DeleteFiles(const WebMan &request, const char *ids, Json::Value &response) {
   const std::vector<std::string> elements = WebUtils::StringExplode(ids, ",");
   if (elements.empty()) {
@@ -71,7 +71,7 @@ bool DeleteNormalPlaylists(const WebMan &request, const char *ids, PlaylistRows 
                            : DeleteFiles(request, ids, response);
 }
 
-/// The names of the playlists, comma-separated. A name that holds a comma comes apart there.
+/// The names of the playlists, comma-separated. A name that holds a comma is split there.
 std::string JoinedNames(const std::vector<std::string> &ids) {
   std::string names;
   for (const std::string &id : ids) {
@@ -107,7 +107,7 @@ void Run(const WebMan &request, PlaylistRows &rows, Json::Value &response) {
   if (normal != nullptr && !DeleteNormalPlaylists(request, normal, rows, response)) {
     return;
   }
-  // Why smart playlists could not be removed is told in the system log alone.
+  // The reason of a failure here is in the system log only; the response stays empty.
   if (smart != nullptr && !DeleteSmartPlaylists(request, smart, !IsSharedList(smart))) {
     return;
   }

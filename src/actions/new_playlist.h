@@ -7,9 +7,9 @@
 
 /// How an action makes a missing folder of playlists.
 struct FolderOptions {
-  /// In a preference folder a link to nowhere of that name is removed first.
+  /// In a preference folder, remove a dangling link of that name first.
   bool removes_dangling_link;
-  /// A failure in a personal library is logged with the folder's path.
+  /// In a personal library, log a failure with the folder's path.
   bool logs_personal_folder;
 };
 

@@ -21,8 +21,6 @@ struct Rename {
   __tag_VEXO_MEDIA_INFO record; ///< the new row of a playlist that has one
 };
 
-// Each step returns whether the action goes on; where not, the response is complete.
-
 /// A playlist that is gone no longer has its old name, which is all that was asked.
 bool EndWithoutPlaylist(Json::Value &response) {
   LOG_LINE("Playlist does not exist.");
@@ -95,8 +93,9 @@ bool WriteRow(Rename &rename, const struct stat &status) {
 }
 
 /// Renames the file and rewrites the row. The folder that the file comes into is locked, so that no
-/// other process takes the new name, until the row is written: as the file might have to go back,
-/// the old name, which is in the same folder but for a name with a '/', may not be taken either.
+/// other process takes the new name. The lock is held until the row is written, so that the rename
+/// can be undone: nobody may take the old name either. (Both names are in this folder, unless a
+/// name contains '/'.)
 bool MoveFile(const char *name, Rename &rename, Json::Value &response) {
   const FolderLock lock(FolderOf(rename.new_path));
   struct stat status {};

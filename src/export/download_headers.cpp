@@ -27,7 +27,7 @@ std::string NameForOldBrowser(const char *file_name) {
   int code_page = 0;
   if (VLIBCCodePageGet(kSystemCodePage, &code_page) == 0 &&
       VLIBCUnicodeStrUTF8ToCP(code_page, name.c_str(), converted, sizeof(converted)) != -1) {
-    // A backslash may now be the second half of a letter.
+    // A backslash is allowed now: it may be the second byte of a character.
     name = Quotable(converted, "\"");
   }
   return name;

@@ -4,8 +4,7 @@
 #include <string>
 #include <unordered_map>
 
-/// How many of the numbers 0, 1, 2, ... before a base name are taken, as links are never removed:
-/// the search for a free one goes on from there.
+/// The next number to try for each base name. Links are never removed, so lower numbers stay taken.
 using TakenNumbers = std::unordered_map<std::string, int>;
 
 /// Makes the song reachable in the current directory, by a symbolic link, and gives its name there;

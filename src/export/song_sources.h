@@ -35,5 +35,5 @@ private:
   const char *target_, *playlist_, *id_info_list_;
   SongList songs_;
   int chosen_ = 0;    ///< how many songs the client named
-  PlaylistRows rows_; ///< that the playlist was found by; released at the end, as they come first
+  PlaylistRows rows_; ///< of a normal playlist; released with the source
 };

@@ -12,7 +12,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A holder that has been stopped, or that only means to be in the way, may never let go.
+/// A holder that was stopped, or that locks the folder out of malice, may never release it.
 constexpr milliseconds kLongestWait{10'000};
 constexpr milliseconds kLongestPause{32};
 

@@ -5,7 +5,7 @@
 #include <json/json.h>
 #include <optional>
 
-/// Most entries that a queue may have; a daemon that tells of more is not believed.
+/// Most entries that a queue may have; a reply that tells of more is rejected.
 inline constexpr int kQueueEntriesMax = 1'000'000;
 
 struct QueuePage {

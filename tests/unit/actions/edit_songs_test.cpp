@@ -18,7 +18,17 @@ struct Editor {
   const char *file_arguments;
   const char *row_failure;
   const char *file_failure;
+
+  // The whole calls.
+  [[nodiscard]] std::string RowCall(const std::string &library, const std::string &id) const {
+    return row_call + ("(\"" + library + "\", 7, \"" + id + "\"") + row_arguments + ")";
+  }
+  [[nodiscard]] std::string FileCall(const std::string &path) const {
+    return file_call + ("(\"" + path + "\"") + file_arguments + ")";
+  }
 };
+
+void PrintTo(const Editor &editor, std::ostream *out) { *out << editor.description; }
 
 const Editor kEditors[] = {
     {"addsongs",
@@ -70,9 +80,7 @@ protected:
     const std::string path = library() + "/Road.m3u";
     WriteBytes(path, "");
     host().records["VEXOMusicListGetByID"] = {Song(12, "/twelve.mp3")};
-    for (int i = 0; i < 20; ++i) {
-      host().records["MediaInfoDBGet"].push_back(Song(31, path));
-    }
+    host().records["MediaInfoDBGet"] = {Song(31, path)};
   }
 
   std::string Edit(const Editor &editor, const std::string &id) {
@@ -82,86 +90,81 @@ protected:
   }
 };
 
-TEST_F(EditSongs, OfTheSharedLibraryGoByIdAndRefreshTheRow) {
-  for (const Editor &editor : kEditors) {
-    EXPECT_EQ(Edit(editor, "musiclib_music_shared/playlist/31"), kSuccess) << editor.description;
-    EXPECT_THAT(host().Calls(editor.row_call),
-                ElementsAre(std::string(editor.row_call) + "(\"shared\", 7, \"31\"" +
-                            editor.row_arguments + ")"));
-    EXPECT_THAT(host().Calls("AudioInfoDBOpen"),
-                ElementsAre("AudioInfoDBOpen(\"shared\", 7, 3, \"*\", \"id = 31\", 0, 0, 0, 0)"));
-    EXPECT_EQ(host().Calls("VEXOPlaylistDBUpdate").size(), 1U);
-    EXPECT_THAT(host().Calls(editor.file_call), IsEmpty());
-    EXPECT_THAT(host().Messages(), IsEmpty());
-  }
+/// What all four actions have in common, a test an action.
+class EachEdit : public EditSongs, public testing::WithParamInterface<Editor> {
+protected:
+  std::string Edit(const std::string &id) { return EditSongs::Edit(GetParam(), id); }
+};
+
+INSTANTIATE_TEST_SUITE_P(EditSongs, EachEdit, testing::ValuesIn(kEditors),
+                         [](const auto &editor) { return std::string(editor.param.description); });
+
+TEST_P(EachEdit, OfTheSharedLibraryGoesByIdAndRefreshesTheRow) {
+  EXPECT_EQ(Edit("musiclib_music_shared/playlist/31"), kSuccess);
+  EXPECT_THAT(host().Calls(GetParam().row_call), ElementsAre(GetParam().RowCall("shared", "31")));
+  EXPECT_THAT(host().Calls("AudioInfoDBOpen"),
+              ElementsAre("AudioInfoDBOpen(\"shared\", 7, 3, \"*\", \"id = 31\", 0, 0, 0, 0)"));
+  EXPECT_EQ(host().Calls("VEXOPlaylistDBUpdate").size(), 1U);
+  EXPECT_THAT(host().Calls(GetParam().file_call), IsEmpty());
+  EXPECT_THAT(host().Messages(), IsEmpty());
 }
 
-TEST_F(EditSongs, OfAPersonalLibraryGoByIdAndRefreshTheRow) {
+TEST_P(EachEdit, OfAPersonalLibraryGoesByIdAndRefreshesTheRow) {
   host().personal_library = true;
-  for (const Editor &editor : kEditors) {
-    EXPECT_EQ(Edit(editor, "musiclib_music_personal/playlist/31"), kSuccess) << editor.description;
-    EXPECT_THAT(host().Calls(editor.row_call),
-                ElementsAre(std::string(editor.row_call) + "(\"personal\", 7, \"31\"" +
-                            editor.row_arguments + ")"));
-    EXPECT_THAT(host().Calls("AudioInfoDBOpen"),
-                ElementsAre("AudioInfoDBOpen(\"personal\", 7, 3, \"*\", \"id = 31\", 0, 0, 0, 0)"));
+  EXPECT_EQ(Edit("musiclib_music_personal/playlist/31"), kSuccess);
+  EXPECT_THAT(host().Calls(GetParam().row_call), ElementsAre(GetParam().RowCall("personal", "31")));
+  EXPECT_THAT(host().Calls("AudioInfoDBOpen"),
+              ElementsAre("AudioInfoDBOpen(\"personal\", 7, 3, \"*\", \"id = 31\", 0, 0, 0, 0)"));
+}
+
+TEST_P(EachEdit, OfAPreferenceFolderGoesByPathAndTouchesNoDatabase) {
+  EXPECT_EQ(Edit("musiclib_music_personal/playlist/12"), kSuccess);
+  EXPECT_THAT(host().Calls(GetParam().file_call),
+              ElementsAre(GetParam().FileCall(preferences() + "/playlists/12.m3u")));
+  for (const char *call : {GetParam().row_call, "AudioInfoDBOpen", "VEXOPlaylistDBUpdate"}) {
+    EXPECT_THAT(host().Calls(call), IsEmpty());
   }
 }
 
-TEST_F(EditSongs, OfAPreferenceFolderGoByPathAndTouchNoDatabase) {
-  for (const Editor &editor : kEditors) {
-    EXPECT_EQ(Edit(editor, "musiclib_music_personal/playlist/12"), kSuccess) << editor.description;
-    EXPECT_THAT(host().Calls(editor.file_call),
-                ElementsAre(std::string(editor.file_call) + "(\"" + preferences() +
-                            "/playlists/12.m3u\"" + editor.file_arguments + ")"));
-    for (const char *call : {editor.row_call, "AudioInfoDBOpen", "VEXOPlaylistDBUpdate"}) {
-      EXPECT_THAT(host().Calls(call), IsEmpty());
-    }
+TEST_P(EachEdit, RefusesARequestWithoutARequiredParameter) {
+  std::map<std::string, std::string> whole = GetParam().parameters;
+  whole[GetParam().id_parameter] = "musiclib_music_shared/playlist/31";
+  for (const auto &[missing, value] : whole) {
+    std::map<std::string, std::string> parameters = whole;
+    parameters.erase(missing);
+    EXPECT_EQ(Run(GetParam().run, parameters), kSystemError) << missing;
+    EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter.")) << missing;
+    EXPECT_THAT(host().Calls(GetParam().row_call), IsEmpty()) << missing;
   }
 }
 
-TEST_F(EditSongs, RefuseARequestWithoutARequiredParameter) {
-  for (const Editor &editor : kEditors) {
-    std::map<std::string, std::string> whole = editor.parameters;
-    whole[editor.id_parameter] = "musiclib_music_shared/playlist/31";
-    for (const auto &[missing, value] : whole) {
-      std::map<std::string, std::string> parameters = whole;
-      parameters.erase(missing);
-      EXPECT_EQ(Run(editor.run, parameters), kSystemError)
-          << editor.description << " without " << missing;
-      EXPECT_THAT(host().Messages(), ElementsAre("Bad parameter."));
-      EXPECT_THAT(host().Calls(editor.row_call), IsEmpty());
-    }
-  }
+TEST_P(EachEdit, FailsWhenTheCallOnARowFails) {
+  host().results[GetParam().row_call] = {-1};
+  EXPECT_EQ(Edit("musiclib_music_shared/playlist/31"), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre(GetParam().row_failure));
+  EXPECT_THAT(host().Calls("AudioInfoDBOpen"), IsEmpty());
 }
 
-TEST_F(EditSongs, FailWhenTheCallOnARowFails) {
-  for (const Editor &editor : kEditors) {
-    host().results[editor.row_call] = {-1};
-    EXPECT_EQ(Edit(editor, "musiclib_music_shared/playlist/31"), kSystemError);
-    EXPECT_THAT(host().Messages(), ElementsAre(editor.row_failure)) << editor.description;
-    EXPECT_THAT(host().Calls("AudioInfoDBOpen"), IsEmpty());
-  }
+TEST_P(EachEdit, FailsWhenTheCallOnAFileFails) {
+  host().results[GetParam().file_call] = {1};
+  EXPECT_EQ(Edit("musiclib_music_personal/playlist/12"), kSystemError);
+  EXPECT_THAT(host().Messages(), ElementsAre(GetParam().file_failure));
 }
 
-TEST_F(EditSongs, FailWhenTheCallOnAFileFails) {
-  for (const Editor &editor : kEditors) {
-    host().results[editor.file_call] = {1};
-    EXPECT_EQ(Edit(editor, "musiclib_music_personal/playlist/12"), kSystemError);
-    EXPECT_THAT(host().Messages(), ElementsAre(editor.file_failure)) << editor.description;
-  }
-}
-
-TEST_F(EditSongs, FailWhenTheRowCannotBeRefreshed) {
+TEST_P(EachEdit, FailsWhenTheRowCannotBeRefreshed) {
   host().results["VEXOPlaylistDBUpdate"] = {-1};
-  for (const Editor &editor : kEditors) {
-    const bool tells_another = std::string(editor.id_parameter) != "playlist";
-    EXPECT_EQ(Edit(editor, "musiclib_music_shared/playlist/31"), kSystemError);
-    EXPECT_THAT(host().Messages(),
-                ElementsAre(std::string("Failed to update database info of playlist id:") +
-                            (tells_another ? "0." : "31.")))
-        << editor.description;
-  }
+  const bool tells_another = std::string(GetParam().id_parameter) != "playlist";
+  EXPECT_EQ(Edit("musiclib_music_shared/playlist/31"), kSystemError);
+  EXPECT_THAT(host().Messages(),
+              ElementsAre(std::string("Failed to update database info of playlist id:") +
+                          (tells_another ? "0." : "31.")));
+}
+
+TEST_P(EachEdit, PassesATailThatIsNoNumberAndThenFails) {
+  EXPECT_EQ(Edit("musiclib_music_shared/playlist/abc"), kSystemError);
+  EXPECT_THAT(host().Calls(GetParam().row_call), ElementsAre(GetParam().RowCall("shared", "abc")));
+  EXPECT_THAT(host().Messages(),
+              ElementsAre("Bad parameter.", "Failed to update database info of playlist id:0."));
 }
 
 TEST_F(EditSongs, OfMissingOnesTellTheNumberOfTheOtherParameter) {
@@ -175,26 +178,17 @@ TEST_F(EditSongs, OfMissingOnesTellTheNumberOfTheOtherParameter) {
   EXPECT_THAT(host().Messages(), ElementsAre("Failed to update database info of playlist id:44."));
 }
 
-TEST_F(EditSongs, PassATailThatIsNoNumberAndThenFail) {
-  for (const Editor &editor : kEditors) {
-    EXPECT_EQ(Edit(editor, "musiclib_music_shared/playlist/abc"), kSystemError);
-    EXPECT_THAT(host().Calls(editor.row_call),
-                ElementsAre(std::string(editor.row_call) + "(\"shared\", 7, \"abc\"" +
-                            editor.row_arguments + ")"));
-    EXPECT_THAT(host().Messages(),
-                ElementsAre("Bad parameter.", "Failed to update database info of playlist id:0."))
-        << editor.description;
-  }
-}
-
-TEST_F(EditSongs, AskForTheUserFirstAndReadTheListBeforeAnyEdit) {
+TEST_F(EditSongs, CallTheHostInThisOrder) {
   EXPECT_EQ(Edit(kEditors[1], "musiclib_music_shared/playlist/31"), kSuccess);
-  const std::vector<std::string> effects = host().Effects();
-  ASSERT_GE(effects.size(), 3U);
-  EXPECT_EQ(effects[0], "GetUserIdFromName(\"anna\")");
-  EXPECT_EQ(effects[1], "VEXOMusicListGetByID(\"shared\", 0, \"12\")");
-  EXPECT_EQ(effects[2], "VEXOPlaylistUpdateSongs(\"shared\", 7, \"31\", [12 /twelve.mp3], 3, 2)");
-  EXPECT_EQ(effects.back(), "PrintResponse()");
+  EXPECT_THAT(
+      host().Effects(),
+      ElementsAre("GetUserIdFromName(\"anna\")", "VEXOMusicListGetByID(\"shared\", 0, \"12\")",
+                  "VEXOPlaylistUpdateSongs(\"shared\", 7, \"31\", [12 /twelve.mp3], 3, 2)",
+                  "AudioInfoDBOpen(\"shared\", 7, 3, \"*\", \"id = 31\", 0, 0, 0, 0)",
+                  "MediaInfoDBGet()", "AudioInfoDBClose()",
+                  "VEXOPlaylistDBUpdate(\"shared\", 7, {id=31, path=\"" + library() +
+                      "/Road.m3u\"}, 31)",
+                  "SetSuccess(true)", "VEXOPlaylistRecFree([12 /twelve.mp3])", "PrintResponse()"));
 }
 
 TEST_F(EditSongs, FailWithAListThatTheyCannotRead) {
@@ -259,12 +253,6 @@ TEST_F(EditSongs, ReadStartAndLimitAsFarAsTheyAreNumbers) {
                 ElementsAre("VEXOPersonalPlaylistUpdateSongs(\"" + preferences() +
                             "/playlists/My.m3u\", null, " + row.arguments + ")"));
   }
-}
-
-TEST_F(EditSongs, ReleaseTheirSongs) {
-  EXPECT_EQ(Edit(kEditors[1], "musiclib_music_shared/playlist/31"), kSuccess);
-  EXPECT_THAT(host().Calls("VEXOPlaylistRecFree"),
-              ElementsAre("VEXOPlaylistRecFree([12 /twelve.mp3])"));
 }
 
 } // namespace
