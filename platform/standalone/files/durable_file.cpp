@@ -103,7 +103,8 @@ void ReplaceDurably(const std::string &path, std::string_view content, unsigned 
 void EditOrCreateDurably(const std::string &path, const PieceEdit &edit,
                          const std::function<std::string()> &new_content, unsigned mode) {
   for (int attempt = 0; attempt < kMaxEditAttempts; ++attempt) {
-    if (EditPiecesDurably(path, edit) || CreateDurably(path, new_content(), mode)) {
+    if (EditPiecesDurably(path, edit, WhenTooLarge::kGiveNothing) ||
+        CreateDurably(path, new_content(), mode)) {
       return;
     }
   }

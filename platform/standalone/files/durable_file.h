@@ -57,10 +57,15 @@ using Edit = std::function<std::optional<std::string>(std::string_view old_conte
 /// live until EditPiecesDurably() returns. What stays of a large file is so never copied.
 using Pieces = std::vector<std::string_view>;
 using PieceEdit = std::function<std::optional<Pieces>(std::string_view old_content)>;
-[[nodiscard]] bool EditPiecesDurably(const std::string &path, const PieceEdit &edit);
+/// What becomes of a file above kMaxFileBytes: it fails with EFBIG, or the edit is given no
+/// content.
+enum class WhenTooLarge { kFail, kGiveNothing };
+[[nodiscard]] bool EditPiecesDurably(const std::string &path, const PieceEdit &edit,
+                                     WhenTooLarge when_too_large = WhenTooLarge::kFail);
 
-/// Edits the file, or makes it with what `new_content` gives when it is not there, whichever it
-/// takes. `new_content` may throw to give up.
+/// Replaces the file, of whatever size, or makes it with what `new_content` gives when it is not
+/// there, whichever it takes. `edit` is given no content of a file above kMaxFileBytes.
+/// `new_content` may throw to give up.
 void EditOrCreateDurably(const std::string &path, const PieceEdit &edit,
                          const std::function<std::string()> &new_content,
                          unsigned mode = kNewFileMode);

@@ -2,6 +2,7 @@
 #include "files/file_io.h"
 #include "files/folder.h"
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
@@ -20,7 +21,7 @@ struct LockedFile {
 };
 
 /// Nothing when no file stands there.
-std::optional<LockedFile> OpenLocked(const Folder &folder) {
+std::optional<LockedFile> OpenLocked(const Folder &folder, std::size_t max_bytes) {
   LockedFile file{FileDescriptor(
       openat(folder.fd(), folder.name().c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC))};
   const std::string path = folder.path() + "/" + folder.name();
@@ -31,7 +32,7 @@ std::optional<LockedFile> OpenLocked(const Folder &folder) {
     ThrowErrno("cannot open", path);
   }
   LockExclusively(file.fd.get(), path);
-  file.facts = FactsOfFile(file.fd.get(), path, kMaxFileBytes);
+  file.facts = FactsOfFile(file.fd.get(), path, max_bytes);
   return file;
 }
 
@@ -130,15 +131,17 @@ std::unique_ptr<char, FreeMemory> ContentMemory(std::size_t size) {
   return memory;
 }
 
-Outcome TryEdit(const Folder &folder, const PieceEdit &edit) {
-  const std::optional<LockedFile> old = OpenLocked(folder);
+Outcome TryEdit(const Folder &folder, const PieceEdit &edit, WhenTooLarge when_too_large) {
+  const std::optional<LockedFile> old =
+      OpenLocked(folder, when_too_large == WhenTooLarge::kFail ? kMaxFileBytes : SIZE_MAX);
   if (!old) {
     return Outcome::kNothingThere;
   }
   if (!IsUnchanged(folder, folder.name().c_str(), *old)) {
     return Outcome::kSomebodyWasQuicker;
   }
-  const auto size = static_cast<std::size_t>(old->facts.st_size);
+  const auto whole_size = static_cast<std::size_t>(old->facts.st_size);
+  const std::size_t size = whole_size > kMaxFileBytes ? 0 : whole_size;
   const auto content = ContentMemory(size);
   if (!content) {
     throw std::bad_alloc();
@@ -156,10 +159,11 @@ Outcome TryEdit(const Folder &folder, const PieceEdit &edit) {
 
 } // namespace
 
-bool EditPiecesDurably(const std::string &path, const PieceEdit &edit) {
+bool EditPiecesDurably(const std::string &path, const PieceEdit &edit,
+                       WhenTooLarge when_too_large) {
   const Folder folder(path);
   for (int attempt = 0; attempt < kMaxEditAttempts; ++attempt) {
-    const Outcome outcome = TryEdit(folder, edit);
+    const Outcome outcome = TryEdit(folder, edit, when_too_large);
     if (outcome != Outcome::kSomebodyWasQuicker) {
       return outcome == Outcome::kDone;
     }

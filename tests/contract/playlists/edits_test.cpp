@@ -333,6 +333,15 @@ TEST_P(Edits, OfWhatIsNoPlaylistFailAndWritingReplacesIt) {
   }
 }
 
+TEST_P(Edits, OfAFileThatIsTooLargeFailAndWritingReplacesIt) {
+  fs::resize_file(path_, files::kMaxFileBytes + 1);
+  EXPECT_EQ(Append({"/b"}), -1);
+  EXPECT_EQ(RemoveMissing(), -1);
+  EXPECT_EQ(fs::file_size(path_), files::kMaxFileBytes + 1);
+  EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs({"/c"}).get(), path_.c_str()), 0);
+  EXPECT_EQ(ReadBytes(path_), M3u({"/c"}));
+}
+
 TEST_P(Edits, NeverMakeAListThatIsTooLongToRead) {
   const std::string full = M3u(Texts(kMaxEntries, "/a"));
   WriteBytes(path_, full);
