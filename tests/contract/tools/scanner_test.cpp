@@ -320,6 +320,17 @@ TEST_F(Scanner, PlaylistRowsThatAreThereStay) {
   EXPECT_THAT(index_->AllPlaylists(0), SizeIs(2));
 }
 
+TEST_F(Scanner, AHugeEmptyFileIsPassedOver) {
+  Song("a.flac", 1);
+  File("huge.mp3", "");
+  fs::resize_file(Path("huge.mp3"), std::uintmax_t{1} << 40);
+  options_.tags.processor_time = std::chrono::milliseconds(300);
+  const ScanResult result = Scan();
+  EXPECT_EQ(result.unreadable, 1U);
+  EXPECT_THAT(output_.lines, ElementsAre(HasSubstr("it took too much time")));
+  EXPECT_THAT(Indexed(), ElementsAre("a.flac"));
+}
+
 TEST_F(Scanner, ALibraryWithSongsGetsAFolderForPlaylists) {
   Scan();
   EXPECT_FALSE(fs::exists(Path("playlists"))) << "a disk may not be mounted there";

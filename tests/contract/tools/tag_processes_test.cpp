@@ -21,6 +21,9 @@ std::optional<index::Song> Obey(const std::string &path) {
     throw std::runtime_error("thrown for " + path);
   } else if (path.starts_with("exit")) {
     _exit(3);
+  } else if (path.starts_with("work")) {
+    for (volatile bool forever = true; forever;) {
+    }
   } else if (path.starts_with("hang")) {
     pause();
   } else if (path.starts_with("none")) {
@@ -40,7 +43,7 @@ std::map<std::string, Outcome>
 ReadAll(const std::vector<std::string> &paths, unsigned processes,
         std::chrono::milliseconds patience = std::chrono::minutes(1)) {
   std::map<std::string, Outcome> outcomes;
-  ReadAllTags({Obey, processes, patience}, paths,
+  ReadAllTags({Obey, processes, patience, std::chrono::milliseconds(200)}, paths,
               [&](std::size_t position, std::optional<index::Song> song, const std::string &why) {
                 EXPECT_FALSE(outcomes.contains(paths[position])) << "told twice";
                 outcomes[paths[position]] = {std::move(song), why};
@@ -94,6 +97,15 @@ TEST(TagProcesses, AFileThatEndsItsReaderCostsOnlyItself) {
     EXPECT_THAT(outcomes.at("crash1").why, HasSubstr("ended a process (Aborted)"));
     EXPECT_THAT(outcomes.at("exit").why, HasSubstr("ended a process"));
   }
+}
+
+TEST(TagProcesses, AFileThatTakesTooMuchOfAProcessorIsGivenUp) {
+  std::vector<std::string> paths = Good(10);
+  paths.insert(paths.begin() + 3, "work");
+  const auto outcomes = ReadAll(paths, 2);
+  ASSERT_THAT(outcomes, SizeIs(11));
+  EXPECT_THAT(outcomes.at("work").why, HasSubstr("took too much time"));
+  EXPECT_TRUE(outcomes.at("good9").song);
 }
 
 TEST(TagProcesses, AFileThatTakesTooLongIsGivenUp) {

@@ -69,13 +69,95 @@ TEST_F(Tags, FilesThatAreNoAudioTellNothing) {
   for (int i = 0; i < 5000; ++i) {
     noise += static_cast<char>(generator());
   }
-  for (const char *extension :
-       {"mp3", "flac", "ogg", "opus", "m4a", "wav", "aiff", "wma", "ape", "wv", "dsf"}) {
+  for (const char *extension : {"mp3", "flac", "ogg", "opus", "m4a", "wav", "aiff", "wma", "ape",
+                                "wv", "dsf", "dff", "aac"}) {
     const std::string name = std::string("a.") + extension;
     EXPECT_FALSE(Read(name, noise)) << name;
     EXPECT_FALSE(Read(name, "")) << name;
   }
   EXPECT_FALSE(ReadTags(folder_ / "none.flac"));
+}
+
+TEST_F(Tags, TextsThatStandAmongThePropertiesOnlyAreRead) {
+  const std::string info = "INFO" + RiffChunk("INAM", "Title") + RiffChunk("IART", "Artist") +
+                           RiffChunk("IPRD", "Album") + RiffChunk("IGNR", "Genre") +
+                           RiffChunk("ICRD", "1999-12-31") + RiffChunk("IPRT", "7");
+  const auto wav = Read("a.wav", Wav(RiffChunk("LIST", info), 2));
+  ASSERT_TRUE(wav);
+  EXPECT_EQ(wav->title, "Title");
+  EXPECT_EQ(wav->artist, "Artist");
+  EXPECT_EQ(wav->album, "Album");
+  EXPECT_EQ(wav->genre, "Genre");
+  EXPECT_EQ(wav->year, 1999);
+  EXPECT_EQ(wav->track, 7);
+  EXPECT_EQ(wav->duration_seconds, 2);
+  const std::string frame = BigEndian(0xFFFB9064, 4) + std::string(413, '\0');
+  const auto mp3 =
+      Read("a.mp3",
+           frame + frame + frame + ApeTag({{"Title", "Title"}, {"Date", "2001"}, {"Track", "3"}}));
+  ASSERT_TRUE(mp3);
+  EXPECT_EQ(mp3->title, "Title");
+  EXPECT_EQ(mp3->year, 2001);
+  EXPECT_EQ(mp3->track, 3);
+}
+
+struct HeaderRow {
+  const char *description;
+  const char *name;
+  std::string bytes;
+  double seconds;
+  uint32_t sample_rate, channels;
+  const char *title;
+};
+
+TEST_F(Tags, FormatsAreReadByTheirHeaders) {
+  const HeaderRow rows[] = {
+      {"ADTS", "b.aac", Adts(441), 441 * 1024 / 44'100.0, 44'100, 2, "b"},
+      {"ADTS with a tag", "b.aac", Id3("T") + Adts(441), 441 * 1024 / 44'100.0, 44'100, 2, "T"},
+      {"DSF", "b.dsf", Dsf(2), 2, 2'822'400, 2, "b"},
+      {"DSF with a tag", "b.dsf", Dsf(1, Id3("T")), 1, 2'822'400, 2, "T"},
+      {"DSDIFF", "b.dff", Dsdiff(2), 2, 2'822'400, 2, "b"},
+      {"DSDIFF with a tag", "b.DFF", Dsdiff(1, Id3("T")), 1, 2'822'400, 2, "T"},
+      {"WAV", "b.wav", Wav("", 2), 2, 8000, 1, "b"},
+      {"WAV without a length", "b.wav", Wav("", 2, 0), 2, 8000, 1, "b"},
+      {"WAV of a pipe", "b.wav", Wav("", 2, 0xFFFFFFFF), 2, 8000, 1, "b"},
+      {"WAV of a pipe, with a tag", "b.wav",
+       Wav(RiffChunk("LIST", "INFO" + RiffChunk("INAM", "T")), 2, 0xFFFFFFFF), 2, 8000, 1, "T"},
+      {"RF64", "b.wav", Wav(RiffChunk("ds64", std::string(28, '\0')), 2, 0xFFFFFFFF, "RF64"), 2,
+       8000, 1, "b"},
+  };
+  for (const HeaderRow &row : rows) {
+    const auto song = Read(row.name, row.bytes);
+    ASSERT_TRUE(song) << row.description;
+    EXPECT_NEAR(song->duration_seconds, row.seconds, 0.01) << row.description;
+    EXPECT_EQ(song->sample_rate, row.sample_rate) << row.description;
+    EXPECT_EQ(song->channels, row.channels) << row.description;
+    EXPECT_GT(song->bitrate, 0U) << row.description;
+    EXPECT_EQ(song->title, row.title) << row.description;
+  }
+}
+
+TEST_F(Tags, HeadersWithAnyByteChangedOrCutOffBreakNothing) {
+  std::mt19937 generator(1);
+  const std::pair<const char *, std::string> files[] = {
+      {"a.aac", Id3("T") + Adts(5)},
+      {"a.dsf", Dsf(0, Id3("T"))},
+      {"a.dff", Dsdiff(0, Id3("T"))},
+      {"a.wav", Wav(RiffChunk("LIST", "INFO"), 0, 0xFFFFFFFF)},
+  };
+  for (const auto &[name, bytes] : files) {
+    for (std::size_t position = 0; position < bytes.size(); ++position) {
+      (void)Read(name, bytes.substr(0, position));
+      for (const char byte : {'\0', '\x7f', '\xff', static_cast<char>(generator())}) {
+        std::string changed = bytes;
+        changed[position] = byte;
+        if (const auto song = Read(name, changed)) {
+          EXPECT_GE(song->duration_seconds, 0) << name << " " << position;
+          EXPECT_FALSE(song->title.empty()) << name << " " << position;
+        }
+      }
+    }
+  }
 }
 
 TEST_F(Tags, AFileThatWasCutShortIsReadOrNotButNothingBreaks) {

@@ -13,6 +13,7 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <system_error>
 
@@ -62,11 +63,23 @@ std::string Answer(const TagFunction &read, const std::string &path) {
   }
 }
 
-[[noreturn]] void ServeFiles(int fd, const TagFunction &read) {
+/// The process ends by SIGPROF when it has used so much of a processor; zero: no limit any more.
+void LimitProcessorTime(std::chrono::milliseconds time) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+  const auto rest = std::chrono::microseconds(time - seconds);
+  const itimerval timer{{0, 0}, {seconds.count(), rest.count()}};
+  setitimer(ITIMER_PROF, &timer, nullptr);
+}
+
+[[noreturn]] void ServeFiles(int fd, const TagFunction &read,
+                             std::chrono::milliseconds processor_time) {
   const rlimit no_core{0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
   while (const std::optional<std::string> path = Receive(fd)) {
-    if (!Send(fd, Answer(read, *path))) {
+    LimitProcessorTime(processor_time);
+    const std::string answer = Answer(read, *path);
+    LimitProcessorTime({});
+    if (!Send(fd, answer)) {
       break;
     }
   }
@@ -80,7 +93,7 @@ public:
   /// packets fit in a socket's buffer: sending never blocks.
   static constexpr std::size_t kAhead = 8;
 
-  explicit Reader(const TagFunction &read) {
+  explicit Reader(const TagProcesses &how) {
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
       throw std::system_error(errno, std::generic_category(), "socketpair");
@@ -98,7 +111,7 @@ public:
       if (getppid() != parent) {
         _exit(0);
       }
-      ServeFiles(theirs.get(), read);
+      ServeFiles(theirs.get(), how.read, how.processor_time);
     }
   }
   ~Reader() { Stop(); }
@@ -130,7 +143,10 @@ public:
     while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
     }
     pid_ = -1;
-    return WIFSIGNALED(status) && WTERMSIG(status) != SIGKILL ? strsignal(WTERMSIG(status)) : "";
+    if (!WIFSIGNALED(status) || WTERMSIG(status) == SIGKILL) {
+      return {};
+    }
+    return WTERMSIG(status) == SIGPROF ? "it took too much time" : strsignal(WTERMSIG(status));
   }
 
   [[nodiscard]] int fd() const { return socket_.get(); }
@@ -154,7 +170,7 @@ public:
     const std::size_t processes =
         std::clamp<std::size_t>(how.processes, 1, std::max<std::size_t>(paths.size(), 1));
     for (std::size_t i = 0; i < processes; ++i) {
-      readers_.emplace_back(how.read);
+      readers_.emplace_back(how);
     }
   }
 
@@ -216,7 +232,7 @@ private:
     const std::string ended = reader->Stop();
     std::deque<std::size_t> given = std::move(reader->given());
     readers_.erase(reader);
-    readers_.emplace_back(how_.read);
+    readers_.emplace_back(how_);
     if (given.empty()) {
       return;
     }

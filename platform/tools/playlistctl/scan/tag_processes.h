@@ -22,7 +22,8 @@ using TagResult =
 struct TagProcesses {
   TagFunction read;
   unsigned processes = 1;
-  std::chrono::milliseconds patience{60'000}; ///< for one file
+  std::chrono::milliseconds patience{60'000};      ///< for one file, which may lie far away
+  std::chrono::milliseconds processor_time{3'000}; ///< for one file, which may be huge and empty
 };
 
 /// Reads all files; returns when each has had its result. Throws std::system_error when no process

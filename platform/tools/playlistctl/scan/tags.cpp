@@ -1,10 +1,12 @@
 #include "playlistctl/scan/tags.h"
 
+#include "playlistctl/scan/audio_header.h"
 #include "playlistctl/scan/library_walk.h"
 #include "text/text.h"
 #include "text/utf8.h"
 #include <algorithm>
 #include <taglib/fileref.h>
+#include <taglib/id3v2tag.h>
 #include <taglib/tag.h>
 #include <taglib/tpropertymap.h>
 
@@ -25,19 +27,23 @@ TagLib::String Property(const TagLib::PropertyMap &properties, const char *name)
 /// "2" and "2/3" are both disc 2.
 int32_t LeadingNumber(const TagLib::String &text) { return std::max(0, text.toInt()); }
 
-int32_t Number(unsigned value) { return value <= INT32_MAX ? static_cast<int32_t>(value) : 0; }
-
-void ReadTag(const TagLib::Tag &tag, index::Song &song) {
-  song.title = Text(tag.title());
-  song.artist = Text(tag.artist());
-  song.album = Text(tag.album());
-  song.genre = Text(tag.genre());
-  song.comment = Text(tag.comment());
-  song.year = Number(tag.year());
-  song.track = Number(tag.track());
-}
-
-void ReadProperties(const TagLib::PropertyMap &properties, index::Song &song) {
+/// Tags are not the same everywhere: what the usual fields do not tell may stand among the
+/// properties, as the chunks of a WAV file and a "Date" of APE do.
+void ReadTexts(const TagLib::Tag &tag, const TagLib::PropertyMap &properties, index::Song &song) {
+  const auto either = [&](const TagLib::String &text, const char *property) {
+    return Text(text.isEmpty() ? Property(properties, property) : text);
+  };
+  const auto number = [&](unsigned value, const char *property) {
+    return value > 0 && value <= INT32_MAX ? static_cast<int32_t>(value)
+                                           : LeadingNumber(Property(properties, property));
+  };
+  song.title = either(tag.title(), "TITLE");
+  song.artist = either(tag.artist(), "ARTIST");
+  song.album = either(tag.album(), "ALBUM");
+  song.genre = either(tag.genre(), "GENRE");
+  song.comment = either(tag.comment(), "COMMENT");
+  song.year = number(tag.year(), "DATE");
+  song.track = number(tag.track(), "TRACKNUMBER");
   song.album_artist = Text(Property(properties, "ALBUMARTIST"));
   song.composer = Text(Property(properties, "COMPOSER"));
   song.disc = LeadingNumber(Property(properties, "DISCNUMBER"));
@@ -50,6 +56,50 @@ void ReadAudio(const TagLib::AudioProperties &audio, index::Song &song) {
   song.bitrate = positive(std::min(audio.bitrate(), 4'000'000)) * 1000;
   song.sample_rate = positive(audio.sampleRate());
   song.channels = positive(audio.channels());
+}
+
+/// False: the file is nothing that TagLib reads.
+bool ReadWithTagLib(const std::string &path, index::Song &song) {
+  const TagLib::FileRef file(path.c_str(), true, TagLib::AudioProperties::Average);
+  if (file.isNull() || file.file()->length() == 0 || file.tag() == nullptr) {
+    return false;
+  }
+  ReadTexts(*file.tag(), file.file()->properties(), song);
+  if (file.audioProperties() != nullptr) {
+    ReadAudio(*file.audioProperties(), song);
+  }
+  return song.sample_rate != 0 || song.bitrate != 0 || song.duration_seconds != 0;
+}
+
+/// A file to read an ID3v2 tag from, whatever else it is.
+class AnyFile : public TagLib::File {
+public:
+  explicit AnyFile(const std::string &path) : File(path.c_str()) {}
+  [[nodiscard]] TagLib::Tag *tag() const override { return nullptr; }
+  [[nodiscard]] TagLib::AudioProperties *audioProperties() const override { return nullptr; }
+  bool save() override { return false; }
+};
+
+bool ReadFromHeader(const std::string &path, index::Song &song) {
+  const std::optional<AudioHeader> header = ReadAudioHeader(path);
+  if (!header) {
+    return false;
+  }
+  song.duration_seconds = header->duration_seconds;
+  song.bitrate = header->bitrate;
+  song.sample_rate = header->sample_rate;
+  song.channels = header->channels;
+  if (header->id3v2) {
+    AnyFile file(path);
+    const TagLib::ID3v2::Tag tag(&file, *header->id3v2);
+    ReadTexts(tag, tag.properties(), song);
+  }
+  return true;
+}
+
+/// Whether TagLib would take long to find out that it does not know the format.
+bool IsUnknownToTagLib(const std::string &type) {
+  return type == "aac" || type == "dsf" || type == "dff";
 }
 
 } // namespace
@@ -69,18 +119,12 @@ std::string CleanText(const std::string &bytes) {
 }
 
 std::optional<index::Song> ReadTags(const std::string &path) {
-  const TagLib::FileRef file(path.c_str(), true, TagLib::AudioProperties::Average);
-  if (file.isNull() || file.file()->length() == 0 || file.tag() == nullptr ||
-      file.audioProperties() == nullptr) {
-    return std::nullopt;
-  }
   index::Song song;
   song.path = path;
   song.type = Extension(FileName(path));
-  ReadTag(*file.tag(), song);
-  ReadProperties(file.file()->properties(), song);
-  ReadAudio(*file.audioProperties(), song);
-  if (song.sample_rate == 0 && song.bitrate == 0 && song.duration_seconds == 0) {
+  const bool header_first = IsUnknownToTagLib(song.type);
+  if (!(header_first && ReadFromHeader(path, song)) && !ReadWithTagLib(path, song) &&
+      (header_first || !ReadFromHeader(path, song))) {
     return std::nullopt;
   }
   if (song.title.empty()) {
