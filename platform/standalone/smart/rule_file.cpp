@@ -30,11 +30,12 @@ std::optional<accounts::Account> FindFileAccount(const std::string &path) {
   return std::nullopt;
 }
 
-/// A link in the place of the file is refused where files are written; one in the place of its
-/// folder, here.
-void RequireWritable(const std::string &path) {
+/// Where a rule file is written: a link stays, and what it leads to is written. The administrator's
+/// may lead anywhere, a user's not out of the preference folder, nor that of its folder elsewhere.
+std::string WritablePath(const std::string &path) {
+  const std::optional<std::string> real = accounts::RealPath(path);
   if (path == system::kSharedSmartRules) {
-    return;
+    return real.value_or(path);
   }
   const std::optional<accounts::Account> account = FindFileAccount(path);
   if (!account) {
@@ -45,9 +46,11 @@ void RequireWritable(const std::string &path) {
   if (!folder || !preferences) {
     Fail(ENOENT, path);
   }
-  if (*folder != *preferences + "/playlists") {
+  if (*folder != *preferences + "/playlists" ||
+      (real && !accounts::IsWithin(*real, *preferences))) {
     Fail(EACCES, path);
   }
+  return real.value_or(path);
 }
 
 void RequireSize(std::size_t size, const std::string &path) {
@@ -63,7 +66,7 @@ std::optional<std::string> ReadRuleFile(const std::string &path) {
 }
 
 void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
-  RequireWritable(path);
+  const std::string target = WritablePath(path);
   const files::Edit within_size = [&](std::string_view old) {
     RequireSize(old.size(), path);
     std::optional<std::string> changed = edit(old);
@@ -72,10 +75,10 @@ void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
   };
   constexpr int kTries = 10;
   for (int tries = 0; tries < kTries; ++tries) {
-    if (files::EditDurably(path, within_size)) {
+    if (files::EditDurably(target, within_size)) {
       return;
     }
-    if (make && files::CreateDurably(path, within_size("").value_or(""), kRuleFileMode)) {
+    if (make && files::CreateDurably(target, within_size("").value_or(""), kRuleFileMode)) {
       return;
     }
     if (!make) {

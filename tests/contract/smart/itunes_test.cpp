@@ -266,7 +266,20 @@ TEST_F(ITunesTest, OnlyTheSharedFileAndAccountsOwnFilesAreWritten) {
   }
 }
 
-TEST_F(ITunesTest, ALinkInThePlaceOfTheFileIsNotWritten) {
+TEST_F(ITunesTest, WhatALinkLeadsToIsWrittenAndTheLinkStays) {
+  const std::string shared = library() + "/rules of the administrator";
+  const std::string own = fs::path(own_rules_).parent_path() / "rules of the user";
+  for (const auto &[link, target] : {std::pair(kSharedRules, shared), std::pair(own_rules_, own)}) {
+    fs::remove(link);
+    WriteBytes(target, kRoad);
+    fs::create_symlink(target, link);
+    EXPECT_EQ(Delete(link, {"Road"}), 0) << link;
+    EXPECT_EQ(ReadBytes(target).find("Road"), std::string::npos) << link;
+    EXPECT_TRUE(fs::is_symlink(link));
+  }
+}
+
+TEST_F(ITunesTest, ALinkOutOfAUsersFolderIsNotWritten) {
   const std::string outside = library() + "/outside";
   WriteBytes(outside, kRoad);
   fs::create_symlink(outside, own_rules_);
