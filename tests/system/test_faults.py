@@ -2,11 +2,13 @@
 
 import contextlib
 import os
+import shutil
 import sqlite3
+import subprocess
 import unittest
 
 import faults
-from server import KINDS, ROOT, RootTest, cgi, playlistctl, songs_of
+from server import KINDS, LIBRARY, ROOT, SHARED, RootTest, cgi, playlistctl, run, songs_of
 
 INDEX = ROOT / "var/lib/vexo/index.db"
 OLD, NEW = ["http://old/1", "http://old/2"], ["http://new/1", "http://new/2", "http://new/3"]
@@ -82,6 +84,41 @@ class FailingDisk(RootTest):
                 answer = add(kind, "full", NEW, always, overwrite="true")
                 self.assertEqual(answer.error, "common/error_system")
                 self.assertEqual(songs_of(kind.file("full")), OLD)
+
+
+class FullDisk(RootTest):
+    """Everything lies on one small disk, which is full."""
+
+    SIZE, PLACES = "1m", (ROOT / "var/lib/vexo", LIBRARY)
+
+    def setUp(self):
+        self.disk = ROOT / "disk"
+        self.disk.mkdir()
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={self.SIZE}", "tmpfs",
+                                  self.disk], stderr=subprocess.DEVNULL, check=False)
+        if mounted.returncode:
+            self.skipTest("no disk can be mounted")
+        self.addCleanup(run, "umount", self.disk)
+        for place in self.PLACES:
+            shutil.copytree(place, self.disk / place.name, symlinks=True,
+                            ignore=shutil.ignore_patterns("*.flac", "*.mp3", "*.ogg", "*.opus"))
+            shutil.rmtree(place)
+            place.symlink_to(self.disk / place.name)
+        playlistctl("doctor", "--repair")
+
+    def test_a_playlist_can_be_deleted(self):
+        ids = [add(SHARED, f"list {number}", OLD).id for number in range(12)]
+        for emptied in range(len(ids)):
+            with self.subTest(emptied):
+                fill = self.disk / "fill"
+                with open(fill, "wb", 0) as rest, self.assertRaises(OSError):
+                    while True:
+                        rest.write(bytes(4096))
+                _, answer = cgi(SHARED.user, action="delete", playlists=ids[emptied])
+                self.assertTrue(answer.success, answer)
+                self.assertFalse(SHARED.file(f"list {emptied}").exists())
+                fill.unlink()
+                self.assertEqual(add(SHARED, f"more {emptied}", NEW).success, True)
 
 
 class ReadOnlyFolder(RootTest):

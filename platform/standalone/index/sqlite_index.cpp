@@ -3,15 +3,20 @@
 #include "index/sqlite_schema.h"
 #include "index/sqlite_texts.h"
 
+#include "files/file_descriptor.h"
+#include <fcntl.h>
+
 namespace vexo::index {
 SqliteIndex::SqliteIndex(const std::string &path, int busy_milliseconds)
-    : database_(path, busy_milliseconds) {
+    : database_(path, busy_milliseconds), path_(path) {
   // A process that ends leaves the log to the next one: emptying it each time would cost a request
   // that writes one row four more syncs, and the two files to be made and removed.
   sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   sqlite3_wal_hook(database_.get(), AfterCommit, this);
   DefineFold(database_);
-  MigrateSchema(database_);
+  if (MigrateSchema(database_)) {
+    ReserveLog();
+  }
   database_.Execute("PRAGMA synchronous=FULL");
 }
 
@@ -24,8 +29,20 @@ SqliteIndex::~SqliteIndex() {
 /// SQLite's own way only marks the log as done with, in memory that is lost with the last process:
 /// the log of processes that come one after the other would grow for ever.
 int SqliteIndex::EmptyLog() {
-  return sqlite3_wal_checkpoint_v2(database_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
-                                   nullptr);
+  const int result = sqlite3_wal_checkpoint_v2(database_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE,
+                                               nullptr, nullptr);
+  ReserveLog();
+  return result;
+}
+
+/// Keeps room for the log until it is emptied again: what frees space, as the removal of a row
+/// does, must not fail because there is none left.
+void SqliteIndex::ReserveLog() {
+  constexpr off_t kPageInLog = 4096 + 24;
+  const files::FileDescriptor log(open((path_ + "-wal").c_str(), O_WRONLY | O_CLOEXEC));
+  if (log) {
+    (void)fallocate(log.get(), FALLOC_FL_KEEP_SIZE, 0, 2 * kLogPages * kPageInLog);
+  }
 }
 
 int SqliteIndex::AfterCommit(void *self, sqlite3 *, const char *, int log_pages) {

@@ -47,8 +47,10 @@ private:
 
   static int AfterCommit(void *self, sqlite3 *, const char *, int log_pages);
   int EmptyLog();
+  void ReserveLog();
 
   Database database_;
+  std::string path_;
   int most_log_pages_ = kLogPages;
 };
 

@@ -93,10 +93,10 @@ void UseWriteAheadLog(Database &database) {
 
 int SchemaVersion() { return static_cast<int>(kMigrations.size()); }
 
-void MigrateSchema(Database &database) {
+bool MigrateSchema(Database &database) {
   int64_t version = StoredVersion(database);
   if (version == SchemaVersion()) {
-    return;
+    return false;
   }
   UseWriteAheadLog(database);
   Transaction transaction(database);
@@ -105,6 +105,7 @@ void MigrateSchema(Database &database) {
   }
   database.Execute(("PRAGMA user_version=" + std::to_string(version)).c_str());
   transaction.Commit();
+  return true;
 }
 
 } // namespace vexo::index
