@@ -6,6 +6,7 @@
 
 #include "files/file_identity.h"
 #include "index/song_query.h"
+#include <compare>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -54,6 +55,8 @@ struct SongFile {
   std::string path;
   uint64_t size_bytes = 0;
   int64_t time_modified = 0;
+
+  friend auto operator<=>(const SongFile &, const SongFile &) = default;
 };
 
 /// A search as a client asks for it; codes and names as in vexo/media_index.h. A field that is none
@@ -89,6 +92,9 @@ public:
   /// gives the others what their files tell (path, tags, audio properties, size and time). A row
   /// that is already there keeps its owner, its rating, its play count and the time it was added.
   virtual void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) = 0;
+  /// The files of `owner` that were no audio when they were read, by path, with ids of 0.
+  virtual std::vector<SongFile> UnreadableFiles(int owner) = 0;
+  virtual void SetUnreadableFiles(int owner, const std::vector<SongFile> &files) = 0;
 
   // Playlists.
   /// Adds a row and gives its id; throws when the owner has one with that path.

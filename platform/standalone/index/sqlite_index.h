@@ -23,6 +23,8 @@ public:
   std::vector<Song> QuerySongs(int owner, const SongQuery &query) override;
   std::vector<SongFile> SongFiles(int owner) override;
   void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) override;
+  std::vector<SongFile> UnreadableFiles(int owner) override;
+  void SetUnreadableFiles(int owner, const std::vector<SongFile> &files) override;
 
   int32_t AddPlaylist(const Playlist &playlist) override;
   bool UpdatePlaylist(int owner, int32_t id, const Playlist &values) override;

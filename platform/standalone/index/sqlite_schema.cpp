@@ -62,6 +62,15 @@ CREATE TABLE playlists(
 ALTER TABLE playlists ADD COLUMN inode INTEGER NOT NULL DEFAULT 0;
 ALTER TABLE playlists ADD COLUMN born_ns INTEGER NOT NULL DEFAULT 0;
 )sql",
+    // What the scanner need not read again.
+    R"sql(
+CREATE TABLE unreadable_files(
+  owner INTEGER NOT NULL,
+  path TEXT NOT NULL,
+  size INTEGER NOT NULL,
+  time_modified INTEGER NOT NULL,
+  PRIMARY KEY(owner, path)) WITHOUT ROWID;
+)sql",
 };
 
 int64_t StoredVersion(Database &database) {

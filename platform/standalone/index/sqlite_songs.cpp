@@ -110,6 +110,20 @@ std::vector<int32_t> DrawNumbers(std::size_t count, int64_t low, int64_t high) {
   return numbers;
 }
 
+/// The rows of a statement that answers id, path, size and time of files.
+std::vector<SongFile> ReadSongFiles(Statement &statement) {
+  std::vector<SongFile> files;
+  while (statement.Step()) {
+    SongFile file;
+    statement.Read(0, file.id);
+    file.path = statement.Text(1);
+    statement.Read(2, file.size_bytes);
+    statement.Read(3, file.time_modified);
+    files.push_back(std::move(file));
+  }
+  return files;
+}
+
 /// Puts songs into the order of `ids`.
 void SortByPosition(std::vector<Song> &songs, const std::vector<int32_t> &ids) {
   std::unordered_map<int32_t, std::size_t> position;
@@ -166,17 +180,27 @@ std::vector<SongFile> SqliteIndex::SongFiles(int owner) {
   Statement statement(database_,
                       "SELECT id, path, size, time_modified FROM songs WHERE +owner = ?1 "
                       "ORDER BY path");
-  statement.Bind(1, int64_t{owner});
-  std::vector<SongFile> files;
-  while (statement.Step()) {
-    SongFile file;
-    statement.Read(0, file.id);
-    file.path = statement.Text(1);
-    statement.Read(2, file.size_bytes);
-    statement.Read(3, file.time_modified);
-    files.push_back(std::move(file));
+  return ReadSongFiles(statement.Bind(1, int64_t{owner}));
+}
+
+std::vector<SongFile> SqliteIndex::UnreadableFiles(int owner) {
+  Statement statement(database_, "SELECT 0, path, size, time_modified FROM unreadable_files "
+                                 "WHERE owner = ?1 ORDER BY path");
+  return ReadSongFiles(statement.Bind(1, int64_t{owner}));
+}
+
+void SqliteIndex::SetUnreadableFiles(int owner, const std::vector<SongFile> &files) {
+  Transaction transaction(database_);
+  Statement(database_, "DELETE FROM unreadable_files WHERE owner = ?1")
+      .Bind(1, int64_t{owner})
+      .Run();
+  Statement add(database_, "INSERT INTO unreadable_files(owner, path, size, time_modified) "
+                           "VALUES(?1, ?2, ?3, ?4)");
+  for (const SongFile &file : files) {
+    add.Bind(1, int64_t{owner}).Bind(2, file.path);
+    add.Bind(3, static_cast<int64_t>(file.size_bytes)).Bind(4, file.time_modified).Run();
   }
-  return files;
+  transaction.Commit();
 }
 
 void SqliteIndex::WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) {

@@ -175,5 +175,14 @@ TEST_P(Songs, TheFilesOfAnOwnerComeByPath) {
   EXPECT_GT(files[1].id, 0);
 }
 
+TEST_P(Songs, FilesThatWereNoAudioAreRemembered) {
+  const std::vector<SongFile> files = {{0, "/a", 5'000'000'000, 1}, {0, "/b", 2, -3}};
+  index().SetUnreadableFiles(1, files);
+  EXPECT_EQ(Open()->UnreadableFiles(1), files);
+  EXPECT_TRUE(index().UnreadableFiles(0).empty());
+  index().SetUnreadableFiles(1, {files[1]});
+  EXPECT_EQ(index().UnreadableFiles(1), std::vector{files[1]});
+}
+
 } // namespace
 } // namespace vexo::index

@@ -106,11 +106,12 @@ TEST_F(SqliteFile, AnIndexOfANewerProgramIsRefusedAndKept) {
   EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM playlists"), 1);
 }
 
-/// What the index was before it knew the identities of playlist files.
+/// What the index was at first.
 void MakeFirstVersion(const std::string &path) {
   Database(path, kImpatient)
       .Execute("ALTER TABLE playlists DROP COLUMN inode;"
                "ALTER TABLE playlists DROP COLUMN born_ns;"
+               "DROP TABLE unreadable_files;"
                "PRAGMA user_version=1");
 }
 
@@ -127,6 +128,7 @@ TEST_F(SqliteFile, AnOlderIndexKeepsItsRows) {
   EXPECT_EQ(row->file, files::FileIdentity());
   EXPECT_TRUE(index.UpdatePlaylist(0, id, old));
   EXPECT_EQ(index.PlaylistByPath(0, "/a")->file, old.file);
+  EXPECT_THAT(index.UnreadableFiles(0), IsEmpty());
 }
 
 TEST_F(SqliteFile, AMigrationThatFailsChangesNothing) {
@@ -259,6 +261,17 @@ TEST_F(SqliteFile, TheLogStaysShortHoweverManyProcessesWriteOneAfterTheOther) {
     ASSERT_LT(fs::file_size(path() + "-wal"), kLongestLog) << i;
   }
   EXPECT_THAT(Titles(), SizeIs(100));
+}
+
+TEST_F(SqliteFile, TheLogHasRoomBeforeTheDiskIsFull) {
+  constexpr blksize_t kBlock = 512;
+  constexpr off_t kTwelvePages = off_t{12} * 4120;
+  for (int i = 0; i < 30; ++i) {
+    SqliteIndex(path()).AddPlaylist(MakePlaylist("/" + std::to_string(i)));
+    struct stat log {};
+    ASSERT_EQ(stat((path() + "-wal").c_str(), &log), 0);
+    EXPECT_GE(log.st_blocks * kBlock, log.st_size + kTwelvePages) << i;
+  }
 }
 
 TEST_F(SqliteFile, TheLogIsEmptyAfterManySongsWereWritten) {

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace vexo::tools {
 namespace {
@@ -318,6 +319,35 @@ TEST_F(Scanner, PlaylistRowsThatAreThereStay) {
   EXPECT_EQ(index_->PlaylistByPath(0, Path("playlists/one.m3u"))->title, "kept");
   EXPECT_EQ(index_->PlaylistByPath(0, Path("playlists/one.m3u"))->id, id);
   EXPECT_THAT(index_->AllPlaylists(0), SizeIs(2));
+}
+
+TEST_F(Scanner, WhatCouldNotBeReadIsNotTriedAgainUntilItChanges) {
+  Song("a.flac", 1);
+  File("no audio.mp3", "12345");
+  File("crash.mp3", "");
+  File("may pass.mp3", "");
+  options_.tags.processes = 1;
+  const auto scan = [&] {
+    output_.lines.clear();
+    options_.tags.read = [](const std::string &path) {
+      if (path.ends_with("crash.mp3")) {
+        _exit(1);
+      }
+      return path.ends_with("may pass.mp3") ? throw std::runtime_error("failed") : ReadTags(path);
+    };
+    return Scan();
+  };
+  EXPECT_EQ(scan().unreadable, 3U);
+  EXPECT_THAT(output_.lines, SizeIs(3));
+  EXPECT_EQ(scan().unreadable, 3U);
+  EXPECT_THAT(output_.lines, ElementsAre(HasSubstr("may pass.mp3: failed")));
+  File("no audio.mp3", FlacTitled("b"));
+  fs::rename(Path("no audio.mp3"), Path("renamed.flac"));
+  fs::remove(Path("crash.mp3"));
+  const ScanResult result = scan();
+  EXPECT_EQ(result.added, 1U);
+  EXPECT_EQ(result.unreadable, 1U);
+  EXPECT_THAT(index_->UnreadableFiles(0), IsEmpty());
 }
 
 TEST_F(Scanner, AHugeEmptyFileIsPassedOver) {

@@ -37,17 +37,19 @@ std::optional<index::Song> Obey(const std::string &path) {
 struct Outcome {
   std::optional<index::Song> song;
   std::string why;
+  bool may_pass = false;
 };
 
 std::map<std::string, Outcome>
 ReadAll(const std::vector<std::string> &paths, unsigned processes,
         std::chrono::milliseconds patience = std::chrono::minutes(1)) {
   std::map<std::string, Outcome> outcomes;
-  ReadAllTags({Obey, processes, patience, std::chrono::milliseconds(200)}, paths,
-              [&](std::size_t position, std::optional<index::Song> song, const std::string &why) {
-                EXPECT_FALSE(outcomes.contains(paths[position])) << "told twice";
-                outcomes[paths[position]] = {std::move(song), why};
-              });
+  ReadAllTags(
+      {Obey, processes, patience, std::chrono::milliseconds(200)}, paths,
+      [&](std::size_t position, std::optional<index::Song> song, const TagFailure &failure) {
+        EXPECT_FALSE(outcomes.contains(paths[position])) << "told twice";
+        outcomes[paths[position]] = {std::move(song), failure.why, failure.may_pass};
+      });
   return outcomes;
 }
 
@@ -79,7 +81,9 @@ TEST(TagProcesses, AFileThatCannotBeReadHasAReason) {
   const auto outcomes = ReadAll({"none", "throw"}, 1);
   EXPECT_FALSE(outcomes.at("none").song);
   EXPECT_THAT(outcomes.at("none").why, HasSubstr("no audio"));
+  EXPECT_FALSE(outcomes.at("none").may_pass);
   EXPECT_EQ(outcomes.at("throw").why, "thrown for throw");
+  EXPECT_TRUE(outcomes.at("throw").may_pass);
 }
 
 TEST(TagProcesses, AFileThatEndsItsReaderCostsOnlyItself) {
@@ -105,6 +109,7 @@ TEST(TagProcesses, AFileThatTakesTooMuchOfAProcessorIsGivenUp) {
   const auto outcomes = ReadAll(paths, 2);
   ASSERT_THAT(outcomes, SizeIs(11));
   EXPECT_THAT(outcomes.at("work").why, HasSubstr("took too much time"));
+  EXPECT_FALSE(outcomes.at("work").may_pass);
   EXPECT_TRUE(outcomes.at("good9").song);
 }
 
@@ -115,6 +120,7 @@ TEST(TagProcesses, AFileThatTakesTooLongIsGivenUp) {
   ASSERT_THAT(outcomes, SizeIs(11));
   EXPECT_FALSE(outcomes.at("hang").song);
   EXPECT_THAT(outcomes.at("hang").why, HasSubstr("too long"));
+  EXPECT_TRUE(outcomes.at("hang").may_pass);
   EXPECT_TRUE(outcomes.at("good9").song);
 }
 

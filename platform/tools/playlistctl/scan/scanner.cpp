@@ -12,6 +12,7 @@ namespace vexo::tools {
 namespace {
 
 using index::Song;
+using index::SongFile;
 
 /// Songs a transaction: enough to be quick, few enough that requests need not wait for long.
 constexpr std::size_t kBatch = 1000;
@@ -28,6 +29,8 @@ public:
   void Run(const Walk &walk, const std::vector<index::SongFile> &songs) {
     changes_ = CompareSongs(walk, songs);
     result_.unchanged = changes_.unchanged;
+    const std::vector<SongFile> unreadable = index_.UnreadableFiles(library_.owner);
+    PassOver(unreadable);
     std::vector<int32_t> gone;
     for (const index::SongFile &song : changes_.gone) {
       gone.push_back(song.id);
@@ -36,6 +39,10 @@ public:
     ReadFiles();
     Flush();
     Forget(moved_.Left());
+    std::sort(unreadable_.begin(), unreadable_.end());
+    if (unreadable_ != unreadable) {
+      index_.SetUnreadableFiles(library_.owner, unreadable_);
+    }
     if (const std::size_t written = result_.added + result_.changed + result_.moved + result_.gone;
         written > 0 && written * kFewToMany >= result_.unchanged) {
       index_.Optimize();
@@ -43,6 +50,23 @@ public:
   }
 
 private:
+  /// What could not be read and has not changed since is not tried again.
+  void PassOver(const std::vector<SongFile> &unreadable) {
+    std::erase_if(changes_.to_read, [&](const FileToRead &file) {
+      const SongFile facts = FactsOf(file);
+      if (!std::binary_search(unreadable.begin(), unreadable.end(), facts)) {
+        return false;
+      }
+      unreadable_.push_back(facts);
+      return true;
+    });
+    result_.unreadable = unreadable_.size();
+  }
+
+  static SongFile FactsOf(const FileToRead &file) {
+    return {0, file.file.path, file.file.size_bytes, file.file.time_modified};
+  }
+
   void ReadFiles() {
     std::vector<std::string> paths;
     for (const FileToRead &file : changes_.to_read) {
@@ -50,16 +74,19 @@ private:
     }
     std::size_t read = 0;
     ReadAllTags(options_.tags, paths,
-                [&](std::size_t position, std::optional<Song> song, const std::string &why) {
-                  Take(changes_.to_read[position], std::move(song), why);
+                [&](std::size_t position, std::optional<Song> song, const TagFailure &failure) {
+                  Take(changes_.to_read[position], std::move(song), failure);
                   output_.Progress(library_.name + ": reading tags", ++read, paths.size());
                 });
   }
 
-  void Take(const FileToRead &file, std::optional<Song> song, const std::string &why) {
+  void Take(const FileToRead &file, std::optional<Song> song, const TagFailure &failure) {
     if (!song) {
-      output_.Line("skipped: " + Printable(file.file.path) + ": " + why);
+      output_.Line("skipped: " + Printable(file.file.path) + ": " + failure.why);
       ++result_.unreadable;
+      if (!failure.may_pass) {
+        unreadable_.push_back(FactsOf(file));
+      }
       return;
     }
     song->owner = library_.owner;
@@ -96,6 +123,7 @@ private:
   SongChanges changes_;
   MovedSongs moved_{{}};
   std::vector<Song> batch_;
+  std::vector<SongFile> unreadable_; ///< those that need not be tried again
 };
 
 std::optional<Walk> WalkLibrary(const Library &library, Output &output) {

@@ -50,16 +50,17 @@ bool Send(int fd, const std::string &packet) {
 
 /// An answer starts with a byte that tells whether the rest is a song or the reason for none.
 constexpr char kSong = 's';
-constexpr char kReason = 'r';
+constexpr char kNoAudio = 'n';
+constexpr char kFailure = 'f';
 
 std::string Answer(const TagFunction &read, const std::string &path) {
   try {
     const std::optional<index::Song> song = read(path);
-    return song ? kSong + EncodeSong(song) : kReason + std::string("it is no audio file");
+    return song ? kSong + EncodeSong(song) : kNoAudio + std::string("it is no audio file");
   } catch (const std::exception &error) {
-    return kReason + std::string(error.what());
+    return kFailure + std::string(error.what());
   } catch (...) {
-    return kReason + std::string("reading it failed");
+    return kFailure + std::string("reading it failed");
   }
 }
 
@@ -210,10 +211,10 @@ private:
       if (answer && !reader->given().empty()) {
         Report(*reader, *answer);
       } else {
-        Replace(reader, "");
+        Replace(reader, {});
       }
     } else if (!reader->given().empty() && Clock::now() - reader->since() > how_.patience) {
-      Replace(reader, "reading it takes too long");
+      Replace(reader, {"reading it takes too long", true});
     }
   }
 
@@ -223,12 +224,12 @@ private:
     if (answer[0] == kSong) {
       done_(position, DecodeSong(std::string_view(answer).substr(1)), {});
     } else {
-      done_(position, std::nullopt, answer.substr(1));
+      done_(position, std::nullopt, {answer.substr(1), answer[0] == kFailure});
     }
   }
 
   /// A new process in the place of one that is lost: the file it was at is given up.
-  void Replace(std::list<Reader>::iterator reader, std::string why) {
+  void Replace(std::list<Reader>::iterator reader, TagFailure failure) {
     const std::string ended = reader->Stop();
     std::deque<std::size_t> given = std::move(reader->given());
     readers_.erase(reader);
@@ -239,10 +240,10 @@ private:
     const std::size_t culprit = given.front();
     given.pop_front();
     waiting_.insert(waiting_.begin(), given.begin(), given.end());
-    if (why.empty()) {
-      why = "reading it ended a process" + (ended.empty() ? "" : " (" + ended + ")");
+    if (failure.why.empty()) {
+      failure.why = "reading it ended a process" + (ended.empty() ? "" : " (" + ended + ")");
     }
-    done_(culprit, std::nullopt, std::move(why));
+    done_(culprit, std::nullopt, std::move(failure));
   }
 
   const TagProcesses &how_;

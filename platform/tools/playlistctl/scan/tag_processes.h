@@ -15,9 +15,14 @@ namespace vexo::tools {
 /// What one file tells; nothing when it cannot be read. Runs in a process of its own.
 using TagFunction = std::function<std::optional<index::Song>(const std::string &path)>;
 
+struct TagFailure {
+  std::string why;
+  bool may_pass = false; ///< another try may succeed, though the file is the same
+};
+
 /// Called for each file, in any order: its position, its song, and when there is none the reason.
 using TagResult =
-    std::function<void(std::size_t position, std::optional<index::Song> song, std::string why)>;
+    std::function<void(std::size_t position, std::optional<index::Song> song, TagFailure failure)>;
 
 struct TagProcesses {
   TagFunction read;

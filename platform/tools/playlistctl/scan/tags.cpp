@@ -1,14 +1,20 @@
 #include "playlistctl/scan/tags.h"
 
+#include "files/file_descriptor.h"
 #include "playlistctl/scan/audio_header.h"
 #include "playlistctl/scan/library_walk.h"
 #include "text/text.h"
 #include "text/utf8.h"
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <stdexcept>
 #include <taglib/fileref.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/tag.h>
 #include <taglib/tpropertymap.h>
+#include <unistd.h>
 
 namespace vexo::tools {
 namespace {
@@ -97,6 +103,15 @@ bool ReadFromHeader(const std::string &path, index::Song &song) {
   return true;
 }
 
+/// TagLib does not tell a file that is no audio from one that cannot be read.
+void RequireReadable(const std::string &path) {
+  const files::FileDescriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  char byte = 0;
+  if (!fd || pread(fd.get(), &byte, 1, 0) < 0) {
+    throw std::runtime_error(std::strerror(errno));
+  }
+}
+
 /// Whether TagLib would take long to find out that it does not know the format.
 bool IsUnknownToTagLib(const std::string &type) {
   return type == "aac" || type == "dsf" || type == "dff";
@@ -119,6 +134,7 @@ std::string CleanText(const std::string &bytes) {
 }
 
 std::optional<index::Song> ReadTags(const std::string &path) {
+  RequireReadable(path);
   index::Song song;
   song.path = path;
   song.type = Extension(FileName(path));
