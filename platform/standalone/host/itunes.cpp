@@ -32,7 +32,7 @@ struct iTunesPLNode {
 
 namespace {
 
-void FillRecord(iTunesPlaylist &playlist, std::unique_ptr<iTunesPLNode> node) {
+void FillPlaylist(iTunesPlaylist &playlist, std::unique_ptr<iTunesPLNode> node) {
   playlist = {};
   CopyText(playlist.name, node->name);
   playlist.nodes = node.release();
@@ -121,7 +121,7 @@ int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlayli
     auto node = std::make_unique<iTunesPLNode>();
     node->name = std::move(source->playlist.name);
     node->block = std::move(source->block);
-    FillRecord(*playlist, std::move(node));
+    FillPlaylist(*playlist, std::move(node));
     return 0;
   });
 }
