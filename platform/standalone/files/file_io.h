@@ -9,8 +9,8 @@
 
 namespace vexo::files {
 
-/// How often an edit begins anew because somebody else was quicker. Each time somebody's edit has
-/// succeeded, so the bound is there for what no working machine does.
+/// The most retries of an edit that lost a race. Each lost race is another writer's success, so a
+/// working machine never gets there.
 inline constexpr int kMaxEditAttempts = 10000;
 
 struct stat Facts(int fd, std::string_view name);

@@ -80,9 +80,10 @@ public:
   /// Those whose text holds the keyword, ignoring case. Songs that the named column does not tell
   /// apart come by album, disc, track and id, whatever the direction.
   virtual std::vector<Song> SearchSongs(int owner, const Search &search) = 0;
-  /// `count` different songs, or all when there are fewer: every choice and every order is as
-  /// likely.
+  /// A uniform random sample of `count` distinct songs (all, if fewer), in random order.
   virtual std::vector<Song> RandomSongs(int owner, int count) = 0;
+  /// The songs that a query chooses, of `owner` and, if it says so, of the shared library, in its
+  /// order.
   virtual std::vector<Song> QuerySongs(int owner, const SongQuery &query) = 0;
 
   // Songs, as the scanner keeps them.
@@ -102,8 +103,10 @@ public:
   virtual bool UpdatePlaylist(int owner, int32_t id, const Playlist &values) = 0; ///< false: no row
   virtual bool UpdatePlaylist(int owner, const std::string &old_path, const Playlist &values) = 0;
   virtual bool RemovePlaylist(int owner, int32_t id) = 0; ///< false: no such row
+  /// Those of `owner` that exist, in no promised order.
   virtual std::vector<Playlist> PlaylistsById(int owner, const std::vector<int32_t> &ids) = 0;
   virtual std::optional<Playlist> PlaylistByPath(int owner, const std::string &path) = 0;
+  /// All rows of `owner`, by path.
   virtual std::vector<Playlist> AllPlaylists(int owner) = 0;
   /// Makes one transaction of what `work` does with playlists: nobody else writes meanwhile, and a
   /// throw undoes all of it. kSoon: a power failure may take it back, which saves a sync.

@@ -86,7 +86,7 @@ private:
   int columns_ = 0;
 };
 
-/// The expression itself, or when it is as deep as may be the column that now holds it.
+/// `expression`, or, at maximum depth, the subquery column that now holds its value.
 Expression ConditionTranslator::Shallow(Expression expression) {
   if (expression.depth < kDeepest) {
     return expression;

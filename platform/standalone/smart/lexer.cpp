@@ -32,7 +32,7 @@ struct Sign {
   TokenKind kind;
 };
 
-// A sign that another one begins with comes after it.
+// Longest first: `<=` before `<`.
 constexpr Sign kSigns[] = {
     {"{", TokenKind::kOpenBrace},
     {"}", TokenKind::kCloseBrace},

@@ -26,7 +26,7 @@ namespace vexo::smart {
 
 /// Parentheses and NOTs inside one another, and dates that are counted from dates.
 inline constexpr int kDeepestNesting = 100;
-/// Predicates in one playlist: what it takes to read them stays small.
+/// Predicates in one playlist; bounds memory.
 inline constexpr int kMostPredicates = 10000;
 /// Days, weeks, months or years in a date.
 inline constexpr int64_t kLargestCount = 1000000;

@@ -88,7 +88,7 @@ void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
   Fail(EAGAIN, path);
 }
 
-Viewer FindViewer(const std::string &path) {
+Scope FindScope(const std::string &path) {
   if (path == system::kSharedSmartRules) {
     return {};
   }

@@ -20,13 +20,13 @@ std::optional<std::string> ReadRuleFile(const std::string &path);
 void EditRuleFile(const std::string &path, const files::Edit &edit, bool make);
 
 /// Whose songs the playlists of a file choose from.
-struct Viewer {
+struct Scope {
   int owner = 0;            ///< as in index/media_index.h
   bool with_shared = false; ///< the shared songs besides the owner's
 };
 
 /// Of an account's own file: its personal library, when it has one, and the shared one; of every
 /// other: the shared library.
-Viewer FindViewer(const std::string &path);
+Scope FindScope(const std::string &path);
 
 } // namespace vexo::smart

@@ -33,11 +33,11 @@ std::vector<index::Song> FindSongs(const SmartPlaylist &playlist, const Window &
   if (window.end && *window.end <= window.begin) {
     return {};
   }
-  const Viewer viewer = FindViewer(file);
+  const Scope scope = FindScope(file);
   index::SongQuery query = MakeQuery(playlist, std::time(nullptr));
-  query.with_shared = viewer.with_shared;
+  query.with_shared = scope.with_shared;
   query.limit = window.end.value_or(0);
-  return index::ProcessIndex().QuerySongs(viewer.owner, query);
+  return index::ProcessIndex().QuerySongs(scope.owner, query);
 }
 
 } // namespace

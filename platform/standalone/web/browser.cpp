@@ -27,7 +27,7 @@ std::string_view InternetExplorerVersion(std::string_view agent) {
   return VersionBehind(agent, "rv:"); // as its last version says it
 }
 
-/// The number before the first dot; one beyond all of them when it is none that can be told.
+/// The number before the first dot; INT_MAX for what is no number, or too large for one.
 int MajorOf(std::string_view version) {
   int major = std::numeric_limits<int>::max();
   std::from_chars(version.data(), version.data() + version.size(), major);

@@ -14,8 +14,8 @@ namespace {
 constexpr int64_t kLargestBody = int64_t{64} << 20U;
 constexpr std::size_t kLongestBoundary = 70; // RFC 2046, 5.1.1
 
-/// The length that the client announced: nothing when it is no number or too large. A request
-/// without a length has no body, unless it is one of chunks, which cannot be had without a length.
+/// The length that the client announced: nothing when it is no number or too large. Without
+/// CONTENT_LENGTH there is no body. Chunked requests are refused: CGI has no way to read them.
 std::optional<std::size_t> BodyLength() {
   const std::string_view text = Variable("CONTENT_LENGTH").value_or("");
   if (text.empty()) {

@@ -126,7 +126,8 @@ void ControlSocket::RemoveStale() const {
   }
 }
 
-/// The mode is that of the moment of birth: nobody gets in between.
+/// bind() creates the socket with its final mode (by umask), so it is never reachable with a wider
+/// one.
 void ControlSocket::Bind() {
   const sockaddr_un address = Address(path_);
   const mode_t before = umask(0117);

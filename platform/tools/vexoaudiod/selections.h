@@ -10,7 +10,7 @@
 
 namespace vexo::audiod {
 
-/// A process for good: numbers are used again, but not with the same time of start.
+/// Unique: pids are reused, (pid, start time) is not.
 struct ProcessId {
   pid_t pid;
   uint64_t start_time; ///< in clock ticks since boot

@@ -166,25 +166,25 @@ void Server::Serve(Clients::iterator client) {
   }
   record.append(bytes, static_cast<std::size_t>(count));
   if (count == 0 || record.size() == kRecordSize) {
-    Obey(client);
+    Handle(client);
   }
 }
 
-void Server::Obey(Clients::iterator client) {
-  std::visit([this, client](const auto &command) { Obey(client, command); },
+void Server::Handle(Clients::iterator client) {
+  std::visit([this, client](const auto &command) { Handle(client, command); },
              ParseRecord(client->second.record));
 }
 
-void Server::Obey(Clients::iterator client, const Refusal &command) {
+void Server::Handle(Clients::iterator client, const Refusal &command) {
   Answer(client, ErrorReply(command.reason));
 }
 
-void Server::Obey(Clients::iterator client, const SelectPlayer &command) {
+void Server::Handle(Clients::iterator client, const SelectPlayer &command) {
   const std::optional<ProcessId> process = PeerProcess(client->second.connection.get());
   if (!process.has_value()) {
     Answer(client, ErrorReply("the process that asks is not known"));
   } else if (players_.count(command.player) == 0) {
-    selections_.Forget(*process); // rather none than the one before
+    selections_.Forget(*process); // do not keep the previous selection
     Answer(client, ErrorReply("there is no player " + PlayerName(command.player)));
   } else {
     selections_.Select(*process, command.player, Clock::now());
@@ -192,7 +192,7 @@ void Server::Obey(Clients::iterator client, const SelectPlayer &command) {
   }
 }
 
-void Server::Obey(Clients::iterator client, const GetQueue &command) {
+void Server::Handle(Clients::iterator client, const GetQueue &command) {
   const std::optional<ProcessId> process = PeerProcess(client->second.connection.get());
   const std::optional<int> player =
       process.has_value() ? selections_.Selected(*process, Clock::now()) : std::nullopt;

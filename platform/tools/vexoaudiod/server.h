@@ -38,7 +38,7 @@ public:
   static constexpr std::size_t kMostClients = 256;
   /// A client has sent its record by then, or is dropped.
   static constexpr std::chrono::seconds kReadingTime{5};
-  /// A client does not wait longer for a player than this (nor does the one we know).
+  /// Longest wait for a player; audio_playlist.cgi gives up after the same time.
   static constexpr std::chrono::seconds kWaitingTime{10};
 
   explicit Server(const std::map<int, PlayerSettings> &players);
@@ -68,10 +68,10 @@ private:
   bool MakeRoom();
   void ServeReady(const std::vector<pollfd> &watched);
   void Serve(Clients::iterator client);
-  void Obey(Clients::iterator client);
-  void Obey(Clients::iterator client, const Refusal &command);
-  void Obey(Clients::iterator client, const SelectPlayer &command);
-  void Obey(Clients::iterator client, const GetQueue &command);
+  void Handle(Clients::iterator client);
+  void Handle(Clients::iterator client, const Refusal &command);
+  void Handle(Clients::iterator client, const SelectPlayer &command);
+  void Handle(Clients::iterator client, const GetQueue &command);
   void Answer(Clients::iterator client, const std::string &reply);
   void DeliverReplies();
   void DropLate();

@@ -26,7 +26,7 @@ class Scanner : public ::testing::Test {
 protected:
   void SetUp() override {
     options_.tags = {ReadTags, 2};
-    options_.settled = std::chrono::seconds(0);
+    options_.grace_period = std::chrono::seconds(0);
     fs::create_directory(library_.folder);
   }
 

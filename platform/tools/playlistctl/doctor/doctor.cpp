@@ -62,11 +62,11 @@ std::size_t ExamineHost(const DoctorOptions &options, Output &output) {
     CheckIndex(*index, findings);
     CheckRemovedAccounts(*index, findings);
     for (const Library &library : AllLibraries()) {
-      CheckPlaylists(*index, library, options.settled, findings, output);
+      CheckPlaylists(*index, library, options.grace_period, findings, output);
     }
   }
   CheckTemporaryFiles(FoldersOfWriters(), findings);
-  CheckWorkingFolders(system::kTemporary, options.settled, findings);
+  CheckWorkingFolders(system::kTemporary, options.grace_period, findings);
   return findings.open();
 }
 

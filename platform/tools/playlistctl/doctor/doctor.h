@@ -7,8 +7,8 @@ namespace vexo::tools {
 
 struct DoctorOptions {
   bool repair = false;
-  /// What may only be a request at work is looked at again after this.
-  std::chrono::milliseconds settled{500};
+  /// Grace period: a finding that may be a request in progress is checked again after it.
+  std::chrono::milliseconds grace_period{500};
 };
 
 /// Looks for everything that crashes, or files moved by hand, leave wrong. How many findings

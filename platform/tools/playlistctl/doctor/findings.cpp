@@ -13,7 +13,7 @@ void Findings::Found(const std::string &what, const std::function<void()> &mend)
   }
 }
 
-void Findings::Noticed(const std::string &what, const std::function<void()> &mend) {
+void Findings::Warn(const std::string &what, const std::function<void()> &mend) {
   if (repair_) {
     Mend(what, mend);
   } else {

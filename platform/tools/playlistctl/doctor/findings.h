@@ -14,7 +14,7 @@ public:
   /// `mend` throws when it cannot.
   void Found(const std::string &what, const std::function<void()> &mend);
   /// Something that is mended where it can be done at no cost, but is no sign of damage.
-  void Noticed(const std::string &what, const std::function<void()> &mend);
+  void Warn(const std::string &what, const std::function<void()> &mend);
 
   /// Findings that are still there.
   [[nodiscard]] std::size_t open() const { return open_; }

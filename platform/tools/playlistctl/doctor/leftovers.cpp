@@ -36,8 +36,8 @@ bool IsDownloader(const fs::path &process) {
   return name.starts_with("audio_playlist") || name == "zip";
 }
 
-/// Whether a process works in the folder, or may do so: where a process of somebody else works is
-/// not for everybody to see.
+/// Whether a process works in the folder. Also true for a downloader of another user, whose cwd
+/// cannot be read.
 bool WorksIn(const fs::path &process, const struct stat &folder) {
   struct stat working {};
   if (stat((process / "cwd").c_str(), &working) == 0) {
@@ -103,13 +103,13 @@ void CheckTemporaryFiles(const std::vector<TemporaryFolder> &folders, Findings &
   }
 }
 
-void CheckWorkingFolders(const std::string &folder, std::chrono::milliseconds settled,
+void CheckWorkingFolders(const std::string &folder, std::chrono::milliseconds grace_period,
                          Findings &findings) {
   const std::vector<fs::path> before = UnusedWorkingFolders(folder);
   if (before.empty()) {
     return;
   }
-  std::this_thread::sleep_for(settled);
+  std::this_thread::sleep_for(grace_period);
   for (const fs::path &path : UnusedWorkingFolders(folder)) {
     if (std::find(before.begin(), before.end(), path) != before.end()) {
       findings.Found("a download that was killed has left " + Printable(path),

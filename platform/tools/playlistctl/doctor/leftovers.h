@@ -16,8 +16,8 @@ struct TemporaryFolder {
 void CheckTemporaryFiles(const std::vector<TemporaryFolder> &folders, Findings &findings);
 
 /// The working directories of downloads in `folder` that no process works in. A download makes its
-/// directory a moment before it enters it, so they are looked at twice, `settled` apart.
-void CheckWorkingFolders(const std::string &folder, std::chrono::milliseconds settled,
+/// directory a moment before it enters it, so they are looked at twice, `grace_period` apart.
+void CheckWorkingFolders(const std::string &folder, std::chrono::milliseconds grace_period,
                          Findings &findings);
 
 /// Every folder that files are written to durably.

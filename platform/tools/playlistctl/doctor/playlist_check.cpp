@@ -38,7 +38,7 @@ bool IsThere(const Library &library) {
 
 /// What differs now and did so a while ago.
 std::vector<PlaylistDifference> LastingDifferences(index::MediaIndex &index, const Library &library,
-                                                   std::chrono::milliseconds settled,
+                                                   std::chrono::milliseconds grace_period,
                                                    Output &output) {
   std::set<std::string> before;
   for (const PlaylistDifference &difference : ComparePlaylists(index, library, output)) {
@@ -47,7 +47,7 @@ std::vector<PlaylistDifference> LastingDifferences(index::MediaIndex &index, con
   if (before.empty()) {
     return {};
   }
-  std::this_thread::sleep_for(settled);
+  std::this_thread::sleep_for(grace_period);
   std::vector<PlaylistDifference> differences = ComparePlaylists(index, library, output);
   std::erase_if(differences, [&](const auto &d) { return !before.contains(Describe(d)); });
   return differences;
@@ -58,15 +58,15 @@ void FailWithoutFiles() { throw std::runtime_error("nothing is done without its 
 } // namespace
 
 void CheckPlaylists(index::MediaIndex &index, const Library &library,
-                    std::chrono::milliseconds settled, Findings &findings, Output &output) {
+                    std::chrono::milliseconds grace_period, Findings &findings, Output &output) {
   if (!IsThere(library) && !index.AllPlaylists(library.owner).empty()) {
     return findings.Found(library.name + ": " + Printable(library.folder) +
                               " is empty or cannot be read",
                           FailWithoutFiles);
   }
   try {
-    for (const auto &difference : LastingDifferences(index, library, settled, output)) {
-      const auto report = difference.kind == Kind::kFacts ? &Findings::Noticed : &Findings::Found;
+    for (const auto &difference : LastingDifferences(index, library, grace_period, output)) {
+      const auto report = difference.kind == Kind::kFacts ? &Findings::Warn : &Findings::Found;
       (findings.*report)(library.name + ": " + Describe(difference), [&] {
         if (!MendPlaylist(index, difference)) {
           throw std::runtime_error("the file or the row was moved or removed meanwhile");

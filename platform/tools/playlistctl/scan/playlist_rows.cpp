@@ -147,7 +147,7 @@ void FindOverwritten(std::vector<PlaylistDifference> &moves, const Matching &mat
   }
 }
 
-/// What was told of a folder is not told twice.
+/// Drops messages that the first walk of the folder has printed already.
 class NoOutput : public Output {
 public:
   void Line(const std::string & /*text*/) override {}
@@ -162,19 +162,19 @@ auto KeyOf(const PlaylistDifference &difference) {
   return std::tuple(difference.kind, difference.row.id, difference.mended.path);
 }
 
-/// Waits until the youngest file has been left alone for `settled`.
+/// Waits until the youngest file has been left alone for `grace_period`.
 void WaitUntilSettled(const std::vector<PlaylistDifference> &differences,
-                      std::chrono::seconds settled) {
+                      std::chrono::seconds grace_period) {
   const int64_t now = std::time(nullptr);
   int64_t youngest = 0;
   for (const PlaylistDifference &difference : differences) {
     const auto file = FindFile(difference.mended.path);
     youngest = std::max(youngest, file ? std::min(file->time_changed, now) : 0);
   }
-  std::this_thread::sleep_for(std::chrono::seconds(youngest - now) + settled);
+  std::this_thread::sleep_for(std::chrono::seconds(youngest - now) + grace_period);
 }
 
-/// What differs now, and did so before it had settled.
+/// What differs now, and did so before the grace period.
 std::vector<PlaylistDifference> Lasting(index::MediaIndex &index, const Library &library,
                                         const std::vector<PlaylistDifference> &before) {
   std::set<decltype(KeyOf(before.front()))> keys;
@@ -296,7 +296,7 @@ bool MendPlaylist(index::MediaIndex &index, const PlaylistDifference &difference
 }
 
 PlaylistChanges UpdatePlaylistRows(index::MediaIndex &index, const Library &library,
-                                   std::chrono::seconds settled, Output &output) {
+                                   std::chrono::seconds grace_period, Output &output) {
   PlaylistChanges changes;
   try {
     std::vector<PlaylistDifference> found = ComparePlaylists(index, library, output);
@@ -309,7 +309,7 @@ PlaylistChanges UpdatePlaylistRows(index::MediaIndex &index, const Library &libr
     if (found.empty()) {
       return changes;
     }
-    WaitUntilSettled(found, settled);
+    WaitUntilSettled(found, grace_period);
     for (const PlaylistDifference &difference : Lasting(index, library, found)) {
       if (MendPlaylist(index, difference)) {
         ++(difference.kind == Kind::kNew ? changes.added : changes.moved);

@@ -47,9 +47,9 @@ struct PlaylistChanges {
 };
 
 /// Gives playlist files without a row their row, and rows whose file was renamed its path. Rows
-/// without a file stay: it may be back soon. A file that changed less than `settled`
+/// without a file stay: it may be back soon. A file that changed less than `grace_period`
 /// ago is waited for: a request may be about to write its row.
 PlaylistChanges UpdatePlaylistRows(index::MediaIndex &index, const Library &library,
-                                   std::chrono::seconds settled, Output &output);
+                                   std::chrono::seconds grace_period, Output &output);
 
 } // namespace vexo::tools

@@ -159,7 +159,8 @@ ScanResult ScanLibrary(index::MediaIndex &index, const Library &library, const S
   }
   SongScan(index, library, options, output, result).Run(*walk, songs);
   accounts::MakePlaylistsFolderIfMissing(library.folder);
-  const PlaylistChanges playlists = UpdatePlaylistRows(index, library, options.settled, output);
+  const PlaylistChanges playlists =
+      UpdatePlaylistRows(index, library, options.grace_period, output);
   result.playlists_added = playlists.added;
   result.playlists_renamed = playlists.moved;
   return result;

@@ -16,7 +16,7 @@ struct ScanOptions {
   bool forget_all = false;
   /// How long a playlist file must have been left alone before it is given a row: the program that
   /// made it may be about to do that.
-  std::chrono::seconds settled{1};
+  std::chrono::seconds grace_period{1};
 };
 
 struct ScanResult {

@@ -25,8 +25,8 @@ using files::FileDescriptor;
 
 constexpr std::size_t kLargestPacket = std::size_t{64} * 1024;
 
-/// One packet, or nothing when the other side is gone. That it went without reading all that it was
-/// sent is reported once, before the packets that it sent itself (ECONNRESET).
+/// One packet, or nothing when the peer is gone. If it died with unread input, recv() fails with
+/// ECONNRESET once; its remaining packets follow.
 std::optional<std::string> Receive(int fd) {
   std::string packet(kLargestPacket, '\0');
   ssize_t size = 0;
