@@ -123,9 +123,9 @@ int SearchFieldFromName(const char *category) {
     std::string_view name;
     int code;
   };
-  constexpr std::array<Field, 5> fields = {
+  constexpr std::array<Field, 5> kFields = {
       {{"title", 1}, {"artist", 2}, {"album", 3}, {"genre", 6}, {"all", 8}}};
-  for (const Field &field : fields) {
+  for (const Field &field : kFields) {
     if (category != nullptr && field.name == category) {
       return field.code;
     }
