@@ -14,6 +14,8 @@ from pathlib import Path
 
 source, build = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()
 passed_file = build / "tidy.json"
+configuration = b"".join(path.read_bytes() for path in [
+    source / ".clang-tidy", *sorted((source / "platform").rglob(".clang-tidy"))])
 
 
 def commands():
@@ -39,7 +41,7 @@ def dependencies():
 
 def fingerprint(entry, files):
     digest = hashlib.sha256(entry["command"].encode())
-    digest.update((source / ".clang-tidy").read_bytes())
+    digest.update(configuration)
     for name in sorted(files):
         status = os.stat(build / name)
         digest.update(f"{name} {status.st_size} {status.st_mtime_ns}\n".encode())
