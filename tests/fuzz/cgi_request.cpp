@@ -87,7 +87,7 @@ void AdmitRequest(std::string_view bytes) {
   unsetenv("CONTENT_TYPE");
   vexo::web::Parameters parameters;
   if (vexo::web::RefusalOfRequest() || !parameters.Load() ||
-      vexo::web::RefusalOfAction(parameters)) {
+      vexo::web::RefusalOfAction(parameters, std::nullopt)) {
     return;
   }
   const std::string method(vexo::web::Variable("REQUEST_METHOD").value_or("GET"));

@@ -71,7 +71,7 @@ TEST(LogLines, SayTheErrorThatTheCallerSaw) {
 }
 
 TEST(LogLines, EndWhereTheMessageEndsItself) {
-  EXPECT_EQ(LoggedBy([] { syslog(LOG_ERR, "list = [%p]\n", nullptr); }), "test: list = [(nil)]\n");
+  EXPECT_EQ(LoggedBy([] { syslog(LOG_ERR, "list = [%d]\n", 7); }), "test: list = [7]\n");
 }
 
 TEST(LogLines, AreCutWhenTheyAreTooLong) {

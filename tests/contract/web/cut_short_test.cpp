@@ -12,12 +12,12 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-constexpr const char *kAnswer =
+constexpr const char *kCutShortAnswer =
     "{\"error\":{\"key\":\"error_system\",\"line\":0,\"section\":\"common\"},\"success\":false}\n";
 
-class Handler : public ActionHandler {
+class EndlessHandler : public ActionHandler {
 public:
-  explicit Handler(std::function<void()> action) : action_(std::move(action)) {}
+  explicit EndlessHandler(std::function<void()> action) : action_(std::move(action)) {}
   int Process() override {
     action_();
     return 1;
@@ -37,7 +37,8 @@ protected:
   static Ended Run(const std::function<void()> &action) {
     WriteBytes(vexo::system::kConfigFile, "[limits]\ncpu_seconds = 1\n");
     ::testing::internal::CaptureStderr();
-    const CgiAnswer answer = RunCgi({}, [&]() noexcept { return Handler(action).Process(); });
+    const CgiAnswer answer =
+        RunCgi({}, [&]() noexcept { return EndlessHandler(action).Process(); });
     return {answer, ::testing::internal::GetCapturedStderr()};
   }
 };
@@ -51,7 +52,7 @@ protected:
 void ExpectAnswer(const Ended &ended) {
   EXPECT_EQ(ended.answer.status, 1);
   EXPECT_THAT(ended.answer.Headers(), StartsWith("Status: 500 Internal Server Error\r\n"));
-  EXPECT_EQ(ended.answer.Body(), kAnswer);
+  EXPECT_EQ(ended.answer.Body(), kCutShortAnswer);
 }
 
 TEST_F(CutShort, ARequestThatUsesUpItsTimeIsAnswered) {
