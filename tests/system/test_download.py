@@ -5,6 +5,7 @@ import io
 import os
 import signal
 import socket
+import subprocess
 import time
 import unittest
 import zipfile
@@ -449,11 +450,28 @@ class LargeDownloadTest(DownloadTest):
     def test_a_song_that_cannot_be_opened_ends_the_archive_visibly_broken(self):
         song = LIBRARY / "loop.mp3"
         song.symlink_to(song)
+        with self.request(id_info_list=objects(self.songs[0], song, self.tracks[1])) as client:
+            end = self.end_of(client)
+        self.assertNotIn(b"PK\x05\x06", end)
+        self.assertNotIn(b"{}", end)
         answer = self.download(id_info_list=objects(self.tracks[0], song, self.tracks[1]))
-        self.assertIn(Path(self.tracks[0]).read_bytes(), answer.body)
-        self.assertNotIn(b"PK\x05\x06", answer.body)
-        self.assertNotIn(b"{}", answer.body)
+        self.assertEqual((answer.status, answer.json), (500, {}))
         self.assertIn("cannot read loop.mp3", self.server.log())
+        self.assert_nothing_is_left()
+
+    def test_a_broken_archive_breaks_the_connection(self):
+        song = LIBRARY / "again.mp3"
+        song.symlink_to(song)
+        ok, http_error, partial_file = 0, 22, 18
+        for songs, status in ((self.tracks[:2], ok), ([*self.tracks[:2], song], http_error),
+                              ([self.songs[0]] * 2 + [self.tracks[0]], ok),
+                              ([self.songs[0], song], partial_file)):
+            with self.subTest(songs):
+                body = encode({"action": "download", "id_info_list": objects(*songs)})
+                done = subprocess.run(
+                    ["curl", "-s", "-f", "-u", f"{ANNA}:{PASSWORD}", "-d", body, "-o", os.devnull,
+                     f"http://127.0.0.1:{self.server.port}/audio_playlist.cgi"], check=False)
+                self.assertEqual(done.returncode, status)
         self.assert_nothing_is_left()
 
     def test_memory_does_not_grow_with_the_files(self):

@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/sendfile.h>
 #include <unistd.h>
 
@@ -65,6 +67,45 @@ void EnlargePipe(int pipe) {
   static_cast<void>(fcntl(pipe, F_SETPIPE_SZ, static_cast<int>(kChunkBytes)));
 }
 
+ssize_t MoveFromPipe(int pipe, std::size_t most_bytes) {
+  return MoveChunk(pipe, most_bytes, [&] {
+    return splice(pipe, nullptr, STDOUT_FILENO, nullptr, most_bytes, SPLICE_F_MOVE);
+  });
+}
+
+/// Sends what waits in the pipe as one chunk. As sendfile().
+ssize_t SendChunk(int pipe) {
+  int waiting = 0;
+  if (ioctl(pipe, FIONREAD, &waiting) != 0 || waiting <= 0) {
+    return waiting;
+  }
+  const auto size = std::min(static_cast<std::size_t>(waiting), kChunkBytes);
+  const std::string head = ChunkHead(size);
+  if (!WriteAll(head.data(), head.size())) {
+    return -1;
+  }
+  for (std::size_t left = size; left > 0;) {
+    const ssize_t count = MoveFromPipe(pipe, left);
+    if (count <= 0) {
+      return -1;
+    }
+    left -= static_cast<std::size_t>(count);
+  }
+  return WriteAll("\r\n", 2) ? static_cast<ssize_t>(size) : -1;
+}
+
+/// Calls `send`, which is as sendfile(), whenever bytes have come, until the end.
+template <typename Send> bool SendPieces(int pipe, const Send &send) {
+  EnlargePipe(STDOUT_FILENO);
+  while (WaitForBytes(pipe)) {
+    const ssize_t count = send();
+    if (count <= 0) {
+      return count == 0;
+    }
+  }
+  return false;
+}
+
 } // namespace
 
 BrokenPipeIgnored::BrokenPipeIgnored() {
@@ -90,16 +131,34 @@ bool SendFileBody(int file, uint64_t size_bytes) {
 }
 
 bool SendPipeBody(int pipe) {
-  EnlargePipe(STDOUT_FILENO);
-  while (WaitForBytes(pipe)) {
-    const ssize_t count = MoveChunk(pipe, kChunkBytes, [&] {
-      return splice(pipe, nullptr, STDOUT_FILENO, nullptr, kChunkBytes, SPLICE_F_MOVE);
-    });
-    if (count <= 0) {
-      return count == 0;
+  return SendPieces(pipe, [pipe] { return MoveFromPipe(pipe, kChunkBytes); });
+}
+
+std::optional<std::string> ReadAhead(int pipe, std::size_t most_bytes) {
+  std::string bytes(most_bytes, '\0');
+  std::size_t size = 0;
+  while (size < most_bytes) {
+    if (!WaitForBytes(pipe)) {
+      return std::nullopt;
     }
+    const ssize_t count = read(pipe, bytes.data() + size, most_bytes - size);
+    if (count <= 0 && !(count < 0 && errno == EINTR)) {
+      break;
+    }
+    size += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
   }
-  return false;
+  bytes.resize(size);
+  return bytes;
+}
+
+std::string ChunkHead(std::size_t size_bytes) {
+  std::array<char, 24> head{};
+  std::snprintf(head.data(), head.size(), "%zx\r\n", size_bytes);
+  return head.data();
+}
+
+bool SendPipeAsChunks(int pipe) {
+  return SendPieces(pipe, [pipe] { return SendChunk(pipe); });
 }
 
 void CutAnswer() {

@@ -3,6 +3,8 @@
 
 #include <csignal>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 namespace vexo::web {
 
@@ -24,6 +26,15 @@ private:
 /// Sends what comes through a pipe until its end, and notices a client that goes away even while
 /// nothing comes. False: the client is gone.
 [[nodiscard]] bool SendPipeBody(int pipe);
+
+/// Reads up to `most_bytes` bytes of a pipe, fewer at its end. Nothing: the client is gone.
+[[nodiscard]] std::optional<std::string> ReadAhead(int pipe, std::size_t most_bytes);
+
+/// The line before so many bytes of a chunk (RFC 9112, 7.1).
+std::string ChunkHead(std::size_t size_bytes);
+
+/// As SendPipeBody(), but in chunks, and without the last one.
+[[nodiscard]] bool SendPipeAsChunks(int pipe);
 
 /// After a body that broke off nothing more may follow: what is printed from now on goes nowhere.
 void CutAnswer();
