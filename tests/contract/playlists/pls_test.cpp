@@ -10,8 +10,6 @@
 namespace vexo::playlists {
 namespace {
 
-using Positions = std::vector<std::size_t>;
-
 std::vector<std::string> PathsIn(std::string_view content) {
   std::vector<std::string> paths;
   const PlsList list(content);

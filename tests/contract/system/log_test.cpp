@@ -14,8 +14,6 @@ extern "C" void __vsyslog_chk(int priority, int flag, const char *format, va_lis
 namespace vexo::system {
 namespace {
 
-using ::testing::EndsWith;
-
 constexpr const char *kForged = "x\nOct 1 host su: \x1B[2J\\";
 constexpr const char *kEscaped = "x\\x0aOct 1 host su: \\x1b[2J\\\\";
 

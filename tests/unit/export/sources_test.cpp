@@ -2,7 +2,6 @@
 #include <syslog.h>
 
 using recording::Song;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -7,7 +7,6 @@
 namespace {
 
 using ::testing::Each;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr float kTenValues[10] = {0, 1, -1.25F, 2.55F, 10, 12.34F, -0.04F, 100, 0.95F, 3};
