@@ -10,7 +10,7 @@
 namespace vexo::playlists {
 namespace {
 
-std::vector<std::string> PathsIn(std::string_view content) {
+std::vector<std::string> PlsPathsIn(std::string_view content) {
   std::vector<std::string> paths;
   const PlsList list(content);
   for (const PlsEntry &entry : list.entries()) {
@@ -48,7 +48,7 @@ TEST(Pls, LinesThatCannotBeReadArePassedOver) {
                            "Filex=x", "=x", "File3", "File3=", "Title3=x", "Length3=x", "\xFF=\xFF",
                            "[playlist]", ";File3=x", too_long.c_str()}) {
     const std::string content = std::string("[playlist]\nFile2=/b\n") + line + "\n";
-    EXPECT_EQ(PathsIn(content), std::vector<std::string>{"/b"}) << line;
+    EXPECT_EQ(PlsPathsIn(content), std::vector<std::string>{"/b"}) << line;
   }
 }
 
@@ -60,7 +60,7 @@ TEST(Pls, OfTooManyEntriesIsRefused) {
   const PlsList list(content);
   EXPECT_EQ(list.entries().size(), kMaxEntries);
   EXPECT_THROW((void)list.Spliced(0, 0, {{"/n", "", 0}}), UnreadableError);
-  EXPECT_EQ(PathsIn(list.Spliced(0, 1, {{"/n", "", 0}})).front(), "/n");
+  EXPECT_EQ(PlsPathsIn(list.Spliced(0, 1, {{"/n", "", 0}})).front(), "/n");
   EXPECT_THROW(PlsList(content + "Title100001=a\n"), UnreadableError);
 }
 
@@ -97,12 +97,12 @@ TEST(PlsEdits, AppendingCountsAndTouchesNoOtherByte) {
   }
 }
 
-constexpr std::string_view kForeign =
+constexpr std::string_view kForeignPls =
     "\xEF\xBB\xBF[playlist]\r\nX-Mine=1\r\nFile1=/a\r\nTitle1=A\r\nLength1=1\r\n; two\r\n"
     "File2=/b\r\nTitle2=B\xE9\r\nfile3 = /c\r\nNumberOfEntries=3\r\nVersion=2\r\n";
 
 TEST(PlsEdits, RemovingRenumbersWhatFollows) {
-  const PlsList list(kForeign);
+  const PlsList list(kForeignPls);
   EXPECT_EQ(list.Reduced({0}),
             "\xEF\xBB\xBF[playlist]\r\nX-Mine=1\r\n; two\r\nFile1=/b\r\nTitle1=B\xE9\r\n"
             "file2 = /c\r\nNumberOfEntries=2\r\nVersion=2\r\n");
@@ -111,11 +111,11 @@ TEST(PlsEdits, RemovingRenumbersWhatFollows) {
             "NumberOfEntries=1\r\nVersion=2\r\n");
   EXPECT_EQ(list.Reduced({0, 1, 2}), "\xEF\xBB\xBF[playlist]\r\nX-Mine=1\r\n; two\r\n"
                                      "NumberOfEntries=0\r\nVersion=2\r\n");
-  EXPECT_EQ(list.Reduced({}), kForeign);
+  EXPECT_EQ(list.Reduced({}), kForeignPls);
 }
 
 TEST(PlsEdits, SplicingPutsSongsInThePlaceOfOthers) {
-  const PlsList list(kForeign);
+  const PlsList list(kForeignPls);
   EXPECT_EQ(list.Spliced(1, 2, {{"/x", "", 0}, {"/y", "Y", 0}}),
             "\xEF\xBB\xBF[playlist]\r\nX-Mine=1\r\nFile1=/a\r\nTitle1=A\r\nLength1=1\r\n"
             "File2=/x\nFile3=/y\nTitle3=Y\nLength3=-1\n; two\r\n"
@@ -123,7 +123,7 @@ TEST(PlsEdits, SplicingPutsSongsInThePlaceOfOthers) {
   EXPECT_EQ(list.Spliced(0, 3, {{"/x", "", 0}}),
             "\xEF\xBB\xBF[playlist]\r\nX-Mine=1\r\nFile1=/x\n; two\r\n"
             "NumberOfEntries=1\r\nVersion=2\r\n");
-  EXPECT_EQ(list.Spliced(3, 3, {}), kForeign);
+  EXPECT_EQ(list.Spliced(3, 3, {}), kForeignPls);
 }
 
 TEST(PlsEdits, LikeEditsOfAPlainList) {
@@ -148,7 +148,7 @@ TEST(PlsEdits, LikeEditsOfAPlainList) {
                                  {{"/x", "X", 0}, {"/y", "", 0}});
     list.erase(list.begin() + first, list.begin() + last);
     list.insert(list.begin() + first, {"/x", "/y"});
-    ASSERT_EQ(PathsIn(spliced), list) << content;
+    ASSERT_EQ(PlsPathsIn(spliced), list) << content;
     EXPECT_NE(spliced.find("NumberOfEntries=" + std::to_string(list.size()) + "\n"),
               std::string::npos);
   }
