@@ -2,14 +2,22 @@
 
 #include "text/utf8.h"
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <malloc.h>
 #include <new>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace vexo::host {
 
 namespace {
+
+/// A song's node, and what it takes before it is one.
+constexpr std::size_t kBytesOfSong = sizeof(VEXOPlaylistRec) + 1024;
 
 bool IsInsideCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
@@ -125,6 +133,33 @@ std::vector<playlists::NewEntry> NewEntries(const VEXOPlaylistRec *songs, std::s
   return entries;
 }
 
+void ReserveSongs(std::size_t count) noexcept {
+  constexpr std::size_t kHugePage = std::size_t{2} << 20;
+  constexpr std::size_t kMost = std::size_t{1} << 30;
+  constexpr int kLargestPiece = 32 << 20; // what malloc() takes from the heap, and no more
+  constexpr int kUsualStep = 128 << 10;
+  static std::size_t reserved = 0;
+  const std::size_t size = std::min(count * kBytesOfSong, kMost);
+  if (size < 2 * kHugePage || size <= reserved) {
+    return;
+  }
+  reserved = size;
+  // The heap grows by the padding when a piece does not fit; then the kernel is asked for huge
+  // pages there, which only some systems give unasked. Where malloc() is another one, nothing
+  // grows.
+  mallopt(M_MMAP_THRESHOLD, kLargestPiece);
+  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+  mallopt(M_TOP_PAD, static_cast<int>(size));
+  const auto end = [] { return reinterpret_cast<std::uintptr_t>(sbrk(0)); };
+  const std::uintptr_t first = (end() + kHugePage - 1) / kHugePage * kHugePage;
+  void *volatile piece = std::malloc(kHugePage);
+  std::free(piece);
+  if (first < end()) {
+    madvise(reinterpret_cast<void *>(first), end() - first, MADV_HUGEPAGE);
+  }
+  mallopt(M_TOP_PAD, kUsualStep);
+}
+
 SongList MakeSongList(const std::vector<index::Song> &songs) {
   return MakeSongList(songs.size(), [&](__tag_VEXO_MEDIA_INFO &record, std::size_t position) {
     FillRecord(record, songs[position]);
@@ -140,6 +175,7 @@ SongList MakeSongList(const playlists::EntrySongs &songs) {
 SongList
 MakeSongList(std::size_t count,
              const std::function<void(__tag_VEXO_MEDIA_INFO &record, std::size_t position)> &fill) {
+  ReserveSongs(count);
   SongList list;
   VEXOPlaylistRec *last = nullptr;
   for (std::size_t position = 0; position < count; ++position) {

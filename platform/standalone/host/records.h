@@ -46,6 +46,11 @@ struct SongListFree {
 };
 using SongList = std::unique_ptr<VEXOPlaylistRec, SongListFree>;
 
+/// Makes room for a list of `count` songs. Ten thousand of them take 55 MB; to be given these in
+/// small pages, one by one, takes longer than looking the songs up. Best called before the look-up,
+/// whose result then comes out of the same room.
+void ReserveSongs(std::size_t count) noexcept;
+
 /// The songs as a list, in their order; null for none. Throws std::bad_alloc.
 SongList MakeSongList(const std::vector<index::Song> &songs);
 SongList MakeSongList(const playlists::EntrySongs &songs);
