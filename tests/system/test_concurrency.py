@@ -5,7 +5,7 @@ import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from server import KINDS, ServerTest, examine, songs_of
+from server import KINDS, SHARED, ServerTest, examine, songs_of
 
 
 def at_once(count, work):
@@ -40,6 +40,31 @@ class Adds(ServerTest):
                 errors = {answer.error for answer in answers if not answer.success}
                 self.assertEqual(errors, {"playlist/playlist_name_exist"})
                 self.assertEqual(len(songs_of(kind.file("one"))), 4)
+        self.assertEqual(examine(), "")
+
+
+class Appends(ServerTest):
+    APPENDS, RENAMES = 150, 25
+
+    def test_all_that_race_renames_succeed_once(self):
+        id_ = self.server.add(SHARED, "name 0", []).id
+        left = iter(range(1, self.RENAMES + 1))
+        turn = threading.Lock()
+
+        def work(number):
+            if number % 7 == 0:
+                with turn:
+                    name = next(left, None)
+                    if name is not None:
+                        return self.server.ask("saveplsname", id=id_, name=f"name {name}")
+            return self.server.ask("addsongs", playlist=id_,
+                                   id_info_list=[{"res": f"http://song/{number}"}])
+
+        answers = at_once(self.APPENDS + self.RENAMES, work)
+        self.assertEqual({answer.body for answer in answers if not answer.success}, set())
+        songs = songs_of(SHARED.file(f"name {self.RENAMES}"))
+        self.assertEqual(len(songs), self.APPENDS)
+        self.assertEqual(len(set(songs)), self.APPENDS)
         self.assertEqual(examine(), "")
 
 

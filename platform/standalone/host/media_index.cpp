@@ -7,6 +7,7 @@
 #include "index/media_index.h"
 #include "playlists/rows.h"
 #include "playlists/seen_files.h"
+#include "playlists/settled_rows.h"
 #include "system/config.h"
 #include "text/numbers.h"
 #include <cstdlib>
@@ -66,7 +67,7 @@ RowList MakeRow(const Playlist &row, RowList rest) {
 /// The rows with `ids`, each once, in the order of the ids.
 RowList FindRows(int owner, const std::vector<int32_t> &ids) {
   std::unordered_map<int32_t, Playlist> rows;
-  for (Playlist &row : ProcessIndex().PlaylistsById(owner, ids)) {
+  for (Playlist &row : playlists::FindSettledRows(owner, ids)) {
     rows.emplace(row.id, std::move(row));
   }
   std::vector<Playlist> ordered;
@@ -92,6 +93,7 @@ int VEXOMusicListGetByID(const char *library, int userId, VEXOPlaylistRec **head
   return GuardedRead(-1, [&] {
     const int owner = LibraryOwner(library, userId);
     const std::vector<int32_t> numbers = ParseIds(ViewOf(ids));
+    ReserveSongs(numbers.size());
     *head = MakeSongList(ProcessIndex().SongsById(owner, numbers)).release();
     return 0;
   });
@@ -122,7 +124,9 @@ VEXOMediaCursor *AudioInfoDBOpen(const char *library, int userId, int table, con
     }
     auto cursor = std::make_unique<VEXOMediaCursor>();
     const int owner = LibraryOwner(library, userId);
-    cursor->rows = ProcessIndex().PlaylistsById(owner, {ParseIdQuery(ViewOf(query))});
+    if (auto row = playlists::HoldRow(owner, ParseIdQuery(ViewOf(query)))) {
+      cursor->rows.push_back(*std::move(row));
+    }
     return cursor.release();
   });
 }
@@ -193,7 +197,7 @@ int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *b
 int VEXOPlaylistPathGet(const char *library, int userId, int playlistId, char *buffer, int size) {
   return GuardedRead(-1, [&] {
     const int owner = LibraryOwner(library, userId);
-    const auto rows = ProcessIndex().PlaylistsById(owner, {playlistId});
+    const auto rows = playlists::FindSettledRows(owner, {playlistId});
     return rows.empty() ? -1 : CopiedOut(rows.front().path, buffer, size);
   });
 }

@@ -4,6 +4,7 @@
 #include "playlists/patience.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/seen_files.h"
+#include "playlists/settled_rows.h"
 #include "system/log.h"
 #include <array>
 #include <ctime>
@@ -170,11 +171,14 @@ bool RefreshRow(int owner, int32_t id, const index::Playlist &values) {
     }
     return TakeFileFacts(row);
   };
-  while (!RewriteRow(owner, id, refresh)) {
+  bool is_written = RewriteRow(owner, id, refresh);
+  ReleaseRow();
+  while (!is_written) {
     if (is_settled || !FindRow(owner, id)) {
       return false;
     }
     is_settled = !patience.Wait();
+    is_written = RewriteRow(owner, id, refresh);
   }
   return true;
 }
