@@ -216,13 +216,13 @@ def cgi_environment(user, body):
     }
 
 
-def cgi(user, wrapper=(), **parameters):
+def cgi(user, wrapper=(), program="audio_playlist.cgi", **parameters):
     """Runs the program without a web server, below the command `wrapper` (strace, prlimit).
 
     Gives its exit status (negative: the signal that ended it), and its answer, None without one.
     """
     body = encode(parameters).encode()
-    done = subprocess.run([*map(str, wrapper), str(BIN / "audio_playlist.cgi")], input=body,
+    done = subprocess.run([*map(str, wrapper), str(BIN / program)], input=body,
                           env=cgi_environment(user, body), stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, cwd=ROOT / "www", timeout=120, check=False)
     _, _, answer = done.stdout.partition(b"\n\n")
