@@ -78,6 +78,9 @@ Change Replacing(std::span<const NewEntry> songs) {
   return [text = M3uEntries(songs), edited = std::string(),
           kept = KeptContent()](std::string_view bytes, const std::string &path) mutable {
     try {
+      if (bytes.empty()) {
+        return std::optional(NewPlaylist(path, text, edited));
+      }
       PlaylistContent &content = kept.Read(bytes, path);
       return std::optional(content.Spliced(0, content.size(), text));
     } catch (const UnreadableError &) {

@@ -66,7 +66,10 @@ void Finish(const HeldBack &held) {
     return;
   }
   RequireThatReadsSucceeded(held.path);
-  if (!ChangeFile(held.path, Replacing({}))) {
+  const Change change = Replacing({});
+  if (!files::EditPiecesDurably(
+          held.path, [&](std::string_view content) { return change(content, held.path); },
+          files::WhenTooLarge::kGiveNothing)) {
     throw std::runtime_error("renamed or deleted meanwhile: " + held.path);
   }
   RefreshRowsOf(held.path);

@@ -2,6 +2,7 @@
 #include "contract/playlists/playlists_test.h"
 #include "files/durable_file.h"
 #include "playlists/playlist_text.h"
+#include "playlists/write_playlist.h"
 #include "support/faults.h"
 #include <array>
 #include <limits>
@@ -340,6 +341,10 @@ TEST_P(Edits, OfAFileThatIsTooLargeFailAndWritingReplacesIt) {
   EXPECT_EQ(fs::file_size(path_), files::kMaxFileBytes + 1);
   EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs({"/c"}).get(), path_.c_str()), 0);
   EXPECT_EQ(ReadBytes(path_), M3u({"/c"}));
+  fs::resize_file(path_, files::kMaxFileBytes + 1);
+  EXPECT_EQ(VEXOWriteMusicPlaylist(nullptr, path_.c_str()), 0);
+  EXPECT_TRUE(FinishWriting());
+  EXPECT_EQ(ReadBytes(path_), M3u({}));
 }
 
 TEST_P(Edits, NeverMakeAListThatIsTooLongToRead) {
