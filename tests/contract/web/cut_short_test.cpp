@@ -18,7 +18,8 @@ constexpr const char *kCutShortAnswer =
 class EndlessHandler : public ActionHandler {
 public:
   explicit EndlessHandler(std::function<void()> action) : action_(std::move(action)) {}
-  int Process() override {
+  /// No exception leaves it, as none has anybody to take it above the program's main().
+  int Process() noexcept override {
     action_();
     return 1;
   }
@@ -37,8 +38,7 @@ protected:
   static Ended Run(const std::function<void()> &action) {
     WriteBytes(vexo::system::kConfigFile, "[limits]\ncpu_seconds = 1\n");
     ::testing::internal::CaptureStderr();
-    const CgiAnswer answer =
-        RunCgi({}, [&]() noexcept { return EndlessHandler(action).Process(); });
+    const CgiAnswer answer = RunCgi({}, [&] { return EndlessHandler(action).Process(); });
     return {answer, ::testing::internal::GetCapturedStderr()};
   }
 };
