@@ -41,7 +41,7 @@ ALLOWED = {
 
 # What is in every system: POSIX, Linux and the C library.
 SYSTEM = re.compile(r"^(sys|linux|netinet|arpa)/|^(dirent|dlfcn|fcntl|fnmatch|ftw|getopt|glob|grp|"
-                    r"iconv|libgen|limits|paths|poll|pthread|pwd|sched|signal|spawn|strings|syslog|"
+                    r"iconv|libgen|limits|malloc|paths|poll|pthread|pwd|sched|signal|spawn|strings|syslog|"
                     r"termios|unistd|utime|crypt)\.h$|^std\w+\.h$|^[a-z_]+$")
 
 
