@@ -126,23 +126,26 @@ class Formats(ServerTest):
         outside = LIBRARY / "outside.m3u"
         outside.write_text("http://radio/secret\n")
         self.assertTrue(self.server.add(PERSONAL, "hers", [{"res": "http://radio/secret"}]).success)
-        for kind, target in ((SHARED, secrets), (PERSONAL, secrets), (PREFERENCE, secrets),
-                             (SHARED, outside), (PREFERENCE, PERSONAL.file("hers"))):
+        targets = ((SHARED, secrets), (PERSONAL, secrets), (PREFERENCE, secrets), (SHARED, outside),
+                   (PREFERENCE, PERSONAL.file("hers")))
+        for number, (kind, target) in enumerate(targets):
             with self.subTest(f"{kind.name} to {target}"):
-                id_ = self.put(kind, "link", b"")
-                kind.file("link").unlink()
-                kind.file("link").symlink_to(target)
+                name = f"link {number}"
+                id_ = self.put(kind, name, b"")
+                kind.file(name).unlink()
+                kind.file(name).symlink_to(target)
                 before = target.read_bytes()
                 self.assertEqual(self.download(kind, id_), [])
                 answer = self.ask(kind, "duplicate", id=id_)
                 self.assertNotIn(b"radio/secret", answer.body)
-                for file in kind.folder.glob("link*"):
-                    if not file.is_symlink():
-                        self.assertEqual(songs_of(file), [])
+                for other in KINDS:
+                    for file in other.folder.glob(f"{name}*"):
+                        if not file.is_symlink():
+                            self.assertEqual(songs_of(file), [])
                 self.ask(kind, "addsongs", playlist=id_, id_info_list=["1"])
                 self.assertEqual(target.read_bytes(), before)
                 self.edit(kind, "delete", playlists=id_)
-                self.assertFalse(kind.file("link").is_symlink())
+                self.assertFalse(kind.file(name).is_symlink())
                 self.assertEqual(target.read_bytes(), before)
 
     def test_entries_tell_nothing_of_other_files(self):
