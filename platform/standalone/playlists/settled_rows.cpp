@@ -33,7 +33,7 @@ bool HasNoFile(const index::Playlist &row) {
   return lstat(row.path.c_str(), &facts) != 0;
 }
 
-std::optional<index::Playlist> FindRow(int owner, int32_t id) {
+std::optional<index::Playlist> RowById(int owner, int32_t id) {
   std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, {id});
   return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
 }
@@ -52,10 +52,10 @@ std::vector<index::Playlist> FindSettledRows(int owner, const std::vector<int32_
 
 std::optional<index::Playlist> HoldRow(int owner, int32_t id) {
   ReleaseRow();
-  std::optional<index::Playlist> row = FindRow(owner, id);
+  std::optional<index::Playlist> row = RowById(owner, id);
   for (int moves = 0; row && moves < kMostMoves; ++moves) {
     files::FileDescriptor lock = LockFolderOf(row->path);
-    std::optional<index::Playlist> now = FindRow(owner, id);
+    std::optional<index::Playlist> now = RowById(owner, id);
     if (!lock || !now || now->path == row->path) {
       HeldFolder() = std::move(lock);
       return now;
