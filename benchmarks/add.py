@@ -67,7 +67,7 @@ def measure():
         ten_thousand, thousand, of_mpd = medians(
             9, lambda: add(many), lambda: add(few), mpd.add)
         yield Ratio("add of 10,000 songs of 1,000,000 : of 1,000", ten_thousand, thousand, 12)
-        yield Ratio("add of 10,000 songs : MPD's 10,000 playlistadd", ten_thousand, of_mpd, 1)
+        yield Ratio("add of 10,000 songs : MPD's 10,000 playlistadd", ten_thousand, of_mpd, 0.4)
 
         def add_two(songs):
             use(songs)

@@ -169,7 +169,11 @@ static void write_row(const char *sql, const char *file, const char *now) {
   sqlite3_finalize(row);
 }
 
+/* As with the program, this commit is not synced: the file tells the same. */
 static void write_facts(const char *file) {
+  open_index();
+  require(sqlite3_exec(database, "PRAGMA synchronous=NORMAL", NULL, NULL, NULL) == SQLITE_OK,
+          "sync");
   write_row("UPDATE playlists SET size = ?2, change_time = ?3, modification_time = ?4 "
             "WHERE owner = 0 AND path = ?1 AND ?5 = ?1",
             file, file);
