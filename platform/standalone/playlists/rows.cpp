@@ -9,6 +9,7 @@
 #include <array>
 #include <ctime>
 #include <fcntl.h>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -125,6 +126,37 @@ bool IsLinkOrFile(const std::string &path) {
   return lstat(path.c_str(), &facts) == 0;
 }
 
+/// The path of a row's file after somebody renamed it by hand inside its folder; nothing when it is
+/// not there. Only a name of the same kind counts.
+std::optional<std::string> PathAfterRename(const index::Playlist &row) {
+  const std::filesystem::path old_path(row.path);
+  std::error_code error;
+  for (const auto &entry : std::filesystem::directory_iterator(old_path.parent_path(), error)) {
+    const std::string path = entry.path();
+    if (entry.path().extension() == old_path.extension() && row.file.inode != 0 &&
+        files::IdentityOf(path) == row.file) {
+      return path;
+    }
+  }
+  return std::nullopt;
+}
+
+/// Makes room for the row of a new file at the path of this one, which has lost its file: it
+/// follows the file when that was renamed by hand, and goes when the file has gone.
+void GiveWay(const index::Playlist &row) {
+  index::MediaIndex &rows = index::ProcessIndex();
+  const std::optional<std::string> path = PathAfterRename(row);
+  if (!path || rows.PlaylistByPath(row.owner, *path)) {
+    rows.RemovePlaylist(row.owner, row.id);
+    return;
+  }
+  index::Playlist moved = row;
+  moved.path = *path;
+  moved.title = std::filesystem::path(*path).stem();
+  (void)TakeFileFacts(moved);
+  rows.UpdatePlaylist(row.owner, row.id, moved);
+}
+
 } // namespace
 
 void ChangeRow(int owner, int32_t id, const Change &change) {
@@ -151,7 +183,7 @@ void AddRow(const index::Playlist &row) {
   index::MediaIndex &rows = index::ProcessIndex();
   if (ClaimNewFile(row.path)) {
     if (const auto stale = rows.PlaylistByPath(row.owner, row.path)) {
-      rows.RemovePlaylist(row.owner, stale->id);
+      GiveWay(*stale);
     }
   }
   index::Playlist added = row;

@@ -25,8 +25,9 @@ struct RowKey {
 void RemoveRows(const std::vector<RowKey> &rows);
 
 /// Adds a row. Where this process has just made the file, a row that its path has already lost the
-/// file unnoticed (somebody removed it by hand) and gives way. Throws for any other row with that
-/// path, and for a path outside of the playlists folder of its library.
+/// file unnoticed, as somebody renamed or removed it by hand, and gives way: it follows the file or
+/// goes. Throws for any other row with that path, and for a path outside of the playlists folder of
+/// its library.
 void AddRow(const index::Playlist &row);
 
 /// Rewrites the row of `id`; false: there is none. Size, times and identity are those of the file

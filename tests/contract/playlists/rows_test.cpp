@@ -97,6 +97,19 @@ TEST_F(Rows, GiveWayToANewFileWhenTheirsWasRemovedByHand) {
   EXPECT_EQ(Save(Shared("a.m3u")), -1) << "a new file gets one row";
 }
 
+TEST_F(Rows, FollowAFileThatWasRenamedByHandWhenANewOneTakesItsName) {
+  const auto songs = MakeSongs({"http://a/1"});
+  const std::string id = AddShared("a.m3u", "#EXTM3U\nhttp://a/old\n");
+  fs::rename(Shared("a.m3u"), Shared("by hand.m3u"));
+  ASSERT_EQ(VEXOWriteMusicPlaylist(nullptr, Shared("a.m3u").c_str()), 0);
+  ASSERT_EQ(Save(Shared("a.m3u")), 0);
+  ASSERT_EQ(VEXOWriteMusicPlaylist(songs.get(), Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(PathOf(id), Shared("by hand.m3u"));
+  EXPECT_EQ(index::ProcessIndex().PlaylistByPath(0, Shared("by hand.m3u"))->title, "by hand");
+  EXPECT_NE(IdOf("shared", 0, Shared("a.m3u")), id);
+  EXPECT_EQ(ReadPaths(Shared("by hand.m3u")), Texts{"http://a/old"});
+}
+
 TEST_F(Rows, OutsideOfTheirLibraryAreRefused) {
   fs::create_directory(library() + "/elsewhere");
   fs::create_directory_symlink(library() + "/elsewhere", Shared("link"));

@@ -96,6 +96,9 @@ private:
   /// For a row that was written before rows told the identity: size and time must do, where no
   /// other row and no other file has them.
   [[nodiscard]] const FoundFile *OnlyOneWithFacts(const Playlist &row) const {
+    if (row.file != FileIdentity()) {
+      return nullptr;
+    }
     const FoundFile *found = nullptr;
     for (const auto &[path, file] : unmatched_) {
       if (HasFactsOf(row, *file)) {
@@ -105,10 +108,11 @@ private:
         found = file;
       }
     }
-    const bool is_only_row = std::count_if(rows_.begin(), rows_.end(), [&](const Playlist &other) {
-                               return found != nullptr && HasFactsOf(other, *found);
-                             }) == 1;
-    return row.file == FileIdentity() && is_only_row ? found : nullptr;
+    const auto is_candidate = [&](const Playlist &other) {
+      return found != nullptr && HasFactsOf(other, *found);
+    };
+    const bool is_only_row = std::count_if(rows_.begin(), rows_.end(), is_candidate) == 1;
+    return is_only_row ? found : nullptr;
   }
 
   const std::vector<Playlist> rows_;
