@@ -18,9 +18,11 @@ struct SeenFile {
   bool is_unclaimed;        ///< made here, and without a row as yet
 };
 
+/// Never destroyed: lists that are held back are written, and their rows refreshed, as the process
+/// ends.
 std::vector<SeenFile> &SeenHere() {
-  static std::vector<SeenFile> seen;
-  return seen;
+  static auto *const seen = new std::vector<SeenFile>;
+  return *seen;
 }
 
 } // namespace
