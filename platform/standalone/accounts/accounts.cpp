@@ -3,6 +3,8 @@
 #include "accounts/accounts_file.h"
 #include "accounts/ownership.h"
 #include "files/durable_file.h"
+#include "files/edit_file.h"
+#include "files/file_io.h"
 #include "system/paths.h"
 #include <algorithm>
 #include <cerrno>
@@ -34,11 +36,12 @@ void MakeAccountsFileIfMissing() {
 
 /// Changes the accounts under the file's lock; what `change` throws leaves them as they were.
 void EditAccounts(const std::function<void(AccountsFile &)> &change) {
-  const bool was_there = files::EditDurably(system::kAccountsFile, [&](std::string_view old_text) {
-    AccountsFile file = ParseAccounts(old_text);
-    change(file);
-    return FormatAccounts(file);
-  });
+  const bool was_there =
+      files::EditTextDurably(system::kAccountsFile, [&](std::string_view old_text) {
+        AccountsFile file = ParseAccounts(old_text);
+        change(file);
+        return FormatAccounts(file);
+      });
   if (!was_there) {
     throw std::runtime_error(std::string("there is no file ") + system::kAccountsFile);
   }

@@ -2,6 +2,7 @@
 
 #include "accounts/ownership.h"
 #include "files/durable_file.h"
+#include "files/edit_file.h"
 #include "system/paths.h"
 #include "text/text.h"
 #include <array>
@@ -58,8 +59,9 @@ std::string WithoutName(std::string_view text, std::string_view name) {
 /// Puts `line` in the place of the lines of `name`.
 void ReplaceLine(std::string_view name, const std::string &line) {
   MakePasswordFileIfMissing();
-  if (!files::EditDurably(system::kPasswordFile,
-                          [&](std::string_view text) { return WithoutName(text, name) + line; })) {
+  if (!files::EditTextDurably(system::kPasswordFile, [&](std::string_view text) {
+        return WithoutName(text, name) + line;
+      })) {
     throw std::runtime_error(std::string("there is no file ") + system::kPasswordFile);
   }
 }

@@ -1,6 +1,7 @@
-#include "files/durable_file.h"
-#include "files/file_io.h"
+#include "files/edit_file.h"
+#include "files/file_descriptor.h"
 #include "files/folder.h"
+#include "files/temporary_file.h"
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -17,7 +18,7 @@ namespace {
 /// A file as it stood at its name, open and locked.
 struct LockedFile {
   FileDescriptor fd;
-  struct stat facts {};
+  struct stat status {};
 };
 
 /// Nothing when no file stands there.
@@ -32,7 +33,7 @@ std::optional<LockedFile> OpenLocked(const Folder &folder, std::size_t max_bytes
     ThrowErrno("cannot open", path);
   }
   LockExclusively(file.fd.get(), path);
-  file.facts = FactsOfFile(file.fd.get(), path, max_bytes);
+  file.status = StatusOfFile(file.fd.get(), path, max_bytes);
   return file;
 }
 
@@ -40,9 +41,9 @@ std::optional<LockedFile> OpenLocked(const Folder &folder, std::size_t max_bytes
 bool IsUnchanged(const Folder &folder, const char *name, const LockedFile &file) {
   struct stat now {};
   return fstatat(folder.fd(), name, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
-         IsSameFile(now, file.facts) && now.st_size == file.facts.st_size &&
-         now.st_mtim.tv_sec == file.facts.st_mtim.tv_sec &&
-         now.st_mtim.tv_nsec == file.facts.st_mtim.tv_nsec;
+         IsSameFile(now, file.status) && now.st_size == file.status.st_size &&
+         now.st_mtim.tv_sec == file.status.st_mtim.tv_sec &&
+         now.st_mtim.tv_nsec == file.status.st_mtim.tv_nsec;
 }
 
 int Exchange(const Folder &folder, const TemporaryFile &file) {
@@ -58,13 +59,13 @@ void ExchangeBack(const Folder &folder, TemporaryFile &file) {
 }
 
 /// How an edit, or one try of it, ended.
-enum class Outcome { kDone, kSomebodyWasQuicker, kNothingThere };
+enum class Outcome { kDone, kLostRace, kGaveUp };
 
 /// For file systems that cannot exchange: a rename between the test and the replacement is not
 /// seen.
 Outcome ReplaceByRename(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
   if (!IsUnchanged(folder, folder.name().c_str(), old)) {
-    return Outcome::kSomebodyWasQuicker;
+    return Outcome::kLostRace;
   }
   if (renameat(folder.fd(), file.name(), folder.fd(), folder.name().c_str()) != 0) {
     ThrowErrno("cannot replace", folder.path() + "/" + folder.name());
@@ -79,7 +80,7 @@ Outcome ReplaceByRename(const Folder &folder, const LockedFile &old, TemporaryFi
 Outcome PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
   if (Exchange(folder, file) != 0) {
     if (errno == ENOENT) {
-      return Outcome::kNothingThere;
+      return Outcome::kGaveUp;
     }
     if (IsUnsupported(errno)) {
       return ReplaceByRename(folder, old, file);
@@ -88,7 +89,7 @@ Outcome PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &f
   }
   if (!IsUnchanged(folder, file.name(), old)) {
     ExchangeBack(folder, file);
-    return Outcome::kSomebodyWasQuicker;
+    return Outcome::kLostRace;
   }
   try {
     folder.Sync();
@@ -100,13 +101,13 @@ Outcome PutInPlace(const Folder &folder, const LockedFile &old, TemporaryFile &f
 }
 
 /// The new file takes over what it can of the old one's owner and mode.
-void CopyOwnerAndMode(const TemporaryFile &file, const struct stat &facts) {
-  const bool is_ours = facts.st_uid == geteuid() && facts.st_gid == getegid();
-  if (!is_ours && fchown(file.fd(), facts.st_uid, facts.st_gid) != 0) {
+void CopyOwnerAndMode(const TemporaryFile &file, const struct stat &status) {
+  const bool is_ours = status.st_uid == geteuid() && status.st_gid == getegid();
+  if (!is_ours && fchown(file.fd(), status.st_uid, status.st_gid) != 0) {
     // Only a privileged process may give files away; the content matters more than the owner.
     errno = 0;
   }
-  if (fchmod(file.fd(), facts.st_mode & 0777) != 0) {
+  if (fchmod(file.fd(), status.st_mode & 0777) != 0) {
     ThrowErrno("cannot set the mode of", file.name());
   }
 }
@@ -131,40 +132,44 @@ std::unique_ptr<char, FreeMemory> ContentMemory(std::size_t size) {
   return memory;
 }
 
-Outcome TryEdit(const Folder &folder, const PieceEdit &edit, WhenTooLarge when_too_large) {
+/// `path` is what the caller calls the file.
+Outcome TryEdit(const Folder &folder, const std::string &path, const Edit &edit,
+                const EditOptions &options) {
   const std::optional<LockedFile> old =
-      OpenLocked(folder, when_too_large == WhenTooLarge::kFail ? kMaxFileBytes : SIZE_MAX);
+      OpenLocked(folder, options.takes_too_large ? SIZE_MAX : kMaxFileBytes);
   if (!old) {
-    return Outcome::kNothingThere;
+    return Outcome::kGaveUp;
   }
   if (!IsUnchanged(folder, folder.name().c_str(), *old)) {
-    return Outcome::kSomebodyWasQuicker;
+    return Outcome::kLostRace;
   }
-  const auto whole_size = static_cast<std::size_t>(old->facts.st_size);
+  if (!options.verify()) {
+    return Outcome::kGaveUp;
+  }
+  const auto whole_size = static_cast<std::size_t>(old->status.st_size);
   const std::size_t size = whole_size > kMaxFileBytes ? 0 : whole_size;
   const auto content = ContentMemory(size);
   if (!content) {
     throw std::bad_alloc();
   }
   const std::size_t got = ReadAt(old->fd.get(), content.get(), size, folder.name());
-  const std::optional<Pieces> pieces = edit(std::string_view(content.get(), got));
+  const std::optional<Pieces> pieces = edit(std::string_view(content.get(), got), path);
   if (!pieces) {
     return Outcome::kDone;
   }
   TemporaryFile file(folder, 0600);
-  CopyOwnerAndMode(file, old->facts);
+  CopyOwnerAndMode(file, old->status);
   WriteAndSync(file, *pieces, folder);
   return PutInPlace(folder, *old, file);
 }
 
 } // namespace
 
-bool EditPiecesDurably(const std::string &path, const PieceEdit &edit,
-                       WhenTooLarge when_too_large) {
+bool EditDurably(const std::string &path, const Edit &edit, const EditOptions &options) {
   const Folder folder(path);
   for (int attempt = 0; attempt < kMaxEditAttempts; ++attempt) {
-    const Outcome outcome = TryEdit(folder, edit, when_too_large);
-    if (outcome != Outcome::kSomebodyWasQuicker) {
+    const Outcome outcome = TryEdit(folder, path, edit, options);
+    if (outcome != Outcome::kLostRace) {
       return outcome == Outcome::kDone;
     }
   }
@@ -172,12 +177,13 @@ bool EditPiecesDurably(const std::string &path, const PieceEdit &edit,
   ThrowErrno("cannot edit", path);
 }
 
-bool EditDurably(const std::string &path, const Edit &edit) {
+bool EditTextDurably(const std::string &path, const TextEdit &edit) {
   std::optional<std::string> content;
-  return EditPiecesDurably(path, [&](std::string_view old_content) -> std::optional<Pieces> {
-    content = edit(old_content);
-    return content ? std::optional<Pieces>({*content}) : std::nullopt;
-  });
+  return EditDurably(
+      path, [&](std::string_view old_content, const std::string &) -> std::optional<Pieces> {
+        content = edit(old_content);
+        return content ? std::optional<Pieces>({*content}) : std::nullopt;
+      });
 }
 
 } // namespace vexo::files

@@ -19,7 +19,7 @@ struct FileIdentity {
 /// What statx() must be asked for.
 inline constexpr unsigned kIdentityMask = STATX_INO | STATX_BTIME | STATX_MTIME;
 
-FileIdentity IdentityOf(const struct statx &facts);
+FileIdentity IdentityOf(const struct statx &status);
 
 /// That of what stands at `path` (a link itself); not known when nothing does.
 FileIdentity IdentityOf(const std::string &path);

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
+#include <fcntl.h>
 #include <sys/uio.h>
 
 namespace vexo::files {
@@ -32,25 +33,25 @@ void WriteBatch(int fd, iovec *batch, std::size_t count, const Folder &folder) {
 
 } // namespace
 
-struct stat Facts(int fd, std::string_view name) {
-  struct stat facts {};
-  if (fstat(fd, &facts) != 0) {
+struct stat Status(int fd, std::string_view name) {
+  struct stat status {};
+  if (fstat(fd, &status) != 0) {
     ThrowErrno("cannot examine", name);
   }
-  return facts;
+  return status;
 }
 
-struct stat FactsOfFile(int fd, std::string_view name, std::size_t max_bytes) {
-  const struct stat facts = Facts(fd, name);
-  if (!S_ISREG(facts.st_mode)) {
-    errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
+struct stat StatusOfFile(int fd, std::string_view name, std::size_t max_bytes) {
+  const struct stat status = Status(fd, name);
+  if (!S_ISREG(status.st_mode)) {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     ThrowErrno("not a file:", name);
   }
-  if (static_cast<uint64_t>(facts.st_size) > max_bytes) {
+  if (static_cast<uint64_t>(status.st_size) > max_bytes) {
     errno = EFBIG;
     ThrowErrno("too large:", name);
   }
-  return facts;
+  return status;
 }
 
 std::size_t ReadAt(int fd, char *buffer, std::size_t size, std::string_view name) {
@@ -87,6 +88,32 @@ void WriteAndSync(const TemporaryFile &file, const Pieces &pieces, const Folder 
   if (fsync(file.fd()) != 0) {
     ThrowErrno("cannot sync", folder.path() + "/" + folder.name());
   }
+}
+
+namespace {
+
+std::string ReadFile(int fd, std::string_view name, std::size_t max_bytes) {
+  std::string content;
+  content.resize(static_cast<std::size_t>(StatusOfFile(fd, name, max_bytes).st_size));
+  content.resize(ReadAt(fd, content.data(), content.size(), name));
+  return content;
+}
+
+} // namespace
+
+std::optional<std::string> ReadWholeFile(const std::string &path, std::size_t max_bytes) {
+  const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!fd && (errno == ENOENT || errno == ENOTDIR)) {
+    return std::nullopt;
+  }
+  if (!fd) {
+    ThrowErrno("cannot open", path);
+  }
+  return ReadFile(fd.get(), path, max_bytes);
+}
+
+std::string ReadWholeFile(int fd, std::size_t max_bytes) {
+  return ReadFile(fd, "an open file", max_bytes);
 }
 
 } // namespace vexo::files

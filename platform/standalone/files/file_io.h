@@ -1,22 +1,32 @@
 #pragma once
-// The bytes of open files. All functions throw std::system_error, with `name` in its text.
+// The bytes of files. All functions throw std::system_error, with `name` in its text.
 
-#include "files/durable_file.h"
-#include "files/folder.h"
+#include "files/temporary_file.h"
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <vector>
 
 namespace vexo::files {
 
-/// The most retries of an edit that lost a race. Each lost race is another writer's success, so a
-/// working machine never gets there.
-inline constexpr int kMaxEditAttempts = 10000;
+inline constexpr std::size_t kMaxFileBytes = std::size_t{1} << 30;
 
-struct stat Facts(int fd, std::string_view name);
+/// The whole file; nothing where there is none (ENOENT, ENOTDIR). Fails with EFBIG above
+/// `max_bytes`, with EISDIR or EINVAL for what is no file.
+std::optional<std::string> ReadWholeFile(const std::string &path,
+                                         std::size_t max_bytes = kMaxFileBytes);
+/// The same of an open descriptor, from its beginning on.
+std::string ReadWholeFile(int fd, std::size_t max_bytes = kMaxFileBytes);
+
+/// A content in pieces, in order: views of texts that somebody else keeps.
+using Pieces = std::vector<std::string_view>;
+
+struct stat Status(int fd, std::string_view name);
 
 /// Those of a regular file; fails with EISDIR, EINVAL or, above `max_bytes`, with EFBIG.
-struct stat FactsOfFile(int fd, std::string_view name, std::size_t max_bytes);
+struct stat StatusOfFile(int fd, std::string_view name, std::size_t max_bytes);
 
 /// Reads up to `size` bytes from the beginning on; fewer at the end of the file.
 std::size_t ReadAt(int fd, char *buffer, std::size_t size, std::string_view name);

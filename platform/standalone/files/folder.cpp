@@ -1,10 +1,5 @@
 #include "files/folder.h"
-#include "files/durable_file.h"
-#include <array>
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
-#include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <system_error>
@@ -13,9 +8,6 @@
 namespace vexo::files {
 
 namespace {
-
-constexpr std::string_view kPrefix = ".vexo-";
-constexpr std::string_view kSuffix = ".tmp";
 
 std::string FolderOf(const std::string &path) {
   const auto slash = path.rfind('/');
@@ -52,50 +44,6 @@ bool operator==(const FileName &a, const FileName &b) {
   }, second{};
   return a.folder_.name() == b.folder_.name() && fstat(a.folder_.fd(), &first) == 0 &&
          fstat(b.folder_.fd(), &second) == 0 && IsSameFile(first, second);
-}
-
-TemporaryFile::TemporaryFile(const Folder &folder, mode_t mode)
-    : folder_(folder), name_(NewTemporaryName()),
-      fd_(openat(folder.fd(), name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                 mode)) {
-  if (!fd_) {
-    ThrowErrno("cannot make a temporary file in", folder.path());
-  }
-  if (flock(fd_.get(), LOCK_EX | LOCK_NB) != 0) {
-    const int error = errno;
-    unlinkat(folder.fd(), name_.c_str(), 0);
-    errno = error;
-    ThrowErrno("cannot lock a temporary file in", folder.path());
-  }
-}
-
-TemporaryFile::~TemporaryFile() {
-  if (!name_.empty()) {
-    unlinkat(folder_.fd(), name_.c_str(), 0);
-  }
-}
-
-std::string NewTemporaryName() {
-  static std::atomic<unsigned> counter = 0;
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  std::array<char, 96> name{};
-  snprintf(name.data(), name.size(), ".vexo-%lx-%llx-%lx-%x.tmp",
-           static_cast<unsigned long>(getpid()), static_cast<unsigned long long>(now.tv_sec),
-           static_cast<unsigned long>(now.tv_nsec), ++counter);
-  return name.data();
-}
-
-pid_t TemporaryNameProcess(std::string_view name) {
-  unsigned long process = 0;
-  return sscanf(std::string(name).c_str(), ".vexo-%lx-", &process) == 1
-             ? static_cast<pid_t>(process)
-             : 0;
-}
-
-bool IsTemporaryName(std::string_view name) {
-  return name.size() > kPrefix.size() + kSuffix.size() && name.starts_with(kPrefix) &&
-         name.ends_with(kSuffix);
 }
 
 bool LockWithin(int fd, std::chrono::milliseconds patience) {

@@ -48,32 +48,6 @@ private:
   Folder folder_;
 };
 
-/// A new file of a temporary name, open for writing and locked; removed by the destructor unless
-/// its name was given away.
-class TemporaryFile {
-public:
-  TemporaryFile(const Folder &folder, mode_t mode);
-  ~TemporaryFile();
-  TemporaryFile(const TemporaryFile &) = delete;
-  TemporaryFile &operator=(const TemporaryFile &) = delete;
-
-  [[nodiscard]] int fd() const { return fd_.get(); }
-  [[nodiscard]] const char *name() const { return name_.c_str(); }
-  /// The name now belongs to nobody here.
-  void GiveNameAway() { name_.clear(); }
-
-private:
-  const Folder &folder_;
-  std::string name_;
-  FileDescriptor fd_;
-};
-
-/// A name that IsTemporaryName() tells, different at each call and in each process.
-std::string NewTemporaryName();
-
-/// The process that made a temporary name; 0: it does not tell.
-pid_t TemporaryNameProcess(std::string_view name);
-
 /// How long a lock that somebody else holds is waited for: a process that was stopped, or one of
 /// another user, may hold it for ever.
 inline constexpr std::chrono::milliseconds kLockPatience{10'000};

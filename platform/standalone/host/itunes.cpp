@@ -2,6 +2,7 @@
 // keeps what its author wrote; and its restart, the command of `[daap] restart=`.
 #include "vexo/itunes.h"
 
+#include "files/edit_file.h"
 #include "host/arguments.h"
 #include "host/core.h"
 #include "host/guard.h"
@@ -73,7 +74,7 @@ void RequireFree(std::string_view rules, const std::string &name) {
 }
 
 void AddPlaylist(const char *file, const NewBlock &block) {
-  const files::Edit edit = [&](std::string_view rules) {
+  const files::TextEdit edit = [&](std::string_view rules) {
     RequireFree(rules, block.name);
     return std::optional(smart::AppendBlock(rules, block.text));
   };
@@ -81,7 +82,7 @@ void AddPlaylist(const char *file, const NewBlock &block) {
 }
 
 void ReplacePlaylist(const char *file, const std::string &name, const NewBlock &block) {
-  const files::Edit edit = [&](std::string_view rules) {
+  const files::TextEdit edit = [&](std::string_view rules) {
     if (block.name != name) {
       RequireFree(rules, block.name);
     }
@@ -157,7 +158,7 @@ int iTunesPlaylistDeleteByFilename(const char *file, PSZLIST names) {
     if (file == nullptr || names == nullptr) {
       throw std::invalid_argument("null argument");
     }
-    const files::Edit edit = [&](std::string_view rules) {
+    const files::TextEdit edit = [&](std::string_view rules) {
       return smart::RemoveBlocks(rules, names->texts);
     };
     smart::EditRuleFile(file, edit, false);

@@ -83,6 +83,11 @@ RowList FindRows(int owner, const std::vector<int32_t> &ids) {
   return list;
 }
 
+void SaveRow(const __tag_VEXO_MEDIA_INFO &record, int owner) {
+  const Playlist row = PlaylistOf(record, owner);
+  playlists::AddRow(row, playlists::ClaimNewFile(row.path));
+}
+
 int CopiedOut(const std::string &text, char *buffer, int size) {
   return CopyOut(text.c_str(), buffer, size) ? 0 : -1;
 }
@@ -148,7 +153,7 @@ int VEXOIndexCodePageGet() {
 
 int VEXOPlaylistDBSave(const __tag_VEXO_MEDIA_INFO *playlist) {
   return Guarded(-1, [&] {
-    playlists::AddRow(PlaylistOf(*Required(playlist), 0));
+    SaveRow(*Required(playlist), 0);
     return 0;
   });
 }
@@ -159,7 +164,7 @@ int PersonalLibraryInfoDBSave(int kind, const __tag_VEXO_MEDIA_INFO *playlist, i
       throw std::invalid_argument("no table " + std::to_string(kind));
     }
     const int owner = LibraryOwner("personal", userId);
-    playlists::AddRow(PlaylistOf(*Required(playlist), owner));
+    SaveRow(*Required(playlist), owner);
     return 0;
   });
 }

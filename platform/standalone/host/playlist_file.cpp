@@ -1,11 +1,12 @@
 // Playlist files, and edits of their songs.
 #include "vexo/playlist_file.h"
 
+#include "files/edit_file.h"
 #include "host/arguments.h"
 #include "host/guard.h"
 #include "host/records.h"
 #include "playlists/entries.h"
-#include "playlists/m3u_edits.h"
+#include "playlists/playlist_edits.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/read_playlist.h"
 #include "playlists/rows.h"
@@ -39,15 +40,15 @@ std::vector<playlists::NewEntry> FirstSongs(const VEXOPlaylistRec *songs, int co
 std::string Positions(const char *text) { return text == nullptr ? "" : text; }
 
 /// Edits the playlist of a library.
-int EditInLibrary(const char *library, int user_id, const char *id, const playlists::Change &edit) {
-  playlists::ChangeRow(LibraryOwner(library, user_id), RequireId(id), edit);
+int EditInLibrary(const char *library, int user_id, const char *id, const files::Edit &edit) {
+  playlists::EditRow({LibraryOwner(library, user_id), RequireId(id)}, edit);
   return 0;
 }
 
 /// Edits the playlist file of a preference folder.
-int EditInPreferences(const char *path, const playlists::Change &edit) {
+int EditInPreferences(const char *path, const files::Edit &edit) {
   playlists::RequireInPlaylistsFolder(Required(path));
-  if (!playlists::ChangeFile(path, edit)) {
+  if (!files::EditDurably(path, edit)) {
     throw std::runtime_error(std::string("there is no playlist ") + path);
   }
   return 0;

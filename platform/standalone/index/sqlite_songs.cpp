@@ -14,7 +14,7 @@ namespace vexo::index {
 namespace {
 
 /// Binds what the song's file tells, from parameter 2 on.
-void BindFileFacts(Statement &statement, const Song &song) {
+void BindFileStatus(Statement &statement, const Song &song) {
   int parameter = 2;
   for (const std::string *text : {&song.path, &song.title, &song.artist, &song.album, &song.genre,
                                   &song.album_artist, &song.composer, &song.comment, &song.type}) {
@@ -74,7 +74,7 @@ private:
   }
 
   void Add(Song song) {
-    BindFileFacts(add_.Bind(1, int64_t{song.owner}), song);
+    BindFileStatus(add_.Bind(1, int64_t{song.owner}), song);
     add_.Bind(22, song.time_added).Bind(23, int64_t{song.rating});
     add_.Bind(24, int64_t{song.play_count}).Run();
     song.id = static_cast<int32_t>(sqlite3_last_insert_rowid(database_.get()));
@@ -82,7 +82,7 @@ private:
   }
 
   void Update(const Song &old, const Song &song) {
-    BindFileFacts(update_.Bind(1, int64_t{song.id}), song);
+    BindFileStatus(update_.Bind(1, int64_t{song.id}), song);
     update_.Run();
     const auto texts = [](const Song &s) { return std::tie(s.title, s.artist, s.album, s.genre); };
     if (texts(old) != texts(song)) {

@@ -1,4 +1,5 @@
 #include "playlists/m3u.h"
+#include "files/file_io.h"
 #include "playlists/line_reader.h"
 #include "playlists/playlist_text.h"
 #include "system/host_encoding.h"

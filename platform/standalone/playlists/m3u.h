@@ -7,7 +7,7 @@
 // its blanks, in any reader. Such a path is relative, so it is written with "./" before it, and
 // read without.
 
-#include "files/durable_file.h"
+#include "files/file_io.h"
 #include <span>
 #include <string>
 #include <string_view>

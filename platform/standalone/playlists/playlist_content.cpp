@@ -1,4 +1,5 @@
 #include "playlists/playlist_content.h"
+#include "files/file_io.h"
 #include "playlists/entry_paths.h"
 #include "playlists/line_reader.h"
 #include "playlists/playlist_text.h"

@@ -4,7 +4,7 @@
 // ends in ".pls", and M3U otherwise. An edit keeps the format. What was UTF-16, or had lines that
 // end in a carriage return alone, becomes UTF-8 with line feeds by an edit.
 
-#include "files/durable_file.h"
+#include "files/file_io.h"
 #include "playlists/m3u.h"
 #include "playlists/pls.h"
 #include <cstddef>

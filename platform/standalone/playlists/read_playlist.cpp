@@ -1,6 +1,6 @@
 #include "playlists/read_playlist.h"
-#include "files/durable_file.h"
 #include "files/file_descriptor.h"
+#include "files/file_io.h"
 #include "files/folder.h"
 #include "playlists/playlist_folders.h"
 #include "system/log.h"

@@ -1,12 +1,13 @@
 #include "playlists/rows.h"
 #include "files/durable_file.h"
+#include "files/edit_file.h"
 #include "files/file_identity.h"
-#include "playlists/patience.h"
 #include "playlists/playlist_folders.h"
-#include "playlists/seen_files.h"
 #include "playlists/settled_rows.h"
 #include "system/log.h"
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 
 namespace vexo::playlists {
 
@@ -22,9 +24,31 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kPatienceWithEdits{2000};
-constexpr milliseconds kPatienceWithRemovals{500};
-constexpr milliseconds kPatienceWithMoves{500};
+constexpr milliseconds kLongestEditWait{2000};
+constexpr milliseconds kLongestRemovalWait{500};
+constexpr milliseconds kLongestMoveWait{500};
+
+/// A rename moves the file first and writes the row a moment later. A caller that finds no file at
+/// a row's path retries with exponential back-off, up to a limit.
+class Backoff {
+public:
+  explicit Backoff(milliseconds limit) : left_(limit) {}
+
+  /// Sleeps a little; false, without sleep, when the limit is reached.
+  bool Wait() {
+    if (left_ <= milliseconds::zero()) {
+      return false;
+    }
+    std::this_thread::sleep_for(step_);
+    left_ -= step_;
+    step_ = std::min(2 * step_, kLongestStep);
+    return true;
+  }
+
+private:
+  static constexpr milliseconds kLongestStep{64};
+  milliseconds left_, step_{1};
+};
 
 std::optional<index::Playlist> FindRow(int owner, int32_t id) {
   std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, {id});
@@ -44,16 +68,12 @@ bool IsNotFound(const std::system_error &error) {
 }
 
 /// False: the playlist was moved away meanwhile.
-bool TryChangeRow(const index::Playlist &row, const Change &change) {
-  bool was_moved = false;
-  const auto change_if_same = [&](std::string_view content,
-                                  const std::string &path) -> std::optional<files::Pieces> {
-    // The file is locked now. What is locked is another playlist when a rename and a new one of the
-    // old name came between; the row tells.
-    was_moved = RequireRow(row.owner, row.id).path != path;
-    return was_moved ? std::nullopt : change(content, path);
-  };
-  return ChangeFile(row.path, change_if_same) && !was_moved;
+bool TryEditRow(const index::Playlist &row, const files::Edit &edit) {
+  // What is locked is another playlist when a rename and a new one of the old name came between;
+  // the row tells.
+  files::EditOptions options;
+  options.verify = [&] { return RequireRow(row.owner, row.id).path == row.path; };
+  return files::EditDurably(row.path, edit, options);
 }
 
 /// Takes the file away, then the row; false: no file is at the row's path (any more).
@@ -75,18 +95,18 @@ bool TryRemoveRow(const index::Playlist &row) {
   }
 }
 
-void RemoveRow(const RowKey &name, Patience &patience) {
+void RemoveRow(const RowKey &key, Backoff &backoff) {
   do {
-    const auto row = FindRow(name.owner, name.id);
+    const auto row = FindRow(key.owner, key.id);
     if (!row) {
       return;
     }
-    RequireInLibrary(name.owner, row->path);
+    RequireInLibrary(key.owner, row->path);
     if (TryRemoveRow(*row)) {
       return;
     }
-  } while (patience.Wait());
-  index::ProcessIndex().RemovePlaylist(name.owner, name.id);
+  } while (backoff.Wait());
+  index::ProcessIndex().RemovePlaylist(key.owner, key.id);
 }
 
 std::string TimeText(std::time_t time) {
@@ -95,16 +115,16 @@ std::string TimeText(std::time_t time) {
 }
 
 /// Puts the size, the times and the identity of its file into a row; false: it has no file.
-bool TakeFileFacts(index::Playlist &row) {
-  struct statx facts {};
+bool TakeFileStatus(index::Playlist &row) {
+  struct statx status {};
   constexpr unsigned kWanted = STATX_BASIC_STATS | files::kIdentityMask;
-  if (statx(AT_FDCWD, row.path.c_str(), 0, kWanted, &facts) != 0) {
+  if (statx(AT_FDCWD, row.path.c_str(), 0, kWanted, &status) != 0) {
     return false;
   }
-  row.size_bytes = facts.stx_size;
-  row.change_time = TimeText(facts.stx_ctime.tv_sec);
-  row.modification_time = TimeText(facts.stx_mtime.tv_sec);
-  row.file = files::IdentityOf(facts);
+  row.size_bytes = status.stx_size;
+  row.change_time = TimeText(status.stx_ctime.tv_sec);
+  row.modification_time = TimeText(status.stx_mtime.tv_sec);
+  row.file = files::IdentityOf(status);
   return true;
 }
 
@@ -122,8 +142,8 @@ bool RewriteRow(int owner, int32_t id, const std::function<bool(index::Playlist 
 }
 
 bool IsLinkOrFile(const std::string &path) {
-  struct stat facts {};
-  return lstat(path.c_str(), &facts) == 0;
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
 }
 
 /// The path of a row's file after somebody renamed it by hand inside its folder; nothing when it is
@@ -153,35 +173,35 @@ void GiveWay(const index::Playlist &row) {
   index::Playlist moved = row;
   moved.path = *path;
   moved.title = std::filesystem::path(*path).stem();
-  (void)TakeFileFacts(moved);
+  (void)TakeFileStatus(moved);
   rows.UpdatePlaylist(row.owner, row.id, moved);
 }
 
 } // namespace
 
-void ChangeRow(int owner, int32_t id, const Change &change) {
-  Patience patience(kPatienceWithEdits);
+void EditRow(const RowKey &key, const files::Edit &edit) {
+  Backoff backoff(kLongestEditWait);
   do {
-    const index::Playlist row = RequireRow(owner, id);
-    RequireInLibrary(owner, row.path);
-    if (TryChangeRow(row, change)) {
+    const index::Playlist row = RequireRow(key.owner, key.id);
+    RequireInLibrary(key.owner, row.path);
+    if (TryEditRow(row, edit)) {
       return;
     }
-  } while (patience.Wait());
-  throw std::runtime_error("the file of the playlist " + std::to_string(id) + " is not there");
+  } while (backoff.Wait());
+  throw std::runtime_error("the file of the playlist " + std::to_string(key.id) + " is not there");
 }
 
 void RemoveRows(const std::vector<RowKey> &rows) {
-  Patience patience(kPatienceWithRemovals);
-  for (const RowKey &row : rows) {
-    RemoveRow(row, patience);
+  Backoff backoff(kLongestRemovalWait);
+  for (const RowKey &key : rows) {
+    RemoveRow(key, backoff);
   }
 }
 
-void AddRow(const index::Playlist &row) {
+void AddRow(const index::Playlist &row, bool is_new_file) {
   RequireInLibrary(row.owner, row.path);
   index::MediaIndex &rows = index::ProcessIndex();
-  if (ClaimNewFile(row.path)) {
+  if (is_new_file) {
     if (const auto stale = rows.PlaylistByPath(row.owner, row.path)) {
       GiveWay(*stale);
     }
@@ -193,33 +213,33 @@ void AddRow(const index::Playlist &row) {
 
 bool RefreshRow(int owner, int32_t id, const index::Playlist &values) {
   RequireInLibrary(owner, values.path);
-  Patience patience(kPatienceWithMoves);
-  bool is_settled = false;
+  Backoff backoff(kLongestMoveWait);
+  bool is_last_try = false;
   const auto refresh = [&](index::Playlist &row) {
-    if (row.path == values.path || (is_settled && !IsLinkOrFile(row.path))) {
+    if (row.path == values.path || (is_last_try && !IsLinkOrFile(row.path))) {
       row = values;
-      (void)TakeFileFacts(row);
+      (void)TakeFileStatus(row);
       return true;
     }
-    return TakeFileFacts(row);
+    return TakeFileStatus(row);
   };
   bool is_written = RewriteRow(owner, id, refresh);
   ReleaseRow();
   while (!is_written) {
-    if (is_settled || !FindRow(owner, id)) {
+    if (is_last_try || !FindRow(owner, id)) {
       return false;
     }
-    is_settled = !patience.Wait();
+    is_last_try = !backoff.Wait();
     is_written = RewriteRow(owner, id, refresh);
   }
   return true;
 }
 
-void RefreshFileFacts(const index::Playlist &row) noexcept {
+void RefreshFileStatus(const index::Playlist &row) noexcept {
   try {
     index::Playlist now = row;
-    if (TakeFileFacts(now) && now != row) {
-      (void)RewriteRow(row.owner, row.id, TakeFileFacts);
+    if (TakeFileStatus(now) && now != row) {
+      (void)RewriteRow(row.owner, row.id, TakeFileStatus);
     }
   } catch (const std::exception &error) {
     system::LogFailure("size and time of a playlist", error.what());
@@ -227,12 +247,12 @@ void RefreshFileFacts(const index::Playlist &row) noexcept {
 }
 
 bool StaysAt(int owner, const std::string &path) {
-  Patience patience(kPatienceWithMoves);
+  Backoff backoff(kLongestMoveWait);
   do {
     if (!index::ProcessIndex().PlaylistByPath(owner, path)) {
       return false;
     }
-  } while (patience.Wait());
+  } while (backoff.Wait());
   return true;
 }
 

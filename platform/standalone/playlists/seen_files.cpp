@@ -42,7 +42,7 @@ bool ClaimNewFile(const std::string &path) {
 
 void ExpectFile(const index::Playlist &row) {
   if (accounts::RealPath(row.path)) {
-    RefreshFileFacts(row);
+    RefreshFileStatus(row);
     SeenHere().push_back({files::FileName(row.path), row.owner, row.path, false});
   }
 }
@@ -59,7 +59,7 @@ void RefreshRowsOf(const std::string &path) {
   for (const SeenFile &seen : SeenHere()) {
     if (seen.owner && seen.name == name) {
       if (const auto row = index::ProcessIndex().PlaylistByPath(*seen.owner, seen.path)) {
-        RefreshFileFacts(*row);
+        RefreshFileStatus(*row);
       }
     }
   }

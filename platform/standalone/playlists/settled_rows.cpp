@@ -29,8 +29,8 @@ files::FileDescriptor LockFolderOf(const std::string &path) {
 }
 
 bool HasNoFile(const index::Playlist &row) {
-  struct stat facts {};
-  return lstat(row.path.c_str(), &facts) != 0;
+  struct stat status {};
+  return lstat(row.path.c_str(), &status) != 0;
 }
 
 std::optional<index::Playlist> RowById(int owner, int32_t id) {

@@ -1,7 +1,8 @@
 #include "playlists/write_playlist.h"
 #include "files/durable_file.h"
+#include "files/edit_file.h"
 #include "files/folder.h"
-#include "playlists/m3u_edits.h"
+#include "playlists/playlist_edits.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/seen_files.h"
 #include "system/log.h"
@@ -35,10 +36,9 @@ void RequireThatReadsSucceeded(const std::string &path) {
 
 /// Puts the songs into the file, which is made when it is not there.
 void WriteNow(std::span<const NewEntry> songs, const std::string &path) {
-  const Change change = Replacing(songs);
   bool is_new = false;
   files::EditOrCreateDurably(
-      path, [&](std::string_view content) { return change(content, path); },
+      path, Replacing(songs),
       [&] {
         if (WasTakenAway(path)) {
           throw std::runtime_error("renamed or deleted meanwhile: " + path);
@@ -66,10 +66,9 @@ void Finish(const HeldBack &held) {
     return;
   }
   RequireThatReadsSucceeded(held.path);
-  const Change change = Replacing({});
-  if (!files::EditPiecesDurably(
-          held.path, [&](std::string_view content) { return change(content, held.path); },
-          files::WhenTooLarge::kGiveNothing)) {
+  files::EditOptions options;
+  options.takes_too_large = true;
+  if (!files::EditDurably(held.path, Replacing({}), options)) {
     throw std::runtime_error("renamed or deleted meanwhile: " + held.path);
   }
   RefreshRowsOf(held.path);
@@ -122,8 +121,8 @@ HeldBackHere &Held() {
 }
 
 bool IsFile(const std::string &path) {
-  struct stat facts {};
-  return lstat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode);
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 void WriteEmptyList(const std::string &path) {
@@ -149,8 +148,8 @@ std::string ContentOf(const std::vector<index::Song> &songs) {
 
 /// Removes what stands at `path` when it is a link.
 void RemoveLink(const std::string &path) {
-  struct stat facts {};
-  if (lstat(path.c_str(), &facts) == 0 && S_ISLNK(facts.st_mode) && unlink(path.c_str()) != 0) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode) && unlink(path.c_str()) != 0) {
     files::ThrowErrno("cannot remove the link", path);
   }
 }

@@ -1,7 +1,11 @@
 #include "smart/rule_file.h"
 
+#include "files/durable_file.h"
+
 #include "accounts/accounts.h"
 #include "accounts/libraries.h"
+#include "files/edit_file.h"
+#include "files/file_io.h"
 #include "system/paths.h"
 #include <cerrno>
 #include <system_error>
@@ -65,9 +69,9 @@ std::optional<std::string> ReadRuleFile(const std::string &path) {
   return files::ReadWholeFile(path, kLargestRuleFile);
 }
 
-void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
+void EditRuleFile(const std::string &path, const files::TextEdit &edit, bool make) {
   const std::string target = WritablePath(path);
-  const files::Edit within_size = [&](std::string_view old) {
+  const files::TextEdit within_size = [&](std::string_view old) {
     RequireSize(old.size(), path);
     std::optional<std::string> changed = edit(old);
     RequireSize(changed ? changed->size() : 0, path);
@@ -75,7 +79,7 @@ void EditRuleFile(const std::string &path, const files::Edit &edit, bool make) {
   };
   constexpr int kTries = 10;
   for (int tries = 0; tries < kTries; ++tries) {
-    if (files::EditDurably(target, within_size)) {
+    if (files::EditTextDurably(target, within_size)) {
       return;
     }
     if (make && files::CreateDurably(target, within_size("").value_or(""), kRuleFileMode)) {

@@ -1,7 +1,7 @@
 #pragma once
 // The files that hold rules: the shared one, and one in the preference folder of each account.
 
-#include "files/durable_file.h"
+#include "files/edit_file.h"
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -14,10 +14,10 @@ inline constexpr std::size_t kLargestRuleFile = std::size_t{16} << 20;
 /// The whole file; nothing when it is not there. Throws when it cannot be read or is too large.
 std::optional<std::string> ReadRuleFile(const std::string &path);
 
-/// Changes a rule file under its lock, as files::EditDurably(); makes it, from nothing, when
+/// Changes a rule file under its lock, as files::EditTextDurably(); makes it, from nothing, when
 /// `make` is set and it is not there. Throws std::system_error, with EACCES for a file that is
 /// neither the shared one nor an account's own, and EFBIG where the new content is too large.
-void EditRuleFile(const std::string &path, const files::Edit &edit, bool make);
+void EditRuleFile(const std::string &path, const files::TextEdit &edit, bool make);
 
 /// Whose songs the playlists of a file choose from.
 struct Scope {

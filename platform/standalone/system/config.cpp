@@ -1,6 +1,6 @@
 #include "system/config.h"
 
-#include "files/durable_file.h"
+#include "files/file_io.h"
 #include "system/log.h"
 #include "system/paths.h"
 #include "text/code_page.h"

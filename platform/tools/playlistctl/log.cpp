@@ -1,6 +1,6 @@
 #include "playlistctl/log.h"
 
-#include "files/durable_file.h"
+#include "files/file_io.h"
 #include "system/admin_log.h"
 #include "system/paths.h"
 #include "text/text.h"

@@ -1,8 +1,8 @@
 #include "zip/archive_names.h"
 
 #include "accounts/song_file.h"
-#include "files/durable_file.h"
 #include "files/file_descriptor.h"
+#include "files/file_io.h"
 #include "system/config.h"
 #include "text/code_page.h"
 #include "zip/stored_zip.h"

@@ -1,4 +1,5 @@
 #include "contract/files/files_test.h"
+#include "files/file_io.h"
 #include "files/folder.h"
 #include "support/processes.h"
 #include <cstdio>
@@ -22,7 +23,7 @@ TEST_F(Files, NoEditOfManyProcessesIsLost) {
   WriteBytes(path_, "");
   const auto edit = [&](int) {
     for (int i = 0; i < kEdits; ++i) {
-      if (!EditDurably(path_, AppendX)) {
+      if (!EditTextDurably(path_, AppendX)) {
         return 1;
       }
     }
@@ -34,9 +35,9 @@ TEST_F(Files, NoEditOfManyProcessesIsLost) {
 }
 
 /// Appends an x to whichever of the two names is there.
-bool EditEither(const std::string &one, const std::string &other, const Edit &edit) {
+bool EditEither(const std::string &one, const std::string &other, const TextEdit &edit) {
   for (const std::string &path : {one, other}) {
-    if (EditDurably(path, edit)) {
+    if (EditTextDurably(path, edit)) {
       return true;
     }
   }

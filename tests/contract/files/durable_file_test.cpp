@@ -1,4 +1,6 @@
 #include "contract/files/files_test.h"
+#include "files/file_io.h"
+#include "files/temporary_file.h"
 #include "support/faults.h"
 #include <fcntl.h>
 #include <sstream>
@@ -120,7 +122,7 @@ TEST_F(Files, ReplacementMakesTheFileOrKeepsItsMode) {
 
 TEST_F(Files, AnEditGetsTheOldContentAndLeavesTheNew) {
   WriteBytes(path_, "abc");
-  EXPECT_TRUE(EditDurably(path_, AppendX));
+  EXPECT_TRUE(EditTextDurably(path_, AppendX));
   EXPECT_EQ(ReadBytes(path_), "abcx");
   EXPECT_EQ(Names(), Set{"list.m3u"});
 }
@@ -130,24 +132,24 @@ TEST_F(Files, AnEditThatGivesNothingLeavesTheFileItself) {
   struct stat before {
   }, after{};
   ASSERT_EQ(stat(path_.c_str(), &before), 0);
-  EXPECT_TRUE(EditDurably(path_, [](std::string_view) { return std::nullopt; }));
+  EXPECT_TRUE(EditTextDurably(path_, [](std::string_view) { return std::nullopt; }));
   ASSERT_EQ(stat(path_.c_str(), &after), 0);
   EXPECT_EQ(before.st_ino, after.st_ino);
 }
 
 TEST_F(Files, AnEditThatThrowsChangesNothing) {
   WriteBytes(path_, "abc");
-  EXPECT_THROW((void)EditDurably(path_,
-                                 [](std::string_view) -> std::optional<std::string> {
-                                   throw std::runtime_error("no");
-                                 }),
+  EXPECT_THROW((void)EditTextDurably(path_,
+                                     [](std::string_view) -> std::optional<std::string> {
+                                       throw std::runtime_error("no");
+                                     }),
                std::runtime_error);
   EXPECT_EQ(ReadBytes(path_), "abc");
   EXPECT_EQ(Names(), Set{"list.m3u"});
 }
 
 TEST_F(Files, AnEditOfAFileThatIsNotThereMakesNone) {
-  EXPECT_FALSE(EditDurably(path_, AppendX));
+  EXPECT_FALSE(EditTextDurably(path_, AppendX));
   EXPECT_EQ(Names(), Set{});
 }
 
@@ -155,14 +157,14 @@ TEST_F(Files, AnEditNeverGoesThroughALink) {
   TemporaryFolder elsewhere;
   WriteBytes(elsewhere / "secret", "secret");
   fs::create_symlink(elsewhere / "secret", path_);
-  EXPECT_EQ(ErrorOf([&] { (void)EditDurably(path_, AppendX); }), ELOOP);
+  EXPECT_EQ(ErrorOf([&] { (void)EditTextDurably(path_, AppendX); }), ELOOP);
   EXPECT_EQ(ErrorOf([&] { ReplaceDurably(path_, "x"); }), ELOOP);
   EXPECT_EQ(ReadBytes(elsewhere / "secret"), "secret");
 }
 
 TEST_F(Files, AnEditOfPiecesPutsThemInOrder) {
   WriteBytes(path_, "abcdef");
-  EXPECT_TRUE(EditPiecesDurably(path_, [](std::string_view content) {
+  EXPECT_TRUE(EditDurably(path_, [](std::string_view content, const std::string &) {
     return Pieces{content.substr(4), "-", content.substr(0, 2), ""};
   }));
   EXPECT_EQ(ReadBytes(path_), "ef-ab");
@@ -174,7 +176,7 @@ TEST_F(Files, AnEditOfManyPiecesWritesThemAll) {
     expected += std::to_string(i);
   }
   WriteBytes(path_, expected);
-  EXPECT_TRUE(EditPiecesDurably(path_, [](std::string_view content) {
+  EXPECT_TRUE(EditDurably(path_, [](std::string_view content, const std::string &) {
     Pieces pieces;
     for (std::size_t i = 0; i < content.size(); i += 3) {
       pieces.push_back(content.substr(i, 3));
@@ -184,8 +186,36 @@ TEST_F(Files, AnEditOfManyPiecesWritesThemAll) {
   EXPECT_EQ(ReadBytes(path_), expected);
 }
 
+TEST_F(Files, AnEditThatIsNotVerifiedIsNotMade) {
+  WriteBytes(path_, "old");
+  bool is_made = false;
+  EditOptions options;
+  options.verify = [] { return false; };
+  EXPECT_FALSE(EditDurably(
+      path_,
+      [&](std::string_view, const std::string &) {
+        is_made = true;
+        return Pieces{"new"};
+      },
+      options));
+  EXPECT_FALSE(is_made);
+  EXPECT_EQ(ReadBytes(path_), "old");
+}
+
+TEST_F(Files, AnEditKnowsThePathItWasGiven) {
+  WriteBytes(path_, "old");
+  std::string known;
+  EXPECT_TRUE(EditDurably(path_, [&](std::string_view, const std::string &path) {
+    known = path;
+    return Pieces{"new"};
+  }));
+  EXPECT_EQ(known, path_);
+}
+
 TEST_F(Files, AnEditOrCreationDoesWhicheverItTakes) {
-  const auto edit = [](std::string_view content) { return Pieces{content, "+"}; };
+  const auto edit = [](std::string_view content, const std::string &) {
+    return Pieces{content, "+"};
+  };
   const auto create = [] { return std::string("new"); };
   EditOrCreateDurably(path_, edit, create);
   EXPECT_EQ(ReadBytes(path_), "new");
@@ -196,7 +226,7 @@ TEST_F(Files, AnEditOrCreationDoesWhicheverItTakes) {
 TEST_F(Files, AnEditMeetsARenameAndBringsNoOldNameBack) {
   WriteBytes(path_, "abc");
   faults::BeforeNextRename([&] { fs::rename(path_, folder_ / "renamed.m3u"); });
-  EXPECT_FALSE(EditDurably(path_, AppendX));
+  EXPECT_FALSE(EditTextDurably(path_, AppendX));
   EXPECT_EQ(Names(), Set{"renamed.m3u"});
   EXPECT_EQ(ReadBytes(folder_ / "renamed.m3u"), "abc");
 }
@@ -204,7 +234,7 @@ TEST_F(Files, AnEditMeetsARenameAndBringsNoOldNameBack) {
 TEST_F(Files, AnEditMeetsADeletionAndBringsNothingBack) {
   WriteBytes(path_, "abc");
   faults::BeforeNextRename([&] { fs::remove(path_); });
-  EXPECT_FALSE(EditDurably(path_, AppendX));
+  EXPECT_FALSE(EditTextDurably(path_, AppendX));
   EXPECT_EQ(Names(), Set{});
 }
 
@@ -212,7 +242,7 @@ TEST_F(Files, AnEditMeetsAReplacementAndBeginsAnewFromIt) {
   WriteBytes(path_, "abc");
   WriteBytes(folder_ / "other", "other");
   faults::BeforeNextRename([&] { fs::rename(folder_ / "other", path_); });
-  EXPECT_TRUE(EditDurably(path_, AppendX));
+  EXPECT_TRUE(EditTextDurably(path_, AppendX));
   EXPECT_EQ(ReadBytes(path_), "otherx");
   EXPECT_EQ(Names(), Set{"list.m3u"});
 }
@@ -220,7 +250,7 @@ TEST_F(Files, AnEditMeetsAReplacementAndBeginsAnewFromIt) {
 TEST_F(Files, AnEditMeetsAWriteInPlaceAndBeginsAnewFromIt) {
   WriteBytes(path_, "abc");
   faults::BeforeNextRename([&] { WriteBytes(path_, "written by a player"); });
-  EXPECT_TRUE(EditDurably(path_, AppendX));
+  EXPECT_TRUE(EditTextDurably(path_, AppendX));
   EXPECT_EQ(ReadBytes(path_), "written by a playerx");
   EXPECT_EQ(Names(), Set{"list.m3u"});
 }
@@ -228,7 +258,7 @@ TEST_F(Files, AnEditMeetsAWriteInPlaceAndBeginsAnewFromIt) {
 TEST_F(Files, WithoutExchangeAnEditReplacesByRename) {
   WriteBytes(path_, "abc");
   const faults::Fault fault(faults::Call::kRename, 1, EINVAL);
-  EXPECT_TRUE(EditDurably(path_, AppendX));
+  EXPECT_TRUE(EditTextDurably(path_, AppendX));
   EXPECT_TRUE(faults::Fault::Happened());
   EXPECT_EQ(ReadBytes(path_), "abcx");
   EXPECT_EQ(Names(), Set{"list.m3u"});

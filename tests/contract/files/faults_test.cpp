@@ -1,5 +1,6 @@
 // What a reader sees after a call to the operating system failed, or after the process was killed.
 #include "contract/files/files_test.h"
+#include "files/temporary_file.h"
 #include "support/faults.h"
 
 namespace vexo::files {
@@ -30,7 +31,8 @@ TEST_F(Files, AFailedEditLeavesTheOldContentAndNothingElse) {
   for (const Row &row : kFaults) {
     WriteBytes(path_, "abc");
     const faults::Fault fault(row.call, row.nth, row.error);
-    EXPECT_EQ(ErrorOf([&] { (void)EditDurably(path_, AppendX); }), row.error) << row.description;
+    EXPECT_EQ(ErrorOf([&] { (void)EditTextDurably(path_, AppendX); }), row.error)
+        << row.description;
     EXPECT_TRUE(faults::Fault::Happened()) << row.description;
     EXPECT_EQ(ReadBytes(path_), "abc") << row.description;
     EXPECT_EQ(Names(), Set{"list.m3u"}) << row.description;
@@ -71,7 +73,7 @@ TEST_F(Files, InterruptedAndShortCallsGoOn) {
                          Row{"a short write", Call::kWrite, 1, faults::kShort}}) {
     WriteBytes(path_, "abcdefg");
     const faults::Fault fault(row.call, row.nth, row.error);
-    EXPECT_TRUE(EditDurably(path_, AppendX));
+    EXPECT_TRUE(EditTextDurably(path_, AppendX));
     EXPECT_TRUE(faults::Fault::Happened()) << row.description;
     EXPECT_EQ(ReadBytes(path_), "abcdefgx") << row.description;
   }
@@ -80,7 +82,7 @@ TEST_F(Files, InterruptedAndShortCallsGoOn) {
 TEST_F(Files, AFolderThatKnowsNoSyncIsNoFailure) {
   WriteBytes(path_, "abc");
   const faults::Fault fault(Call::kSync, 2, EINVAL);
-  EXPECT_TRUE(EditDurably(path_, AppendX));
+  EXPECT_TRUE(EditTextDurably(path_, AppendX));
   EXPECT_EQ(ReadBytes(path_), "abcx");
 }
 
@@ -89,7 +91,7 @@ TEST_F(Files, AnEditKilledAnywhereLeavesTheOldOrTheNewContent) {
   int step = 1;
   for (bool killed = true; killed; ++step) {
     WriteBytes(path_, "abc");
-    killed = faults::KilledAt(step, [&] { (void)EditDurably(path_, AppendX); });
+    killed = faults::KilledAt(step, [&] { (void)EditTextDurably(path_, AppendX); });
     seen.insert(ReadBytes(path_));
     for (const std::string &name : Names()) {
       EXPECT_TRUE(name == "list.m3u" || IsTemporaryName(name)) << name;

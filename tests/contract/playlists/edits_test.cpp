@@ -1,6 +1,6 @@
 // Edits of playlists' songs, the same for those of a library and those of a preference folder.
 #include "contract/playlists/playlists_test.h"
-#include "files/durable_file.h"
+#include "files/file_io.h"
 #include "playlists/playlist_text.h"
 #include "playlists/write_playlist.h"
 #include "support/faults.h"

@@ -1,5 +1,6 @@
 #pragma once
 #include "accounts/accounts.h"
+#include "files/file_io.h"
 #include "host/records.h"
 #include "index/media_index.h"
 #include "playlists/m3u.h"

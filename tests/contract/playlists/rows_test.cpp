@@ -1,6 +1,7 @@
 // The rows of playlists, and the edges of the folders that hold them.
 #include "contract/playlists/playlists_test.h"
 #include "files/file_identity.h"
+#include "files/temporary_file.h"
 #include "playlists/playlist_folders.h"
 #include "support/faults.h"
 

@@ -1,7 +1,7 @@
 #include "playlistctl/doctor/leftovers.h"
 
 #include "accounts/accounts.h"
-#include "files/durable_file.h"
+#include "files/temporary_file.h"
 #include "playlistctl/scan/library.h"
 #include "system/paths.h"
 #include <algorithm>

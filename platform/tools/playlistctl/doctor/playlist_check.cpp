@@ -15,7 +15,7 @@ using Kind = PlaylistDifference::Kind;
 std::string Describe(const PlaylistDifference &difference) {
   const std::string path = Printable(difference.row.path);
   switch (difference.kind) {
-  case Kind::kFacts:
+  case Kind::kStatus:
     return "the row of " + path + " does not tell its file's size, time or identity";
   case Kind::kTitle:
     return "the row of " + path + " is called \"" + Printable(difference.row.title) + "\"";
@@ -66,7 +66,7 @@ void CheckPlaylists(index::MediaIndex &index, const Library &library,
   }
   try {
     for (const auto &difference : LastingDifferences(index, library, grace_period, output)) {
-      const auto report = difference.kind == Kind::kFacts ? &Findings::Warn : &Findings::Found;
+      const auto report = difference.kind == Kind::kStatus ? &Findings::Warn : &Findings::Found;
       (findings.*report)(library.name + ": " + Describe(difference), [&] {
         if (!MendPlaylist(index, difference)) {
           throw std::runtime_error("the file or the row was moved or removed meanwhile");

@@ -17,9 +17,9 @@ constexpr int kMostChunks = 64;
 class Source {
 public:
   explicit Source(const std::string &path) : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    struct stat facts {};
-    if (fd_ && fstat(fd_.get(), &facts) == 0) {
-      size_ = static_cast<uint64_t>(facts.st_size);
+    struct stat status {};
+    if (fd_ && fstat(fd_.get(), &status) == 0) {
+      size_ = static_cast<uint64_t>(status.st_size);
     }
   }
 

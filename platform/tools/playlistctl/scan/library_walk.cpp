@@ -35,9 +35,9 @@ const char *WhatIsWrong(const std::string &path, std::string_view name) {
 
 constexpr unsigned kFileMask = STATX_BASIC_STATS | files::kIdentityMask;
 
-FoundFile FileWith(const std::string &path, const struct statx &facts) {
-  return {path, facts.stx_size, facts.stx_mtime.tv_sec, facts.stx_ctime.tv_sec,
-          files::IdentityOf(facts)};
+FoundFile FileWith(const std::string &path, const struct statx &status) {
+  return {path, status.stx_size, status.stx_mtime.tv_sec, status.stx_ctime.tv_sec,
+          files::IdentityOf(status)};
 }
 
 class FolderWalker {
@@ -88,24 +88,24 @@ private:
   }
 
   void Visit(int folder, const std::string &path, const char *name) {
-    struct statx facts {};
-    if (statx(folder, name, AT_SYMLINK_NOFOLLOW, kFileMask, &facts) != 0) {
+    struct statx status {};
+    if (statx(folder, name, AT_SYMLINK_NOFOLLOW, kFileMask, &status) != 0) {
       if (errno != ENOENT) {
         GiveUp(path);
       }
       return;
     }
-    if (S_ISREG(facts.stx_mode) && !wanted_(name)) {
+    if (S_ISREG(status.stx_mode) && !wanted_(name)) {
       return;
     }
     if (const char *wrong = WhatIsWrong(path, name)) {
       Skip(path, wrong);
-    } else if (S_ISDIR(facts.stx_mode)) {
+    } else if (S_ISDIR(status.stx_mode)) {
       folders_.push_back(path);
-    } else if (S_ISREG(facts.stx_mode)) {
-      walk_.files.push_back(FileWith(path, facts));
+    } else if (S_ISREG(status.stx_mode)) {
+      walk_.files.push_back(FileWith(path, status));
     } else {
-      Skip(path, S_ISLNK(facts.stx_mode) ? "it is a link" : "it is no regular file");
+      Skip(path, S_ISLNK(status.stx_mode) ? "it is a link" : "it is no regular file");
     }
   }
 
@@ -134,12 +134,12 @@ Walk WalkFolder(const std::string &folder, const std::function<bool(std::string_
 }
 
 std::optional<FoundFile> FindFile(const std::string &path) {
-  struct statx facts {};
-  if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, kFileMask, &facts) != 0 ||
-      !S_ISREG(facts.stx_mode)) {
+  struct statx status {};
+  if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, kFileMask, &status) != 0 ||
+      !S_ISREG(status.stx_mode)) {
     return std::nullopt;
   }
-  return FileWith(path, facts);
+  return FileWith(path, status);
 }
 
 bool IsSongName(std::string_view name) {

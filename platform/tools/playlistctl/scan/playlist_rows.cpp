@@ -26,14 +26,14 @@ std::string TimeText(int64_t seconds) {
 }
 
 /// Puts into a row what its file tells besides its name.
-void TakeFacts(Playlist &row, const FoundFile &file) {
+void TakeStatus(Playlist &row, const FoundFile &file) {
   row.change_time = TimeText(file.time_changed);
   row.modification_time = TimeText(file.time_modified);
   row.size_bytes = file.size_bytes;
   row.file = file.identity;
 }
 
-bool HasFactsOf(const Playlist &row, const FoundFile &file) {
+bool HasStatusOf(const Playlist &row, const FoundFile &file) {
   return row.size_bytes == file.size_bytes && row.modification_time == TimeText(file.time_modified);
 }
 
@@ -64,7 +64,7 @@ public:
     });
     MatchEach([this](const Playlist &row) { return WithIdentity(row.file); });
     MatchEach([this](const Playlist &row) { return AtPath(row); });
-    MatchEach([this](const Playlist &row) { return OnlyOneWithFacts(row); });
+    MatchEach([this](const Playlist &row) { return OnlyOneWithStatus(row); });
   }
 
   [[nodiscard]] const std::vector<Playlist> &rows() const { return rows_; }
@@ -95,13 +95,13 @@ private:
 
   /// For a row that was written before rows told the identity: size and time must do, where no
   /// other row and no other file has them.
-  [[nodiscard]] const FoundFile *OnlyOneWithFacts(const Playlist &row) const {
+  [[nodiscard]] const FoundFile *OnlyOneWithStatus(const Playlist &row) const {
     if (row.file != FileIdentity()) {
       return nullptr;
     }
     const FoundFile *found = nullptr;
     for (const auto &[path, file] : unmatched_) {
-      if (HasFactsOf(row, *file)) {
+      if (HasStatusOf(row, *file)) {
         if (found != nullptr) {
           return nullptr;
         }
@@ -109,7 +109,7 @@ private:
       }
     }
     const auto is_candidate = [&](const Playlist &other) {
-      return found != nullptr && HasFactsOf(other, *found);
+      return found != nullptr && HasStatusOf(other, *found);
     };
     const bool is_only_row = std::count_if(rows_.begin(), rows_.end(), is_candidate) == 1;
     return is_only_row ? found : nullptr;
@@ -131,9 +131,9 @@ std::optional<PlaylistDifference> Compare(const Library &library, const Playlist
   if (!IsTitleOf(row.title, row.path)) {
     return PlaylistDifference{Kind::kTitle, row, mended};
   }
-  if (!HasFactsOf(row, file) || row.file != file.identity) {
+  if (!HasStatusOf(row, file) || row.file != file.identity) {
     mended.title = row.title;
-    return PlaylistDifference{Kind::kFacts, row, mended};
+    return PlaylistDifference{Kind::kStatus, row, mended};
   }
   return std::nullopt;
 }
@@ -227,7 +227,7 @@ bool MendRow(index::MediaIndex &index, const PlaylistDifference &difference) {
   if (!file) {
     return false;
   }
-  TakeFacts(values, *file);
+  TakeStatus(values, *file);
   switch (difference.kind) {
   case Kind::kNew:
     return AddRow(index, values);
@@ -261,7 +261,7 @@ index::Playlist RowOf(const Library &library, const FoundFile &file) {
   row.path = file.path;
   row.title = Stem(file.path);
   row.album = FileName(file.path.substr(0, file.path.rfind('/')));
-  TakeFacts(row, file);
+  TakeStatus(row, file);
   return row;
 }
 
@@ -294,7 +294,7 @@ std::vector<PlaylistDifference> ComparePlaylists(index::MediaIndex &index, const
 bool MendPlaylist(index::MediaIndex &index, const PlaylistDifference &difference) {
   using Durable = index::MediaIndex::Durable;
   bool is_mended = false;
-  index.InTransaction(difference.kind == Kind::kFacts ? Durable::kSoon : Durable::kNow,
+  index.InTransaction(difference.kind == Kind::kStatus ? Durable::kSoon : Durable::kNow,
                       [&] { is_mended = MendRow(index, difference); });
   return is_mended;
 }
@@ -305,7 +305,7 @@ PlaylistChanges UpdatePlaylistRows(index::MediaIndex &index, const Library &libr
   try {
     std::vector<PlaylistDifference> found = ComparePlaylists(index, library, output);
     for (const PlaylistDifference &difference : found) {
-      if (difference.kind == Kind::kFacts) {
+      if (difference.kind == Kind::kStatus) {
         (void)MendPlaylist(index, difference);
       }
     }

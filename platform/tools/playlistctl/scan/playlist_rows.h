@@ -15,11 +15,11 @@ namespace vexo::tools {
 
 struct PlaylistDifference {
   enum class Kind {
-    kFacts, ///< size, time or identity; no damage, as every program may edit a file
-    kTitle, ///< the row's title is not the file's name
-    kMoved, ///< the row's file has another path
-    kLost,  ///< the row has no file
-    kNew,   ///< the file has no row
+    kStatus, ///< size, time or identity; no damage, as every program may edit a file
+    kTitle,  ///< the row's title is not the file's name
+    kMoved,  ///< the row's file has another path
+    kLost,   ///< the row has no file
+    kNew,    ///< the file has no row
   };
   Kind kind;
   index::Playlist row;     ///< as the index has it; its id is 0 for kNew

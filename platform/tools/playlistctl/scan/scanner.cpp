@@ -53,17 +53,17 @@ private:
   /// What could not be read and has not changed since is not tried again.
   void PassOver(const std::vector<SongFile> &unreadable) {
     std::erase_if(changes_.to_read, [&](const FileToRead &file) {
-      const SongFile facts = FactsOf(file);
-      if (!std::binary_search(unreadable.begin(), unreadable.end(), facts)) {
+      const SongFile status = StatusOf(file);
+      if (!std::binary_search(unreadable.begin(), unreadable.end(), status)) {
         return false;
       }
-      unreadable_.push_back(facts);
+      unreadable_.push_back(status);
       return true;
     });
     result_.unreadable = unreadable_.size();
   }
 
-  static SongFile FactsOf(const FileToRead &file) {
+  static SongFile StatusOf(const FileToRead &file) {
     return {0, file.file.path, file.file.size_bytes, file.file.time_modified};
   }
 
@@ -85,7 +85,7 @@ private:
       output_.Line("skipped: " + Printable(file.file.path) + ": " + failure.why);
       ++result_.unreadable;
       if (!failure.may_pass) {
-        unreadable_.push_back(FactsOf(file));
+        unreadable_.push_back(StatusOf(file));
       }
       return;
     }

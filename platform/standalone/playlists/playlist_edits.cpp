@@ -1,5 +1,7 @@
-#include "playlists/m3u_edits.h"
+#include "playlists/playlist_edits.h"
 #include "accounts/libraries.h"
+#include "files/edit_file.h"
+#include "files/file_io.h"
 #include "playlists/entry_paths.h"
 #include "playlists/playlist_content.h"
 #include "playlists/playlist_text.h"
@@ -53,14 +55,14 @@ std::vector<std::size_t> MissingPositions(PlaylistContent &content, const std::s
 
 } // namespace
 
-Change Appending(std::span<const NewEntry> songs) {
+files::Edit Appending(std::span<const NewEntry> songs) {
   return [text = M3uEntries(songs), kept = KeptContent()](std::string_view bytes,
                                                           const std::string &path) mutable {
     return text.empty() ? std::nullopt : std::optional(kept.Read(bytes, path).Appended(text));
   };
 }
 
-Change Splicing(std::span<const NewEntry> songs, long start, long limit) {
+files::Edit Splicing(std::span<const NewEntry> songs, long start, long limit) {
   return [text = M3uEntries(songs), first = RequireNotNegative(start, "start"),
           length = RequireNotNegative(limit, "limit"),
           kept = KeptContent()](std::string_view bytes, const std::string &path) mutable {
@@ -74,7 +76,7 @@ Change Splicing(std::span<const NewEntry> songs, long start, long limit) {
   };
 }
 
-Change Replacing(std::span<const NewEntry> songs) {
+files::Edit Replacing(std::span<const NewEntry> songs) {
   return [text = M3uEntries(songs), edited = std::string(),
           kept = KeptContent()](std::string_view bytes, const std::string &path) mutable {
     try {
@@ -89,7 +91,7 @@ Change Replacing(std::span<const NewEntry> songs) {
   };
 }
 
-Change Removing(std::string positions) {
+files::Edit Removing(std::string positions) {
   return [text = std::move(positions), kept = KeptContent()](std::string_view bytes,
                                                              const std::string &path) mutable {
     PlaylistContent &content = kept.Read(bytes, path);
@@ -97,7 +99,7 @@ Change Removing(std::string positions) {
   };
 }
 
-Change RemovingMissing(RemovedSongs &removed) {
+files::Edit RemovingMissing(RemovedSongs &removed) {
   return [&removed,
           kept = KeptContent()](std::string_view bytes,
                                 const std::string &path) mutable -> std::optional<files::Pieces> {
@@ -120,11 +122,6 @@ void LogRemovedSongs(const RemovedSongs &removed) noexcept {
   } catch (const std::exception &error) {
     system::LogFailure("administrative log of removed songs", error.what());
   }
-}
-
-bool ChangeFile(const std::string &path, const Change &change) {
-  return files::EditPiecesDurably(path,
-                                  [&](std::string_view content) { return change(content, path); });
 }
 
 } // namespace vexo::playlists
