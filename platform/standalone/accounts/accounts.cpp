@@ -88,7 +88,7 @@ bool MakeFolder(const std::filesystem::path &folder) {
 
 void MakeLibraryFolder(const std::string &folder) {
   if (MakeFolder(folder)) {
-    MakeFolder(folder + "/playlists");
+    MakeFolder(folder + system::kPlaylistsFolder);
   } else {
     MakePlaylistsFolderIfMissing(folder);
   }

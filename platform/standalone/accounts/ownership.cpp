@@ -1,6 +1,7 @@
 #include "accounts/ownership.h"
 
 #include "files/file_descriptor.h"
+#include "system/paths.h"
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
@@ -32,7 +33,7 @@ void MakePlaylistsFolderIfMissing(const std::string &library) {
   constexpr mode_t kMode = 0755;
   std::error_code error;
   const std::filesystem::directory_iterator entries(library, error);
-  const std::string folder = library + "/playlists";
+  const std::string folder = library + system::kPlaylistsFolder;
   if (!error && entries != std::filesystem::directory_iterator() &&
       mkdir(folder.c_str(), kMode) == 0) {
     InheritOwner(folder);

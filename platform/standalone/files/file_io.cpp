@@ -83,6 +83,20 @@ void Write(int fd, const Pieces &pieces, const Folder &folder) {
   WriteBatch(fd, batch.data(), count, folder);
 }
 
+bool WriteAll(int fd, std::string_view bytes) noexcept {
+  while (!bytes.empty()) {
+    const ssize_t written = write(fd, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) {
+      continue;
+    }
+    if (written <= 0) {
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
 void WriteAndSync(const TemporaryFile &file, const Pieces &pieces, const Folder &folder) {
   Write(file.fd(), pieces, folder);
   if (fsync(file.fd()) != 0) {

@@ -34,6 +34,10 @@ std::size_t ReadAt(int fd, char *buffer, std::size_t size, std::string_view name
 /// Writes all pieces to an open file.
 void Write(int fd, const Pieces &pieces, const Folder &folder);
 
+/// Writes all of `bytes` to any descriptor; false, and errno says why, when it takes no more. A
+/// signal's handler may call it.
+[[nodiscard]] bool WriteAll(int fd, std::string_view bytes) noexcept;
+
 /// Fills a temporary file, which will take its place in the folder.
 void WriteAndSync(const TemporaryFile &file, const Pieces &pieces, const Folder &folder);
 

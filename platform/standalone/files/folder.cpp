@@ -7,8 +7,6 @@
 
 namespace vexo::files {
 
-namespace {
-
 std::string FolderOf(const std::string &path) {
   const auto slash = path.rfind('/');
   if (slash == std::string::npos) {
@@ -16,8 +14,6 @@ std::string FolderOf(const std::string &path) {
   }
   return slash == 0 ? "/" : path.substr(0, slash);
 }
-
-} // namespace
 
 void ThrowErrno(const char *what, std::string_view name) {
   const int error = errno;

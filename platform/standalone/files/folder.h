@@ -14,6 +14,9 @@ namespace vexo::files {
 /// Throws the std::system_error of errno: "WHAT NAME: ...".
 [[noreturn]] void ThrowErrno(const char *what, std::string_view name);
 
+/// The folder that `path` names a file of: "." without a slash, and "/" for one in the root.
+std::string FolderOf(const std::string &path);
+
 /// Makes the names in an open folder durable, where the file system can.
 void SyncFolder(int fd, std::string_view path);
 

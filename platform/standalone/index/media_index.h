@@ -125,7 +125,7 @@ public:
 /// The engine on a SQLite file, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenSqliteIndex(const std::string &path);
 
-/// Opens the index of the configuration, made and migrated where needed.
+/// Opens the index of this machine, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenMediaIndex();
 
 /// The one index of this process, opened at the first call.

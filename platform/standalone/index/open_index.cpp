@@ -1,16 +1,9 @@
 #include "index/media_index.h"
-#include "system/config.h"
 #include "system/paths.h"
 
 namespace vexo::index {
 
-std::unique_ptr<MediaIndex> OpenMediaIndex() {
-  const std::string engine = system::Setting("index", "engine").value_or("sqlite");
-  if (engine != "sqlite") {
-    throw IndexError("no index engine is called \"" + engine + "\"");
-  }
-  return OpenSqliteIndex(system::kIndexFile);
-}
+std::unique_ptr<MediaIndex> OpenMediaIndex() { return OpenSqliteIndex(system::kIndexFile); }
 
 namespace {
 

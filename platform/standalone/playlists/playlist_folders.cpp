@@ -1,5 +1,6 @@
 #include "playlists/playlist_folders.h"
 #include "accounts/libraries.h"
+#include "system/paths.h"
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
@@ -24,7 +25,7 @@ std::optional<std::string> RealFolder(const std::string &path) {
 }
 
 bool IsBelow(const std::optional<std::string> &folder, const std::optional<std::string> &root) {
-  const auto real_root = root ? accounts::RealPath(*root + kPlaylistsFolder) : std::nullopt;
+  const auto real_root = root ? accounts::RealPath(*root + system::kPlaylistsFolder) : std::nullopt;
   return folder && real_root && accounts::IsWithin(*folder, *real_root);
 }
 

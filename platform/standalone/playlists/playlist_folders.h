@@ -17,8 +17,6 @@ public:
       : std::runtime_error("not in a playlists folder: " + path) {}
 };
 
-inline constexpr const char *kPlaylistsFolder = "/playlists";
-
 /// Throws OutsideError unless the file lies in the playlists folder of the library of `owner`.
 void RequireInLibrary(int owner, const std::string &path);
 

@@ -50,7 +50,7 @@ std::string WritablePath(const std::string &path) {
   if (!folder || !preferences) {
     Fail(ENOENT, path);
   }
-  if (*folder != *preferences + "/playlists" ||
+  if (*folder != *preferences + system::kPlaylistsFolder ||
       (real && !accounts::IsWithin(*real, *preferences))) {
     Fail(EACCES, path);
   }

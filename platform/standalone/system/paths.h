@@ -21,6 +21,8 @@ inline constexpr const char *kPasswordFile = DEVICE_ROOT "/etc/vexo/passwords";
 inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
 inline constexpr const char *kAdminLog = DEVICE_ROOT "/var/log/vexo/admin.log";
 inline constexpr const char *kSharedSmartRules = DEVICE_ROOT "/etc/mt-daapd.playlist";
+/// The folder of playlist files in a library and in a preference folder.
+inline constexpr const char *kPlaylistsFolder = "/playlists";
 inline constexpr const char *kTemporary = DEVICE_ROOT "/tmp";
 
 } // namespace vexo::system

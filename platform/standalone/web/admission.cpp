@@ -1,6 +1,7 @@
 #include "web/admission.h"
 
 #include "system/log.h"
+#include "system/paths.h"
 #include "web/same_site.h"
 #include <algorithm>
 #include <climits>
@@ -67,7 +68,7 @@ bool SplitsAName(const Parameters &parameters, const accounts::Account &account)
       std::string_view(list).starts_with("musiclib_music_shared")) {
     return false;
   }
-  const std::string folder = account.preference_folder + "/playlists";
+  const std::string folder = account.preference_folder + system::kPlaylistsFolder;
   std::string_view rest(list);
   for (std::size_t slash = 0; (slash = rest.find('/')) != std::string_view::npos;) {
     rest.remove_prefix(slash + 1);

@@ -1,5 +1,6 @@
 #include "web/cut_short.h"
 
+#include "files/file_io.h"
 #include "web/output.h"
 #include <csignal>
 #include <cstdlib>
@@ -19,28 +20,18 @@ constexpr std::string_view kAnswer =
     "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n\r\n"
     "{\"error\":{\"key\":\"error_system\",\"line\":0,\"section\":\"common\"},\"success\":false}\n";
 
-/// Only what a signal's handler may do (signal-safety(7)).
-void WriteAll(int file, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = write(file, text.data(), text.size());
-    if (written <= 0) {
-      return;
-    }
-    text.remove_prefix(static_cast<std::size_t>(written));
-  }
-}
-
 /// What waits in the standard output's buffer is the beginning of an answer that does not come.
 [[noreturn]] void End() {
   if (!HasBegunToAnswer()) {
-    WriteAll(STDOUT_FILENO, kAnswer);
+    static_cast<void>(files::WriteAll(STDOUT_FILENO, kAnswer));
   }
   _exit(kActionRan);
 }
 
 extern "C" void EndWithoutTime(int /*signal*/) {
-  WriteAll(STDERR_FILENO, "audio_playlist: a request has used up the CPU time that cpu_seconds in "
-                          "[limits] of the configuration gives it\n");
+  static_cast<void>(files::WriteAll(
+      STDERR_FILENO, "audio_playlist: a request has used up the CPU time that cpu_seconds in "
+                     "[limits] of the configuration gives it\n"));
   End();
 }
 

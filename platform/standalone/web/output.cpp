@@ -1,6 +1,6 @@
 #include "web/output.h"
 
-#include <cerrno>
+#include "files/file_io.h"
 #include <csignal>
 #include <cstdio>
 #include <stdio_ext.h>
@@ -21,20 +21,7 @@ bool HasBegunToAnswer() noexcept { return answered != 0; }
 
 bool WriteAnswer(std::string_view bytes) noexcept {
   MarkAnswered();
-  if (std::fflush(stdout) != 0) {
-    return false;
-  }
-  while (!bytes.empty()) {
-    const ssize_t written = write(STDOUT_FILENO, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) {
-      continue;
-    }
-    if (written <= 0) {
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
+  return std::fflush(stdout) == 0 && files::WriteAll(STDOUT_FILENO, bytes);
 }
 
 } // namespace vexo::web

@@ -1,6 +1,7 @@
 #include "web/send_body.h"
 
 #include "files/file_descriptor.h"
+#include "files/file_io.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -17,27 +18,15 @@ namespace {
 constexpr std::size_t kChunkBytes = std::size_t{1} << 20U;
 constexpr std::size_t kCopyBytes = std::size_t{64} << 10U;
 
-bool WriteAll(const char *bytes, std::size_t count) {
-  while (count > 0) {
-    const ssize_t written = write(STDOUT_FILENO, bytes, count);
-    if (written <= 0) {
-      if (written < 0 && errno == EINTR) {
-        continue;
-      }
-      return false;
-    }
-    bytes += written;
-    count -= static_cast<std::size_t>(written);
-  }
-  return true;
-}
-
 /// Where the kernel cannot move the bytes by itself (an output that appends, for one). As
 /// sendfile(): the bytes that were sent, 0 at the end, -1 when it failed.
 ssize_t CopyChunk(int from, std::size_t most_bytes) {
   std::array<char, kCopyBytes> buffer;
   const ssize_t count = read(from, buffer.data(), std::min(most_bytes, buffer.size()));
-  return count > 0 && !WriteAll(buffer.data(), static_cast<std::size_t>(count)) ? -1 : count;
+  return count > 0 &&
+                 !files::WriteAll(STDOUT_FILENO, {buffer.data(), static_cast<std::size_t>(count)})
+             ? -1
+             : count;
 }
 
 /// Calls `move`, which moves bytes inside the kernel, or copies where that is not possible.
@@ -81,7 +70,7 @@ ssize_t SendChunk(int pipe) {
   }
   const auto size = std::min(static_cast<std::size_t>(waiting), kChunkBytes);
   const std::string head = ChunkHead(size);
-  if (!WriteAll(head.data(), head.size())) {
+  if (!files::WriteAll(STDOUT_FILENO, head)) {
     return -1;
   }
   for (std::size_t left = size; left > 0;) {
@@ -91,7 +80,7 @@ ssize_t SendChunk(int pipe) {
     }
     left -= static_cast<std::size_t>(count);
   }
-  return WriteAll("\r\n", 2) ? static_cast<ssize_t>(size) : -1;
+  return files::WriteAll(STDOUT_FILENO, "\r\n") ? static_cast<ssize_t>(size) : -1;
 }
 
 /// Calls `send`, which is as sendfile(), whenever bytes have come, until the end.

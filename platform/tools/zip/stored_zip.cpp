@@ -1,5 +1,7 @@
 #include "zip/stored_zip.h"
 
+#include "files/file_io.h"
+
 #include "text/utf8.h"
 #include <algorithm>
 #include <cerrno>
@@ -216,15 +218,10 @@ void StoredZip::Finish() {
 }
 
 void StoredZip::Write(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(output_, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(), "cannot write the archive");
-    }
-    const auto count = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
-    offset_bytes_ += count;
-    bytes.remove_prefix(count);
+  if (!files::WriteAll(output_, bytes)) {
+    throw std::system_error(errno, std::generic_category(), "cannot write the archive");
   }
+  offset_bytes_ += bytes.size();
 }
 
 uint32_t StoredZip::CopyFile(int file, uint64_t size_bytes, const std::string &name) {

@@ -1,6 +1,7 @@
 #include "playlistctl/doctor/leftovers.h"
 
 #include "accounts/accounts.h"
+#include "files/folder.h"
 #include "files/temporary_file.h"
 #include "playlistctl/scan/library.h"
 #include "system/paths.h"
@@ -84,8 +85,6 @@ void CheckTemporaryFile(const fs::directory_entry &entry, Findings &findings) {
   }
 }
 
-std::string FolderOf(const char *path) { return fs::path(path).parent_path(); }
-
 } // namespace
 
 void CheckTemporaryFiles(const std::vector<TemporaryFolder> &folders, Findings &findings) {
@@ -119,14 +118,14 @@ void CheckWorkingFolders(const std::string &folder, std::chrono::milliseconds gr
 }
 
 std::vector<TemporaryFolder> FoldersOfWriters() {
-  std::vector<TemporaryFolder> folders = {{FolderOf(system::kAccountsFile)},
-                                          {FolderOf(system::kSharedSmartRules)},
+  std::vector<TemporaryFolder> folders = {{files::FolderOf(system::kAccountsFile)},
+                                          {files::FolderOf(system::kSharedSmartRules)},
                                           {system::kTemporary}};
   for (const Library &library : AllLibraries()) {
     folders.push_back({PlaylistsFolder(library), true});
   }
   for (const accounts::Account &account : accounts::ListAccounts()) {
-    folders.push_back({account.preference_folder + "/playlists", true});
+    folders.push_back({account.preference_folder + system::kPlaylistsFolder, true});
   }
   return folders;
 }

@@ -35,6 +35,8 @@ std::vector<Library> LibrariesNamed(const std::string &name) {
   throw std::runtime_error("no library of \"" + name + "\"");
 }
 
-std::string PlaylistsFolder(const Library &library) { return library.folder + "/playlists"; }
+std::string PlaylistsFolder(const Library &library) {
+  return library.folder + system::kPlaylistsFolder;
+}
 
 } // namespace vexo::tools
