@@ -96,6 +96,22 @@ class Formats(ServerTest):
                     self.assertEqual({answer.error for answer in answers}, {"common/error_system"})
                     self.assertEqual(kind.file(description).read_bytes(), content)
 
+    def test_what_is_no_playlist_counts_as_empty(self):
+        secrets = ROOT / "etc/vexo/passwords"
+        for kind in KINDS:
+            for description, content in UNREADABLE.items():
+                with self.subTest(f"{kind.name}: {description}"):
+                    id_ = self.put(kind, description, content)
+                    self.assertEqual(self.ask(kind, "checkempty", playlist=id_).json,
+                                     {"isEmpty": True, "success": True})
+            with self.subTest(f"{kind.name}: a link"):
+                id_ = self.put(kind, "link", b"")
+                kind.file("link").unlink()
+                kind.file("link").symlink_to(secrets)
+                self.assertEqual(self.ask(kind, "checkempty", playlist=id_).json,
+                                 {"isEmpty": True, "success": True})
+                kind.file("link").unlink()
+
     def test_what_is_no_playlist_is_overwritten_and_deleted(self):
         for description, content in UNREADABLE.items():
             for kind in KINDS:

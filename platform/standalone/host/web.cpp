@@ -39,9 +39,15 @@ void Refuse(web::Refusal refusal) noexcept {
   });
 }
 
+/// Whether the action of this process's request changes nothing.
+bool only_asks = false;
+
 /// Whether an action that reports success can keep its word: what it wrote is on disk, and what it
-/// read was really there. The program takes some reads that fail for "nothing found".
-bool HasSucceeded() { return playlists::FinishWriting() && !playlists::HasReadFailed(); }
+/// read was really there. The program takes some reads that fail for "nothing found", which is the
+/// answer of an action that only asks, and no ground for a change.
+bool HasSucceeded() {
+  return playlists::FinishWriting() && (only_asks || !playlists::HasReadFailed());
+}
 
 std::string KeepBlanksApart(const std::string &text) {
   std::string kept;
@@ -88,6 +94,7 @@ bool WebMan::LoadIn() {
     if (!state_->parameters.Load()) {
       return false;
     }
+    only_asks = !web::ChangesSomething(In("action", ""));
     const std::optional<web::Refusal> refusal =
         web::RefusalOfAction(state_->parameters, state_->account);
     if (refusal) {
