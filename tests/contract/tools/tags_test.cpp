@@ -137,6 +137,21 @@ TEST_F(Tags, FormatsAreReadByTheirHeaders) {
   }
 }
 
+TEST_F(Tags, AudioWhoseHeaderTellsNothingHasTheNameOfItsFile) {
+  const std::pair<const char *, std::string> files[] = {
+      {"Name.dsf", Dsf(1).substr(0, 40)},
+      {"Name.dff", Dsdiff(1).substr(0, 20)},
+      {"Name.wav", Wav("", 1).substr(0, 12)},
+  };
+  for (const auto &[name, bytes] : files) {
+    const auto song = Read(name, bytes);
+    ASSERT_TRUE(song) << name;
+    EXPECT_EQ(song->title, "Name") << name;
+    EXPECT_EQ(song->duration_seconds, 0) << name;
+    EXPECT_EQ(song->sample_rate, 0U) << name;
+  }
+}
+
 TEST_F(Tags, HeadersWithAnyByteChangedOrCutOffBreakNothing) {
   std::mt19937 generator(1);
   const std::pair<const char *, std::string> files[] = {

@@ -59,12 +59,12 @@ private:
   uint64_t size_ = 0;
 };
 
-/// Completes a header from the bytes of sound and the bits of a second of it.
-std::optional<AudioHeader> WithDuration(AudioHeader header, uint64_t bytes,
-                                        uint64_t bits_a_second) {
+/// Completes a header from the bytes of sound and the bits of a second of it. Numbers that make no
+/// sense are all dropped: the file is audio of the format, and that is all there is to know.
+AudioHeader WithDuration(AudioHeader header, uint64_t bytes, uint64_t bits_a_second) {
   if (header.sample_rate == 0 || header.channels == 0 || bits_a_second == 0 ||
       bits_a_second > UINT32_MAX) {
-    return std::nullopt;
+    return {0, 0, 0, 0, header.id3v2};
   }
   header.bitrate = static_cast<uint32_t>(bits_a_second);
   header.duration_seconds = static_cast<double>(bytes) * 8 / static_cast<double>(bits_a_second);
@@ -126,7 +126,7 @@ std::optional<AudioHeader> ReadAdts(const Source &file) {
                       uint64_t{end} * 8 * header.sample_rate / (kSamplesAFrame * frames));
 }
 
-/// DSF File Format Specification, version 1.01.
+/// DSF file format, version 1.01.
 std::optional<AudioHeader> ReadDsf(const Source &file) {
   if (!file.HasText(0, "DSD ") || !file.HasText(28, "fmt ")) {
     return std::nullopt;
@@ -143,7 +143,7 @@ std::optional<AudioHeader> ReadDsf(const Source &file) {
                       uint64_t{header.sample_rate} * header.channels);
 }
 
-/// DSDIFF File Format Specification, version 1.5.
+/// DSDIFF, version 1.5.
 class DsdiffReader {
 public:
   explicit DsdiffReader(const Source &file) : file_(file) {}
@@ -210,7 +210,7 @@ std::optional<AudioHeader> ReadWav(const Source &file) {
     }
     offset += size + size % 2;
   }
-  return std::nullopt;
+  return AudioHeader{};
 }
 
 } // namespace

@@ -14,7 +14,8 @@ struct AudioHeader {
 
 /// Reads the header of a format that TagLib does not know: AAC in ADTS frames, DSF, DSDIFF, and
 /// WAV or RF64 whose writer could not go back to fill in the length. They are told by their first
-/// bytes; nothing for everything else. Reads a bounded part of the file.
+/// bytes; nothing for everything else. What a damaged header does not tell stays 0. Reads a bounded
+/// part of the file.
 std::optional<AudioHeader> ReadAudioHeader(const std::string &path);
 
 } // namespace vexo::tools
