@@ -14,7 +14,8 @@ using std::chrono::milliseconds;
 
 /// A holder that was stopped, or that locks the folder out of malice, may never release it.
 constexpr milliseconds kLongestWait{10'000};
-constexpr milliseconds kLongestPause{32};
+/// Who waits longer than others between two tries is left behind where many edit one list.
+constexpr milliseconds kLongestPause{2};
 
 /// Waits for the lock with exponential back-off, as flock() knows no time-out. False: still busy.
 bool LockInTime(int descriptor) {
