@@ -1,11 +1,13 @@
 """The scanner and the doctor work beside the requests: neither harms the other."""
 
+import shutil
 import stat
 import threading
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from server import ANNA, KINDS, LIBRARY, PERSONAL, ROOT, SHARED, ServerTest, examine, playlistctl, songs_of
+from server import (ANNA, KINDS, LIBRARY, PERSONAL, PREFERENCE, ROOT, SHARED, ServerTest, examine,
+                    playlistctl, songs_of)
 
 KINDS_WITH_ROWS = (SHARED, PERSONAL)
 
@@ -132,14 +134,28 @@ class Identity(ServerTest):
 
 
 class Modes(ServerTest):
+    """A program that makes a playlists folder does so with a umask of 0, which it keeps."""
+
     def test_nothing_is_made_that_everybody_may_write(self):
         for kind in KINDS:
+            shutil.rmtree(kind.folder, ignore_errors=True)
             answer = self.server.add(kind, "list", [{"res": "http://a/1"}])
             self.assertTrue(answer.success, answer)
             self.assertTrue(self.server.ask("addsongs", kind.user, playlist=answer.id,
                                             id_info_list=[{"res": "http://a/2"}]).success)
+            self.assertEqual(stat.S_IMODE(kind.folder.stat().st_mode), 0o777)
         playlistctl("account", "passwd", ANNA)
-        for path in [ROOT, *ROOT.rglob("*")]:
+        self.assert_no_file_is_for_everybody_to_write()
+
+    def test_the_rules_of_smart_playlists_are_not_for_everybody_to_write(self):
+        shutil.rmtree(PREFERENCE.folder, ignore_errors=True)
+        self.server.ask("duplicate", PREFERENCE.user, id="musiclib_music_shared/smart/All")
+        self.assertTrue((PREFERENCE.folder / "smart.playlist").exists())
+        self.assert_no_file_is_for_everybody_to_write()
+
+    def assert_no_file_is_for_everybody_to_write(self):
+        made_with_every_permission = {kind.folder for kind in KINDS}
+        for path in {ROOT, *ROOT.rglob("*")} - made_with_every_permission:
             if not path.is_symlink():
                 mode = path.stat().st_mode
                 self.assertFalse(mode & stat.S_IWOTH, f"{path} {mode:o}")

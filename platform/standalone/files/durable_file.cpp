@@ -33,10 +33,11 @@ bool CreateDurably(const std::string &path, std::string_view content, unsigned m
   return true;
 }
 
-bool CreateUnsynced(const std::string &path, std::string_view content, unsigned mode) {
+bool CreateUnsynced(const std::string &path, std::string_view content) {
   const Folder folder(path);
   const FileDescriptor fd(openat(folder.fd(), folder.name().c_str(),
-                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                 kNewFileMode));
   if (!fd && errno == EEXIST) {
     return false;
   }

@@ -26,8 +26,7 @@ inline constexpr unsigned kNewFileMode = 0664;
 
 /// The same in place and without a sync: a crash of the machine may leave the file empty, or take
 /// it back. For what is written anew soon.
-[[nodiscard]] bool CreateUnsynced(const std::string &path, std::string_view content,
-                                  unsigned mode = 0666);
+[[nodiscard]] bool CreateUnsynced(const std::string &path, std::string_view content);
 /// Makes such a file and its name durable. A file that is gone by now needs nothing.
 void SyncIfThere(const std::string &path);
 

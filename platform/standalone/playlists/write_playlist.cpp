@@ -19,7 +19,6 @@ namespace vexo::playlists {
 
 namespace {
 
-constexpr unsigned kPlaylistMode = 0666;
 constexpr unsigned kOwnOnly = 0600;
 
 std::optional<Unread> unread; ///< the worst there was
@@ -37,16 +36,13 @@ void RequireThatReadsSucceeded(const std::string &path) {
 /// Puts the songs into the file, which is made when it is not there.
 void WriteNow(std::span<const NewEntry> songs, const std::string &path) {
   bool is_new = false;
-  files::EditOrCreateDurably(
-      path, Replacing(songs),
-      [&] {
-        if (WasTakenAway(path)) {
-          throw std::runtime_error("renamed or deleted meanwhile: " + path);
-        }
-        is_new = true;
-        return std::string(kM3uHead) + M3uEntries(songs);
-      },
-      kPlaylistMode);
+  files::EditOrCreateDurably(path, Replacing(songs), [&] {
+    if (WasTakenAway(path)) {
+      throw std::runtime_error("renamed or deleted meanwhile: " + path);
+    }
+    is_new = true;
+    return std::string(kM3uHead) + M3uEntries(songs);
+  });
   RefreshRowsOf(path);
   if (is_new) {
     NoteNewFile(path);
@@ -127,7 +123,7 @@ bool IsFile(const std::string &path) {
 
 void WriteEmptyList(const std::string &path) {
   RequireThatReadsSucceeded(path);
-  const bool is_new = files::CreateUnsynced(path, kM3uHead, kPlaylistMode);
+  const bool is_new = files::CreateUnsynced(path, kM3uHead);
   if (is_new) {
     NoteNewFile(path);
   } else if (!IsFile(path)) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,11 +64,24 @@ std::optional<int> WaitFor(pid_t child) {
   return WIFEXITED(status) ? std::optional<int>(WEXITSTATUS(status)) : std::nullopt;
 }
 
+/// As long as it lives, what is made is not for everybody to write, also where the umask is 0.
+class WritableByGroupAtMost {
+public:
+  WritableByGroupAtMost() : before_(umask(S_IWOTH)) { umask(before_ | S_IWOTH); }
+  ~WritableByGroupAtMost() { umask(before_); }
+  WritableByGroupAtMost(const WritableByGroupAtMost &) = delete;
+  WritableByGroupAtMost &operator=(const WritableByGroupAtMost &) = delete;
+
+private:
+  const mode_t before_;
+};
+
 /// Starts a program, which may become a service and live on: the limits are those of this process
 /// alone. As posix_spawn().
 int Spawn(pid_t *child, const std::string &path, const std::vector<std::string> &arguments) {
   const SpawnSettings settings;
   const LimitsLifted lifted;
+  const WritableByGroupAtMost mask;
   return posix_spawn(child, path.c_str(), settings.files(), settings.attributes(),
                      Arguments(path, arguments).data(), environ);
 }

@@ -55,9 +55,11 @@ TEST_F(Files, ACreatedFileHasTheModeThatTheUmaskLeaves) {
   EXPECT_TRUE(CreateDurably(path_, ""));
   umask(0);
   EXPECT_TRUE(CreateDurably(folder_ / "open", ""));
+  EXPECT_TRUE(CreateUnsynced(folder_ / "unsynced", ""));
   umask(old);
   EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0640));
   EXPECT_EQ(fs::status(folder_ / "open").permissions(), fs::perms(0664));
+  EXPECT_EQ(fs::status(folder_ / "unsynced").permissions(), fs::perms(0664));
 }
 
 TEST_F(Files, CreationNeverReplacesWhatIsThere) {

@@ -3,6 +3,7 @@
 #include "vexo/core.h"
 #include <csignal>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -53,6 +54,14 @@ TEST(RunProgram, StartsTheProgramWithPlainSignals) {
   const auto before = std::signal(SIGPIPE, SIG_IGN);
   EXPECT_EQ(RunProgram("/bin/sh", {"-c", "kill -PIPE $$; exit 0"}), std::nullopt);
   std::signal(SIGPIPE, before);
+}
+
+TEST(RunProgram, LetsNotEverybodyWriteWhatItMakes) {
+  const TemporaryFolder folder;
+  const mode_t old = umask(0);
+  EXPECT_EQ(RunProgram("/bin/touch", {folder / "file"}), 0);
+  EXPECT_EQ(umask(old), 0U) << "the mask is as it was";
+  EXPECT_EQ(std::filesystem::status(folder / "file").permissions(), std::filesystem::perms(0664));
 }
 
 TEST(RunProgram, NeedsNoShellToStartOne) {
