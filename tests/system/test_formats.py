@@ -96,21 +96,23 @@ class Formats(ServerTest):
                     self.assertEqual({answer.error for answer in answers}, {"common/error_system"})
                     self.assertEqual(kind.file(description).read_bytes(), content)
 
-    def test_what_is_no_playlist_counts_as_empty(self):
+    def test_what_is_no_playlist_counts_as_empty_but_is_not_downloaded(self):
         secrets = ROOT / "etc/vexo/passwords"
         for kind in KINDS:
-            for description, content in UNREADABLE.items():
+            for description, content in {**UNREADABLE, "a link": b""}.items():
                 with self.subTest(f"{kind.name}: {description}"):
                     id_ = self.put(kind, description, content)
+                    if description == "a link":
+                        kind.file(description).unlink()
+                        kind.file(description).symlink_to(secrets)
                     self.assertEqual(self.ask(kind, "checkempty", playlist=id_).json,
                                      {"isEmpty": True, "success": True})
-            with self.subTest(f"{kind.name}: a link"):
-                id_ = self.put(kind, "link", b"")
-                kind.file("link").unlink()
-                kind.file("link").symlink_to(secrets)
-                self.assertEqual(self.ask(kind, "checkempty", playlist=id_).json,
-                                 {"isEmpty": True, "success": True})
-                kind.file("link").unlink()
+                    answer = self.ask(kind, "download", playlist=id_)
+                    self.assertEqual((answer.status, answer.json), (500, {}))
+                    kind.file(description).unlink()
+
+    def test_a_playlist_without_a_file_is_an_empty_archive(self):
+        self.assertEqual(self.download(PREFERENCE, "musiclib_music_personal/playlist/none"), [])
 
     def test_what_is_no_playlist_is_overwritten_and_deleted(self):
         for description, content in UNREADABLE.items():
@@ -151,7 +153,7 @@ class Formats(ServerTest):
                 kind.file(name).unlink()
                 kind.file(name).symlink_to(target)
                 before = target.read_bytes()
-                self.assertEqual(self.download(kind, id_), [])
+                self.assertEqual(self.ask(kind, "download", playlist=id_).status, 500)
                 answer = self.ask(kind, "duplicate", id=id_)
                 self.assertNotIn(b"radio/secret", answer.body)
                 for other in KINDS:

@@ -213,7 +213,14 @@ int HTTPFileOutputer::Output(const char *path, const char *contentType) {
 
 int HTTPFileOutputer::Output(FILE *stream, const char *fileName, const char *contentType) {
   return Guarded(-1, [&] {
-    const bool is_asked = stream != nullptr && fileName != nullptr && contentType != nullptr;
-    return is_asked && web::SendStream(stream, fileName, contentType) ? 0 : -1;
+    if (stream == nullptr || fileName == nullptr || contentType == nullptr) {
+      return -1;
+    }
+    // What a list that could not be read leaves is an empty archive, which looks whole.
+    if (playlists::HasReadFailed()) {
+      web::PrintServerError();
+      return -1;
+    }
+    return web::SendStream(stream, fileName, contentType) ? 0 : -1;
   });
 }

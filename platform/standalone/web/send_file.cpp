@@ -75,6 +75,8 @@ bool SendLong(const std::string &headers, const std::string &rest, const std::st
 
 } // namespace
 
+void PrintServerError() { std::fputs("Status: 500 Internal Server Error\n", stdout); }
+
 bool SendFile(const char *path, const char *content_type) {
   const files::FileDescriptor file =
       accounts::OpenSendableSong(path, Variable("REMOTE_USER").value_or(""), "HTTPFileOutputer");
@@ -109,7 +111,7 @@ bool SendStream(FILE *stream, const char *file_name, const char *content_type) {
     return CutUnless(begin && SendLong(attachment, rest, *begin, fileno(stream)));
   }
   if (!WriterEndedWell()) {
-    std::fputs("Status: 500 Internal Server Error\n", stdout);
+    PrintServerError();
     return false;
   }
   return CutUnless(WriteAnswer(attachment + rest + *begin));

@@ -12,4 +12,7 @@ namespace vexo::web {
 /// Sends what `stream` yields until its end, as an attachment called `file_name`.
 [[nodiscard]] bool SendStream(FILE *stream, const char *file_name, const char *content_type);
 
+/// Begins an answer that says that the server failed: status 500. The program prints its body.
+void PrintServerError();
+
 } // namespace vexo::web
