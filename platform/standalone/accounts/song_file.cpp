@@ -43,6 +43,7 @@ FileDescriptor OpenSendableSong(const std::string &path, std::string_view user,
   const std::string link = "/proc/self/fd/" + std::to_string(found.get());
   if (!IsRegularFile(found, path) || !SendableSongFile(link, user)) {
     system::LogFailure(purpose, ("not a song of the user's libraries: " + path).c_str());
+    errno = EACCES;
     return FileDescriptor();
   }
   FileDescriptor file(open(link.c_str(), O_RDONLY | O_CLOEXEC));

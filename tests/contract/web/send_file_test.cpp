@@ -181,6 +181,9 @@ TEST_F(SendFileTest, TheLogSaysWhyASongIsNotSent) {
               Send(library() + "/gone.mp3");
             }).find("/library/gone.mp3: No such file or directory\n"),
             std::string::npos);
+  EXPECT_EQ(LoggedBy([] { Send("/etc/passwd"); }),
+            "test: HTTPFileOutputer: not a song of the user's libraries: /etc/passwd\n"
+            "test: a song is not sent: /etc/passwd: Permission denied\n");
 }
 
 TEST_F(SendFileTest, WithoutArgumentsNothingIsSent) {
