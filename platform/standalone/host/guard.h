@@ -2,8 +2,10 @@
 // Where exceptions end: a function of platform/include/vexo/ answers with a result value.
 
 #include "playlists/write_playlist.h"
+#include "system/limits.h"
 #include "system/log.h"
 #include <exception>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -17,6 +19,8 @@ std::invoke_result_t<Body> Guarded(std::type_identity_t<std::invoke_result_t<Bod
                                    const char *operation = __builtin_FUNCTION()) noexcept {
   try {
     return std::forward<Body>(body)();
+  } catch (const std::bad_alloc &) {
+    system::LogFailure(operation, system::kMemoryUsedUp);
   } catch (const std::exception &error) {
     system::LogFailure(operation, error.what());
   } catch (...) {

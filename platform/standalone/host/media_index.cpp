@@ -5,12 +5,14 @@
 #include "host/guard.h"
 #include "host/records.h"
 #include "index/media_index.h"
+#include "playlists/playlist_text.h"
 #include "playlists/rows.h"
 #include "playlists/seen_files.h"
 #include "playlists/settled_rows.h"
 #include "system/config.h"
 #include "text/numbers.h"
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -32,6 +34,9 @@ struct VEXOMediaCursor {
 namespace {
 
 constexpr int kPlaylistTable = 3;
+
+/// A record takes some kilobytes, and no playlist can hold more.
+constexpr int64_t kMostFound = playlists::kMaxEntries;
 
 /// The one query that cursors answer: "id = NUMBER".
 int32_t ParseIdQuery(std::string_view query) {
@@ -88,6 +93,20 @@ void SaveRow(const __tag_VEXO_MEDIA_INFO &record, int owner) {
   playlists::AddRow(row, playlists::ClaimNewFile(row.path));
 }
 
+/// Throws where a search without a limit finds more than a playlist can hold, before a record of
+/// any is made.
+std::vector<index::Song> SearchSongs(int owner, index::Search search) {
+  const bool is_unlimited = search.limit == 0;
+  if (is_unlimited) {
+    search.limit = kMostFound + 1;
+  }
+  std::vector<index::Song> songs = ProcessIndex().SearchSongs(owner, search);
+  if (is_unlimited && std::ssize(songs) > kMostFound) {
+    throw std::length_error("more than " + std::to_string(kMostFound) + " songs");
+  }
+  return songs;
+}
+
 int CopiedOut(const std::string &text, char *buffer, int size) {
   return CopyOut(text.c_str(), buffer, size) ? 0 : -1;
 }
@@ -115,7 +134,7 @@ int VEXOMusicListAll(const char *library, int userId, VEXOPlaylistRec **head, in
     search.offset = offset;
     search.limit = limit;
     const int owner = LibraryOwner(library, userId);
-    *head = MakeSongList(ProcessIndex().SearchSongs(owner, search)).release();
+    *head = MakeSongList(SearchSongs(owner, search)).release();
     return 0;
   });
 }

@@ -12,6 +12,10 @@ namespace vexo::system {
 inline constexpr int64_t kDefaultMemoryMib = 2048;
 inline constexpr int64_t kDefaultCpuSeconds = 60;
 
+/// For the log, wherever memory has run out.
+inline constexpr char kMemoryUsedUp[] = "a request has used up the memory that memory_mib in "
+                                        "[limits] of the configuration gives it";
+
 /// Limits this process. A lower limit that is there already stays. One that has more memory mapped
 /// than it may have, as under AddressSanitizer, is not limited in it.
 void LimitProcess();

@@ -1,6 +1,7 @@
 #include "web/cut_short.h"
 
 #include "files/file_io.h"
+#include "system/limits.h"
 #include "web/output.h"
 #include <csignal>
 #include <cstdlib>
@@ -43,8 +44,7 @@ void LogException() {
   try {
     throw;
   } catch (const std::bad_alloc &) {
-    syslog(LOG_ERR, "a request has used up the memory that memory_mib in [limits] of the "
-                    "configuration gives it");
+    syslog(LOG_ERR, "%s", system::kMemoryUsedUp);
   } catch (const std::exception &error) {
     syslog(LOG_ERR, "a request ended by an exception: %s", error.what());
   } catch (...) {

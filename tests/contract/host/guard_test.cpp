@@ -1,6 +1,7 @@
 #include "host/guard.h"
 #include "support/logged_by.h"
 #include <gtest/gtest.h>
+#include <new>
 #include <stdexcept>
 
 namespace vexo::host {
@@ -19,6 +20,11 @@ TEST(Guarded, TurnsAnExceptionIntoTheFailureAndOneLineWithTheCallersName) {
   const std::string logged = LoggedBy([&] { result = Operation(); });
   EXPECT_EQ(result, -1);
   EXPECT_EQ(logged, "test: Operation: the cause\n");
+}
+
+TEST(Guarded, SaysWhichSettingGivesMoreMemory) {
+  const std::string logged = LoggedBy([] { Guarded(-1, []() -> int { throw std::bad_alloc(); }); });
+  EXPECT_NE(logged.find("memory_mib in [limits]"), std::string::npos) << logged;
 }
 
 TEST(Guarded, StopsExceptionsThatAreNone) {

@@ -2,7 +2,10 @@
 
 #include "contract/index/engine.h"
 #include "host/records.h"
+#include "playlists/playlist_text.h"
+#include "playlists/write_playlist.h"
 #include "support/device_root.h"
+#include "support/logged_by.h"
 #include "vexo/media_index.h"
 
 #include <gmock/gmock.h>
@@ -128,6 +131,23 @@ TEST_F(HostSongs, ASearchGivesTheSongsOfItsLibraryInOrder) {
   ASSERT_EQ(VEXOMusicListAll("personal", 9, &head, 1, "OWN", "album", 1, 0, 0), 0);
   EXPECT_THAT(Paths(SongList(head).get()), ::testing::ElementsAre("/own.mp3"));
   ASSERT_EQ(VEXOMusicListAll("shared", 0, &head, 8, "", "path", 1, 1, 1), 0);
+  EXPECT_THAT(Paths(SongList(head).get()), ::testing::ElementsAre("/b.mp3"));
+}
+
+TEST_F(HostSongs, ASearchThatFindsMoreThanAPlaylistHoldsIsAFailure) {
+  std::vector<Song> songs(vexo::playlists::kMaxEntries - 1);
+  for (std::size_t i = 0; i < songs.size(); ++i) {
+    songs[i].path = "/" + std::to_string(i);
+  }
+  ProcessIndex().WriteSongs(songs, {});
+  VEXOPlaylistRec *head = nullptr;
+  const std::string logged = LoggedBy(
+      [&] { EXPECT_EQ(VEXOMusicListAll("shared", 0, &head, 8, "", "path", 1, 0, 0), -1); });
+  EXPECT_EQ(logged, "test: VEXOMusicListAll: more than 100000 songs\n");
+  EXPECT_EQ(head, nullptr);
+  EXPECT_TRUE(vexo::playlists::HasReadFailed()) << "no empty list is written over songs";
+  vexo::playlists::ForgetWriting();
+  EXPECT_EQ(VEXOMusicListAll("shared", 0, &head, 8, "", "path", 1, 100'000, 0), 0);
   EXPECT_THAT(Paths(SongList(head).get()), ::testing::ElementsAre("/b.mp3"));
 }
 
