@@ -1,8 +1,11 @@
 """Nothing is thrown in an ordinary request: the first exception of a process costs as much as the
 request. The program of these tests ends when something is thrown."""
 
+import io
 import signal
 import unittest
+import zipfile
+from pathlib import Path
 
 from server import KINDS, ROOT, RootTest, SHARED, cgi
 
@@ -12,6 +15,7 @@ RULES = '"Folk" {\n  genre is "Folk"\n}\n'
 class Ordinary(RootTest):
     def ask(self, user, action, **parameters):
         status, answer = cgi(user, program="no_exceptions.cgi", action=action, **parameters)
+        self.assertGreaterEqual(status, 0, action)
         self.assertIsNotNone(answer, f"{action}: status {status}")
         return answer
 
@@ -37,6 +41,8 @@ class Ordinary(RootTest):
         act("removesongs", playlist=list_, seq_list="0,2")
         act("remove_missing", playlist_id=list_)
         act("checkempty", playlist=list_)
+        (ROOT / f"tmp/playing_{kind.user}.pls").write_text("[playlist]\nFile1=http://radio/1\n")
+        act("addplaying", name="queue", type=kind.type, target="stream")
         act("duplicate", id=list_)
         act("duplicate", id=list_, overwrite="true")
         self.assertEqual(self.ask(kind.user, "add", name="list", type=kind.type).error,
@@ -52,6 +58,17 @@ class Ordinary(RootTest):
                     for file in each.folder.glob("*.m3u"):
                         file.unlink()
                 self.live(kind)
+
+    def test_downloads(self):
+        song = self.ask(SHARED.user, "download", id_info_list=[{"res": self.tracks[0]}])
+        self.assertEqual(song.body, Path(self.tracks[0]).read_bytes())
+        list_ = self.succeed(SHARED.user, "add", name="mix", type="shared",
+                             id_info_list=["1", "2"]).id
+        for parameters, songs in (({"id_info_list": ["1", "2"]}, 2), ({"playlist": list_}, 2),
+                                  ({"playlist": "musiclib_random"}, len(self.tracks))):
+            archive = self.ask(SHARED.user, "download", **parameters)
+            names = zipfile.ZipFile(io.BytesIO(archive.body)).namelist()
+            self.assertEqual(len(names), songs + 2, names)
 
     def test_what_throws_ends_the_program(self):
         status, answer = cgi(SHARED.user, program="no_exceptions.cgi", action="removesongs",
