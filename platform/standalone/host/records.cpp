@@ -2,7 +2,6 @@
 
 #include "text/utf8.h"
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -150,12 +149,14 @@ void ReserveSongs(std::size_t count) noexcept {
   mallopt(M_MMAP_THRESHOLD, kLargestPiece);
   mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
   mallopt(M_TOP_PAD, static_cast<int>(size));
-  const auto end = [] { return reinterpret_cast<std::uintptr_t>(sbrk(0)); };
-  const std::uintptr_t first = (end() + kHugePage - 1) / kHugePage * kHugePage;
+  void *first = sbrk(0);
+  std::size_t room = 2 * kHugePage; // a place to begin is always found in it
+  std::align(kHugePage, kHugePage, first, room);
   void *volatile piece = std::malloc(kHugePage);
   std::free(piece);
-  if (first < end()) {
-    madvise(reinterpret_cast<void *>(first), end() - first, MADV_HUGEPAGE);
+  const auto grown = static_cast<char *>(sbrk(0)) - static_cast<char *>(first);
+  if (grown > 0) {
+    madvise(first, static_cast<std::size_t>(grown), MADV_HUGEPAGE);
   }
   mallopt(M_TOP_PAD, kUsualStep);
 }

@@ -6,13 +6,13 @@
 
 #include "files/file_identity.h"
 #include "index/song_query.h"
-#include <compare>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace vexo::index {
@@ -56,7 +56,11 @@ struct SongFile {
   uint64_t size_bytes = 0;
   int64_t time_modified = 0;
 
-  friend auto operator<=>(const SongFile &, const SongFile &) = default;
+  friend bool operator==(const SongFile &, const SongFile &) = default;
+  friend bool operator<(const SongFile &a, const SongFile &b) {
+    return std::tie(a.id, a.path, a.size_bytes, a.time_modified) <
+           std::tie(b.id, b.path, b.size_bytes, b.time_modified);
+  }
 };
 
 /// A search as a client asks for it; codes and names as in vexo/media_index.h. A field that is none

@@ -41,7 +41,7 @@ void SqliteIndex::ReserveLog() {
   constexpr off_t kPageInLog = 4096 + 24;
   const files::FileDescriptor log(open((path_ + "-wal").c_str(), O_WRONLY | O_CLOEXEC));
   if (log) {
-    (void)fallocate(log.get(), FALLOC_FL_KEEP_SIZE, 0, 2 * kLogPages * kPageInLog);
+    (void)fallocate(log.get(), FALLOC_FL_KEEP_SIZE, 0, off_t{2} * kLogPages * kPageInLog);
   }
 }
 

@@ -13,7 +13,7 @@ using Kind = PlaylistDifference::Kind;
 
 /// What an administrator is told of it.
 std::string Describe(const PlaylistDifference &difference) {
-  const std::string path = Printable(difference.row.path);
+  std::string path = Printable(difference.row.path);
   switch (difference.kind) {
   case Kind::kStatus:
     return "the row of " + path + " does not tell its file's size, time or identity";

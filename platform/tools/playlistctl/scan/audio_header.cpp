@@ -100,7 +100,7 @@ std::size_t AdtsFrameLength(std::string_view bytes, std::size_t position) {
 std::optional<AudioHeader> ReadAdts(const Source &file) {
   constexpr std::array<uint32_t, 13> kRates = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
                                                22050, 16000, 12000, 11025, 8000,  7350};
-  constexpr std::size_t kLookedAt = 64 * 1024;
+  constexpr std::size_t kLookedAt = std::size_t{64} * 1024;
   constexpr std::size_t kFewestFrames = 3;
   constexpr std::size_t kSamplesAFrame = 1024;
   const uint64_t begin = LeadingTagSize(file);
