@@ -2,7 +2,7 @@
 
 import os
 
-from server import LIBRARY, ROOT, SOURCE, run, start
+from server import LIBRARY, ROOT, SOURCE, listens, run, start
 
 SOCKET = ROOT / "tmp/mpd.sock"
 
@@ -12,7 +12,7 @@ class Mpd:
         conf = ROOT / "etc/mpd.conf"
         conf.write_text(run(SOURCE / "scripts/mpd_conf", ROOT, LIBRARY))
         self.process = start(["mpd", "--no-daemon", conf], ROOT / "var/log/vexo/mpd.log",
-                             SOCKET.exists)
+                             lambda: listens(SOCKET))
 
     def mpc(self, *arguments):
         return run("mpc", "-q", *arguments, env={**os.environ, "MPD_HOST": str(SOCKET)})

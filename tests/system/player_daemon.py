@@ -7,7 +7,7 @@ import socket
 import struct
 
 import mpd
-from server import BIN, LIBRARY, ROOT, run, start
+from server import BIN, LIBRARY, ROOT, listens, run, start
 
 CONTROL = ROOT / "tmp/vexoaudiod.sock"
 SELECT, QUEUE = 21, 30
@@ -57,12 +57,8 @@ class PlayerMpd(mpd.Mpd):
         path = ROOT / f"etc/{self.name}.conf"
         path.write_text(conf)
         self.process = start(["mpd", "--no-daemon", path], ROOT / f"var/log/vexo/{self.name}.log",
-                             self._listens)
+                             lambda: listens(self.socket))
         self.mpc("--wait", "update")
-
-    def _listens(self):
-        with socket.socket(socket.AF_UNIX) as client:
-            return client.connect_ex(str(self.socket)) == 0
 
     def mpc(self, *arguments, **options):
         return run("mpc", "-q", *arguments, env={**os.environ, "MPD_HOST": str(self.socket)},

@@ -125,6 +125,12 @@ def free_port():
         return listener.getsockname()[1]
 
 
+def listens(path):
+    """Whether a UNIX socket takes connections. Its file is there before it does."""
+    with socket.socket(socket.AF_UNIX) as client:
+        return client.connect_ex(str(path)) == 0
+
+
 def wait_until(condition, what, seconds=20):
     end = time.monotonic() + seconds
     while not condition():

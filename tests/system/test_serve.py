@@ -12,7 +12,7 @@ import unittest
 from pathlib import Path
 
 from server import BIN, BUILD, LIBRARY, ROOT, SOURCE
-from server import encode, free_port, playlistctl, run, songs_of, wait_until
+from server import encode, free_port, listens, playlistctl, run, songs_of, wait_until
 
 SERVE = SOURCE / "serve"
 ENVIRONMENT = {**os.environ, "VEXO_BUILD": str(BUILD)}
@@ -29,12 +29,6 @@ def processes_of_the_root():
         if str(ROOT) in line:
             found.append(line)
     return found
-
-
-def listens(path):
-    """Whether a socket takes connections."""
-    with socket.socket(socket.AF_UNIX) as client:
-        return client.connect_ex(str(path)) == 0
 
 
 class Served:
@@ -139,8 +133,7 @@ class Serve(unittest.TestCase):
         served = self.serve(music)
         player = ("mpc", "--host", ROOT / "tmp/mpd.sock", "-q")
         for name in ("mpd.sock", "vexoaudiod.sock"):
-            self.assertTrue((ROOT / "tmp" / name).is_socket(), name)
-            wait_until(lambda path=ROOT / "tmp" / name: listens(path), f"{name} listens")
+            self.assertTrue(listens(ROOT / "tmp" / name), name)
         run(*player, "--wait", "update")
         run(*player, "add", "/")
         queue = run(*player, "playlist", "-f", "%file%").splitlines()
