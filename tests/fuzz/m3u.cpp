@@ -1,29 +1,15 @@
 // M3U files of anybody, and edits of them. An edit changes what it names and no other byte:
 // inserting a song and removing it again gives the file back, and what is written reads the same.
+#include "fuzz/edits.h"
 #include "playlists/m3u.h"
 #include "files/file_io.h"
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 using namespace vexo::playlists;
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) {
-    std::abort();
-  }
-}
-
-std::string Text(const vexo::files::Pieces &pieces) {
-  std::string text;
-  for (const std::string_view piece : pieces) {
-    text += piece;
-  }
-  return text;
-}
 
 /// Whether a tag without a path stands at the end. It becomes that of the next song.
 bool EndsWithTag(std::string_view content, const std::vector<M3uEntry> &entries) {

@@ -1,10 +1,10 @@
 // Playlist files of any format and encoding. What an edit makes is read with the entries that it
 // should have, and is UTF-16 no more.
+#include "fuzz/edits.h"
 #include "playlists/playlist_content.h"
 #include "files/file_io.h"
 #include "playlists/playlist_text.h"
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,20 +14,6 @@ using namespace vexo::playlists;
 namespace {
 
 using Paths = std::vector<std::string>;
-
-void Require(bool holds) {
-  if (!holds) {
-    std::abort();
-  }
-}
-
-std::string Text(const vexo::files::Pieces &pieces) {
-  std::string text;
-  for (const std::string_view piece : pieces) {
-    text += piece;
-  }
-  return text;
-}
 
 Paths PathsIn(std::string_view bytes, const std::string &name) {
   PlaylistContent content(bytes, name);
