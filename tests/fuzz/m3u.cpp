@@ -1,8 +1,8 @@
 // M3U files of anybody, and edits of them. An edit changes what it names and no other byte:
 // inserting a song and removing it again gives the file back, and what is written reads the same.
-#include "fuzz/edits.h"
 #include "playlists/m3u.h"
 #include "files/file_io.h"
+#include "fuzz/edits.h"
 #include <cstdint>
 #include <string>
 #include <string_view>

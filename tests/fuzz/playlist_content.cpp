@@ -1,8 +1,8 @@
 // Playlist files of any format and encoding. What an edit makes is read with the entries that it
 // should have, and is UTF-16 no more.
-#include "fuzz/edits.h"
 #include "playlists/playlist_content.h"
 #include "files/file_io.h"
+#include "fuzz/edits.h"
 #include "playlists/playlist_text.h"
 #include <cstdint>
 #include <string>
