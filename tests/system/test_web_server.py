@@ -10,7 +10,8 @@ import zipfile
 from io import BytesIO
 from pathlib import Path
 
-from server import ANNA, LIBRARY, PASSWORD, ROOT, ServerTest, encode
+from server import ANNA, LIBRARY, PASSWORD, ROOT, SOURCE, RootTest, ServerTest
+from server import encode, free_port, run, start
 
 FORM = "application/x-www-form-urlencoded"
 QUERY = "action=checkempty&playlist=musiclib_random"
@@ -95,6 +96,39 @@ class Ranges(WebServerTest):
         answer = self.server.send(ANNA, query, headers={"Range": "bytes=0-3"})
         self.assertEqual(answer.status, 200)
         self.assertIsNone(zipfile.ZipFile(BytesIO(answer.body)).testzip())
+
+
+class WholeMachine(RootTest):
+    """packaging/vexo-playlists.conf, included by a configuration as small as a machine's may be."""
+
+    PACKAGED = SOURCE / "packaging/vexo-playlists.conf"
+
+    @staticmethod
+    def including(file, port):
+        conf = ROOT / "etc/machine.conf"
+        conf.write_text(f'server.document-root = "{ROOT}/www"\nserver.bind = "127.0.0.1"\n'
+                        f'server.port = {port}\ninclude "{file}"\n')
+        return conf
+
+    def test_the_web_server_understands_it(self):
+        run("lighttpd", "-tt", "-f", self.including(self.PACKAGED, 80))
+
+    def test_it_serves_the_accounts_and_nobody_else(self):
+        here = ROOT / "etc/playlists.conf"
+        here.write_text(self.PACKAGED.read_text()
+                        .replace("/etc/vexo/", f"{ROOT}/etc/vexo/")
+                        .replace("/usr/lib/vexo/", f"{ROOT}/www/"))
+        port = free_port()
+        log = ROOT / "var/log/vexo/machine.log"
+        server = start(["lighttpd", "-D", "-f", self.including(here, port)], log,
+                       lambda: "server started" in log.read_text())
+        self.addCleanup(server.wait, 20)
+        self.addCleanup(server.terminate)
+        url = f"http://127.0.0.1:{port}/playlists/audio_playlist.cgi?{QUERY}"
+        self.assertIn('"success":true', run("curl", "-s", "-u", f"{ANNA}:{PASSWORD}", url))
+        for user in ([], ["-u", f"{ANNA}:wrong"]):
+            status = run("curl", "-s", "-o", "/dev/null", "-w", "%{http_code}", *user, url)
+            self.assertEqual(status, "401")
 
 
 if __name__ == "__main__":
