@@ -31,8 +31,9 @@ class VexoAudioUtils {
 public:
   /// Lists the songs of the smart playlist `name` of `rulesFile` (null: the shared rules) from
   /// position `offset` on, `limit` at most (0: all), appending to `songs`. `*count` becomes their
-  /// number. `refresh` asks for a fresh evaluation where the host keeps results. 0 on success; -1:
-  /// failed or no such playlist, `*count` and `songs` are untouched.
+  /// number, also when memory does not suffice for their records. `refresh` asks for a fresh
+  /// evaluation where the host keeps results. 0 on success; -1: failed or no such playlist, `songs`
+  /// is untouched, and so is `*count` where they could not be counted.
   static int SmartPLSListSongs(const char *name, int offset, int limit, int *count,
                                std::list<__tag_VEXO_MEDIA_INFO> &songs, const char *rulesFile,
                                bool refresh);

@@ -89,12 +89,12 @@ int VexoAudioUtils::SmartPLSListSongs(const char *name, int offset, int limit, i
     if (!found) {
       return -1;
     }
+    if (count != nullptr) {
+      *count = static_cast<int>(found->size());
+    }
     std::list<__tag_VEXO_MEDIA_INFO> records;
     for (const index::Song &song : *found) {
       FillRecord(records.emplace_back(), song);
-    }
-    if (count != nullptr) {
-      *count = static_cast<int>(records.size());
     }
     songs.splice(songs.end(), records);
     return 0;

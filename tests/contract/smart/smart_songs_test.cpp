@@ -1,8 +1,10 @@
 #include "accounts/accounts.h"
 #include "index/media_index.h"
 #include "support.h"
+#include "system/limits.h"
 #include "vexo/audio_file.h"
 #include <filesystem>
+#include <sys/resource.h>
 
 namespace {
 
@@ -130,6 +132,30 @@ TEST_F(SmartSongsTest, ADamagedIndexFails) {
     int count = -7;
     return VexoAudioUtils::SmartPLSListSongs("All", 0, 0, &count, songs, nullptr, false) == -1 &&
            count == -7 && songs.empty();
+  }));
+}
+
+TEST_F(SmartSongsTest, SongsThatNeedMoreMemoryThanThereIsAreCounted) {
+  static constexpr int kMany = 40'000; // their records take 220 MB
+  WriteBytes(kSharedRules, "\"All\" { year = 2000 }");
+  std::vector<Song> many;
+  for (int i = 0; i < kMany; ++i) {
+    many.push_back(MakeSong("/" + std::to_string(i), 0, 2000));
+  }
+  vexo::index::OpenMediaIndex()->WriteSongs(many, {});
+  WriteBytes(vexo::system::kConfigFile, "[limits]\nmemory_mib = 200\n");
+  EXPECT_TRUE(InOwnProcess([] {
+    vexo::system::LimitProcess();
+    rlimit memory{};
+    getrlimit(RLIMIT_AS, &memory);
+    Songs songs;
+    int count = 0;
+    const int result =
+        VexoAudioUtils::SmartPLSListSongs("All", 0, 0, &count, songs, nullptr, false);
+    EXPECT_EQ(count, kMany);
+    EXPECT_EQ(result, memory.rlim_cur == RLIM_INFINITY ? 0 : -1)
+        << "a sanitizer's cannot be limited";
+    return !HasFailure();
   }));
 }
 
