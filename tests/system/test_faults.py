@@ -183,6 +183,7 @@ class Database(RootTest):
                                 category="all", keyword="a", overwrite=overwrite)
                 self.assertEqual(answer.error, "common/error_system")
         self.assertEqual(songs_of(kind.file("list")), OLD)
+        self.assertFalse(kind.file("found").exists())
 
     def test_a_rename_that_does_not_find_its_row_is_an_error(self):
         for kind in self.INDEXED:
@@ -195,7 +196,8 @@ class Database(RootTest):
 
     def test_a_copy_of_a_list_that_cannot_be_read_is_an_error(self):
         source, target = KINDS[0], KINDS[2]
-        for name, overwrite in (("list", "true"), ("only here", "false")):
+        copies = (("list", "true"), ("only here", "false"), ("only here", "false"))
+        for name, overwrite in copies:
             id_ = add(source, name, NEW, overwrite=str(source.file(name).exists()).lower()).id
             source.file(name).chmod(0)
             with self.subTest(overwrite=overwrite):
@@ -204,6 +206,7 @@ class Database(RootTest):
                 self.assertEqual(answer.error, "common/error_system")
             source.file(name).chmod(0o666)
         self.assertEqual(songs_of(target.file("list")), OLD)
+        self.assertFalse(target.file("only here").exists())
 
     def test_a_preference_folder_needs_no_database(self):
         kind = KINDS[2]

@@ -9,6 +9,7 @@
 
 #include "files/edit_file.h"
 #include "files/file_descriptor.h"
+#include "files/folder.h"
 #include <functional>
 #include <string>
 #include <string_view>
@@ -51,6 +52,8 @@ public:
   ~FileSetAside();
   FileSetAside(const FileSetAside &) = delete;
   FileSetAside &operator=(const FileSetAside &) = delete;
+  /// Where it lies now.
+  [[nodiscard]] std::string path() const { return FolderOf(path_) + "/" + aside_; }
   void Commit();
 
 private:

@@ -65,4 +65,6 @@ void RefreshRowsOf(const std::string &path) {
   }
 }
 
+void ForgetSeenFiles() noexcept { SeenHere().clear(); }
+
 } // namespace vexo::playlists

@@ -24,4 +24,7 @@ void ExpectFile(const index::Playlist &row);
 /// Tells the rows that this process found with the file's path that it was written.
 void RefreshRowsOf(const std::string &path);
 
+/// Forgets them all, as a test does that stands for a process of its own.
+void ForgetSeenFiles() noexcept;
+
 } // namespace vexo::playlists

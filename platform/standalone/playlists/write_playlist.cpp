@@ -1,6 +1,7 @@
 #include "playlists/write_playlist.h"
 #include "files/durable_file.h"
 #include "files/edit_file.h"
+#include "files/file_identity.h"
 #include "files/folder.h"
 #include "playlists/playlist_edits.h"
 #include "playlists/playlist_folders.h"
@@ -54,7 +55,26 @@ struct HeldBack {
   files::FileName name;
   std::string path;
   bool is_new;
+  files::FileIdentity identity;
 };
+
+/// Whether the new file is at `path`, and nobody has written to it.
+bool IsAsMade(const HeldBack &held, const std::string &path) {
+  struct stat status {};
+  return files::IdentityOf(path) == held.identity && lstat(path.c_str(), &status) == 0 &&
+         status.st_size == std::ssize(kM3uHead);
+}
+
+/// Removes a new file that got neither songs nor a row: a client that tries again may have the
+/// name. What somebody else wrote or put there meanwhile stays.
+void TakeBack(const HeldBack &held) {
+  if (held.is_new && IsAsMade(held, held.path) && ClaimNewFile(held.path)) {
+    files::FileSetAside file(held.path);
+    if (IsAsMade(held, file.path())) {
+      file.Commit();
+    }
+  }
+}
 
 void Finish(const HeldBack &held) {
   if (held.is_new) {
@@ -82,13 +102,23 @@ public:
   void Add(const std::string &path, bool is_new) {
     const files::FileName name(path);
     if (std::none_of(all_.begin(), all_.end(), [&](auto &held) { return held.name == name; })) {
-      all_.push_back({files::FileName(path), path, is_new});
+      all_.push_back({files::FileName(path), path, is_new, files::IdentityOf(path)});
     }
   }
 
   void Remove(const std::string &path) {
     if (!all_.empty()) {
       std::erase_if(all_, [name = files::FileName(path)](auto &held) { return held.name == name; });
+    }
+  }
+
+  /// For a list whose songs cannot be read.
+  void TakeBackNew(const std::string &path) {
+    const files::FileName name(path);
+    const auto held =
+        std::find_if(all_.begin(), all_.end(), [&](auto &h) { return h.name == name; });
+    if (held != all_.end()) {
+      TakeBack(*held);
     }
   }
 
@@ -122,6 +152,9 @@ bool IsFile(const std::string &path) {
 }
 
 void WriteEmptyList(const std::string &path) {
+  if (unread) {
+    Held().TakeBackNew(path);
+  }
   RequireThatReadsSucceeded(path);
   const bool is_new = files::CreateUnsynced(path, kM3uHead);
   if (is_new) {
@@ -171,6 +204,7 @@ bool HasReadFailed() noexcept { return unread == Unread::kFailed; }
 void ForgetWriting() noexcept {
   Held().RemoveAll();
   unread.reset();
+  ForgetSeenFiles();
 }
 
 void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path) {

@@ -26,12 +26,14 @@ bool FinishWriting() noexcept;
 enum class Unread { kNotThere, kFailed };
 
 /// Records that something could not be read, in the index or in a file: from now on this process
-/// refuses to write empty lists, as the program takes what could not be read for empty.
+/// refuses to write empty lists, as the program takes what could not be read for empty. A refused
+/// list that this process has made a file for, but no row, is removed again.
 void NoteUnread(Unread reason) noexcept;
 /// Whether a read failed of what may well be there.
 [[nodiscard]] bool HasReadFailed() noexcept;
 
-/// Forgets both, as a test does that stands for a process of its own.
+/// Forgets all of this and the files that were seen, as a test does that stands for a process of
+/// its own.
 void ForgetWriting() noexcept;
 
 /// Makes the playlist file `path` in the folder for temporary files, where others may have put

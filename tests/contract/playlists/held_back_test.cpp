@@ -131,6 +131,57 @@ TEST_F(EmptyLists, AreRefusedAfterAListThatCouldNotBeRead) {
   EXPECT_EQ(WriteNew(), 0) << "songs are songs";
 }
 
+/// A new empty list that songs are to be copied to, from one that cannot be read.
+class NewEmptyLists : public EmptyLists {
+protected:
+  void SetUp() override {
+    EmptyLists::SetUp();
+    ASSERT_EQ(Write(), 0);
+  }
+  [[nodiscard]] int Write() const { return VEXOWriteMusicPlaylist(nullptr, new_path_.c_str()); }
+  [[nodiscard]] int WriteAfterAFailedRead() const {
+    NoteUnread(Unread::kFailed);
+    return Write();
+  }
+
+  const std::string new_path_ = Shared("new.m3u");
+};
+
+TEST_F(NewEmptyLists, GoWhenTheirSongsCannotBeRead) {
+  EXPECT_EQ(WriteAfterAFailedRead(), -1);
+  EXPECT_EQ(Names(library() + "/playlists"), std::set<std::string>{"a.m3u"});
+  EXPECT_TRUE(FinishWriting());
+}
+
+TEST_F(NewEmptyLists, StayWithTheirRows) {
+  __tag_VEXO_MEDIA_INFO record{};
+  new_path_.copy(record.path, sizeof(record.path) - 1);
+  ASSERT_EQ(VEXOPlaylistDBSave(&record), 0);
+  EXPECT_EQ(WriteAfterAFailedRead(), -1);
+  EXPECT_EQ(ReadBytes(new_path_), M3u({}));
+}
+
+TEST_F(NewEmptyLists, StayWhenSomebodyElseHasWrittenThem) {
+  WriteBytes(new_path_, old_);
+  EXPECT_EQ(WriteAfterAFailedRead(), -1);
+  EXPECT_EQ(ReadBytes(new_path_), old_);
+}
+
+TEST_F(NewEmptyLists, StayWhenSomebodyElseHasMadeThem) {
+  fs::rename(new_path_, Shared("renamed.m3u"));
+  WriteBytes(new_path_, M3u({}));
+  EXPECT_EQ(WriteAfterAFailedRead(), -1);
+  EXPECT_EQ(ReadBytes(new_path_), M3u({}));
+  EXPECT_EQ(ReadBytes(Shared("renamed.m3u")), M3u({}));
+}
+
+TEST_F(NewEmptyLists, StayWhenTheyChangeAtTheLastMoment) {
+  faults::BeforeNextRename([&] { WriteBytes(new_path_, old_); });
+  EXPECT_EQ(WriteAfterAFailedRead(), -1);
+  EXPECT_EQ(Names(library() + "/playlists"), (std::set<std::string>{"a.m3u", "new.m3u"}));
+  EXPECT_EQ(ReadBytes(new_path_), old_);
+}
+
 TEST_F(EmptyLists, AreRefusedAfterASearchThatFailed) {
   WriteBytes(system::kIndexFile, "no database at all");
   VEXOPlaylistRec *found = nullptr;
