@@ -42,61 +42,74 @@ class Shell:
 
     def __init__(self, text):
         self.text, self.at, self.commands, self.functions = text, 0, [], set()
+        self.words, self.word = [], None  # of the command that is being read
+        self.first = 0  # the first command that may be a pattern of a case instead
         self.documents = []
         self.read_until(None)
 
     def read_until(self, end):
         """Reads commands to the closing parenthesis, or to the end of the script."""
-        words, word, first = [], None, len(self.commands)
-
-        def end_word():
-            nonlocal word
-            if word is not None:
-                words.append(word)
-            word = None
-
-        def end_command():
-            nonlocal words
-            end_word()
-            if words:
-                self.commands.append(words)
-            words = []
-
+        outer = self.words, self.word, self.first
+        self.words, self.word, self.first = [], None, len(self.commands)
         while self.at < len(self.text):
             char = self.text[self.at]
             self.at += 1
             if char == end:
                 break
-            if char in "'\"$\\`":
-                word = (word or "") + "\0"
-                self.read_quoted(char)
-            elif char == "#" and word is None:
-                self.at = (self.text + "\n").index("\n", self.at)
-            elif char == "(" and word is not None:
-                self.functions.add(word)
-                word, self.at = None, self.at + 1
-            elif char == "(":
-                end_command()
-                self.read_until(")")
-            elif char == ")":  # behind the pattern of a case
-                del self.commands[first:]
-                words, word = [], None
-            elif self.text.startswith("<<", self.at - 1):
-                self.documents.append(re.match(r"<-?\s*['\"]?(\w+)", self.text[self.at:]).group(1))
-                self.at += 1
-            elif char in "<>" and self.text.startswith("&", self.at):
-                word, self.at = (word or "") + "\0", self.at + 1
+            if char in "()":
+                self.read_parenthesis(char)
             elif char in "\n;&|":
-                end_command()
-                if char == "\n":
-                    self.skip_documents()
-                if char == "\n" or self.text.startswith(";;", self.at - 1):
-                    first = len(self.commands)
-            elif char.isspace():
-                end_word()
+                self.read_separator(char)
             else:
-                word = (word or "") + char
-        end_command()
+                self.read_part(char)
+        self.end_command()
+        self.words, self.word, self.first = outer
+
+    def end_word(self):
+        if self.word is not None:
+            self.words.append(self.word)
+        self.word = None
+
+    def end_command(self):
+        self.end_word()
+        if self.words:
+            self.commands.append(self.words)
+        self.words = []
+
+    def read_parenthesis(self, char):
+        if char == ")":  # behind the pattern of a case
+            del self.commands[self.first:]
+            self.words, self.word = [], None
+        elif self.word is not None:
+            self.functions.add(self.word)
+            self.word, self.at = None, self.at + 1
+        else:
+            self.end_command()
+            self.read_until(")")
+
+    def read_separator(self, char):
+        self.end_command()
+        if char == "\n":
+            self.skip_documents()
+        if char == "\n" or self.text.startswith(";;", self.at - 1):
+            self.first = len(self.commands)
+
+    def read_part(self, char):
+        """A word's character, what ends a word, or what is quoted or redirected."""
+        if char in "'\"$\\`":
+            self.word = (self.word or "") + "\0"
+            self.read_quoted(char)
+        elif char == "#" and self.word is None:
+            self.at = (self.text + "\n").index("\n", self.at)
+        elif self.text.startswith("<<", self.at - 1):
+            self.documents.append(re.match(r"<-?\s*['\"]?(\w+)", self.text[self.at:]).group(1))
+            self.at += 1
+        elif char in "<>" and self.text.startswith("&", self.at):
+            self.word, self.at = (self.word or "") + "\0", self.at + 1
+        elif char.isspace():
+            self.end_word()
+        else:
+            self.word = (self.word or "") + char
 
     def read_quoted(self, quote):
         if quote == "\\":
