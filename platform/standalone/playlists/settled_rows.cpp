@@ -1,14 +1,17 @@
 #include "playlists/settled_rows.h"
 #include "files/file_descriptor.h"
 #include "files/folder.h"
-#include <algorithm>
+#include <chrono>
 #include <fcntl.h>
+#include <set>
 #include <string>
 #include <sys/stat.h>
 
 namespace vexo::playlists {
 
 namespace {
+
+using std::chrono::milliseconds;
 
 /// A rename in another folder than that of the row's path moves a row twice at most while it is
 /// looked for; more is what no working machine does.
@@ -20,17 +23,35 @@ files::FileDescriptor &HeldFolder() {
   return folder;
 }
 
-/// The lock of the folder that a file lies in; nothing when it cannot be had.
-files::FileDescriptor LockFolderOf(const std::string &path) {
-  const std::string folder = path.substr(0, path.rfind('/') + 1);
+/// The lock of a folder; nothing when it cannot be had.
+files::FileDescriptor LockFolder(const std::string &folder, milliseconds patience) {
   files::FileDescriptor fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return fd && files::LockWithin(fd.get(), files::kLockPatience) ? std::move(fd)
-                                                                 : files::FileDescriptor();
+  return fd && files::LockWithin(fd.get(), patience) ? std::move(fd) : files::FileDescriptor();
 }
 
 bool HasNoFile(const index::Playlist &row) {
   struct stat status {};
   return lstat(row.path.c_str(), &status) != 0;
+}
+
+/// The folders of those rows whose files are not there.
+std::set<std::string> FoldersOfMissing(const std::vector<index::Playlist> &rows) {
+  std::set<std::string> folders;
+  for (const index::Playlist &row : rows) {
+    if (HasNoFile(row)) {
+      folders.insert(files::FolderOf(row.path));
+    }
+  }
+  return folders;
+}
+
+void WaitForRenamesIn(const std::set<std::string> &folders) {
+  using std::chrono::steady_clock;
+  ReleaseRow(); // or this process might wait for itself
+  const auto end = steady_clock::now() + files::kLockPatience;
+  for (const std::string &folder : folders) {
+    (void)LockFolder(folder, std::chrono::duration_cast<milliseconds>(end - steady_clock::now()));
+  }
 }
 
 std::optional<index::Playlist> RowById(int owner, int32_t id) {
@@ -42,11 +63,11 @@ std::optional<index::Playlist> RowById(int owner, int32_t id) {
 
 std::vector<index::Playlist> FindSettledRows(int owner, const std::vector<int32_t> &ids) {
   std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, ids);
-  const auto moving = std::find_if(rows.begin(), rows.end(), HasNoFile);
-  if (moving == rows.end()) {
+  const std::set<std::string> folders = FoldersOfMissing(rows);
+  if (folders.empty()) {
     return rows;
   }
-  const files::FileDescriptor lock = LockFolderOf(moving->path);
+  WaitForRenamesIn(folders);
   return index::ProcessIndex().PlaylistsById(owner, ids);
 }
 
@@ -54,7 +75,7 @@ std::optional<index::Playlist> HoldRow(int owner, int32_t id) {
   ReleaseRow();
   std::optional<index::Playlist> row = RowById(owner, id);
   for (int moves = 0; row && moves < kMostMoves; ++moves) {
-    files::FileDescriptor lock = LockFolderOf(row->path);
+    files::FileDescriptor lock = LockFolder(files::FolderOf(row->path), files::kLockPatience);
     std::optional<index::Playlist> now = RowById(owner, id);
     if (!lock || !now || now->path == row->path) {
       HeldFolder() = std::move(lock);

@@ -86,6 +86,26 @@ TEST_F(SettledRows, ARenameUnderWayIsWaitedForByEachLookUp) {
   }
 }
 
+TEST_F(SettledRows, ARenameIsWaitedForInEachFolder) {
+  fs::create_directory(Shared("sub"));
+  const int gone = std::stoi(AddShared("sub/gone.m3u", ""));
+  fs::remove(Shared("sub/gone.m3u"));
+  const int renamed = std::stoi(AddShared("a.m3u", ""));
+  const Rename rename;
+  const auto rows = FindSettledRows(0, {gone, renamed});
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[rows[0].id == renamed ? 0 : 1].path, Shared("b.m3u"));
+}
+
+TEST_F(SettledRows, ARowThatIsHeldDoesNotStopOtherLookUps) {
+  const std::string id = AddShared("a.m3u", "");
+  EXPECT_EQ(PathByCursor(id), Shared("a.m3u"));
+  fs::remove(Shared("a.m3u"));
+  EXPECT_FALSE(CanRename());
+  EXPECT_EQ(FindSettledRows(0, {std::stoi(id)}).size(), 1U);
+  EXPECT_TRUE(CanRename());
+}
+
 TEST_F(SettledRows, ARowThatIsHeldIsNotRenamedUntilItIsRewritten) {
   const std::string id = AddShared("a.m3u", M3u({"/a"}));
   EXPECT_TRUE(CanRename());
