@@ -169,7 +169,7 @@ void AppendM3uEntry(std::string &text, const NewEntry &song) {
   if (path.empty()) {
     return;
   }
-  if (path.find_first_of("\r\n") != std::string_view::npos) {
+  if (path.find('\n') != std::string_view::npos || path.find('\r') != std::string_view::npos) {
     throw std::invalid_argument("a song's path holds a line break: " +
                                 InOneLine(std::string(path)));
   }
