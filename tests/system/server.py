@@ -1,7 +1,7 @@
 """The real program behind a real lighttpd, in a device root of its own.
 
-The root's place is fixed when the programs are built, so one test has it at a time (ctest's resource
-lock), and each test class starts from an empty one.
+The root's place is fixed when the programs are built; ./test lets each test have a folder of its own
+there (tests/support/own_root). Each test class starts from an empty one.
 """
 
 import base64
