@@ -25,10 +25,13 @@ constexpr std::size_t kMaxTemporaryBytes = std::size_t{64} << 20;
   throw std::runtime_error("not read: " + path + " is " + why);
 }
 
+/// Whether errno says that nothing stands at a path: a name that is too long is no file's.
+bool IsNoFile(int error) { return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG; }
+
 /// Opens a path, and tells the log when nothing stands there.
 FileDescriptor Open(const std::string &path, int flags) {
   FileDescriptor file(open(path.c_str(), flags | O_CLOEXEC));
-  if (!file && errno != ENOENT) {
+  if (!file && !IsNoFile(errno)) {
     files::ThrowErrno("cannot open", path);
   }
   if (!file) {

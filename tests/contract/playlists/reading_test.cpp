@@ -2,6 +2,8 @@
 #include "contract/playlists/playlists_test.h"
 #include "index/sqlite_index.h"
 #include "playlists/playlist_text.h"
+#include "playlists/read_playlist.h"
+#include <climits>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -229,6 +231,12 @@ TEST_F(Reading, TellsNothingOfFilesOutsideOfTheLibraries) {
   WriteBytes(file_, M3u(entries));
   EXPECT_EQ(ReadPaths(file_), entries);
   unsetenv("REMOTE_USER");
+}
+
+TEST_F(Reading, OfANameThatNoFileCanHaveFindsNoFile) {
+  EXPECT_FALSE(ReadPlaylist(file_ + "/below.m3u"));
+  EXPECT_FALSE(ReadPlaylist(file_ + std::string(NAME_MAX, 'n')));
+  EXPECT_FALSE(ReadPlaylist(file_ + std::string(PATH_MAX, 'n')));
 }
 
 TEST_F(Reading, NeverLeavesThePlaylistsFolders) {
