@@ -70,6 +70,11 @@ void MakeFolders(const std::string &path) {
   }
 }
 
+bool IsAnyEntry(const std::string &path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
 int RenameExclusively(int folder, const char *from, const char *to) {
   if (renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) {
     return 0;

@@ -67,6 +67,9 @@ void LockExclusively(int fd, std::string_view name,
 /// cannot, who uses the folder next says why.
 void MakeFolders(const std::string &path);
 
+/// Whether anything stands at `path`, be it a link to nowhere.
+bool IsAnyEntry(const std::string &path);
+
 /// Whether both are the same file.
 inline bool IsSameFile(const struct stat &a, const struct stat &b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;

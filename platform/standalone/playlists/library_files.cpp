@@ -1,5 +1,6 @@
 #include "playlists/library_files.h"
 #include "accounts/libraries.h"
+#include "files/folder.h"
 #include "playlists/playlist_folders.h"
 #include <cerrno>
 #include <dirent.h>
@@ -39,16 +40,11 @@ std::string ParentOf(const std::string &path) {
   return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
 }
 
-bool IsAnyEntry(const std::string &path) {
-  struct stat status {};
-  return lstat(path.c_str(), &status) == 0;
-}
-
 /// The real path of the lowest of `path` and the folders above it that is there; nothing when a
 /// link leads nowhere.
 std::optional<std::string> LowestFolderThere(std::string path) {
   do {
-    if (IsAnyEntry(path)) {
+    if (files::IsAnyEntry(path)) {
       return accounts::RealPath(path);
     }
     path = ParentOf(path);

@@ -2,6 +2,7 @@
 #include "files/durable_file.h"
 #include "files/edit_file.h"
 #include "files/file_identity.h"
+#include "files/folder.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/settled_rows.h"
 #include "system/log.h"
@@ -49,11 +50,6 @@ private:
   static constexpr milliseconds kLongestStep{64};
   milliseconds left_, step_{1};
 };
-
-std::optional<index::Playlist> FindRow(int owner, int32_t id) {
-  std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, {id});
-  return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
-}
 
 index::Playlist RequireRow(int owner, int32_t id) {
   auto row = FindRow(owner, id);
@@ -141,11 +137,6 @@ bool RewriteRow(int owner, int32_t id, const std::function<bool(index::Playlist 
   return is_written;
 }
 
-bool IsLinkOrFile(const std::string &path) {
-  struct stat status {};
-  return lstat(path.c_str(), &status) == 0;
-}
-
 /// The path of a row's file after somebody renamed it by hand inside its folder; nothing when it is
 /// not there. Only a name of the same kind counts.
 std::optional<std::string> PathAfterRename(const index::Playlist &row) {
@@ -216,7 +207,7 @@ bool RefreshRow(int owner, int32_t id, const index::Playlist &values) {
   Backoff backoff(kLongestMoveWait);
   bool is_last_try = false;
   const auto refresh = [&](index::Playlist &row) {
-    if (row.path == values.path || (is_last_try && !IsLinkOrFile(row.path))) {
+    if (row.path == values.path || (is_last_try && !files::IsAnyEntry(row.path))) {
       row = values;
       (void)TakeFileStatus(row);
       return true;

@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <set>
 #include <string>
-#include <sys/stat.h>
 
 namespace vexo::playlists {
 
@@ -29,16 +28,11 @@ files::FileDescriptor LockFolder(const std::string &folder, milliseconds patienc
   return fd && files::LockWithin(fd.get(), patience) ? std::move(fd) : files::FileDescriptor();
 }
 
-bool HasNoFile(const index::Playlist &row) {
-  struct stat status {};
-  return lstat(row.path.c_str(), &status) != 0;
-}
-
 /// The folders of those rows whose files are not there.
 std::set<std::string> FoldersOfMissing(const std::vector<index::Playlist> &rows) {
   std::set<std::string> folders;
   for (const index::Playlist &row : rows) {
-    if (HasNoFile(row)) {
+    if (!files::IsAnyEntry(row.path)) {
       folders.insert(files::FolderOf(row.path));
     }
   }
@@ -54,12 +48,12 @@ void WaitForRenamesIn(const std::set<std::string> &folders) {
   }
 }
 
-std::optional<index::Playlist> RowById(int owner, int32_t id) {
+} // namespace
+
+std::optional<index::Playlist> FindRow(int owner, int32_t id) {
   std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, {id});
   return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
 }
-
-} // namespace
 
 std::vector<index::Playlist> FindSettledRows(int owner, const std::vector<int32_t> &ids) {
   std::vector<index::Playlist> rows = index::ProcessIndex().PlaylistsById(owner, ids);
@@ -73,10 +67,10 @@ std::vector<index::Playlist> FindSettledRows(int owner, const std::vector<int32_
 
 std::optional<index::Playlist> HoldRow(int owner, int32_t id) {
   ReleaseRow();
-  std::optional<index::Playlist> row = RowById(owner, id);
+  std::optional<index::Playlist> row = FindRow(owner, id);
   for (int moves = 0; row && moves < kMostMoves; ++moves) {
     files::FileDescriptor lock = LockFolder(files::FolderOf(row->path), files::kLockPatience);
-    std::optional<index::Playlist> now = RowById(owner, id);
+    std::optional<index::Playlist> now = FindRow(owner, id);
     if (!lock || !now || now->path == row->path) {
       HeldFolder() = std::move(lock);
       return now;

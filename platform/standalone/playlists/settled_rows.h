@@ -9,6 +9,9 @@
 
 namespace vexo::playlists {
 
+/// The row as it is now; nothing when there is none.
+std::optional<index::Playlist> FindRow(int owner, int32_t id);
+
 /// The rows of `owner` with these ids that exist, in no promised order. Where a row's file is not
 /// there, a rename that takes it elsewhere is waited for, for kLockPatience at most in all.
 std::vector<index::Playlist> FindSettledRows(int owner, const std::vector<int32_t> &ids);
