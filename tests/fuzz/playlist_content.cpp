@@ -24,11 +24,10 @@ Paths PathsIn(std::string_view bytes, const std::string &name) {
   return paths;
 }
 
-/// Whether a line in the middle would tell of another format once it came first.
+/// Whether a line in the middle of PLS that has no head would tell of M3U once it came first.
 bool MayChangeFormat(std::string_view bytes) {
   const std::string text = FromUtf16(bytes).value_or(std::string(bytes));
-  return (text.find('[') != std::string::npos && !IsPls(text)) ||
-         text.find("#EXTM3U") != text.rfind("#EXTM3U");
+  return text.find("#EXTM3U") != text.rfind("#EXTM3U");
 }
 
 void CheckEdits(std::string_view bytes, const std::string &name, std::size_t choice) {

@@ -3,6 +3,7 @@
 #include "playlists/entry_paths.h"
 #include "playlists/line_reader.h"
 #include "playlists/playlist_text.h"
+#include <algorithm>
 #include <strings.h>
 
 namespace vexo::playlists {
@@ -25,6 +26,18 @@ bool IsPlsName(std::string_view path) {
   return path.size() >= kExtension.size() &&
          strncasecmp(path.data() + path.size() - kExtension.size(), kExtension.data(),
                      kExtension.size()) == 0;
+}
+
+/// What an edit of M3U gives, with the head of M3U before it where its first line, which followed
+/// others until now, would tell of PLS or of UTF-16.
+files::Pieces StillM3u(files::Pieces pieces) {
+  const auto first = std::find_if(pieces.begin(), pieces.end(), [](std::string_view piece) {
+    return piece.find_first_not_of(" \t\r\n") != std::string_view::npos;
+  });
+  if (first != pieces.end() && (IsPls(*first) || HasUtf16Mark(pieces.front()))) {
+    pieces.insert(pieces.begin(), kM3uHead);
+  }
+  return pieces;
 }
 
 /// The songs of lines of M3U, as PLS has them: an artist stands in the title.
@@ -96,7 +109,7 @@ files::Pieces PlaylistContent::Spliced(std::size_t first, std::size_t last,
     return {edited_};
   }
   RequireRoom(size() - (last - first) + CountM3uEntries(songs));
-  return SplicedM3u(text_, M3uList(), first, last, songs);
+  return StillM3u(SplicedM3u(text_, M3uList(), first, last, songs));
 }
 
 files::Pieces PlaylistContent::Reduced(const std::vector<std::size_t> &positions) {
@@ -104,7 +117,7 @@ files::Pieces PlaylistContent::Reduced(const std::vector<std::size_t> &positions
     edited_ = pls_->Reduced(positions);
     return {edited_};
   }
-  return ReducedM3u(text_, M3uList(), positions);
+  return StillM3u(ReducedM3u(text_, M3uList(), positions));
 }
 
 files::Pieces NewPlaylist(const std::string &path, std::string_view songs, std::string &edited) {

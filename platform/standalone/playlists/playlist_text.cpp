@@ -63,12 +63,15 @@ std::size_t FindLoneReturn(std::string_view text, std::size_t position = 0) {
 
 } // namespace
 
+bool HasUtf16Mark(std::string_view bytes) {
+  return bytes.starts_with(kBigEndianMark) || bytes.starts_with(kLittleEndianMark);
+}
+
 std::optional<std::string> FromUtf16(std::string_view bytes) {
-  const bool is_big_endian = bytes.starts_with(kBigEndianMark);
-  if (!is_big_endian && !bytes.starts_with(kLittleEndianMark)) {
+  if (!HasUtf16Mark(bytes)) {
     return std::nullopt;
   }
-  Utf16Units units(bytes.substr(kBigEndianMark.size()), is_big_endian);
+  Utf16Units units(bytes.substr(kBigEndianMark.size()), bytes.starts_with(kBigEndianMark));
   std::string utf8;
   utf8.reserve(bytes.size());
   while (!units.IsAtEnd()) {

@@ -24,6 +24,9 @@ public:
   using std::runtime_error::runtime_error;
 };
 
+/// Whether bytes begin as UTF-16 does, with its byte order mark.
+bool HasUtf16Mark(std::string_view bytes);
+
 /// UTF-16 with a byte order mark as UTF-8 without one; nothing for other bytes. Throws
 /// UnreadableError for what begins as UTF-16 and is not.
 std::optional<std::string> FromUtf16(std::string_view bytes);

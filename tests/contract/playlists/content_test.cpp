@@ -110,6 +110,18 @@ TEST_F(Content, OfUtf16IsReadAndBecomesUtf8) {
   }
 }
 
+TEST_F(Content, StaysM3uWhenALineThatTellsOfAnotherFormatComesFirst) {
+  for (const std::string second :
+       {"[playlist]\n", " [Playlist] ", "\xFF\xFE.mp3\n", "\n[playlist]", "\xFE\xFF"}) {
+    const std::string bytes = "/first\n" + second;
+    PlaylistContent content(bytes, Shared("a.m3u"));
+    EXPECT_EQ(Text(content.Reduced({0})), "#EXTM3U\n" + second);
+    EXPECT_EQ(Text(content.Spliced(0, 1, "")), "#EXTM3U\n" + second);
+  }
+  PlaylistContent ordinary("/first\n/second\n", Shared("a.m3u"));
+  EXPECT_EQ(Text(ordinary.Reduced({0})), "/second\n");
+}
+
 TEST_F(Content, WithLinesThatEndInReturnsIsReadAndBecomesOneOfLineFeeds) {
   EXPECT_EQ(PathsIn("#EXTM3U\r/a\r/b\r"), (Texts{"/a", "/b"}));
   EXPECT_EQ(Appended("#EXTM3U\r/a\r/b\r"), "#EXTM3U\n/a\n/b\r\n#EXTINF:5,A - T\n/n\n");
