@@ -5,6 +5,6 @@ import sys
 from pathlib import Path
 
 source = Path(sys.argv[1])
-files = sorted(str(path) for top in ("src", "platform", "tests", "benchmarks")
+files = sorted(str(path) for top in ("src", "platform", "library", "tests", "benchmarks")
                for path in (source / top).rglob("*") if path.suffix in (".h", ".cpp", ".c"))
 sys.exit(subprocess.run(["clang-format", "--dry-run", "--Werror", *files], check=False).returncode)

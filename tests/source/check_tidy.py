@@ -21,7 +21,7 @@ configuration = b"".join(path.read_bytes() for path in [
     source / ".clang-tidy", *sorted((source / "platform").rglob(".clang-tidy"))])
 
 
-OURS = [top / folder for top in (source, build) for folder in ("src", "platform")]
+OURS = [top / folder for top in (source, build) for folder in ("src", "platform", "library")]
 # A united source includes sources, which test_unused_names.py lets nobody else do.
 OPTIONS = ["--quiet", "--checks=-bugprone-suspicious-include"]
 

@@ -16,6 +16,7 @@ SUFFIXES = {".h", ".cpp", ".c"}
 PROGRAM = ["handler", "actions", "player", "export", "model"]
 HOST = ["text", "files", "system", "accounts", "index", "playlists", "smart", "web",
         "host"]
+LIBRARY = ["catalog", "media", "api"]
 
 # folder: folders, single headers, and libraries (by the first part of their headers' names) that
 # its sources may include.
@@ -36,6 +37,10 @@ ALLOWED = {
     # Nobody else includes vexo/, the device's interface, and nobody includes host.
     "standalone/host": ["vexo", "web", "smart", "playlists", "index", "accounts", "system", "files",
                         "text"],
+    # The library program: what there is, without HTTP; then streams and covers; then the resources.
+    "library/catalog": ["accounts"],
+    "library/media": [],
+    "library/api": ["catalog", "web", "accounts", "system", "text", "json"],
     "tools": ["index", "accounts", "system", "files", "text", "json", "CLI", "taglib",
               "libdeflate.h", "mpd"],
 }
@@ -55,6 +60,8 @@ def folder_of(path, source):
         return f"standalone/{parts[2]}"
     if parts[:2] == ("platform", "tools"):
         return "tools"
+    if parts[0] == "library":
+        return f"library/{parts[1]}"
     return None
 
 
@@ -65,6 +72,8 @@ def target_of(folder, header, source):
         return f"src/{first}" if first in PROGRAM else first
     if first in HOST:
         return f"standalone/{first}"
+    if first in LIBRARY:
+        return f"library/{first}"
     if (source / "platform/tools" / first).is_dir() and "/" in header:
         return "tools"
     return first
@@ -77,13 +86,14 @@ def is_allowed(folder, header, source):
     if "/" not in header and target not in ALLOWED[folder]:
         return False
     for allowed in ALLOWED[folder]:
-        if allowed == target or f"standalone/{allowed}" == target or f"src/{header}" == allowed:
+        if target in (allowed, f"standalone/{allowed}", f"library/{allowed}") or (
+                f"src/{header}" == allowed):
             return True
     return False
 
 
 def sources(source):
-    for top in ("src", "platform/standalone", "platform/tools"):
+    for top in ("src", "platform/standalone", "platform/tools", "library"):
         yield from sorted(path for path in (source / top).rglob("*") if path.suffix in SUFFIXES)
 
 
@@ -130,7 +140,7 @@ def file_of(path, header, source):
     """The file of ours that an include means, or None."""
     parts = path.relative_to(source).parts
     roots = [path.parent, source / "src"] if parts[0] == "src" else [
-        path.parent, source / "platform/standalone", source / "platform/tools"]
+        path.parent, source / "platform/standalone", source / "platform/tools", source / "library"]
     for root in roots:
         if (root / header).is_file():
             return root / header
@@ -227,6 +237,8 @@ class TheRuleItself(unittest.TestCase):
         ("platform/tools/zip/a.cpp", '#include "web/b.h"', "tools use all but web"),
         ("platform/standalone/web/a.h", '#include "host/b.h"', "nothing uses host"),
         ("platform/standalone/index/a.h", '#include "vexo/media_info.h"', "the device's records"),
+        ("library/api/a.h", '#include "host/b.h"', "the library program needs no device"),
+        ("library/catalog/a.h", '#include "api/b.h"', "the catalog knows no HTTP"),
         ("platform/standalone/new/a.h", '#include "text/b.h"', "a folder without a rule"),
     ]
     FINE = [

@@ -176,7 +176,7 @@ class Server:
         return self.log_file.read_text(errors="replace")
 
     def send(self, user, query="", body=None, headers=None, password=PASSWORD, timeout=120,
-             method=None):
+             method=None, path="/audio_playlist.cgi"):
         """One request: a POST when there is a body. No user: one without authentication."""
         headers = dict(headers or {})
         if user is not None:
@@ -185,7 +185,7 @@ class Server:
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=timeout)
         try:
             connection.request(method or ("GET" if body is None else "POST"),
-                               f"/audio_playlist.cgi?{query}", body, headers)
+                               f"{path}?{query}" if query else path, body, headers)
             response = connection.getresponse()
             return Answer(response.status, response.headers, response.read())
         finally:

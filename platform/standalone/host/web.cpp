@@ -12,6 +12,7 @@
 #include "web/answer.h"
 #include "web/browser.h"
 #include "web/cut_short.h"
+#include "web/login.h"
 #include "web/output.h"
 #include "web/refusal.h"
 #include "web/request.h"
@@ -26,11 +27,6 @@ namespace {
 
 /// A request of a few kilobytes can name thousands of songs that are none, with a line for each.
 constexpr unsigned kMostLogLines = 200;
-
-std::optional<Account> LoginAccount() {
-  const std::optional<std::string_view> user = web::Variable("REMOTE_USER");
-  return user ? accounts::FindAccount(*user) : std::nullopt;
-}
 
 void Refuse(web::Refusal refusal) noexcept {
   Guarded(0, [&] {
@@ -79,7 +75,7 @@ bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
     return false;
   }
   const bool read = Guarded(false, [&] {
-    state_->account = LoginAccount();
+    state_->account = web::LoginAccount();
     return true;
   });
   if (!state_->account) {

@@ -9,14 +9,6 @@ namespace {
 
 constexpr const char *kJsonType = "text/plain; charset=\"UTF-8\"";
 
-/// One line of JSON. Texts are written as they are, so bytes that are no UTF-8 are replaced after.
-std::string ToJson(const Json::Value &document) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  builder["emitUTF8"] = true;
-  return text::ToValidUtf8(Json::writeString(builder, document)) + "\n";
-}
-
 Json::Value &AsObject(Json::Value &response) {
   if (!response.isObject()) {
     response = Json::Value(Json::objectValue);
@@ -25,6 +17,14 @@ Json::Value &AsObject(Json::Value &response) {
 }
 
 } // namespace
+
+// Texts are written as they are, so bytes that are no UTF-8 are replaced after.
+std::string ToJson(const Json::Value &document) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  builder["emitUTF8"] = true;
+  return text::ToValidUtf8(Json::writeString(builder, document)) + "\n";
+}
 
 void SetError(Json::Value &response, const char *section, const char *key, int line) {
   Json::Value &error = AsObject(response)["error"];

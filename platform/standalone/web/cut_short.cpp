@@ -15,24 +15,26 @@ namespace vexo::web {
 namespace {
 
 constexpr int kActionRan = 1;
-constexpr std::string_view kAnswer =
+constexpr std::string_view kAnswerOfAction =
     "Status: 500 Internal Server Error\r\n"
     "Content-Type: text/plain; charset=\"UTF-8\"\r\n"
     "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n\r\n"
     "{\"error\":{\"key\":\"error_system\",\"line\":0,\"section\":\"common\"},\"success\":false}\n";
 
+std::string_view last_answer = kAnswerOfAction;
+
 /// What waits in the standard output's buffer is the beginning of an answer that does not come.
 [[noreturn]] void End() {
   if (!HasBegunToAnswer()) {
-    static_cast<void>(files::WriteAll(STDOUT_FILENO, kAnswer));
+    static_cast<void>(files::WriteAll(STDOUT_FILENO, last_answer));
   }
   _exit(kActionRan);
 }
 
 extern "C" void EndWithoutTime(int /*signal*/) {
-  static_cast<void>(files::WriteAll(
-      STDERR_FILENO, "audio_playlist: a request has used up the CPU time that cpu_seconds in "
-                     "[limits] of the configuration gives it\n"));
+  static_cast<void>(files::WriteAll(STDERR_FILENO,
+                                    "a request has used up the CPU time that cpu_seconds in "
+                                    "[limits] of the configuration gives it\n"));
   End();
 }
 
@@ -59,7 +61,10 @@ void LogException() {
 
 } // namespace
 
-void AnswerWhenCutShort() {
+void AnswerWhenCutShort(std::string_view answer) {
+  if (!answer.empty()) {
+    last_answer = answer;
+  }
   std::signal(SIGXCPU, EndWithoutTime);
   std::set_terminate(EndWithException);
 }

@@ -14,8 +14,22 @@ namespace {
 constexpr int64_t kLargestBody = int64_t{64} << 20U;
 constexpr std::size_t kLongestBoundary = 70; // RFC 2046, 5.1.1
 
-/// The length that the client announced: nothing when it is no number or too large. Without
-/// CONTENT_LENGTH there is no body. Chunked requests are refused: CGI has no way to read them.
+bool DecodeForm(const Buffer &body, const HeaderValue &type, std::vector<Parameter> &parameters) {
+  if (type.text == "application/x-www-form-urlencoded") {
+    return DecodeUrlEncoded(body, parameters);
+  }
+  const std::string *const boundary = type.Attribute("boundary");
+  return boundary != nullptr && !boundary->empty() && boundary->size() <= kLongestBoundary &&
+         DecodeMultipart(body, *boundary, parameters);
+}
+
+} // namespace
+
+std::optional<std::string_view> Variable(const char *name) {
+  const char *const value = std::getenv(name);
+  return value == nullptr ? std::nullopt : std::optional<std::string_view>(value);
+}
+
 std::optional<std::size_t> BodyLength() {
   const std::string_view text = Variable("CONTENT_LENGTH").value_or("");
   if (text.empty()) {
@@ -42,22 +56,6 @@ bool ReadInput(const Buffer &buffer) {
     position += got;
   }
   return true;
-}
-
-bool DecodeForm(const Buffer &body, const HeaderValue &type, std::vector<Parameter> &parameters) {
-  if (type.text == "application/x-www-form-urlencoded") {
-    return DecodeUrlEncoded(body, parameters);
-  }
-  const std::string *const boundary = type.Attribute("boundary");
-  return boundary != nullptr && !boundary->empty() && boundary->size() <= kLongestBoundary &&
-         DecodeMultipart(body, *boundary, parameters);
-}
-
-} // namespace
-
-std::optional<std::string_view> Variable(const char *name) {
-  const char *const value = std::getenv(name);
-  return value == nullptr ? std::nullopt : std::optional<std::string_view>(value);
 }
 
 bool IsHead() { return Variable("REQUEST_METHOD") == "HEAD"; }

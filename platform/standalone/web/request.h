@@ -14,6 +14,14 @@ std::optional<std::string_view> Variable(const char *name);
 /// Whether the client wants the headers of an answer alone (RFC 3875, 4.3.2).
 bool IsHead();
 
+/// The length of the body that the client announced, 0 without one; nothing when it is no number,
+/// or larger than any body that is read (64 MiB). Chunked requests are refused: CGI has no way to
+/// read them.
+std::optional<std::size_t> BodyLength();
+
+/// Fills `buffer` from the standard input. False when the body ends before.
+bool ReadInput(const Buffer &buffer);
+
 /// The parameters of a request, and the bytes that hold them.
 class Parameters {
 public:

@@ -1,0 +1,17 @@
+// What there is, for a client that begins.
+#include "api/resources.h"
+#include "catalog/libraries.h"
+
+namespace vexo::api {
+
+Answer Overview(Request &request) {
+  Json::Value document(Json::objectValue);
+  document["user"] = request.User().name;
+  Json::Value &libraries = document["libraries"] = Json::Value(Json::arrayValue);
+  for (const catalog::Library &library : catalog::LibrariesOf(request.User())) {
+    libraries.append(std::string(library.name));
+  }
+  return JsonAnswer(document);
+}
+
+} // namespace vexo::api

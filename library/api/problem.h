@@ -1,0 +1,18 @@
+#pragma once
+// What is wrong with a request, or with answering it (RFC 9457).
+
+#include <string>
+
+namespace vexo::api {
+
+struct Problem {
+  int status = 400;
+  std::string detail; ///< a sentence for people
+  std::string
+      parameter; ///< the parameter, path variable or member of the body that is meant; or empty
+};
+
+/// For what does not exist, or not for this user.
+Problem NotFound(std::string detail);
+
+} // namespace vexo::api

@@ -1,0 +1,160 @@
+"""Requests to /api, each held against doc/openapi.yaml: its path, its parameters and its body, and the
+answer's status, type and body. What was met is noted in a folder beside the build, whose own is empty
+for each test; there test_openapi.py looks for what no test has met.
+"""
+
+import functools
+import json
+import re
+import sys
+import urllib.parse
+from pathlib import Path
+
+import jsonschema
+import yaml
+
+from server import ANNA, BUILD, SOURCE
+
+DOCUMENT = yaml.safe_load((SOURCE / "doc/openapi.yaml").read_text())
+NOTES = BUILD.with_name(BUILD.name + "-openapi-met")
+# A playlist's node id has slashes in it.
+VARIABLE = {"playlist": r"(?:musiclib_random|[^/]+/[^/]+/[^/]+)"}
+
+
+class Mismatch(AssertionError):
+    """The server, or the test, does something that the document does not tell."""
+
+
+def resolve(node):
+    """What stands at the end of a reference."""
+    while "$ref" in node:
+        target = DOCUMENT
+        for name in node["$ref"].removeprefix("#/").split("/"):
+            target = target[name]
+        node = target
+    return node
+
+
+def find_path(path):
+    """The document's path, and what it says of it; None when it has none like that."""
+    for template, item in DOCUMENT["paths"].items():
+        pattern = re.sub(r"\\{(\w+)\\}", lambda name: VARIABLE.get(name[1], "[^/]+"),
+                         re.escape(template))
+        if re.fullmatch(pattern, path):
+            return template, item
+    return None
+
+
+def parameters_of(item, operation):
+    return [resolve(parameter)
+            for parameter in item.get("parameters", []) + operation.get("parameters", [])]
+
+
+def note(*words):
+    """Remembers that a test has met a part of the document."""
+    print(*words, file=notes(), flush=True)
+
+
+@functools.cache
+def notes():
+    """The notes of this run's test, which begin anew."""
+    NOTES.mkdir(exist_ok=True)
+    return open(NOTES / Path(sys.argv[0]).stem, "w", encoding="utf-8")
+
+
+def validate(instance, schema, what):
+    """Holds a document against a schema of the document's."""
+    whole = {**schema, "components": DOCUMENT["components"]}
+    errors = list(jsonschema.Draft202012Validator(whole).iter_errors(instance))
+    if errors:
+        raise Mismatch(f"{what}: {errors[0].message} at {list(errors[0].absolute_path)}")
+
+
+def check_query(template, method, declared, query):
+    names = {parameter["name"] for parameter in declared if parameter["in"] == "query"}
+    for name in query:
+        if name not in names:
+            raise Mismatch(f"{method} {template} has no parameter {name}")
+        note(template, method, "parameter", name)
+
+
+def check_body(template, method, operation, content_type, body):
+    content = resolve(operation.get("requestBody", {})).get("content", {})
+    media = content.get(content_type.split(";")[0])
+    if media is None:
+        raise Mismatch(f"{method} {template} takes no {content_type}")
+    if content_type.startswith("application/json"):
+        validate(json.loads(body), media["schema"], f"the body of {method} {template}")
+
+
+def check_answer(template, method, operation, answer, is_head):
+    response = operation["responses"].get(str(answer.status))
+    if response is None:
+        raise Mismatch(f"{method} {template} never answers {answer.status}: {answer}")
+    note(template, method, "status", answer.status)
+    content = resolve(response).get("content", {})
+    if is_head or (not content and not answer.body):
+        return
+    got = answer.headers.get("Content-Type", "").split(";")[0]
+    media = content.get(got) or content.get(got.split("/")[0] + "/*") or content.get("*/*")
+    if media is None:
+        raise Mismatch(f"{method} {template} answers {answer.status} of type {got}, not {list(content)}")
+    if got.endswith("json"):
+        validate(answer.json, media.get("schema", {}), f"the {answer.status} of {method} {template}")
+
+
+def check(method, path, query, body, content_type, answer):
+    """Holds a request and its answer against the document. A request that is refused (4xx) may be one
+    that the document does not allow."""
+    found = find_path(path)
+    if found is None:
+        if answer.status != 404:
+            raise Mismatch(f"{path} is not in the document, and answers {answer}")
+        return
+    template, item = found
+    name = "get" if method == "HEAD" else method.lower()
+    operation = item.get(name)
+    if operation is None:
+        if answer.status != 405:
+            raise Mismatch(f"{method} {template} is not in the document, and answers {answer}")
+        return
+    if answer.status < 400:
+        check_query(template, name, parameters_of(item, operation), query)
+        if body is not None:
+            check_body(template, name, operation, content_type, body)
+    check_answer(template, name, operation, answer, method == "HEAD")
+
+
+class Api:
+    """Asks a Server of /api, as a user of password, or with a session's cookie."""
+
+    def __init__(self, server, user=ANNA, cookie=None):
+        self.server, self.user, self.cookie = server, user, cookie
+
+    def ask(self, method, path, body=None, headers=None, content_type="application/json", **query):
+        """One request. `path` is below /api, its segments as they are; a `body` that is no bytes
+        becomes JSON; further arguments are parameters, with "_" behind Python's own words."""
+        query = {name.rstrip("_"): value for name, value in query.items()}
+        headers = dict(headers or {})
+        if self.cookie:
+            headers["Cookie"] = self.cookie
+        if body is not None:
+            headers.setdefault("Content-Type", content_type)
+            body = body if isinstance(body, bytes) else json.dumps(body).encode()
+        answer = self.server.send(None if self.cookie else self.user,
+                                  urllib.parse.urlencode(query), body, headers, method=method,
+                                  path="/api" + urllib.parse.quote(path))
+        check(method, "/api" + path, query, body, headers.get("Content-Type", ""), answer)
+        return answer
+
+    def get(self, path, headers=None, **query):
+        return self.ask("GET", path, headers=headers, **query)
+
+    def post(self, path, body=None, **options):
+        return self.ask("POST", path, body, **options)
+
+    def put(self, path, body=None, **options):
+        return self.ask("PUT", path, body, **options)
+
+    def delete(self, path, **options):
+        return self.ask("DELETE", path, **options)

@@ -1,0 +1,52 @@
+"""What holds for every resource of /api: who may ask, how, and how errors look."""
+
+import unittest
+
+from api import Api
+from server import ANNA, BEN, ServerTest
+
+
+class EveryResource(ServerTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.api = Api(cls.server)
+
+    def problem(self, answer, status, parameter=None):
+        self.assertEqual(answer.status, status, answer)
+        self.assertEqual(answer.headers["Content-Type"], "application/problem+json")
+        self.assertEqual(answer.json.get("parameter"), parameter)
+        self.assertEqual(answer.json["status"], status)
+
+    def test_tells_what_there_is(self):
+        overview = self.api.get("/").json
+        self.assertEqual(overview["user"], ANNA)
+        self.assertEqual(overview["libraries"], ["shared", "personal"])
+        self.assertEqual(Api(self.server, BEN).get("/").json["libraries"], ["shared"])
+
+    def test_a_head_has_no_body(self):
+        answer = self.api.ask("HEAD", "/")
+        self.assertEqual((answer.status, answer.body), (200, b""))
+        self.assertGreater(int(answer.headers["Content-Length"]), 10)
+
+    def test_what_is_not_there_is_404(self):
+        for path in ("/nothing", "/songs/1/2/3", "/nothing/"):
+            self.problem(self.api.get(path), 404)
+
+    def test_another_method_is_405_and_told_which(self):
+        answer = self.api.delete("/")
+        self.problem(answer, 405)
+        self.assertEqual(answer.headers["Allow"], "GET, HEAD")
+
+    def test_an_unknown_parameter_is_named(self):
+        self.problem(self.api.get("/", colour="red"), 400, "colour")
+
+    def test_nobody_is_401(self):
+        self.assertEqual(self.server.send(None, path="/api/").status, 401)
+
+    def test_a_page_of_another_site_is_refused(self):
+        self.problem(self.api.get("/", headers={"Sec-Fetch-Site": "cross-site"}), 403)
+
+
+if __name__ == "__main__":
+    unittest.main()
