@@ -118,7 +118,10 @@ int VEXOMusicListGetByID(const char *library, int userId, VEXOPlaylistRec **head
     const int owner = LibraryOwner(library, userId);
     const std::vector<int32_t> numbers = ParseIds(ViewOf(ids));
     ReserveSongs(numbers.size());
-    *head = MakeSongList(ProcessIndex().SongsById(owner, numbers)).release();
+    SongListBuilder songs;
+    ProcessIndex().VisitSongsById(
+        owner, numbers, [&](const index::SongView &song) { FillRecord(songs.Append(), song); });
+    *head = songs.Take().release();
     return 0;
   });
 }

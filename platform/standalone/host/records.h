@@ -25,7 +25,10 @@ template <std::size_t Size> void CopyText(char (&field)[Size], std::string_view 
 /// Fill a record that is all zero. A path that is too long stays empty, as a cut one would name
 /// another file. A song's times stay unknown: nobody reads them, and ten thousand ctime() texts
 /// cost as much as looking the songs up.
-void FillRecord(__tag_VEXO_MEDIA_INFO &record, const index::Song &song);
+void FillRecord(__tag_VEXO_MEDIA_INFO &record, const index::SongView &song);
+inline void FillRecord(__tag_VEXO_MEDIA_INFO &record, const index::Song &song) {
+  FillRecord(record, index::ViewOf(song));
+}
 void FillRecord(__tag_VEXO_MEDIA_INFO &record, const index::Playlist &playlist);
 
 /// The same from an entry of a playlist file and the song that the index has at its path, or null.
@@ -50,6 +53,18 @@ using SongList = std::unique_ptr<VEXOPlaylistRec, SongListFree>;
 /// small pages, one by one, takes longer than looking the songs up. Best called before the look-up,
 /// whose result then comes out of the same room.
 void ReserveSongs(std::size_t count) noexcept;
+
+/// A list under construction. Throws std::bad_alloc.
+class SongListBuilder {
+public:
+  /// A new record at the end, all of it empty.
+  __tag_VEXO_MEDIA_INFO &Append();
+  [[nodiscard]] SongList Take() { return std::move(list_); }
+
+private:
+  SongList list_;
+  VEXOPlaylistRec *last_ = nullptr;
+};
 
 /// The songs as a list, in their order; null for none. Throws std::bad_alloc.
 SongList MakeSongList(const std::vector<index::Song> &songs);

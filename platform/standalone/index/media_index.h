@@ -12,6 +12,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -36,6 +37,33 @@ struct Song {
   bool compilation = false;
   int64_t time_added = 0, time_modified = 0, time_changed = 0; ///< seconds since 1970
 };
+
+/// What a list of songs tells of one of them. The texts belong to whoever hands the view out.
+struct SongView {
+  int32_t id = 0;
+  std::string_view path, title, artist, album, genre;
+  int32_t track = 0, disc = 0, year = 0;
+  double duration_seconds = 0;
+  uint32_t bitrate = 0, sample_rate = 0, channels = 0;
+  uint64_t size_bytes = 0;
+};
+
+inline SongView ViewOf(const Song &song) {
+  return {.id = song.id,
+          .path = song.path,
+          .title = song.title,
+          .artist = song.artist,
+          .album = song.album,
+          .genre = song.genre,
+          .track = song.track,
+          .disc = song.disc,
+          .year = song.year,
+          .duration_seconds = song.duration_seconds,
+          .bitrate = song.bitrate,
+          .sample_rate = song.sample_rate,
+          .channels = song.channels,
+          .size_bytes = song.size_bytes};
+}
 
 /// A playlist's row. Times are kept as the texts that came with it; `file` is what finds the file
 /// again when it was renamed without its row.
@@ -76,9 +104,13 @@ class MediaIndex {
 public:
   virtual ~MediaIndex() = default;
 
-  // Songs. Each is one query, whatever the number of ids or paths.
-  /// Those of `owner` that exist, in no promised order.
+  // Songs. Each tells of one moment, whatever the number of ids or paths.
+  /// Those of `owner` that exist, each once, in no promised order.
   virtual std::vector<Song> SongsById(int owner, const std::vector<int32_t> &ids) = 0;
+  /// Shows `visit` the same songs one after the other, without a copy of their texts, which are
+  /// there until it returns. It must not use the index.
+  virtual void VisitSongsById(int owner, const std::vector<int32_t> &ids,
+                              const std::function<void(const SongView &)> &visit) = 0;
   /// Those of any owner that exist, in no promised order.
   virtual std::vector<Song> SongsByPath(const std::vector<std::string> &paths) = 0;
   /// Those whose text holds the keyword, ignoring case. Songs that the named column does not tell

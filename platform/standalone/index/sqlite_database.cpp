@@ -18,7 +18,18 @@ Database::Database(const std::string &path, int busy_milliseconds)
   }
 }
 
+namespace {
+
+/// Without SQLite's statistics of its memory, which nobody reads: they take a lock for each piece.
+void CountNoMemory() {
+  static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  (void)result; // too late in this process: counted, and no harm
+}
+
+} // namespace
+
 void Database::Open(const std::string &path) {
+  CountNoMemory();
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   int code = sqlite3_open_v2(path.c_str(), &handle_, kFlags, nullptr);
   if (code == SQLITE_CANTOPEN) {
@@ -80,6 +91,11 @@ Statement &Statement::Bind(int parameter, std::string_view text) {
   return *this;
 }
 
+Statement &Statement::BindNull(int parameter) {
+  Check(sqlite3_bind_null(handle_, parameter));
+  return *this;
+}
+
 bool Statement::Step() {
   const int code = sqlite3_step(handle_);
   if (code != SQLITE_ROW && code != SQLITE_DONE) {
@@ -99,10 +115,25 @@ int64_t Statement::Int64(int column) const { return sqlite3_column_int64(handle_
 
 double Statement::Double(int column) const { return sqlite3_column_double(handle_, column); }
 
-std::string Statement::Text(int column) const {
+std::string_view Statement::View(int column) const {
   const auto *text = sqlite3_column_text(handle_, column);
   const auto size = static_cast<std::size_t>(sqlite3_column_bytes(handle_, column));
-  return text == nullptr ? std::string() : std::string(reinterpret_cast<const char *>(text), size);
+  return text == nullptr ? std::string_view()
+                         : std::string_view(reinterpret_cast<const char *>(text), size);
+}
+
+Moment::Moment(Database &database, std::size_t statements)
+    : database_(statements > 1 && sqlite3_get_autocommit(database.get()) != 0 ? &database
+                                                                              : nullptr) {
+  if (database_ != nullptr) {
+    database_->Execute("BEGIN");
+  }
+}
+
+Moment::~Moment() {
+  if (database_ != nullptr) {
+    sqlite3_exec(database_->get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
 }
 
 Transaction::Transaction(Database &database) : database_(database) {

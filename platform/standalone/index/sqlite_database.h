@@ -47,6 +47,7 @@ public:
   Statement &Bind(int parameter, double value);
   /// The text must live until the statement is stepped for the last time or bound anew.
   Statement &Bind(int parameter, std::string_view text);
+  Statement &BindNull(int parameter);
   /// Moves to the next row; false: there is none.
   bool Step();
   /// Runs a statement that answers no row, and makes it ready for other parameters.
@@ -56,7 +57,10 @@ public:
 
   [[nodiscard]] int64_t Int64(int column) const;
   [[nodiscard]] double Double(int column) const;
-  [[nodiscard]] std::string Text(int column) const;
+  [[nodiscard]] std::string Text(int column) const { return std::string(View(column)); }
+  /// The text until the statement moves on.
+  [[nodiscard]] std::string_view View(int column) const;
+  [[nodiscard]] sqlite3_stmt *get() const { return handle_; }
   /// A column whose values fit in the type that it is read into.
   template <typename Number> void Read(int column, Number &number) const {
     number = static_cast<Number>(Int64(column));
@@ -66,6 +70,31 @@ private:
   void Check(int code) const;
   Database &database_;
   sqlite3_stmt *handle_ = nullptr;
+};
+
+/// Ends the reading of rows at its own end: a statement that is kept must not hold the file.
+class Reading {
+public:
+  explicit Reading(Statement &statement) : statement_(statement) {}
+  ~Reading() { sqlite3_reset(statement_.get()); }
+  Reading(const Reading &) = delete;
+  Reading &operator=(const Reading &) = delete;
+
+private:
+  Statement &statement_;
+};
+
+/// While it lives, all that is read is of one moment.
+class Moment {
+public:
+  /// One statement alone is of one moment by itself.
+  Moment(Database &database, std::size_t statements);
+  ~Moment();
+  Moment(const Moment &) = delete;
+  Moment &operator=(const Moment &) = delete;
+
+private:
+  Database *database_; ///< null: nothing was begun
 };
 
 /// A write transaction, undone unless it is committed.

@@ -3,6 +3,7 @@
 
 #include "index/media_index.h"
 #include "index/sqlite_database.h"
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ public:
   ~SqliteIndex() override;
 
   std::vector<Song> SongsById(int owner, const std::vector<int32_t> &ids) override;
+  void VisitSongsById(int owner, const std::vector<int32_t> &ids,
+                      const std::function<void(const SongView &)> &visit) override;
   std::vector<Song> SongsByPath(const std::vector<std::string> &paths) override;
   std::vector<Song> SearchSongs(int owner, const Search &search) override;
   std::vector<Song> RandomSongs(int owner, int count) override;
@@ -52,6 +55,7 @@ private:
   void ReserveLog();
 
   Database database_;
+  std::optional<Statement> playlist_by_id_; ///< prepared once: an edit looks at its row repeatedly
   std::string path_;
   int most_log_pages_ = kLogPages;
 };

@@ -59,10 +59,15 @@ bool SqliteIndex::RemovePlaylist(int owner, int32_t id) {
 }
 
 std::vector<Playlist> SqliteIndex::PlaylistsById(int owner, const std::vector<int32_t> &ids) {
-  Statement statement(database_, "SELECT " VEXO_PLAYLIST_COLUMNS " FROM playlists WHERE owner = ?1 "
-                                 "AND id IN (SELECT value FROM json_each(?2))");
-  const std::string list = JsonList(ids);
-  return ReadPlaylists(statement.Bind(1, int64_t{owner}).Bind(2, list));
+  if (!playlist_by_id_) {
+    playlist_by_id_.emplace(database_, "SELECT " VEXO_PLAYLIST_COLUMNS
+                                       " FROM playlists WHERE id = ?1 AND +owner = ?2");
+  }
+  std::vector<Playlist> rows;
+  playlist_by_id_->Bind(2, int64_t{owner});
+  ForEachId(database_, *playlist_by_id_, ids,
+            [&] { rows.push_back(ReadPlaylist(*playlist_by_id_)); });
+  return rows;
 }
 
 std::optional<Playlist> SqliteIndex::PlaylistByPath(int owner, const std::string &path) {

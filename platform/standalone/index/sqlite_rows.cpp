@@ -1,5 +1,6 @@
 #include "index/sqlite_rows.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -62,6 +63,24 @@ Song ReadSong(const Statement &row) {
   return song;
 }
 
+SongView ViewSong(const Statement &row) {
+  SongView song;
+  int column = 0;
+  row.Read(column++, song.id);
+  for (std::string_view *text : {&song.path, &song.title, &song.artist, &song.album, &song.genre}) {
+    *text = row.View(column++);
+  }
+  row.Read(column++, song.track);
+  row.Read(column++, song.disc);
+  row.Read(column++, song.year);
+  song.duration_seconds = row.Double(column++);
+  row.Read(column++, song.bitrate);
+  row.Read(column++, song.sample_rate);
+  row.Read(column++, song.channels);
+  row.Read(column++, song.size_bytes);
+  return song;
+}
+
 Playlist ReadPlaylist(const Statement &row) {
   Playlist playlist;
   row.Read(0, playlist.id);
@@ -83,13 +102,10 @@ std::vector<Playlist> ReadPlaylists(Statement &statement) {
   return ReadAll<Playlist, ReadPlaylist>(statement);
 }
 
-std::string JsonList(const std::vector<int32_t> &numbers) {
-  std::string json = "[";
-  for (const int32_t number : numbers) {
-    json += json.size() > 1 ? "," : "";
-    json += std::to_string(number);
-  }
-  return json + "]";
+std::vector<int32_t> SortedOnce(std::vector<int32_t> ids) {
+  std::sort(ids.begin(), ids.end());
+  ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+  return ids;
 }
 
 std::string JsonList(const std::vector<std::string> &texts) {

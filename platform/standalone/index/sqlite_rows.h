@@ -21,15 +21,39 @@ namespace vexo::index {
 #define VEXO_PLAYLIST_COLUMNS                                                                      \
   "id, owner, path, title, album, change_time, modification_time, size, inode, born_ns"
 
+/// The columns that ViewSong() reads, in its order.
+#define VEXO_SONG_VIEW_COLUMNS                                                                     \
+  "id, path, title, artist, album, genre, track, disc, year, duration, bitrate, sample_rate, "     \
+  "channels, size"
+
 Song ReadSong(const Statement &row);
+/// Its texts are there until the statement moves on.
+SongView ViewSong(const Statement &row);
 Playlist ReadPlaylist(const Statement &row);
 
 /// All rows that are left.
 std::vector<Song> ReadSongs(Statement &statement);
 std::vector<Playlist> ReadPlaylists(Statement &statement);
 
+/// In ascending order, each once.
+std::vector<int32_t> SortedOnce(std::vector<int32_t> ids);
+
+/// Calls `read` for each row that `statement` finds by an id, its first parameter; an id that is
+/// there twice is looked up once.
+template <typename Read>
+void ForEachId(Database &database, Statement &statement, const std::vector<int32_t> &ids,
+               Read read) {
+  const std::vector<int32_t> sorted = SortedOnce(ids);
+  const Moment moment(database, sorted.size());
+  for (const int32_t id : sorted) {
+    const Reading reading(statement);
+    if (statement.Bind(1, int64_t{id}).Step()) {
+      read();
+    }
+  }
+}
+
 /// A list as one parameter for json_each().
-std::string JsonList(const std::vector<int32_t> &numbers);
 std::string JsonList(const std::vector<std::string> &texts);
 
 } // namespace vexo::index

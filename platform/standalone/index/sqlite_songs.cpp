@@ -124,6 +124,46 @@ std::vector<SongFile> ReadSongFiles(Statement &statement) {
   return files;
 }
 
+/// "(VALUES(?2),(?3),...)", a table of so many ids.
+std::string TableOfIds(std::size_t count) {
+  std::string table = "(VALUES";
+  for (std::size_t i = 0; i < count; ++i) {
+    table += (i == 0 ? "(?" : ",(?") + std::to_string(i + 2) + ")";
+  }
+  return table + ")";
+}
+
+/// Calls `read` with each row of a song of `owner` that one of `ids` names. Many are looked up by
+/// one run of a statement, as its beginning and its end cost more than a song; in the order of the
+/// table, so that no page is looked for twice.
+template <typename Read>
+void ForEachSong(Database &database, const char *columns, int owner,
+                 const std::vector<int32_t> &ids, Read read) {
+  constexpr std::size_t kMostAtOnce = 64;
+  const std::vector<int32_t> sorted = SortedOnce(ids);
+  const std::size_t at_once = std::min(sorted.size(), kMostAtOnce);
+  if (at_once == 0) {
+    return;
+  }
+  Statement statement(database, std::string("SELECT ") + columns + " FROM " + TableOfIds(at_once) +
+                                    " CROSS JOIN songs ON id = column1 WHERE +owner = ?1");
+  statement.Bind(1, int64_t{owner});
+  const Moment moment(database, (sorted.size() + at_once - 1) / at_once);
+  for (auto id = sorted.begin(); id != sorted.end(); statement.Reset()) {
+    for (std::size_t i = 0; i < at_once; ++i) {
+      const int parameter = static_cast<int>(i) + 2;
+      if (id != sorted.end()) {
+        statement.Bind(parameter, int64_t{*id++});
+      } else {
+        statement.BindNull(parameter);
+      }
+    }
+    while (statement.Step()) {
+      read(statement);
+    }
+  }
+}
+
 /// Puts songs into the order of `ids`.
 void SortByPosition(std::vector<Song> &songs, const std::vector<int32_t> &ids) {
   std::unordered_map<int32_t, std::size_t> position;
@@ -138,10 +178,16 @@ void SortByPosition(std::vector<Song> &songs, const std::vector<int32_t> &ids) {
 } // namespace
 
 std::vector<Song> SqliteIndex::SongsById(int owner, const std::vector<int32_t> &ids) {
-  Statement statement(database_, "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE +owner = ?1 "
-                                 "AND id IN (SELECT value FROM json_each(?2))");
-  const std::string list = JsonList(ids);
-  return ReadSongs(statement.Bind(1, int64_t{owner}).Bind(2, list));
+  std::vector<Song> songs;
+  ForEachSong(database_, VEXO_SONG_COLUMNS, owner, ids,
+              [&](const Statement &row) { songs.push_back(ReadSong(row)); });
+  return songs;
+}
+
+void SqliteIndex::VisitSongsById(int owner, const std::vector<int32_t> &ids,
+                                 const std::function<void(const SongView &)> &visit) {
+  ForEachSong(database_, VEXO_SONG_VIEW_COLUMNS, owner, ids,
+              [&](const Statement &row) { visit(ViewSong(row)); });
 }
 
 std::vector<Song> SqliteIndex::SongsByPath(const std::vector<std::string> &paths) {

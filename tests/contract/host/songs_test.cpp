@@ -8,6 +8,8 @@
 #include "support/logged_by.h"
 #include "vexo/media_index.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <gmock/gmock.h>
 
 namespace {
@@ -229,6 +231,30 @@ TEST(SongLists, AListIsReversedInPlace) {
 }
 
 TEST(SongLists, NoListIsReleased) { VEXOPlaylistRecFree(nullptr); }
+
+TEST(SongLists, ARecordHoldsNothingOfWhatWasInItsMemory) {
+  std::vector<std::unique_ptr<void, decltype(&std::free)>> dirty;
+  for (int i = 0; i < 100; ++i) {
+    dirty.emplace_back(std::malloc(sizeof(VEXOPlaylistRec)), &std::free);
+    std::memset(dirty.back().get(), 'x', sizeof(VEXOPlaylistRec));
+  }
+  dirty.clear();
+  const SongList list(vexo::host::MakeSongList(1, [](__tag_VEXO_MEDIA_INFO &, std::size_t) {}));
+  const __tag_VEXO_MEDIA_INFO &record = list->info;
+  for (const char *text : {record.path, record.title, record.album, record.artist, record.genre,
+                           record.albumArtUrl, record.changeTime, record.modificationTime}) {
+    EXPECT_STREQ(text, "");
+  }
+  for (const int32_t number : {record.id, record.track, record.disc, record.year}) {
+    EXPECT_EQ(number, 0);
+  }
+  for (const uint32_t number : {record.bitrate, record.sampleRate, record.channels}) {
+    EXPECT_EQ(number, 0U);
+  }
+  EXPECT_EQ(record.duration, 0);
+  EXPECT_EQ(record.size, 0U);
+  EXPECT_EQ(list->next, nullptr);
+}
 
 TEST(Records, TextsAreCutBetweenCharacters) {
   struct Cut {

@@ -1,7 +1,9 @@
 #include "contract/index/engine.h"
 
 #include <gmock/gmock.h>
+#include <numeric>
 #include <set>
+#include <stdexcept>
 
 namespace vexo::index {
 namespace {
@@ -132,6 +134,58 @@ TEST_P(Songs, SongsAreFoundByAListOfIdsOfTheirOwner) {
   EXPECT_THAT(Paths(index().SongsById(0, ids)), UnorderedElementsAre("/a", "/b"));
   EXPECT_THAT(Paths(index().SongsById(1, ids)), UnorderedElementsAre("/c"));
   EXPECT_THAT(index().SongsById(0, {}), IsEmpty());
+}
+
+TEST_P(Songs, AVisitorSeesWhatAListOfSongsHolds) {
+  const Song song = FullSong();
+  index().WriteSongs({song, MakeSong("/other", 5)}, {});
+  const int32_t id = index().SongsByPath({song.path})[0].id;
+  int visits = 0;
+  index().VisitSongsById(4, {id, id + 1, id}, [&](const SongView &seen) {
+    ++visits;
+    EXPECT_EQ(seen.id, id);
+    EXPECT_EQ(seen.path, song.path);
+    EXPECT_EQ(seen.title, song.title);
+    EXPECT_EQ(seen.artist, song.artist);
+    EXPECT_EQ(seen.album, song.album);
+    EXPECT_EQ(seen.genre, song.genre);
+    EXPECT_EQ(seen.track, song.track);
+    EXPECT_EQ(seen.disc, song.disc);
+    EXPECT_EQ(seen.year, song.year);
+    EXPECT_EQ(seen.duration_seconds, song.duration_seconds);
+    EXPECT_EQ(seen.bitrate, song.bitrate);
+    EXPECT_EQ(seen.sample_rate, song.sample_rate);
+    EXPECT_EQ(seen.channels, song.channels);
+    EXPECT_EQ(seen.size_bytes, song.size_bytes);
+  });
+  EXPECT_EQ(visits, 1);
+}
+
+TEST_P(Songs, EachOfAnyNumberOfIdsIsVisitedOnce) {
+  constexpr int kSongs = 200;
+  std::vector<Song> songs;
+  for (int i = 0; i < kSongs; ++i) {
+    songs.push_back(MakeSong("/" + std::to_string(i)));
+  }
+  index().WriteSongs(songs, {});
+  std::vector<int32_t> ids;
+  for (int i = 1; i <= kSongs; ++i) {
+    ids.insert(ids.begin(), i);
+    std::vector<int32_t> seen;
+    index().VisitSongsById(0, ids, [&](const SongView &song) { seen.push_back(song.id); });
+    EXPECT_THAT(seen, ::testing::UnorderedElementsAreArray(ids));
+  }
+}
+
+TEST_P(Songs, AVisitorThatThrowsLeavesTheIndexReady) {
+  index().WriteSongs({MakeSong("/a"), MakeSong("/b")}, {});
+  std::vector<int32_t> ids(100);
+  std::iota(ids.begin(), ids.end(), 1);
+  EXPECT_THROW(
+      index().VisitSongsById(0, ids, [](const SongView &) { throw std::runtime_error("enough"); }),
+      std::runtime_error);
+  index().WriteSongs({MakeSong("/c")}, {});
+  EXPECT_EQ(index().SongsById(0, ids).size(), 3U);
 }
 
 TEST_P(Songs, TwentyThousandIdsAreAnOrdinaryRequest) {
