@@ -175,7 +175,12 @@ void ChangeAccount(std::string_view name, const std::function<void(Account &)> &
     found->personal_library = changed.personal_library;
     found->personal_folder = changed.personal_folder;
     found->preference_folder = changed.preference_folder;
+    found->admin = changed.admin;
   });
+}
+
+void EndSessions(std::string_view name) {
+  EditAccounts([&](AccountsFile &file) { ++NamedOrThrow(file, name)->generation; });
 }
 
 void RemoveAccount(std::string_view name) {

@@ -26,10 +26,13 @@ std::vector<int> RemovedAccountIds();
 /// Adds an account (its `id` is ignored) and gives its new id; empty folders get their defaults
 /// below kHomes and kPreferences. Makes the folders. Throws when the name is bad or taken.
 int AddAccount(Account account);
-/// Changes what `change` changes in the account of that name, but for its name and id. Makes the
-/// folders. Throws when there is none.
+/// Changes folders and switches of the account of that name as `change` says. Makes the folders.
+/// Throws when there is none.
 void ChangeAccount(std::string_view name, const std::function<void(Account &)> &change);
-/// Removes the account; its files stay. Throws when there is none.
+/// Ends all sessions of the account: it raises its generation. Throws when there is none.
+void EndSessions(std::string_view name);
+/// Removes the account; its files stay. Its sessions end, as its id is never given away again.
+/// Throws when there is none.
 void RemoveAccount(std::string_view name);
 
 } // namespace vexo::accounts

@@ -51,8 +51,31 @@ std::string ParseFolder(std::string_view text, std::size_t line) {
   return std::string(text);
 }
 
+int64_t ParseGeneration(std::string_view text, std::size_t line) {
+  const std::optional<int64_t> generation = text::ParseInteger(text);
+  if (!generation || *generation < 0 || *generation == std::numeric_limits<int64_t>::max()) {
+    FailAt(line, "not a generation");
+  }
+  return *generation;
+}
+
+void ParseNamedField(std::string_view field, std::size_t line, Account &account) {
+  if (field.find('=') == std::string_view::npos) {
+    FailAt(line, "a field without a name");
+  }
+  std::string_view value = field;
+  const std::string_view name = TakeUntil(value, '=');
+  if (name == "admin") {
+    account.admin = ParseSwitch(value, line);
+  } else if (name == "generation") {
+    account.generation = ParseGeneration(value, line);
+  } else {
+    account.unknown_fields.append("\t").append(field);
+  }
+}
+
 Account ParseAccount(std::string_view fields, std::size_t line) {
-  if (std::count(fields.begin(), fields.end(), '\t') != 4) {
+  if (std::count(fields.begin(), fields.end(), '\t') < 4) {
     FailAt(line, "not five fields");
   }
   Account account;
@@ -63,8 +86,20 @@ Account ParseAccount(std::string_view fields, std::size_t line) {
   }
   account.personal_library = ParseSwitch(TakeUntil(fields, '\t'), line);
   account.personal_folder = ParseFolder(TakeUntil(fields, '\t'), line);
-  account.preference_folder = ParseFolder(fields, line);
+  account.preference_folder = ParseFolder(TakeUntil(fields, '\t'), line);
+  while (!fields.empty()) {
+    ParseNamedField(TakeUntil(fields, '\t'), line, account);
+  }
   return account;
+}
+
+/// Fields that are as by default are left out, so that older versions read the file.
+std::string FormatAccount(const Account &account) {
+  return std::to_string(account.id) + '\t' + account.name + '\t' +
+         (account.personal_library ? "on" : "off") + '\t' + account.personal_folder + '\t' +
+         account.preference_folder + (account.admin ? "\tadmin=on" : "") +
+         (account.generation > 0 ? "\tgeneration=" + std::to_string(account.generation) : "") +
+         account.unknown_fields + '\n';
 }
 
 int ParseHeader(std::string_view header) {
@@ -101,9 +136,7 @@ AccountsFile ParseAccounts(std::string_view text) {
 std::string FormatAccounts(const AccountsFile &file) {
   std::string text = std::string(kFormat) + '\t' + std::to_string(file.next_id) + '\n';
   for (const Account &account : file.accounts) {
-    text += std::to_string(account.id) + '\t' + account.name + '\t' +
-            (account.personal_library ? "on" : "off") + '\t' + account.personal_folder + '\t' +
-            account.preference_folder + '\n';
+    text += FormatAccount(account);
   }
   return text;
 }

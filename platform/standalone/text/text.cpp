@@ -45,6 +45,17 @@ std::string_view Trim(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kSpaces) - begin + 1);
 }
 
+bool EqualInConstantTime(std::string_view left, std::string_view right) {
+  if (left.size() != right.size()) {
+    return false;
+  }
+  volatile unsigned difference = 0; // else the compiler might stop at the first one
+  for (std::size_t i = 0; i < left.size(); ++i) {
+    difference = difference | static_cast<unsigned char>(left[i] ^ right[i]);
+  }
+  return difference == 0;
+}
+
 std::string EscapeHtml(std::string_view text) {
   std::string escaped;
   escaped.reserve(text.size());

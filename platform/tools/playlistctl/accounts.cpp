@@ -32,6 +32,7 @@ void SetPasswordAndTell(const AccountOptions &options) {
 void AddAccount(const AccountOptions &options) {
   accounts::Account account = options.account;
   account.personal_library = options.personal == "on";
+  account.admin = options.admin == "on";
   const int id = accounts::AddAccount(account);
   try {
     SetPasswordAndTell(options);
@@ -47,7 +48,7 @@ void PrintAccounts() {
   for (const accounts::Account &account : all) {
     std::cout << account.id << "\t" << account.name << "\t"
               << (account.personal_library ? account.personal_folder : "-") << "\t"
-              << account.preference_folder << "\n";
+              << account.preference_folder << (account.admin ? "\tadmin" : "") << "\n";
   }
 }
 
@@ -55,6 +56,9 @@ void ChangeAccount(const AccountOptions &options) {
   accounts::ChangeAccount(options.account.name, [&](accounts::Account &account) {
     if (!options.personal.empty()) {
       account.personal_library = options.personal == "on";
+    }
+    if (!options.admin.empty()) {
+      account.admin = options.admin == "on";
     }
     if (!options.account.personal_folder.empty()) {
       account.personal_folder = options.account.personal_folder;
@@ -84,8 +88,12 @@ void ChangePassword(const AccountOptions &options) {
     throw std::invalid_argument("there is no account '" + options.account.name + "'");
   }
   SetPasswordAndTell(options);
+  // After the password: who logs in by the old one until now is logged out as well.
+  accounts::EndSessions(options.account.name);
   // Its cache, see scripts/lighttpd_conf.
   std::cout << "The web server may go by the old password for up to 15 seconds.\n";
 }
+
+void LogOut(const AccountOptions &options) { accounts::EndSessions(options.account.name); }
 
 } // namespace vexo::tools

@@ -11,13 +11,14 @@ namespace vexo::tools {
 struct AccountOptions {
   accounts::Account account;
   std::string personal; ///< "on", "off", or empty: not said
+  std::string admin;    ///< the same
   bool read_password = false;
 };
 
 /// Adds an account, and prints its id and the password that was generated for it.
 void AddAccount(const AccountOptions &options);
 
-/// Prints an account a line: id, name, personal library and preference folder.
+/// Prints an account a line: id, name, personal library, preference folder, and "admin".
 void PrintAccounts();
 
 /// Changes what the options name and keeps the rest.
@@ -26,7 +27,10 @@ void ChangeAccount(const AccountOptions &options);
 /// Removes the account, its password and what the index knows of its songs; its files stay.
 void RemoveAccount(const AccountOptions &options);
 
-/// Sets another password, and prints it when it was generated.
+/// Sets another password, and prints it when it was generated. All sessions end.
 void ChangePassword(const AccountOptions &options);
+
+/// Ends all sessions of the account.
+void LogOut(const AccountOptions &options);
 
 } // namespace vexo::tools

@@ -20,8 +20,10 @@ namespace {
 
 constexpr int kFound = 1; ///< the exit status of a check that found something
 
-void AddFolderOptions(CLI::App &command, AccountOptions &options) {
+void AddAccountOptions(CLI::App &command, AccountOptions &options) {
   command.add_option("--personal", options.personal, "Whether the user has a personal library")
+      ->check(CLI::IsMember({"on", "off"}));
+  command.add_option("--admin", options.admin, "Whether the user may do what concerns everybody")
       ->check(CLI::IsMember({"on", "off"}));
   command.add_option("--personal-folder", options.account.personal_folder,
                      "The folder of the personal library");
@@ -45,26 +47,33 @@ void AddAccountCommand(CLI::App &program) {
 
   CLI::App &add = *account.add_subcommand("add", "Adds an account");
   AddName(add, *options);
-  AddFolderOptions(add, *options);
+  AddAccountOptions(add, *options);
   AddPasswordOption(add, *options);
   add.callback([options] { AddAccount(*options); });
 
-  account.add_subcommand("list", "Lists id, name, personal library and preference folder")
+  account
+      .add_subcommand("list",
+                      "Lists id, name, personal library, preference folder, and who is admin")
       ->callback(PrintAccounts);
 
   CLI::App &set = *account.add_subcommand("set", "Changes an account");
   AddName(set, *options);
-  AddFolderOptions(set, *options);
+  AddAccountOptions(set, *options);
   set.callback([options] { ChangeAccount(*options); });
 
   CLI::App &remove = *account.add_subcommand("remove", "Removes an account; its files stay");
   AddName(remove, *options);
   remove.callback([options] { RemoveAccount(*options); });
 
-  CLI::App &password = *account.add_subcommand("passwd", "Gives an account another password");
+  CLI::App &password =
+      *account.add_subcommand("passwd", "Gives an account another password, and ends its sessions");
   AddName(password, *options);
   AddPasswordOption(password, *options);
   password.callback([options] { ChangePassword(*options); });
+
+  CLI::App &log_out = *account.add_subcommand("logout", "Ends all sessions of an account");
+  AddName(log_out, *options);
+  log_out.callback([options] { LogOut(*options); });
 }
 
 void AddScanCommand(CLI::App &program) {

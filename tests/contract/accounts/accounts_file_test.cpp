@@ -16,6 +16,20 @@ TEST(AccountsFile, IsAnAccountALine) {
   EXPECT_EQ(FormatAccounts(file), kGolden);
 }
 
+TEST(AccountsFile, KeepsWhatIsNotAsByDefaultBehindTheFolders) {
+  const std::string text = "vexo-accounts-1\t5\n"
+                           "1\talice\ton\t/a\t/b\tadmin=on\tgeneration=12\n"
+                           "2\tbob\toff\t/a\t/b\tgeneration=9223372036854775806\n"
+                           "4\tcarol\toff\t/a\t/b\tadmin=on\tcolour=red=green\tempty=\n";
+  const AccountsFile file = ParseAccounts(text);
+  ASSERT_EQ(file.accounts.size(), 3U);
+  EXPECT_TRUE(file.accounts[0].admin);
+  EXPECT_EQ(file.accounts[0].generation, 12);
+  EXPECT_FALSE(file.accounts[1].admin);
+  EXPECT_EQ(file.accounts[2].generation, 0);
+  EXPECT_EQ(FormatAccounts(file), text) << "also the fields of a newer version";
+}
+
 TEST(AccountsFile, WithoutAccountsHasItsFirstLine) {
   EXPECT_EQ(FormatAccounts({}), "vexo-accounts-1\t1\n");
 }
@@ -40,7 +54,11 @@ TEST(AccountsFile, RefusesADamagedTextAndNamesItsLine) {
       {"no next id", "vexo-accounts-1\n", "line 1"},
       {"a next id of 0", "vexo-accounts-1\t0\n", "line 1"},
       {"a field too few", "vexo-accounts-1\t2\n1\ta\toff\t/a\n", "line 2"},
-      {"a field too many", "vexo-accounts-1\t2\n1\ta\toff\t/a\t/b\tc\n", "line 2"},
+      {"a field without a name", "vexo-accounts-1\t2\n1\ta\toff\t/a\t/b\tc\n", "line 2"},
+      {"another switch", "vexo-accounts-1\t2\n1\ta\toff\t/a\t/b\tadmin=1\n", "line 2"},
+      {"no generation", "vexo-accounts-1\t2\n1\ta\toff\t/a\t/b\tgeneration=-1\n", "line 2"},
+      {"the last of all generations",
+       "vexo-accounts-1\t2\n1\ta\toff\t/a\t/b\tgeneration=9223372036854775807\n", "line 2"},
       {"an id that is no number", "vexo-accounts-1\t2\nx\ta\toff\t/a\t/b\n", "line 2"},
       {"an id of 0", "vexo-accounts-1\t2\n0\ta\toff\t/a\t/b\n", "line 2"},
       {"an id beyond 32 bits", "vexo-accounts-1\t2\n4294967297\ta\toff\t/a\t/b\n", "line 2"},

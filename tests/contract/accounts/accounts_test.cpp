@@ -111,6 +111,26 @@ TEST_F(Accounts, KeepNameAndIdWhenTheyAreChanged) {
   EXPECT_FALSE(FindAccount("bob"));
 }
 
+TEST_F(Accounts, AreRaisedToTheNextGenerationWhenTheirSessionsEnd) {
+  AddAccount(Named("alice"));
+  AddAccount(Named("bob"));
+  EXPECT_EQ(FindAccount("alice")->generation, 0);
+  EndSessions("alice");
+  EndSessions("alice");
+  EXPECT_EQ(FindAccount("alice")->generation, 2);
+  EXPECT_EQ(FindAccount("bob")->generation, 0);
+  ChangeAccount("alice", [](Account &account) { account.generation = 0; });
+  EXPECT_EQ(FindAccount("alice")->generation, 2) << "no other change takes it back";
+  EXPECT_THROW(EndSessions("carol"), std::invalid_argument);
+}
+
+TEST_F(Accounts, AreAdminsWhenTheyAreMadeSo) {
+  AddAccount(Named("alice"));
+  EXPECT_FALSE(FindAccount("alice")->admin);
+  ChangeAccount("alice", [](Account &account) { account.admin = true; });
+  EXPECT_TRUE(FindAccount("alice")->admin);
+}
+
 TEST_F(Accounts, ThatExistAreNotAddedTwice) {
   AddAccount(Named("alice"));
   const std::string before = ReadBytes(kAccountsFile);

@@ -1,5 +1,7 @@
 #include "accounts/passwords.h"
 #include "support/device_root.h"
+#include <algorithm>
+#include <chrono>
 #include <crypt.h>
 #include <set>
 #include <stdexcept>
@@ -76,6 +78,53 @@ TEST_F(Passwords, ThatCannotBeOnesAreRefused) {
     EXPECT_THROW(SetPassword("alice", password), std::invalid_argument) << password.size();
   }
   EXPECT_FALSE(std::filesystem::exists(kPasswordFile));
+}
+
+TEST_F(Passwords, AreVerified) {
+  SetPassword("alice", "secret");
+  SetPassword("al", "other");
+  EXPECT_TRUE(VerifyPassword("alice", "secret"));
+  EXPECT_TRUE(VerifyPassword("al", "other"));
+  for (const std::string &password :
+       {std::string("other"), std::string(), std::string("secret "), std::string("Secret"),
+        std::string("secret\0", 7), std::string(513, 'a'), std::string("secret\n")}) {
+    EXPECT_FALSE(VerifyPassword("alice", password)) << password;
+  }
+  for (const char *name : {"bob", "", "alic", "alice:"}) {
+    EXPECT_FALSE(VerifyPassword(name, "secret")) << name;
+  }
+}
+
+TEST_F(Passwords, AreOfNobodyWithoutAFile) { EXPECT_FALSE(VerifyPassword("alice", "secret")); }
+
+TEST_F(Passwords, AreVerifiedByTheFirstLineAndByOtherMethodsOfCrypt) {
+  WriteBytes(kPasswordFile, "alice:" + std::string(crypt("first", "$6$salt$")) + "\nalice:" +
+                                std::string(crypt("second", "$6$salt$")) + "\nbob:*\ncarol:\n");
+  EXPECT_TRUE(VerifyPassword("alice", "first"));
+  EXPECT_FALSE(VerifyPassword("alice", "second"));
+  for (const char *locked : {"bob", "carol"}) {
+    EXPECT_FALSE(VerifyPassword(locked, "*")) << locked;
+  }
+}
+
+/// The time of the quickest of some questions.
+double SecondsToRefuse(const char *name) {
+  double best = 1e9;
+  for (int i = 0; i < 5; ++i) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(VerifyPassword(name, "wrong"));
+    best = std::min(
+        best, std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
+  }
+  return best;
+}
+
+TEST_F(Passwords, TakeAsLongToRefuseForAStranger) {
+  SetPassword("alice", "secret");
+  const double known = SecondsToRefuse("alice"), unknown = SecondsToRefuse("nobody");
+  EXPECT_GT(known, 0.001);
+  EXPECT_LT(known, unknown * 2);
+  EXPECT_LT(unknown, known * 2);
 }
 
 TEST(GeneratePassword, DrawsTwentyLettersAnew) {

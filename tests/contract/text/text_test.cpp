@@ -45,6 +45,15 @@ TEST(Trim, TakesBlanksTabsAndLineEndsOffBothEnds) {
   }
 }
 
+TEST(EqualInConstantTime, ComparesAllBytes) {
+  EXPECT_TRUE(EqualInConstantTime("", ""));
+  EXPECT_TRUE(EqualInConstantTime("a\xFF", "a\xFF"));
+  EXPECT_FALSE(EqualInConstantTime("abc", "abd"));
+  EXPECT_FALSE(EqualInConstantTime("abc", "bbc"));
+  EXPECT_FALSE(EqualInConstantTime("abc", "abcd"));
+  EXPECT_FALSE(EqualInConstantTime("", "a"));
+}
+
 TEST(EscapeHtml, EscapesTheFiveCharactersWithMeaning) {
   EXPECT_EQ(EscapeHtml("a & b < c > d \" e ' f"), "a &amp; b &lt; c &gt; d &quot; e &#39; f");
 }

@@ -108,6 +108,27 @@ TEST_F(AccountCommand, ChangesOnlyWhatItIsTold) {
   EXPECT_EQ(FindAccount("anna")->id, before.id);
 }
 
+TEST_F(AccountCommand, MakesAdmins) {
+  Run({"account", "add", "anna", "--admin", "on"});
+  Run({"account", "add", "ben"});
+  EXPECT_TRUE(FindAccount("anna")->admin);
+  EXPECT_FALSE(FindAccount("ben")->admin);
+  EXPECT_THAT(Run({"account", "list"}), MatchesRegex("1\tanna\t.*/anna\tadmin\n2\tben\t.*/ben\n"));
+  Run({"account", "set", "anna", "--personal", "on"});
+  EXPECT_TRUE(FindAccount("anna")->admin);
+  Run({"account", "set", "anna", "--admin", "off"});
+  EXPECT_FALSE(FindAccount("anna")->admin);
+}
+
+TEST_F(AccountCommand, EndsSessionsByAnotherPasswordAndByLoggingOut) {
+  Run({"account", "add", "anna"});
+  Run({"account", "passwd", "anna"});
+  EXPECT_EQ(FindAccount("anna")->generation, 1);
+  EXPECT_EQ(Run({"account", "logout", "anna"}), "");
+  EXPECT_EQ(FindAccount("anna")->generation, 2);
+  EXPECT_THROW(Run({"account", "logout", "nobody"}), std::invalid_argument);
+}
+
 TEST_F(AccountCommand, ListsAnAccountALine) {
   EXPECT_EQ(Run({"account", "list"}), "");
   Run({"account", "add", "anna", "--personal", "on"});
