@@ -20,6 +20,7 @@ struct Request {
   std::vector<std::string> variables; ///< what stands in the path for "{...}", in order
   Query query;
   std::optional<accounts::Account> user; ///< who asks; only a public route has none
+  bool by_session = false;               ///< whether a session says so, not the web server
 
   /// Who asks. Not for public routes.
   [[nodiscard]] const accounts::Account &User() const { return *user; }

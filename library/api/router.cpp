@@ -52,23 +52,27 @@ Answer NoSuchRoute(std::span<const Route> routes, std::string_view method, std::
 }
 
 /// Why this process's request may not be answered, whatever it asks for; nothing when it may.
-std::optional<Answer> Refusal(const Route &route, const std::optional<accounts::Account> &user) {
+std::optional<Answer> Refusal(const Route &route, const std::optional<web::Login> &login) {
   if (route.method == "GET" ? web::IsCrossSiteRequest() : web::IsCrossOriginRequest()) {
     return ProblemAnswer({403, "A page of another site or origin sent this request.", {}});
   }
-  if (!route.is_public && !user) {
-    return ProblemAnswer({401, "Log in first: nobody with an account sent this request.", {}});
+  if (!route.is_public && !login) {
+    return ProblemAnswer({401, "Log in first: nobody with an account sent this request.", {}},
+                         web::Challenge());
+  }
+  if (!route.is_public && !login->account) {
+    return ProblemAnswer({403, "This user has no account.", {}});
   }
   return std::nullopt;
 }
 
 Answer Handle(const Route &route, std::vector<std::string> variables, std::string_view query) {
-  std::optional<accounts::Account> user = web::LoginAccount();
-  if (std::optional<Answer> refusal = Refusal(route, user)) {
+  std::optional<web::Login> login = web::LoginOfRequest();
+  if (std::optional<Answer> refusal = Refusal(route, login)) {
     return *std::move(refusal);
   }
   Request request{route.method, std::move(variables), Query(query, route.parameters),
-                  std::move(user)};
+                  login ? std::move(login->account) : std::nullopt, login && login->by_session};
   if (request.query.problem()) {
     return ProblemAnswer(*request.query.problem());
   }

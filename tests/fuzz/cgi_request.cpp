@@ -71,8 +71,15 @@ void ReadOrigin(std::string_view bytes) {
   }
 }
 
-/// A request of lines: method, query, and what a browser tells of where it comes from. An empty
-/// line leaves the variable out.
+vexo::accounts::Account Anna() {
+  vexo::accounts::Account account;
+  account.name = "anna";
+  account.personal_library = true;
+  return account;
+}
+
+/// A request of lines: method, query, and what a browser tells of where it comes from; "cookie"
+/// behind them makes it one of a session. An empty line leaves the variable out.
 void AdmitRequest(std::string_view bytes) {
   for (const char *name : {"REQUEST_METHOD", "QUERY_STRING", "HTTP_HOST", "HTTP_SEC_FETCH_SITE",
                            "HTTP_ORIGIN", "HTTP_REFERER"}) {
@@ -83,11 +90,11 @@ void AdmitRequest(std::string_view bytes) {
       setenv(name, line.c_str(), 1);
     }
   }
-  setenv("REMOTE_USER", "anna", 1);
   unsetenv("CONTENT_TYPE");
   vexo::web::Parameters parameters;
-  if (vexo::web::RefusalOfRequest() || !parameters.Load() ||
-      vexo::web::RefusalOfAction(parameters, std::nullopt)) {
+  const vexo::web::Login login{Anna(), bytes.starts_with("cookie")};
+  if (vexo::web::RefusalOfRequest(login) || !parameters.Load() ||
+      vexo::web::RefusalOfAction(parameters, login)) {
     return;
   }
   const std::string method(vexo::web::Variable("REQUEST_METHOD").value_or("GET"));
@@ -95,6 +102,7 @@ void AdmitRequest(std::string_view bytes) {
   const char *const action = parameters.Find("action");
   if (action != nullptr && vexo::web::ChangesSomething(action)) {
     Require(method != "HEAD" && !vexo::web::IsCrossOriginRequest());
+    Require(method == "POST" || !login.by_session);
   }
 }
 

@@ -1,7 +1,6 @@
 // The web framework: the request, who made it, and the answer.
 #include "vexo/web.h"
 
-#include "accounts/accounts.h"
 #include "host/guard.h"
 #include "host/records.h"
 #include "playlists/write_playlist.h"
@@ -62,7 +61,7 @@ std::string KeepBlanksApart(const std::string &text) {
 
 struct WebMan::State {
   web::Parameters parameters;
-  std::optional<Account> account; ///< of the login user, once it is known
+  web::Login login; ///< once it is known
 };
 
 WebMan::WebMan() : state_(std::make_unique<State>()) {}
@@ -70,19 +69,15 @@ WebMan::~WebMan() = default;
 
 bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
                           _tag_cgi_position /*position*/) {
-  if (const std::optional<web::Refusal> refusal = web::RefusalOfRequest()) {
-    Refuse(*refusal);
-    return false;
-  }
-  const bool read = Guarded(false, [&] {
-    state_->account = web::LoginAccount();
-    return true;
+  const std::optional<web::Refusal> refusal = Guarded(web::Refusal::kNoAccounts, [&] {
+    const std::optional<web::Login> login = web::LoginOfRequest();
+    state_->login = login.value_or(web::Login());
+    return web::RefusalOfRequest(login);
   });
-  if (!state_->account) {
-    Refuse(read ? web::Refusal::kNoAccount : web::Refusal::kNoAccounts);
-    return false;
+  if (refusal) {
+    Refuse(*refusal);
   }
-  return true;
+  return !refusal;
 }
 
 bool WebMan::LoadIn() {
@@ -92,7 +87,7 @@ bool WebMan::LoadIn() {
     }
     only_asks = !web::ChangesSomething(In("action", ""));
     const std::optional<web::Refusal> refusal =
-        web::RefusalOfAction(state_->parameters, state_->account);
+        web::RefusalOfAction(state_->parameters, state_->login);
     if (refusal) {
       state_->parameters.Clear();
       Refuse(*refusal);
@@ -107,11 +102,13 @@ const char *WebMan::In(const char *name, const char *fallback) const {
 }
 
 std::string WebMan::GetLoginUserName() const {
-  return state_->account ? state_->account->name : std::string();
+  const std::optional<Account> &account = state_->login.account;
+  return account ? account->name : std::string();
 }
 
 std::string WebMan::GetPreferenceDir() const {
-  return state_->account ? state_->account->preference_folder : std::string();
+  const std::optional<Account> &account = state_->login.account;
+  return account ? account->preference_folder : std::string();
 }
 
 int WebMan::GetBrowserInfo(_tag_vexo_browser_info_ *info) const {

@@ -18,6 +18,8 @@ inline constexpr const char *kConfigFile = DEVICE_ROOT "/etc/vexo/playlist.conf"
 inline constexpr const char *kAccountsFile = DEVICE_ROOT "/etc/vexo/accounts";
 /// What the web server checks passwords against.
 inline constexpr const char *kPasswordFile = DEVICE_ROOT "/etc/vexo/passwords";
+/// What sessions are signed with.
+inline constexpr const char *kSessionKey = DEVICE_ROOT "/etc/vexo/session_key";
 inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
 inline constexpr const char *kAdminLog = DEVICE_ROOT "/var/log/vexo/admin.log";
 inline constexpr const char *kSharedSmartRules = DEVICE_ROOT "/etc/mt-daapd.playlist";

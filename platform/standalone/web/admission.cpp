@@ -81,8 +81,8 @@ bool SplitsAName(const Parameters &parameters, const accounts::Account &account)
 
 } // namespace
 
-std::optional<Refusal> RefusalOfRequest() {
-  if (Variable("REMOTE_USER").value_or("").empty()) {
+std::optional<Refusal> RefusalOfRequest(const std::optional<Login> &login) {
+  if (!login) {
     return Refusal::kNoUser;
   }
   const std::string_view method = Variable("REQUEST_METHOD").value_or("GET");
@@ -92,15 +92,14 @@ std::optional<Refusal> RefusalOfRequest() {
   if (IsCrossSiteRequest()) {
     return RefuseOrigin();
   }
-  return std::nullopt;
+  return login->account ? std::nullopt : std::optional(Refusal::kNoAccount);
 }
 
 bool ChangesSomething(std::string_view action) {
   return action != "checkempty" && action != "download";
 }
 
-std::optional<Refusal> RefusalOfAction(const Parameters &parameters,
-                                       const std::optional<accounts::Account> &account) {
+std::optional<Refusal> RefusalOfAction(const Parameters &parameters, const Login &login) {
   if (HasTooManyEntries(parameters)) {
     system::LogFailure("refused", "a list with more than 100,000 entries");
     return Refusal::kTooManyEntries;
@@ -109,13 +108,17 @@ std::optional<Refusal> RefusalOfAction(const Parameters &parameters,
   if (action == nullptr || !ChangesSomething(action)) {
     return std::nullopt;
   }
+  if (login.by_session && Variable("REQUEST_METHOD") != "POST") {
+    return Refusal::kLinkOfChange;
+  }
   if (IsHead()) {
     return Refusal::kHeadOfChange;
   }
   if (IsCrossOriginRequest()) {
     return RefuseOrigin();
   }
-  if (account && std::string_view(action) == "delete" && SplitsAName(parameters, *account)) {
+  if (login.account && std::string_view(action) == "delete" &&
+      SplitsAName(parameters, *login.account)) {
     system::LogFailure("refused", "to delete a playlist with a comma in its name");
     return Refusal::kNameWithComma;
   }

@@ -2,7 +2,7 @@
 // Which requests are served. Before the parameters are read, method and user decide; once they are,
 // what the request would do.
 
-#include "accounts/accounts.h"
+#include "web/login.h"
 #include "web/refusal.h"
 #include "web/request.h"
 #include <optional>
@@ -10,8 +10,9 @@
 namespace vexo::web {
 
 /// Why a request may not go on, whatever it asks for; nothing when it may. A request without a user
-/// is one for the web server to ask who it is; then comes the method, then the site.
-std::optional<Refusal> RefusalOfRequest();
+/// is one to ask who it is; then comes the method, then the site, then whether the user has an
+/// account.
+std::optional<Refusal> RefusalOfRequest(const std::optional<Login> &login);
 
 /// Whether the action changes something: all do, but for those that are known to read only.
 bool ChangesSomething(std::string_view action);
@@ -19,11 +20,11 @@ bool ChangesSomething(std::string_view action);
 /// The most songs, positions or playlists that one list of a request may name.
 inline constexpr std::size_t kMostEntries = 100'000;
 
-/// Why a request of `account`'s may not do what its parameters ask for; nothing when it may.
+/// Why a request of that user's may not do what its parameters ask for; nothing when it may.
 /// Everything is refused with a list of more than kMostEntries. What changes something is refused
-/// for HEAD, and when a page of another origin sent it; and "delete" where it would take the name
+/// for HEAD; when a page of another origin sent it; in a session, whose cookie a browser sends with
+/// any link, unless it comes by POST; and "delete" where it would take the name
 /// of a playlist apart at a comma, and delete another one.
-std::optional<Refusal> RefusalOfAction(const Parameters &parameters,
-                                       const std::optional<accounts::Account> &account);
+std::optional<Refusal> RefusalOfAction(const Parameters &parameters, const Login &login);
 
 } // namespace vexo::web

@@ -1,27 +1,31 @@
 #include "web/refusal.h"
 
 #include "web/answer.h"
+#include "web/login.h"
 #include "web/output.h"
+#include <string>
 
 namespace vexo::web {
 namespace {
 
 struct RefusalAnswer {
-  const char *headers, *key;
+  std::string headers;
+  const char *key;
 };
 
 RefusalAnswer AnswerOf(Refusal refusal) {
   switch (refusal) {
   case Refusal::kNoUser:
     // RFC 9110, 15.5.2: the answer names a way to say who one is.
-    return {"Status: 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"playlists\"\r\n",
-            "no_user"};
+    return {std::string("Status: 401 Unauthorized\r\n") + Challenge(), "no_user"};
   case Refusal::kNoAccount:
     return {"Status: 403 Forbidden\r\n", "no_account"};
   case Refusal::kMethod:
     return {"Status: 405 Method Not Allowed\r\nAllow: GET, HEAD, POST\r\n", "method"};
   case Refusal::kHeadOfChange:
     return {"Status: 405 Method Not Allowed\r\nAllow: GET, POST\r\n", "method"};
+  case Refusal::kLinkOfChange:
+    return {"Status: 405 Method Not Allowed\r\nAllow: POST\r\n", "method"};
   case Refusal::kTooManyEntries:
     return {"Status: 413 Content Too Large\r\n", "too_many_entries"};
   case Refusal::kNameWithComma:

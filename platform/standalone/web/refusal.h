@@ -10,6 +10,7 @@ enum class Refusal {
   kNoAccounts,     ///< the accounts cannot be read
   kMethod,         ///< a method that nothing here has
   kHeadOfChange,   ///< HEAD, which changes nothing, of an action that changes something
+  kLinkOfChange,   ///< an action that changes something, in a session and not by POST
   kTooManyEntries, ///< more than kMostEntries in one list
   kNameWithComma,  ///< a list of names cannot be told from one name
   kCrossSite,      ///< a page of another site or origin sent the request
