@@ -130,6 +130,8 @@ struct ActionHandler::State {
 };
 
 ActionHandler::ActionHandler() {
+  // Made before anything that has work left as the process ends, so that it comes after that.
+  static const web::OutputEnd end_of_output;
   // With LOG_PERROR the lines reach the web server's error log as well.
   openlog("audio_playlist", LOG_PID | LOG_PERROR, LOG_USER);
   system::BoundLog(kMostLogLines);

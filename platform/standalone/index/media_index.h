@@ -164,11 +164,8 @@ std::unique_ptr<MediaIndex> OpenSqliteIndex(const std::string &path);
 /// Opens the index of this machine, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenMediaIndex();
 
-/// The one index of this process, opened at the first call.
+/// The one index of this process, opened at the first call; open until the process has ended.
 MediaIndex &ProcessIndex();
-
-/// Whether it is open.
-bool HasProcessIndex();
 
 /// Puts another in its place; null: it is opened anew at the next call, as is needed after a
 /// fork().

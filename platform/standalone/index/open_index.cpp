@@ -7,9 +7,11 @@ std::unique_ptr<MediaIndex> OpenMediaIndex() { return OpenSqliteIndex(system::kI
 
 namespace {
 
+/// Never closed: a process that ends lets go of its locks and its files by itself, and the log is
+/// left to the next one either way. Closing it would keep the client of a request waiting.
 std::unique_ptr<MediaIndex> &IndexOfThisProcess() {
-  static std::unique_ptr<MediaIndex> index;
-  return index;
+  static auto *const index = new std::unique_ptr<MediaIndex>;
+  return *index;
 }
 
 } // namespace
@@ -21,8 +23,6 @@ MediaIndex &ProcessIndex() {
   }
   return *index;
 }
-
-bool HasProcessIndex() { return IndexOfThisProcess() != nullptr; }
 
 void SetProcessIndex(std::unique_ptr<MediaIndex> index) { IndexOfThisProcess() = std::move(index); }
 

@@ -93,8 +93,7 @@ void Finish(const HeldBack &held) {
 /// What this process holds back.
 class HeldBackHere {
 public:
-  /// What is held back is done before the index is closed, so that must be there first.
-  HeldBackHere() { index::HasProcessIndex(); }
+  HeldBackHere() = default;
   ~HeldBackHere() { FinishAll(); }
   HeldBackHere(const HeldBackHere &) = delete;
   HeldBackHere &operator=(const HeldBackHere &) = delete;

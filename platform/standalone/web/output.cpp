@@ -13,6 +13,12 @@ volatile std::sig_atomic_t answered = 0;
 
 } // namespace
 
+OutputEnd::~OutputEnd() {
+  std::signal(SIGTERM, SIG_IGN); // some servers end a program that is there behind its answer
+  std::fflush(stdout);
+  close(STDOUT_FILENO);
+}
+
 void MarkAnswered() noexcept { answered = 1; }
 
 bool IsAnswered() noexcept { return answered != 0 || __fpending(stdout) > 0; }

@@ -5,6 +5,16 @@
 
 namespace vexo::web {
 
+/// Ends the standard output when it is destroyed itself, so that the web server sends the end of
+/// the answer, and need not wait until this process has given its memory back.
+class OutputEnd {
+public:
+  OutputEnd() = default;
+  ~OutputEnd();
+  OutputEnd(const OutputEnd &) = delete;
+  OutputEnd &operator=(const OutputEnd &) = delete;
+};
+
 /// Called before the first byte of an answer. If nobody did, ~ActionHandler answers 400.
 void MarkAnswered() noexcept;
 /// Whether an answer was begun, or waits in the standard output's buffer.
