@@ -113,6 +113,10 @@ public:
                               const std::function<void(const SongView &)> &visit) = 0;
   /// Those of any owner that exist, in no promised order.
   virtual std::vector<Song> SongsByPath(const std::vector<std::string> &paths) = 0;
+  /// Shows them as VisitSongsById() does, by the bytes of their paths; of two libraries with the
+  /// same path, the shared one's comes first.
+  virtual void VisitSongsByPath(const std::vector<std::string> &paths,
+                                const std::function<void(const SongView &)> &visit) = 0;
   /// Those whose text holds the keyword, ignoring case. Songs that the named column does not tell
   /// apart come by album, disc, track and id, whatever the direction.
   virtual std::vector<Song> SearchSongs(int owner, const Search &search) = 0;

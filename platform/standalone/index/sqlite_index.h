@@ -21,6 +21,8 @@ public:
   void VisitSongsById(int owner, const std::vector<int32_t> &ids,
                       const std::function<void(const SongView &)> &visit) override;
   std::vector<Song> SongsByPath(const std::vector<std::string> &paths) override;
+  void VisitSongsByPath(const std::vector<std::string> &paths,
+                        const std::function<void(const SongView &)> &visit) override;
   std::vector<Song> SearchSongs(int owner, const Search &search) override;
   std::vector<Song> RandomSongs(int owner, int count) override;
   std::vector<Song> QuerySongs(int owner, const SongQuery &query) override;

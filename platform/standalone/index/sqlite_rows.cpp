@@ -1,9 +1,5 @@
 #include "index/sqlite_rows.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-
 namespace vexo::index {
 namespace {
 
@@ -14,23 +10,6 @@ std::vector<Record> ReadAll(Statement &statement) {
     records.push_back(Read(statement));
   }
   return records;
-}
-
-void AppendJsonText(std::string &json, const std::string &text) {
-  json += '"';
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      json += '\\';
-      json += c;
-    } else if (static_cast<unsigned char>(c) < 0x20) {
-      std::array<char, 8> escaped{};
-      std::snprintf(escaped.data(), escaped.size(), "\\u%04x", static_cast<unsigned>(c));
-      json += escaped.data();
-    } else {
-      json += c;
-    }
-  }
-  json += '"';
 }
 
 } // namespace
@@ -100,21 +79,6 @@ std::vector<Song> ReadSongs(Statement &statement) { return ReadAll<Song, ReadSon
 
 std::vector<Playlist> ReadPlaylists(Statement &statement) {
   return ReadAll<Playlist, ReadPlaylist>(statement);
-}
-
-std::vector<int32_t> SortedOnce(std::vector<int32_t> ids) {
-  std::sort(ids.begin(), ids.end());
-  ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-  return ids;
-}
-
-std::string JsonList(const std::vector<std::string> &texts) {
-  std::string json = "[";
-  for (const std::string &text : texts) {
-    json += json.size() > 1 ? "," : "";
-    AppendJsonText(json, text);
-  }
-  return json + "]";
 }
 
 } // namespace vexo::index

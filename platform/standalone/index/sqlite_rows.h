@@ -1,8 +1,9 @@
 #pragma once
-// Rows of the tables as the index's records, and lists as parameters.
+// Rows of the tables as the index's records.
 
 #include "index/media_index.h"
 #include "index/sqlite_database.h"
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -36,7 +37,11 @@ std::vector<Song> ReadSongs(Statement &statement);
 std::vector<Playlist> ReadPlaylists(Statement &statement);
 
 /// In ascending order, each once.
-std::vector<int32_t> SortedOnce(std::vector<int32_t> ids);
+template <typename Key> std::vector<Key> SortedOnce(std::vector<Key> keys) {
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+  return keys;
+}
 
 /// Calls `read` for each row that `statement` finds by an id, its first parameter; an id that is
 /// there twice is looked up once.
@@ -52,8 +57,5 @@ void ForEachId(Database &database, Statement &statement, const std::vector<int32
     }
   }
 }
-
-/// A list as one parameter for json_each().
-std::string JsonList(const std::vector<std::string> &texts);
 
 } // namespace vexo::index

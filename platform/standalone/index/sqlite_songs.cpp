@@ -124,8 +124,8 @@ std::vector<SongFile> ReadSongFiles(Statement &statement) {
   return files;
 }
 
-/// "(VALUES(?2),(?3),...)", a table of so many ids.
-std::string TableOfIds(std::size_t count) {
+/// "(VALUES(?2),(?3),...)", a table of so many keys.
+std::string TableOfKeys(std::size_t count) {
   std::string table = "(VALUES";
   for (std::size_t i = 0; i < count; ++i) {
     table += (i == 0 ? "(?" : ",(?") + std::to_string(i + 2) + ")";
@@ -133,27 +133,29 @@ std::string TableOfIds(std::size_t count) {
   return table + ")";
 }
 
-/// Calls `read` with each row of a song of `owner` that one of `ids` names. Many are looked up by
-/// one run of a statement, as its beginning and its end cost more than a song; in the order of the
-/// table, so that no page is looked for twice.
-template <typename Read>
-void ForEachSong(Database &database, const char *columns, int owner,
-                 const std::vector<int32_t> &ids, Read read) {
+/// Calls `read` with each row of a song that one of `keys`, the values of `column`, names: of
+/// `owner`, when there is one. Many are looked up by one run of a statement, as its beginning and
+/// its end cost more than a song. The keys are sorted, each is there once, and the rows come in
+/// their order, so that no page is looked for twice.
+template <typename Key, typename Read>
+void ForEachSong(Database &database, const std::string &columns, const char *column,
+                 std::optional<int> owner, const std::vector<Key> &keys, Read read) {
   constexpr std::size_t kMostAtOnce = 64;
-  const std::vector<int32_t> sorted = SortedOnce(ids);
-  const std::size_t at_once = std::min(sorted.size(), kMostAtOnce);
+  const std::size_t at_once = std::min(keys.size(), kMostAtOnce);
   if (at_once == 0) {
     return;
   }
-  Statement statement(database, std::string("SELECT ") + columns + " FROM " + TableOfIds(at_once) +
-                                    " CROSS JOIN songs ON id = column1 WHERE +owner = ?1");
-  statement.Bind(1, int64_t{owner});
-  const Moment moment(database, (sorted.size() + at_once - 1) / at_once);
-  for (auto id = sorted.begin(); id != sorted.end(); statement.Reset()) {
+  // CROSS JOIN: the keys are the outer loop.
+  Statement statement(database, "SELECT " + columns + " FROM " + TableOfKeys(at_once) +
+                                    " CROSS JOIN songs ON " + column + " = column1" +
+                                    (owner ? " WHERE +owner = ?1" : ""));
+  statement.Bind(1, int64_t{owner.value_or(0)});
+  const Moment moment(database, (keys.size() + at_once - 1) / at_once);
+  for (auto key = keys.begin(); key != keys.end(); statement.Reset()) {
     for (std::size_t i = 0; i < at_once; ++i) {
       const int parameter = static_cast<int>(i) + 2;
-      if (id != sorted.end()) {
-        statement.Bind(parameter, int64_t{*id++});
+      if (key != keys.end()) {
+        statement.Bind(parameter, *key++);
       } else {
         statement.BindNull(parameter);
       }
@@ -162,6 +164,14 @@ void ForEachSong(Database &database, const char *columns, int owner,
       read(statement);
     }
   }
+}
+
+std::vector<int64_t> Ids(const std::vector<int32_t> &ids) {
+  return SortedOnce(std::vector<int64_t>(ids.begin(), ids.end()));
+}
+
+std::vector<std::string_view> Paths(const std::vector<std::string> &paths) {
+  return SortedOnce(std::vector<std::string_view>(paths.begin(), paths.end()));
 }
 
 /// Puts songs into the order of `ids`.
@@ -179,22 +189,28 @@ void SortByPosition(std::vector<Song> &songs, const std::vector<int32_t> &ids) {
 
 std::vector<Song> SqliteIndex::SongsById(int owner, const std::vector<int32_t> &ids) {
   std::vector<Song> songs;
-  ForEachSong(database_, VEXO_SONG_COLUMNS, owner, ids,
+  ForEachSong(database_, VEXO_SONG_COLUMNS, "id", owner, Ids(ids),
               [&](const Statement &row) { songs.push_back(ReadSong(row)); });
   return songs;
 }
 
 void SqliteIndex::VisitSongsById(int owner, const std::vector<int32_t> &ids,
                                  const std::function<void(const SongView &)> &visit) {
-  ForEachSong(database_, VEXO_SONG_VIEW_COLUMNS, owner, ids,
+  ForEachSong(database_, VEXO_SONG_VIEW_COLUMNS, "id", owner, Ids(ids),
               [&](const Statement &row) { visit(ViewSong(row)); });
 }
 
 std::vector<Song> SqliteIndex::SongsByPath(const std::vector<std::string> &paths) {
-  Statement statement(database_, "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE path IN "
-                                 "(SELECT value FROM json_each(?1))");
-  const std::string list = JsonList(paths);
-  return ReadSongs(statement.Bind(1, list));
+  std::vector<Song> songs;
+  ForEachSong(database_, VEXO_SONG_COLUMNS, "path", std::nullopt, Paths(paths),
+              [&](const Statement &row) { songs.push_back(ReadSong(row)); });
+  return songs;
+}
+
+void SqliteIndex::VisitSongsByPath(const std::vector<std::string> &paths,
+                                   const std::function<void(const SongView &)> &visit) {
+  ForEachSong(database_, VEXO_SONG_VIEW_COLUMNS, "path", std::nullopt, Paths(paths),
+              [&](const Statement &row) { visit(ViewSong(row)); });
 }
 
 std::vector<Song> SqliteIndex::RandomSongs(int owner, int count) {

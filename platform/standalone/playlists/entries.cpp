@@ -13,9 +13,23 @@ namespace {
 
 bool IsBefore(const index::Song &song, const std::string &path) { return song.path < path; }
 
-/// By path; of two libraries that hold the same one, the shared comes first.
-bool InOrder(const index::Song &a, const index::Song &b) {
-  return a.path != b.path ? a.path < b.path : a.owner < b.owner;
+index::Song CopyOf(const index::SongView &song) {
+  index::Song copy;
+  copy.id = song.id;
+  copy.path = song.path;
+  copy.title = song.title;
+  copy.artist = song.artist;
+  copy.album = song.album;
+  copy.genre = song.genre;
+  copy.track = song.track;
+  copy.disc = song.disc;
+  copy.year = song.year;
+  copy.duration_seconds = song.duration_seconds;
+  copy.bitrate = song.bitrate;
+  copy.sample_rate = song.sample_rate;
+  copy.channels = song.channels;
+  copy.size_bytes = song.size_bytes;
+  return copy;
 }
 
 std::vector<std::string> FilePaths(const std::vector<Entry> &entries) {
@@ -34,11 +48,13 @@ std::vector<index::Song> KnownSongs(const std::vector<std::string> &paths) {
     return songs;
   }
   try {
-    songs = index::ProcessIndex().SongsByPath(paths);
+    songs.reserve(paths.size());
+    index::ProcessIndex().VisitSongsByPath(
+        paths, [&](const index::SongView &song) { songs.push_back(CopyOf(song)); });
   } catch (const std::exception &error) {
     system::LogFailure("songs of a playlist", error.what());
+    songs.clear();
   }
-  std::sort(songs.begin(), songs.end(), InOrder);
   return songs;
 }
 

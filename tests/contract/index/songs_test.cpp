@@ -188,6 +188,29 @@ TEST_P(Songs, AVisitorThatThrowsLeavesTheIndexReady) {
   EXPECT_EQ(index().SongsById(0, ids).size(), 3U);
 }
 
+TEST_P(Songs, AnyNumberOfPathsIsVisitedInTheirOrder) {
+  constexpr int kSongs = 200;
+  std::vector<Song> songs;
+  std::vector<std::string> paths;
+  for (int i = 0; i < kSongs; ++i) {
+    songs.push_back(MakeSong("/" + std::to_string(i * 7919 % kSongs)));
+    paths.push_back(songs.back().path);
+  }
+  songs.push_back(MakeSong("/\xff"));
+  songs.push_back(MakeSong("/0", 3));
+  songs.back().year = 3;
+  paths.insert(paths.begin(), {"/\xff", "/none", "/0"});
+  index().WriteSongs(songs, {});
+  std::vector<std::pair<std::string, int>> seen;
+  index().VisitSongsByPath(paths,
+                           [&](const SongView &song) { seen.emplace_back(song.path, song.year); });
+  std::set<std::pair<std::string, int>> expected;
+  for (const Song &song : songs) {
+    expected.emplace(song.path, song.year);
+  }
+  EXPECT_THAT(seen, ::testing::ElementsAreArray(expected));
+}
+
 TEST_P(Songs, TwentyThousandIdsAreAnOrdinaryRequest) {
   std::vector<Song> songs;
   std::vector<int32_t> ids;

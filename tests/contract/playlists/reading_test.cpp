@@ -14,9 +14,10 @@ namespace {
 class AskedIndex : public index::SqliteIndex {
 public:
   using index::SqliteIndex::SqliteIndex;
-  std::vector<index::Song> SongsByPath(const std::vector<std::string> &paths) override {
+  void VisitSongsByPath(const std::vector<std::string> &paths,
+                        const std::function<void(const index::SongView &)> &visit) override {
     asked.push_back(paths);
-    return index::SqliteIndex::SongsByPath(paths);
+    index::SqliteIndex::VisitSongsByPath(paths, visit);
   }
   static inline std::vector<Texts> asked;
 };
