@@ -9,4 +9,10 @@ namespace vexo::api {
 // overview.cpp
 Answer Overview(Request &request);
 
+// session.cpp
+Answer LogIn(Request &request);
+Answer WhoAmI(Request &request);
+Answer LogOut(Request &request);
+Answer ChangePassword(Request &request);
+
 } // namespace vexo::api

@@ -44,12 +44,6 @@ std::string HashAnew(const std::string &password) {
   return *hash;
 }
 
-bool CanBePassword(std::string_view password) {
-  constexpr std::string_view kForbidden("\0\r\n", 3);
-  return !password.empty() && password.size() <= CRYPT_MAX_PASSPHRASE_SIZE &&
-         password.find_first_of(kForbidden) == std::string_view::npos;
-}
-
 /// The hash in the first line of `name`; nothing when it has none.
 std::optional<std::string> FindHash(std::string_view name) {
   const std::string prefix = std::string(name) + ":";
@@ -91,6 +85,12 @@ void ReplaceLine(std::string_view name, const std::string &line) {
 }
 
 } // namespace
+
+bool CanBePassword(std::string_view password) {
+  constexpr std::string_view kForbidden("\0\r\n", 3);
+  return !password.empty() && password.size() <= CRYPT_MAX_PASSPHRASE_SIZE &&
+         password.find_first_of(kForbidden) == std::string_view::npos;
+}
 
 void SetPassword(std::string_view name, const std::string &password) {
   if (!CanBePassword(password)) {

@@ -7,8 +7,11 @@
 
 namespace vexo::accounts {
 
-/// Sets the password of `name`. Throws std::invalid_argument for a password that cannot be one
-/// (empty, over 512 bytes, a line break or NUL in it), std::system_error when writing fails.
+/// Whether this can be a password: 1 to 512 bytes, no line breaks, no NUL.
+bool CanBePassword(std::string_view password);
+
+/// Sets the password of `name`. Throws std::invalid_argument for a password that cannot be one,
+/// std::system_error when writing fails.
 void SetPassword(std::string_view name, const std::string &password);
 
 /// Removes the password of `name`; one without a password is passed over.

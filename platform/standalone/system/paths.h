@@ -20,6 +20,8 @@ inline constexpr const char *kAccountsFile = DEVICE_ROOT "/etc/vexo/accounts";
 inline constexpr const char *kPasswordFile = DEVICE_ROOT "/etc/vexo/passwords";
 /// What sessions are signed with.
 inline constexpr const char *kSessionKey = DEVICE_ROOT "/etc/vexo/session_key";
+/// How often passwords were tried in vain.
+inline constexpr const char *kLoginAttempts = DEVICE_ROOT "/var/lib/vexo/login_attempts";
 inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
 inline constexpr const char *kAdminLog = DEVICE_ROOT "/var/log/vexo/admin.log";
 inline constexpr const char *kSharedSmartRules = DEVICE_ROOT "/etc/mt-daapd.playlist";

@@ -3,31 +3,22 @@
 #include "text/numbers.h"
 #include "text/text.h"
 #include "web/header_value.h"
+#include "web/keyed_hash.h"
 #include "web/request.h"
 #include <algorithm>
-#include <array>
 #include <ctime>
 #include <limits>
-#include <nettle/hmac.h>
 
 namespace vexo::web {
 namespace {
 
 constexpr std::string_view kVersion = "1.";
-constexpr std::size_t kSignatureDigits = std::size_t{2} * SHA256_DIGEST_SIZE;
+constexpr std::size_t kSignatureDigits = 2 * std::tuple_size_v<KeyedHash>;
 
-/// The signature says what it is one of, as the key may come to sign other things.
 std::string SignatureOf(std::string_view text, const SessionKey &key) {
-  constexpr std::string_view kPurpose = "session:", kDigits = "0123456789abcdef";
-  hmac_sha256_ctx hmac;
-  hmac_sha256_set_key(&hmac, key.size(), key.data());
-  for (const std::string_view part : {kPurpose, text}) {
-    hmac_sha256_update(&hmac, part.size(), reinterpret_cast<const uint8_t *>(part.data()));
-  }
-  std::array<uint8_t, SHA256_DIGEST_SIZE> digest{};
-  hmac_sha256_digest(&hmac, digest.size(), digest.data());
+  constexpr std::string_view kDigits = "0123456789abcdef";
   std::string signature;
-  for (const uint8_t byte : digest) {
+  for (const uint8_t byte : HashWithKey(key, "session", text)) {
     signature += {kDigits[byte >> 4U], kDigits[byte & 0xFU]};
   }
   return signature;
