@@ -23,6 +23,15 @@ inline std::string_view WithoutBlanksBefore(std::string_view line) {
   return line;
 }
 
+/// What a line holds for those who read it, `line` being all before its "\n": its text without
+/// blanks before it, and without the "\r" of its end.
+inline std::string_view TextOfLine(std::string_view line) {
+  if (line.ends_with('\r')) {
+    line.remove_suffix(1);
+  }
+  return WithoutBlanksBefore(line);
+}
+
 /// The lines of a text file, ended by "\n" or "\r\n" or the end of the file; a byte order mark at
 /// its beginning is no part of the first line.
 class LineReader {
@@ -47,11 +56,7 @@ public:
     const std::size_t begin = position_;
     const std::size_t line_end = std::min(content_.find('\n', begin), content_.size());
     position_ = std::min(line_end + 1, content_.size());
-    std::string_view text = content_.substr(begin, line_end - begin);
-    if (text.ends_with('\r')) {
-      text.remove_suffix(1);
-    }
-    return Line{begin, position_, WithoutBlanksBefore(text)};
+    return Line{begin, position_, TextOfLine(content_.substr(begin, line_end - begin))};
   }
 
 private:

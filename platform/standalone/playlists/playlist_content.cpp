@@ -63,10 +63,11 @@ PlaylistContent::PlaylistContent(std::string_view bytes, const std::string &path
   };
   EntryPaths paths(path);
   take(FromUtf16(text_));
-  RequireText(text_);
-  take(WithLineFeeds(text_, [&](std::string_view line) {
-    return !IsTooLongForPath(line) && paths.NamesFile(line);
-  }));
+  if (RequireText(text_)) {
+    take(WithLineFeeds(text_, [&](std::string_view line) {
+      return !IsTooLongForPath(line) && paths.NamesFile(line);
+    }));
+  }
   if (IsPls(text_) || (IsPlsName(path) && !IsM3u(text_))) {
     pls_.emplace(text_);
   }

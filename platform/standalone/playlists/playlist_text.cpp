@@ -102,16 +102,26 @@ std::optional<std::string> WithLineFeeds(std::string_view text, const IsFileName
 bool IsTooLongForPath(std::string_view text) {
   constexpr std::string_view kFileAddress = "file://localhost";
   constexpr std::string_view kProtection = "./";
+  if (text.size() <= kMaxPathBytes) {
+    return false;
+  }
   if (strncasecmp(text.data(), "file:", std::min<std::size_t>(text.size(), 5)) == 0) {
     return text.size() > kFileAddress.size() + 3 * kMaxPathBytes;
   }
   return text.size() > kMaxPathBytes + (text.starts_with(kProtection) ? kProtection.size() : 0);
 }
 
-void RequireText(std::string_view text) {
-  if (text.find('\0') != std::string_view::npos) {
-    throw UnreadableError("not a text: it holds NUL bytes");
+bool RequireText(std::string_view text) {
+  constexpr std::size_t kBlock = std::size_t{64} << 10;
+  bool has_returns = false;
+  for (; !text.empty(); text.remove_prefix(std::min(text.size(), kBlock))) {
+    const std::string_view block = text.substr(0, kBlock);
+    if (block.find('\0') != std::string_view::npos) {
+      throw UnreadableError("not a text: it holds NUL bytes");
+    }
+    has_returns = has_returns || block.find('\r') != std::string_view::npos;
   }
+  return has_returns;
 }
 
 void RequireRoom(std::size_t entries) {

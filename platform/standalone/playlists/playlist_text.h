@@ -43,8 +43,10 @@ std::optional<std::string> WithLineFeeds(std::string_view text, const IsFileName
 /// meant. A file's address may have three bytes for one of its path.
 bool IsTooLongForPath(std::string_view text);
 
-/// Throws UnreadableError for a text with NUL bytes in it.
-void RequireText(std::string_view text);
+/// Throws UnreadableError for a text with NUL bytes in it. Gives whether it has carriage returns,
+/// which is learnt block by block, while it is near: a long list is larger than what the processor
+/// keeps.
+[[nodiscard]] bool RequireText(std::string_view text);
 
 /// Throws UnreadableError for more than kMaxEntries.
 void RequireRoom(std::size_t entries);

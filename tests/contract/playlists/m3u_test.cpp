@@ -183,6 +183,22 @@ TEST(M3u, AFileOfTooManyEntriesIsRefused) {
   EXPECT_THROW((void)ParseM3u(content + "a\n"), UnreadableError);
 }
 
+TEST(M3u, AsManyEntriesAreCountedAsRead) {
+  const std::string mark = "\xEF\xBB\xBF";
+  const std::string longest(kMaxPathBytes, 'p');
+  for (const std::string &content : {
+           std::string(),
+           std::string("\n\r\n \t\n"),
+           std::string("#EXTM3U\n#EXTINF:1,A - T\n/a\n/b"),
+           mark + "#EXTM3U\n" + mark + "/a\r\n  /b\r\n\t#comment\n" + mark + " #tag\n",
+           mark + mark + "/a\n" + mark + "\n",
+           "/" + longest + "\n" + longest + "\n./" + longest + "\n  " + longest + "\r\n",
+           "file:///" + longest + "\nfile:///" + longest + longest + longest + longest,
+       }) {
+    EXPECT_EQ(CountM3uEntries(content), ParseM3u(content).size()) << content;
+  }
+}
+
 TEST(M3u, MoreSongsThanAPlaylistMayHaveAreRefused) {
   std::vector<NewEntry> songs(kMaxEntries, NewEntry{"/a", "", "", 0});
   songs.push_back({});
