@@ -4,6 +4,7 @@
 #include "playlists/playlist_text.h"
 #include "system/host_encoding.h"
 #include "text/numbers.h"
+#include "text/utf8.h"
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
@@ -36,11 +37,22 @@ std::size_t TitleComma(std::string_view info) {
   return info.find(',');
 }
 
-/// Its control characters become blanks.
-std::string InOneLine(std::string text) {
+/// Its control characters, from position `begin` on, become blanks.
+void PutInOneLine(std::string &text, std::size_t begin) {
   std::replace_if(
-      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
-  return text;
+      text.begin() + static_cast<std::ptrdiff_t>(begin), text.end(),
+      [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
+}
+
+/// Appends what can be read of a song's text, in one line.
+void AppendReadable(std::string &text, std::string_view bytes) {
+  const std::size_t begin = text.size();
+  if (text::IsUtf8(bytes)) { // as nearly all texts are: they need no copy
+    text.append(bytes);
+  } else {
+    text.append(system::ReadableText(bytes));
+  }
+  PutInOneLine(text, begin);
 }
 
 /// The seconds of a tag; -1 stands for a length that is not known.
@@ -49,17 +61,17 @@ long WholeSeconds(float seconds) {
 }
 
 void AppendInfo(std::string &text, const NewEntry &song) {
-  const std::string artist = InOneLine(system::ReadableText(song.artist));
-  const std::string title = InOneLine(system::ReadableText(song.title));
   const long seconds = WholeSeconds(song.duration_seconds);
-  if (artist.empty() && title.empty() && seconds < 0) {
+  if (song.artist.empty() && song.title.empty() && seconds < 0) {
     return;
   }
   text.append(kInfoTag).append(std::to_string(seconds)).append(",");
-  if (!artist.empty()) {
-    text.append(artist).append(kArtistEnd);
+  if (!song.artist.empty()) {
+    AppendReadable(text, song.artist);
+    text.append(kArtistEnd);
   }
-  text.append(title).append("\n");
+  AppendReadable(text, song.title);
+  text.append("\n");
 }
 
 /// Calls `visit` with each entry, in order.
@@ -179,8 +191,9 @@ void AppendM3uEntry(std::string &text, const NewEntry &song) {
     return;
   }
   if (path.find('\n') != std::string_view::npos || path.find('\r') != std::string_view::npos) {
-    throw std::invalid_argument("a song's path holds a line break: " +
-                                InOneLine(std::string(path)));
+    std::string told = "a song's path holds a line break: " + std::string(path);
+    PutInOneLine(told, 0);
+    throw std::invalid_argument(told);
   }
   AppendInfo(text, song);
   text.append(NeedsProtection(path) ? kProtection : "").append(path).append("\n");
