@@ -15,4 +15,17 @@ Answer WhoAmI(Request &request);
 Answer LogOut(Request &request);
 Answer ChangePassword(Request &request);
 
+// players.cpp
+Answer ListPlayers(Request &request);
+Answer GetPlayer(Request &request);
+Answer PlayPlayer(Request &request);
+Answer PausePlayer(Request &request);
+Answer StopPlayer(Request &request);
+Answer PlayNext(Request &request);
+Answer PlayPrevious(Request &request);
+Answer SeekPlayer(Request &request);
+Answer SetPlayerVolume(Request &request);
+Answer GetPlayerQueue(Request &request);
+Answer FillPlayerQueue(Request &request);
+
 } // namespace vexo::api

@@ -11,6 +11,18 @@ std::span<const Route> Routes() {
       Route{"GET", "/session", WhoAmI},
       Route{"DELETE", "/session", LogOut, "everywhere", true},
       Route{"POST", "/password", ChangePassword},
+
+      Route{"GET", "/players", ListPlayers},
+      Route{"GET", "/players/{player}", GetPlayer},
+      Route{"GET", "/players/{player}/queue", GetPlayerQueue, "offset limit"},
+      Route{"POST", "/players/{player}/queue", FillPlayerQueue},
+      Route{"POST", "/players/{player}/play", PlayPlayer},
+      Route{"POST", "/players/{player}/pause", PausePlayer},
+      Route{"POST", "/players/{player}/stop", StopPlayer},
+      Route{"POST", "/players/{player}/next", PlayNext},
+      Route{"POST", "/players/{player}/previous", PlayPrevious},
+      Route{"POST", "/players/{player}/seek", SeekPlayer},
+      Route{"POST", "/players/{player}/volume", SetPlayerVolume},
   };
   return kRoutes;
 }

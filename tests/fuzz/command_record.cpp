@@ -1,15 +1,18 @@
 // The records of the control socket: any bytes are a command or are refused, and a command that was
 // understood means the same when it is printed as a client prints it.
 
+#include "system/player_commands.h"
 #include "vexoaudiod/record.h"
 #include "vexoaudiod/reply.h"
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <json/json.h>
 
 namespace {
 
+using namespace vexo;
 using namespace vexo::audiod;
 
 void Require(bool holds) {
@@ -19,7 +22,7 @@ void Require(bool holds) {
 }
 
 std::string Record(int32_t code, const std::string &argument) {
-  std::string record(kRecordSize, '\0');
+  std::string record(system::kPlayerRecordSize, '\0');
   memcpy(record.data(), &code, sizeof code);
   argument.copy(record.data() + sizeof code, argument.size());
   return record;
@@ -36,11 +39,36 @@ void Check(const SelectPlayer &command) {
   Require(std::get<SelectPlayer>(again).player == command.player);
 }
 
+std::string Numbers(std::initializer_list<int64_t> numbers) {
+  std::string text;
+  for (const int64_t number : numbers) {
+    text.append(text.empty() ? "" : " ").append(std::to_string(number));
+  }
+  return text;
+}
+
 void Check(const GetQueue &command) {
-  const Command again =
-      ParseRecord(Record(30, std::to_string(command.offset) + " " + std::to_string(command.limit)));
-  Require(std::get<GetQueue>(again).offset == command.offset &&
+  const std::string page = Numbers({command.offset, command.limit});
+  const Command again = ParseRecord(
+      command.player ? Record(1002, Numbers({*command.player}) + " " + page) : Record(30, page));
+  Require(std::get<GetQueue>(again).player == command.player &&
+          std::get<GetQueue>(again).offset == command.offset &&
           std::get<GetQueue>(again).limit == command.limit);
+}
+
+void Check(const ControlPlayer &command) {
+  if (command.control == Control::kSeek) {
+    const Command again = ParseRecord(Record(1009, Numbers({command.player, command.value})));
+    Require(std::get<ControlPlayer>(again).player == command.player &&
+            std::get<ControlPlayer>(again).value == command.value);
+  }
+}
+
+void Check(const LoadSongs &command) {
+  const Command again =
+      ParseRecord(Record(command.replaces ? 1011 : 1012, Numbers({command.player})));
+  Require(std::get<LoadSongs>(again).player == command.player &&
+          std::get<LoadSongs>(again).replaces == command.replaces);
 }
 
 void CheckRecord(const std::string &record) {
@@ -52,7 +80,7 @@ void CheckRecord(const std::string &record) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   std::string record(reinterpret_cast<const char *>(data), size);
   CheckRecord(record);
-  record.resize(kRecordSize, '\0'); // most inputs are shorter
+  record.resize(system::kPlayerRecordSize, '\0'); // most inputs are shorter
   CheckRecord(record);
   return 0;
 }

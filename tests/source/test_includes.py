@@ -38,7 +38,7 @@ ALLOWED = {
     "standalone/host": ["vexo", "web", "smart", "playlists", "index", "accounts", "system", "files",
                         "text"],
     # The library program: what there is, without HTTP; then streams and covers; then the resources.
-    "library/catalog": ["accounts"],
+    "library/catalog": ["index", "accounts", "system", "files"],
     "library/media": [],
     "library/api": ["catalog", "web", "accounts", "system", "text", "json"],
     "tools": ["index", "accounts", "system", "files", "text", "json", "CLI", "taglib",

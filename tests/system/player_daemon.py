@@ -46,12 +46,13 @@ class Daemon:
 class PlayerMpd(mpd.Mpd):
     """An MPD of its own for a player."""
 
-    def __init__(self, name="mpd"):
-        self.name, self.socket = name, ROOT / f"tmp/{name}.sock"
+    def __init__(self, name="mpd", mixer="software"):
+        self.name, self.socket, self.mixer = name, ROOT / f"tmp/{name}.sock", mixer
         self.start()
 
     def start(self):
         conf = run(mpd.SOURCE / "scripts/mpd_conf", ROOT, LIBRARY)
+        conf = conf.replace('mixer_type "software"', f'mixer_type "{self.mixer}"')
         for file in ("mpd.sock", "mpd.db", "mpd.state"):
             conf = conf.replace(f"/{file}\"", f"/{file.replace('mpd', self.name)}\"")
         path = ROOT / f"etc/{self.name}.conf"

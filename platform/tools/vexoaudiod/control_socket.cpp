@@ -18,8 +18,6 @@
 
 namespace vexo::audiod {
 
-const char *const kControlSocket = DEVICE_ROOT "/tmp/vexoaudiod.sock";
-
 namespace {
 
 constexpr int kBacklog = 128;

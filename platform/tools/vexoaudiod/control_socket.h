@@ -7,9 +7,6 @@
 
 namespace vexo::audiod {
 
-/// Where the daemon listens, unless a test says otherwise.
-extern const char *const kControlSocket;
-
 /// Listens on a path, which is removed at the end. Only its user and group may connect.
 class ControlSocket {
 public:

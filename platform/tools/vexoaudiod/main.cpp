@@ -44,7 +44,7 @@ void Serve(const std::string &group) {
   }
   audiod::Server server(players);
   {
-    const audiod::ControlSocket socket(audiod::kControlSocket, group);
+    const audiod::ControlSocket socket(system::kPlayerSocket, group);
     server.Run(socket.descriptor(), stop.get());
   }
   // The players' threads hold nothing that has to be put away, and one that waits for the greeting

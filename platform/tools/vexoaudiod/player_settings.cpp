@@ -1,5 +1,6 @@
 #include "vexoaudiod/player_settings.h"
 #include "system/config.h"
+#include "system/player_commands.h"
 #include "text/numbers.h"
 #include <cstdint>
 #include <optional>
@@ -10,18 +11,6 @@
 namespace vexo::audiod {
 
 namespace {
-
-constexpr std::string_view kSectionPrefix = "player ";
-
-std::optional<int> PlayerNumber(std::string_view name) {
-  if (name == "usb") {
-    return kUsbPlayer;
-  }
-  const std::optional<int64_t> number = text::ParseInteger(name);
-  return number && *number >= 0 && std::in_range<int>(*number)
-             ? std::optional(static_cast<int>(*number))
-             : std::nullopt;
-}
 
 std::string Text(const std::string &section, const char *key, const char *fallback = "") {
   return system::Setting(section, key).value_or(fallback);
@@ -44,8 +33,8 @@ std::optional<PlayerSettings> ReadSettings(const std::string &section) {
 
 std::map<int, PlayerSettings> ConfiguredPlayers() {
   std::map<int, PlayerSettings> players;
-  for (const std::string &section : system::Sections(kSectionPrefix)) {
-    const std::optional<int> number = PlayerNumber(section.substr(kSectionPrefix.size()));
+  for (const std::string &section : system::Sections(system::kPlayerSections)) {
+    const std::optional<int> number = system::PlayerNumber(section);
     const std::optional<PlayerSettings> settings = ReadSettings(section);
     if (number.has_value() && settings.has_value()) {
       players.insert_or_assign(*number, *settings);

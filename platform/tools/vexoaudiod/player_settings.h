@@ -6,8 +6,6 @@
 
 namespace vexo::audiod {
 
-inline constexpr int kUsbPlayer = -1;
-
 struct PlayerSettings {
   std::string host;            ///< a name, an address, or the path of a socket
   unsigned port = 6600;        ///< without meaning for a socket

@@ -1,4 +1,5 @@
 #include "vexoaudiod/reply.h"
+#include "system/player_commands.h"
 #include "text/utf8.h"
 #include <algorithm>
 #include <json/json.h>
@@ -101,20 +102,53 @@ std::string SelectedReply(int player) {
   return Print(reply);
 }
 
+std::string RefusedReply(const std::string &reason) {
+  Json::Value reply(Json::objectValue);
+  reply["refused"] = Cut(reason, kTextBytes);
+  return Print(reply);
+}
+
+std::string StatusReply(const PlayerStatus &status) {
+  Json::Value reply(Json::objectValue);
+  reply["state"] = status.state;
+  reply["queue_length"] = status.queue_length;
+  reply["elapsed"] = status.elapsed_milliseconds / 1000.0;
+  reply["duration"] = status.duration_milliseconds / 1000.0;
+  reply["repeat"] = status.repeat;
+  reply["random"] = status.random;
+  if (status.volume_percent >= 0) {
+    reply["volume"] = status.volume_percent;
+  }
+  if (!status.song.empty()) {
+    reply["position"] = status.position;
+    reply["song"] = EntryJson(status.song.front(), kTextBytes);
+  }
+  return Print(reply);
+}
+
+std::string LoadReply(const LoadResult &result) {
+  Json::Value reply(Json::objectValue);
+  reply["added"] = Json::UInt64{result.added};
+  reply["refused"] = Json::UInt64{result.refused};
+  return Print(reply);
+}
+
 std::string QueueReply(const std::vector<QueueEntry> &entries, unsigned total) {
   std::size_t count = entries.size();
   std::string page = PagePrint(entries, total, kTextBytes);
-  while (page.size() >= kReplyLimit && count > kEntriesAlways) {
+  while (page.size() >= system::kPlayerReplyLimit && count > kEntriesAlways) {
     count = std::max(kEntriesAlways, count - (count + 3) / 4);
     page = PagePrint(Entries(entries).first(count), total, kTextBytes);
   }
   for (const std::size_t text_bytes : {std::size_t{64}, std::size_t{0}}) {
-    if (page.size() < kReplyLimit) {
+    if (page.size() < system::kPlayerReplyLimit) {
       return page;
     }
     page = PagePrint(Entries(entries).first(count), total, text_bytes);
   }
-  return page.size() < kReplyLimit ? page : QueueErrorReply("the paths are too long for one page");
+  return page.size() < system::kPlayerReplyLimit
+             ? page
+             : QueueErrorReply("the paths are too long for one page");
 }
 
 } // namespace vexo::audiod

@@ -2,6 +2,7 @@
 // What the daemon answers: one JSON object, small enough to cross the socket in one piece, as the
 // client reads once.
 
+#include "vexoaudiod/mpd_controls.h"
 #include "vexoaudiod/queue_entry.h"
 #include <cstddef>
 #include <string>
@@ -9,8 +10,6 @@
 
 namespace vexo::audiod {
 
-/// A reply is shorter than this: a longer one would be handed over by the kernel in several pieces.
-inline constexpr std::size_t kReplyLimit = 32768;
 /// So many entries a client may ask for and be sure to get all of them, or an error.
 inline constexpr std::size_t kEntriesAlways = 5;
 
@@ -20,7 +19,14 @@ std::string ErrorReply(const std::string &reason);
 /// from taking it for an empty queue.
 std::string QueueErrorReply(const std::string &reason);
 
+/// The player itself will not do it, as to seek while it stands still.
+std::string RefusedReply(const std::string &reason);
+
 std::string SelectedReply(int player);
+
+std::string StatusReply(const PlayerStatus &status);
+
+std::string LoadReply(const LoadResult &result);
 
 /// Entries of a queue of `total`. Texts are cut, to the length that a song record holds and, where
 /// the page would be too long, further; paths never are. Beyond kEntriesAlways, entries that do not

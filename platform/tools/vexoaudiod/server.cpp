@@ -1,8 +1,11 @@
 #include "vexoaudiod/server.h"
+#include "system/player_commands.h"
 #include "vexoaudiod/reply.h"
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstring>
+#include <span>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <syslog.h>
@@ -20,7 +23,36 @@ enum Watch : std::size_t { kStop, kOutbox, kListener, kFirstClient };
 /// How long no connection is taken after there were no descriptors for one.
 constexpr std::chrono::milliseconds kAcceptPause{100};
 
-std::string PlayerName(int number) { return number == kUsbPlayer ? "usb" : std::to_string(number); }
+constexpr const char *kTooMany = "too many ask for this player";
+
+std::string PlayerName(int number) {
+  return number == system::kUsbPlayer ? "usb" : std::to_string(number);
+}
+
+/// As recv(), and takes a descriptor that comes along: the last one, when there are several.
+ssize_t Receive(int connection, std::span<char> bytes, files::FileDescriptor &passed) {
+  constexpr std::size_t kMostPassed = 4;
+  alignas(cmsghdr) char control[CMSG_SPACE(kMostPassed * sizeof(int))];
+  iovec piece{bytes.data(), bytes.size()};
+  msghdr message{};
+  message.msg_iov = &piece;
+  message.msg_iovlen = 1;
+  message.msg_control = control;
+  message.msg_controllen = sizeof control;
+  const ssize_t count = recvmsg(connection, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+  for (cmsghdr *header = count < 0 ? nullptr : CMSG_FIRSTHDR(&message); header != nullptr;
+       header = CMSG_NXTHDR(&message, header)) {
+    if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) {
+      continue;
+    }
+    for (std::size_t at = 0; at + CMSG_LEN(sizeof(int)) <= header->cmsg_len; at += sizeof(int)) {
+      int descriptor = -1;
+      memcpy(&descriptor, CMSG_DATA(header) + at, sizeof descriptor);
+      passed = files::FileDescriptor(descriptor);
+    }
+  }
+  return count;
+}
 
 } // namespace
 
@@ -121,8 +153,9 @@ void Server::Add(files::FileDescriptor connection) {
   if (clients_.size() >= kMostClients && !MakeRoom()) {
     return;
   }
-  const auto added = clients_.emplace(
-      next_client_++, Client{std::move(connection), "", false, Clock::now() + kReadingTime});
+  const auto added =
+      clients_.emplace(next_client_++, Client{std::move(connection), "", files::FileDescriptor(),
+                                              false, Clock::now() + kReadingTime});
   Serve(added.first);
 }
 
@@ -154,10 +187,11 @@ void Server::ServeReady(const std::vector<pollfd> &watched) {
 }
 
 void Server::Serve(Clients::iterator client) {
-  char bytes[kRecordSize];
+  char bytes[system::kPlayerRecordSize];
   std::string &record = client->second.record;
   const ssize_t count =
-      recv(client->second.connection.get(), bytes, kRecordSize - record.size(), MSG_DONTWAIT);
+      Receive(client->second.connection.get(), {bytes, system::kPlayerRecordSize - record.size()},
+              client->second.songs);
   if (count < 0) {
     if (errno != EAGAIN && errno != EINTR) {
       clients_.erase(client);
@@ -165,7 +199,7 @@ void Server::Serve(Clients::iterator client) {
     return;
   }
   record.append(bytes, static_cast<std::size_t>(count));
-  if (count == 0 || record.size() == kRecordSize) {
+  if (count == 0 || record.size() == system::kPlayerRecordSize) {
     Handle(client);
   }
 }
@@ -192,20 +226,42 @@ void Server::Handle(Clients::iterator client, const SelectPlayer &command) {
   }
 }
 
+std::optional<int> Server::SelectedBy(const Client &client) {
+  const std::optional<ProcessId> process = PeerProcess(client.connection.get());
+  return process.has_value() ? selections_.Selected(*process, Clock::now()) : std::nullopt;
+}
+
 void Server::Handle(Clients::iterator client, const GetQueue &command) {
-  const std::optional<ProcessId> process = PeerProcess(client->second.connection.get());
-  const std::optional<int> player =
-      process.has_value() ? selections_.Selected(*process, Clock::now()) : std::nullopt;
+  const std::optional<int> player = command.player ? command.player : SelectedBy(client->second);
   if (!player.has_value()) {
     Answer(client, QueueErrorReply("no player is selected"));
-    return;
+  } else if (players_.count(*player) == 0) {
+    Answer(client, QueueErrorReply("there is no player " + PlayerName(*player)));
+  } else if (!Ask(client, *player, command)) {
+    Answer(client, QueueErrorReply(kTooMany));
   }
+}
+
+void Server::Handle(Clients::iterator client, const ControlPlayer &command) {
+  Tell(client, command);
+}
+
+void Server::Handle(Clients::iterator client, const LoadSongs &command) { Tell(client, command); }
+
+template <typename Command> void Server::Tell(Clients::iterator client, const Command &command) {
+  if (players_.count(command.player) == 0) {
+    Answer(client, ErrorReply("there is no player " + PlayerName(command.player)));
+  } else if (!Ask(client, command.player, command)) {
+    Answer(client, ErrorReply(kTooMany));
+  }
+}
+
+template <typename Command>
+bool Server::Ask(Clients::iterator client, int player, const Command &command) {
   client->second.waits = true;
   client->second.deadline = Clock::now() + kWaitingTime;
-  const QueueRequest request{client->first, command.offset, command.limit, client->second.deadline};
-  if (!players_.at(*player)->Ask(request)) {
-    Answer(client, QueueErrorReply("too many ask for this player"));
-  }
+  return players_.at(player)->Ask(
+      {client->first, command, std::move(client->second.songs), client->second.deadline});
 }
 
 /// One piece or nothing, and never a wait: a reply is short enough for any socket's buffer.

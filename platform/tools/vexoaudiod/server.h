@@ -55,8 +55,9 @@ private:
 
   struct Client {
     files::FileDescriptor connection;
-    std::string record; ///< what has come so far
-    bool waits = false; ///< for a player
+    std::string record;          ///< what has come so far
+    files::FileDescriptor songs; ///< what came with it
+    bool waits = false;          ///< for a player
     Clock::time_point deadline;
   };
   using Clients = std::map<uint64_t, Client>; ///< by number, so the oldest first
@@ -72,6 +73,13 @@ private:
   void Handle(Clients::iterator client, const Refusal &command);
   void Handle(Clients::iterator client, const SelectPlayer &command);
   void Handle(Clients::iterator client, const GetQueue &command);
+  void Handle(Clients::iterator client, const ControlPlayer &command);
+  void Handle(Clients::iterator client, const LoadSongs &command);
+  [[nodiscard]] std::optional<int> SelectedBy(const Client &client);
+  template <typename Command> void Tell(Clients::iterator client, const Command &command);
+  /// Hands the command to a player, and lets the client wait for its answer. False: too many wait.
+  template <typename Command>
+  [[nodiscard]] bool Ask(Clients::iterator client, int player, const Command &command);
   void Answer(Clients::iterator client, const std::string &reply);
   void DeliverReplies();
   void DropLate();

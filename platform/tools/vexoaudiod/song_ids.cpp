@@ -59,7 +59,7 @@ void Fill(QueueEntry &entry, const index::Song &song) {
 
 } // namespace
 
-void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdQueue &player) {
+void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdConnection &player) {
   std::unordered_multimap<std::string, QueueEntry *> by_path;
   std::vector<std::string> paths;
   const SharedLibrary library = FindSharedLibrary();

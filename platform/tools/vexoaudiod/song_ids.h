@@ -2,7 +2,8 @@
 // What the media index knows of the songs of a queue.
 
 #include "index/media_index.h"
-#include "vexoaudiod/mpd_queue.h"
+#include "vexoaudiod/mpd_connection.h"
+#include "vexoaudiod/queue_entry.h"
 #include <memory>
 #include <vector>
 
@@ -14,7 +15,7 @@ class SongIds {
 public:
   /// Gives the entries that are in the index their song's id, and what MPD does not know of them:
   /// one query. `player` tells the folder that their names are relative to.
-  void Complete(std::vector<QueueEntry> &entries, const MpdQueue &player);
+  void Complete(std::vector<QueueEntry> &entries, const MpdConnection &player);
 
 private:
   std::unique_ptr<index::MediaIndex> index_;

@@ -33,7 +33,8 @@ protected:
     });
   }
   QueueEntry OnlyEntry() {
-    const QueuePart part = MpdQueue(Settings()).Fetch(0, 5);
+    MpdConnection mpd(Settings());
+    const QueuePart part = FetchQueue(mpd, 0, 5);
     EXPECT_EQ(part.entries.size(), 1U);
     return part.entries.at(0);
   }
@@ -50,41 +51,42 @@ protected:
 };
 
 TEST_F(MpdQueueTest, TotalAndEntriesAreAskedForInOneList) {
-  ScriptedMpd &mpd = Mpd(QueueOfFiles(12));
-  MpdQueue queue(Settings());
-  const QueuePart part = queue.Fetch(5, 2);
+  ScriptedMpd &server = Mpd(QueueOfFiles(12));
+  MpdConnection mpd(Settings());
+  const QueuePart part = FetchQueue(mpd, 5, 2);
   EXPECT_EQ(part.total, 12U);
   EXPECT_THAT(Paths(part), ElementsAre("/music/a/5.mp3", "/music/a/6.mp3"));
-  EXPECT_THAT(mpd.Commands(), ElementsAre("status|playlistinfo \"5:7\""));
+  EXPECT_THAT(server.Commands(), ElementsAre("status|playlistinfo \"5:7\""));
 }
 
 TEST_F(MpdQueueTest, TheConnectionIsKept) {
-  ScriptedMpd &mpd = Mpd(QueueOfFiles(12));
-  MpdQueue queue(Settings());
+  ScriptedMpd &server = Mpd(QueueOfFiles(12));
+  MpdConnection mpd(Settings());
   for (unsigned offset = 0; offset < 12; offset += 5) {
-    EXPECT_EQ(queue.Fetch(offset, 5).total, 12U);
+    EXPECT_EQ(FetchQueue(mpd, offset, 5).total, 12U);
   }
-  EXPECT_EQ(mpd.Connections(), 1);
+  EXPECT_EQ(server.Connections(), 1);
 }
 
 TEST_F(MpdQueueTest, BeyondTheEndThereIsNothing) {
   Mpd(QueueOfFiles(3));
-  MpdQueue queue(Settings());
+  MpdConnection mpd(Settings());
   for (const unsigned offset : {3U, 4U, 1000U, 2147483647U}) {
-    const QueuePart part = queue.Fetch(offset, 5);
+    const QueuePart part = FetchQueue(mpd, offset, 5);
     EXPECT_EQ(part.total, 3U) << offset;
     EXPECT_THAT(part.entries, IsEmpty()) << offset;
   }
-  EXPECT_THAT(queue.Fetch(0, 5).entries, ::testing::SizeIs(3)) << "the connection is still good";
+  EXPECT_THAT(FetchQueue(mpd, 0, 5).entries, ::testing::SizeIs(3))
+      << "the connection is still good";
 }
 
 TEST_F(MpdQueueTest, TheFolderIsAskedForWhenItIsNotConfigured) {
-  ScriptedMpd &mpd = Mpd(QueueOfFiles(1));
+  ScriptedMpd &server = Mpd(QueueOfFiles(1));
   PlayerSettings settings = Settings();
   settings.music_directory.clear();
-  MpdQueue queue(settings);
-  EXPECT_THAT(Paths(queue.Fetch(0, 1)), ElementsAre("/music/a/0.mp3"));
-  EXPECT_THAT(mpd.Commands(), ElementsAre("config", "status|playlistinfo \"0:1\""));
+  MpdConnection mpd(settings);
+  EXPECT_THAT(Paths(FetchQueue(mpd, 0, 1)), ElementsAre("/music/a/0.mp3"));
+  EXPECT_THAT(server.Commands(), ElementsAre("config", "status|playlistinfo \"0:1\""));
 }
 
 TEST_F(MpdQueueTest, AnMpdThatDoesNotTellItsFolderLeavesPathsAsTheyAre) {
@@ -93,17 +95,17 @@ TEST_F(MpdQueueTest, AnMpdThatDoesNotTellItsFolderLeavesPathsAsTheyAre) {
   });
   PlayerSettings settings = Settings();
   settings.music_directory.clear();
-  MpdQueue queue(settings);
-  EXPECT_THAT(Paths(queue.Fetch(0, 1)), ElementsAre("a/0.mp3"));
+  MpdConnection mpd(settings);
+  EXPECT_THAT(Paths(FetchQueue(mpd, 0, 1)), ElementsAre("a/0.mp3"));
 }
 
 TEST_F(MpdQueueTest, APartitionIsEnteredFirst) {
-  ScriptedMpd &mpd = Mpd(QueueOfFiles(1));
+  ScriptedMpd &server = Mpd(QueueOfFiles(1));
   PlayerSettings settings = Settings();
   settings.partition = "attic \"2\"";
-  MpdQueue queue(settings);
-  queue.Fetch(0, 1);
-  EXPECT_THAT(mpd.Commands(),
+  MpdConnection mpd(settings);
+  FetchQueue(mpd, 0, 1);
+  EXPECT_THAT(server.Commands(),
               ElementsAre("partition \"attic \\\"2\\\"\"", "status|playlistinfo \"0:1\""));
 }
 
@@ -111,8 +113,8 @@ TEST_F(MpdQueueTest, APartitionThatIsNotThereIsAnError) {
   Mpd([](const std::string &) { return "ACK [50@0] {partition} partition does not exist\n"; });
   PlayerSettings settings = Settings();
   settings.partition = "attic";
-  MpdQueue queue(settings);
-  EXPECT_THROW(queue.Fetch(0, 1), MpdError);
+  MpdConnection mpd(settings);
+  EXPECT_THROW(FetchQueue(mpd, 0, 1), MpdError);
 }
 
 struct PathRow {
@@ -168,42 +170,42 @@ TEST_F(MpdQueueTest, AStationWithoutATitleHasItsName) {
 }
 
 TEST_F(MpdQueueTest, AnMpdThatIsNotThereIsAnError) {
-  MpdQueue queue(Settings());
-  EXPECT_THROW(queue.Fetch(0, 5), MpdError);
+  MpdConnection mpd(Settings());
+  EXPECT_THROW(FetchQueue(mpd, 0, 5), MpdError);
 }
 
 TEST_F(MpdQueueTest, AnMpdThatComesLaterIsFound) {
-  MpdQueue queue(Settings());
-  EXPECT_THROW(queue.Fetch(0, 5), MpdError);
+  MpdConnection mpd(Settings());
+  EXPECT_THROW(FetchQueue(mpd, 0, 5), MpdError);
   Mpd(QueueOfFiles(2));
-  EXPECT_EQ(queue.Fetch(0, 5).total, 2U);
+  EXPECT_EQ(FetchQueue(mpd, 0, 5).total, 2U);
 }
 
 TEST_F(MpdQueueTest, AnMpdThatWasRestartedIsConnectedToAgain) {
   Mpd(QueueOfFiles(2));
-  MpdQueue queue(Settings());
-  EXPECT_EQ(queue.Fetch(0, 5).total, 2U);
+  MpdConnection mpd(Settings());
+  EXPECT_EQ(FetchQueue(mpd, 0, 5).total, 2U);
   Mpd(QueueOfFiles(3));
-  EXPECT_EQ(queue.Fetch(0, 5).total, 3U);
+  EXPECT_EQ(FetchQueue(mpd, 0, 5).total, 3U);
 }
 
 TEST_F(MpdQueueTest, AnMpdThatAlwaysHangsUpIsTriedTwiceAtMost) {
   int answered = 0;
-  ScriptedMpd &mpd = Mpd([&answered](const std::string &command) -> std::string {
+  ScriptedMpd &server = Mpd([&answered](const std::string &command) -> std::string {
     return answered++ == 0 ? QueueOfFiles(1)(command) : ScriptedMpd::kClose;
   });
-  MpdQueue queue(Settings());
-  queue.Fetch(0, 5);
-  EXPECT_THROW(queue.Fetch(0, 5), MpdError);
-  EXPECT_EQ(mpd.Connections(), 2);
-  EXPECT_THAT(mpd.Commands(), ::testing::SizeIs(3));
+  MpdConnection mpd(Settings());
+  FetchQueue(mpd, 0, 5);
+  EXPECT_THROW(FetchQueue(mpd, 0, 5), MpdError);
+  EXPECT_EQ(server.Connections(), 2);
+  EXPECT_THAT(server.Commands(), ::testing::SizeIs(3));
 }
 
 TEST_F(MpdQueueTest, WhatIsNoMpdIsAnError) {
   for (const char *welcome : {"HTTP/1.1 400 Bad Request\n", "OK MPD\n", "\n", "close"}) {
     Mpd([](const std::string &) { return ScriptedMpd::kClose; }, welcome);
-    MpdQueue queue(Settings());
-    EXPECT_THROW(queue.Fetch(0, 5), MpdError) << welcome;
+    MpdConnection mpd(Settings());
+    EXPECT_THROW(FetchQueue(mpd, 0, 5), MpdError) << welcome;
   }
 }
 
@@ -220,15 +222,15 @@ TEST_F(MpdQueueTest, AnswersThatAreNoneAreErrors) {
   };
   for (const char *answer : answers) {
     Mpd([answer](const std::string &command) { return answer + std::string(command, 0, 0); });
-    MpdQueue queue(Settings());
-    EXPECT_THROW(queue.Fetch(0, 2), MpdError) << answer;
+    MpdConnection mpd(Settings());
+    EXPECT_THROW(FetchQueue(mpd, 0, 2), MpdError) << answer;
   }
 }
 
 TEST_F(MpdQueueTest, AnswersWithoutAnEndAreErrors) {
   const std::string status = "playlistlength: 2\nlist_OK\n";
   std::string lines;
-  while (lines.size() <= MpdQueue::kMostAnswerBytes * 2) {
+  while (lines.size() <= MpdConnection::kMostAnswerBytes * 2) {
     lines += "Title: " + std::string(2000, 'x') + "\n";
   }
   PlayerSettings asking = Settings();
@@ -248,9 +250,9 @@ TEST_F(MpdQueueTest, AnswersWithoutAnEndAreErrors) {
   };
   for (const auto &[command, answer] : answers) {
     Mpd(answer_to(command, answer));
-    MpdQueue queue(asking);
+    MpdConnection mpd(asking);
     try {
-      queue.Fetch(0, 2);
+      FetchQueue(mpd, 0, 2);
       ADD_FAILURE() << command;
     } catch (const MpdError &error) {
       EXPECT_STREQ(error.what(), "an answer that is too long") << command;
@@ -260,9 +262,9 @@ TEST_F(MpdQueueTest, AnswersWithoutAnEndAreErrors) {
 
 TEST_F(MpdQueueTest, AnAnswerMustEndInItsTime) {
   Mpd(QueueOfFiles(2));
-  MpdQueue queue(Settings(), std::chrono::seconds(0));
+  MpdConnection mpd(Settings(), std::chrono::seconds(0));
   try {
-    queue.Fetch(0, 2);
+    FetchQueue(mpd, 0, 2);
     ADD_FAILURE();
   } catch (const MpdError &error) {
     EXPECT_STREQ(error.what(), "an answer that takes too long");
@@ -275,22 +277,22 @@ TEST_F(MpdQueueTest, AWaitForAnMpdThatHangsIsEndedFromOutside) {
     asked = true;
     return ScriptedMpd::kHang;
   });
-  MpdQueue queue(Settings());
+  MpdConnection mpd(Settings());
   std::thread other([&] {
     while (!asked) {
       std::this_thread::yield();
     }
-    queue.Abort();
+    mpd.Abort();
   });
-  EXPECT_THROW(queue.Fetch(0, 5), MpdError);
+  EXPECT_THROW(FetchQueue(mpd, 0, 5), MpdError);
   other.join();
-  EXPECT_THROW(queue.Fetch(0, 5), MpdError) << "it is over for good";
+  EXPECT_THROW(FetchQueue(mpd, 0, 5), MpdError) << "it is over for good";
 }
 
 TEST_F(MpdQueueTest, AnMpdThatHangsIsGivenUp) {
   Mpd([](const std::string &) { return ScriptedMpd::kHang; });
-  MpdQueue queue(Settings());
-  EXPECT_THROW(queue.Fetch(0, 5), MpdError);
+  MpdConnection mpd(Settings());
+  EXPECT_THROW(FetchQueue(mpd, 0, 5), MpdError);
 }
 
 TEST_F(MpdQueueTest, TheFolderIsKnownWithoutItsLinks) {
@@ -299,10 +301,10 @@ TEST_F(MpdQueueTest, TheFolderIsKnownWithoutItsLinks) {
   Mpd(QueueOfFiles(1));
   PlayerSettings settings = Settings();
   settings.music_directory = folder_ / "link";
-  MpdQueue queue(settings);
-  EXPECT_THAT(Paths(queue.Fetch(0, 1)), ElementsAre(folder_ / "link/a/0.mp3"));
-  EXPECT_EQ(queue.music_directory(), folder_ / "link");
-  EXPECT_EQ(queue.real_music_directory(), folder_ / "real");
+  MpdConnection mpd(settings);
+  EXPECT_THAT(Paths(FetchQueue(mpd, 0, 1)), ElementsAre(folder_ / "link/a/0.mp3"));
+  EXPECT_EQ(mpd.music_directory(), folder_ / "link");
+  EXPECT_EQ(mpd.real_music_directory(), folder_ / "real");
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // The records of the control socket.
+#include "system/player_commands.h"
 #include "vexoaudiod/record.h"
 #include <cstdint>
 #include <cstring>
@@ -8,7 +9,7 @@ namespace vexo::audiod {
 namespace {
 
 std::string RecordWithRubbish(int32_t code, const std::string &argument) {
-  std::string record(kRecordSize, '\xee'); // what follows the text means nothing
+  std::string record(system::kPlayerRecordSize, '\xee'); // what follows the text means nothing
   memcpy(record.data(), &code, sizeof code);
   record.replace(sizeof code, argument.size() + 1, argument.c_str(), argument.size() + 1);
   return record;
@@ -25,8 +26,36 @@ TEST(RecordTest, Command21SelectsAPlayer) {
 TEST(RecordTest, Command30AsksForAPartOfTheQueue) {
   const Command command = ParseRecord(RecordWithRubbish(30, "10 5"));
   ASSERT_TRUE(std::holds_alternative<GetQueue>(command));
+  EXPECT_EQ(std::get<GetQueue>(command).player, std::nullopt);
   EXPECT_EQ(std::get<GetQueue>(command).offset, 10U);
   EXPECT_EQ(std::get<GetQueue>(command).limit, 5U);
+}
+
+TEST(RecordTest, OurOwnCommandsNameTheirPlayer) {
+  const Command queue = ParseRecord(RecordWithRubbish(1002, "-1 10 5"));
+  EXPECT_EQ(std::get<GetQueue>(queue).player, -1);
+  EXPECT_EQ(std::get<GetQueue>(queue).offset, 10U);
+  EXPECT_EQ(std::get<GetQueue>(queue).limit, 5U);
+  struct Row {
+    int32_t code;
+    const char *argument;
+    Control control;
+    unsigned value;
+  };
+  for (const Row &row :
+       {Row{1001, "2", Control::kStatus, 0}, Row{1003, "2 7", Control::kPlay, 7},
+        Row{1004, "2", Control::kResume, 0}, Row{1005, "2", Control::kPause, 0},
+        Row{1006, "2", Control::kStop, 0}, Row{1007, "2", Control::kNext, 0},
+        Row{1008, "2", Control::kPrevious, 0}, Row{1009, "2 61500", Control::kSeek, 61500},
+        Row{1010, "2 40", Control::kVolume, 40}}) {
+    const Command command = ParseRecord(RecordWithRubbish(row.code, row.argument));
+    ASSERT_TRUE(std::holds_alternative<ControlPlayer>(command)) << row.code;
+    EXPECT_EQ(std::get<ControlPlayer>(command).player, 2) << row.code;
+    EXPECT_EQ(std::get<ControlPlayer>(command).control, row.control) << row.code;
+    EXPECT_EQ(std::get<ControlPlayer>(command).value, row.value) << row.code;
+  }
+  EXPECT_TRUE(std::get<LoadSongs>(ParseRecord(RecordWithRubbish(1011, "0"))).replaces);
+  EXPECT_FALSE(std::get<LoadSongs>(ParseRecord(RecordWithRubbish(1012, "0"))).replaces);
 }
 
 struct RefusedRow {
@@ -63,6 +92,13 @@ TEST(RecordTest, WhatIsNoCommandIsRefusedWithItsReason) {
       {"two blanks", RecordWithRubbish(30, "0  5"), no_page},
       {"an offset too large", RecordWithRubbish(30, "99999999999 5"), no_page},
       {"a fraction", RecordWithRubbish(30, "0 5.5"), no_page},
+      {"no player to pause", RecordWithRubbish(1005, ""), no_player},
+      {"a volume without a player", RecordWithRubbish(1010, "40"),
+       "the argument is not a player and percent"},
+      {"a negative time", RecordWithRubbish(1009, "0 -1"),
+       "the argument is not a player and milliseconds"},
+      {"a page without a player", RecordWithRubbish(1002, "0 5"),
+       "the argument is not a player, an offset and a limit"},
   };
   for (const RefusedRow &row : rows) {
     const Command command = ParseRecord(row.record);

@@ -95,7 +95,7 @@ private:
   }
 
   bool Obey(int connection, const std::string &line, std::string &list) {
-    if (line == "command_list_ok_begin") {
+    if (line == "command_list_ok_begin" || line == "command_list_begin") {
       list = "|";
       return true;
     }

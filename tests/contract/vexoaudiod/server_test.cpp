@@ -1,16 +1,20 @@
 // The daemon as its clients meet it, well-behaved ones and others.
+#include "files/file_io.h"
 #include "scripted_mpd.h"
 #include "support/processes.h"
 #include "support/temporary_folder.h"
+#include "system/player_commands.h"
 #include "vexoaudiod/control_socket.h"
 #include "vexoaudiod/reply.h"
 #include "vexoaudiod/server.h"
 #include <atomic>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <json/json.h>
 #include <memory>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
@@ -22,7 +26,7 @@ constexpr int32_t kSelect = 21;
 constexpr int32_t kQueue = 30;
 
 std::string Record(int32_t code, const std::string &argument) {
-  std::string record(kRecordSize, '\0');
+  std::string record(system::kPlayerRecordSize, '\0');
   memcpy(record.data(), &code, sizeof code);
   argument.copy(record.data() + sizeof code, argument.size());
   return record;
@@ -86,6 +90,32 @@ protected:
     Send(client, Record(code, argument));
     return Read(client);
   }
+  /// Sends the record together with a descriptor.
+  [[nodiscard]] std::string AskWith(int32_t code, const std::string &argument,
+                                    int descriptor) const {
+    const files::FileDescriptor client = Connect();
+    const std::string record = Record(code, argument);
+    iovec piece{const_cast<char *>(record.data()), record.size()};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message{};
+    message.msg_iov = &piece;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    cmsghdr *const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof(int));
+    memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
+    EXPECT_EQ(sendmsg(client.get(), &message, MSG_NOSIGNAL), static_cast<ssize_t>(record.size()));
+    return Read(client);
+  }
+  static files::FileDescriptor MemoryFile(const std::string &content, int seals) {
+    files::FileDescriptor file(memfd_create("songs", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    EXPECT_TRUE(files::WriteAll(file.get(), content));
+    EXPECT_EQ(fcntl(file.get(), F_ADD_SEALS, seals), 0);
+    return file;
+  }
   [[nodiscard]] static Json::Value Parsed(const std::string &reply) {
     Json::Value root;
     Json::Reader reader;
@@ -135,6 +165,62 @@ TEST_F(ServerTest, GivesTheQueueOfTheSelectedPlayer) {
   EXPECT_EQ(Capture(-1), FilePaths("usb", 3));
 }
 
+TEST_F(ServerTest, TellsAPlayerWhatItIsToDo) {
+  Mpd(0, [](const std::string &command) {
+    const std::string before = command.starts_with("status") ? "" : "list_OK\n";
+    return before + "playlistlength: 1\nstate: pause\nsong: 0\nelapsed: 1.5\ntime: 1:9\nlist_OK\n"
+                    "file: a.mp3\nTitle: T\nlist_OK\nOK\n";
+  });
+  Start({0});
+  for (const int32_t code : {1001, 1005}) {
+    const Json::Value status = Parsed(Ask(code, "0"));
+    EXPECT_EQ(status["state"], "pause");
+    EXPECT_EQ(status["song"]["res"], "/music/a.mp3");
+    EXPECT_EQ(status["elapsed"], 1.5);
+    EXPECT_EQ(status["duration"], 9.0);
+    EXPECT_FALSE(status.isMember("volume"));
+  }
+  EXPECT_EQ(Ask(1001, "1"), ErrorReply("there is no player 1"));
+  EXPECT_EQ(Ask(1002, "1 0 5"), QueueErrorReply("there is no player 1"));
+}
+
+TEST_F(ServerTest, GivesTheQueueOfANamedPlayerWithoutASelection) {
+  Mpd(0, QueueOfFiles(12, "a"));
+  Start({0});
+  EXPECT_EQ(Parsed(Ask(1002, "0 10 5"))["uris"].size(), 2U);
+}
+
+TEST_F(ServerTest, WhatAPlayerRefusesIsNoFailureOfIts) {
+  Mpd(0, [](const std::string &) { return "ACK [55@0] {seekcur} Not playing\n"; });
+  Start({0});
+  EXPECT_EQ(Ask(1009, "0 1000"), RefusedReply("Not playing"));
+}
+
+TEST_F(ServerTest, TakesSongsInAMemoryFile) {
+  constexpr int kSealed = F_SEAL_WRITE | F_SEAL_SHRINK | F_SEAL_GROW;
+  Mpd(0, [](const std::string &) { return "OK\n"; });
+  Start({0});
+  EXPECT_EQ(AskWith(1011, "0", MemoryFile("/music/a\n\n/music/b", kSealed).get()),
+            "{\"added\":2,\"refused\":0}");
+  const std::string refused = ErrorReply("no sealed memory file came with the songs");
+  EXPECT_EQ(AskWith(1011, "0", MemoryFile("/music/a\n", F_SEAL_GROW).get()), refused);
+  EXPECT_EQ(Ask(1012, "0"), refused);
+}
+
+TEST_F(ServerTest, DescriptorsThatNobodyAskedForAreClosed) {
+  Mpd(0, QueueOfFiles(1));
+  Start({0});
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  EXPECT_EQ(AskWith(1001, "7", ends[1]), ErrorReply("there is no player 7"));
+  close(ends[1]);
+  // The end of the pipe can be read once nobody holds the end that was sent along.
+  pollfd waits{ends[0], POLLIN, 0};
+  EXPECT_EQ(poll(&waits, 1, 5000), 1);
+  EXPECT_EQ(waits.revents, POLLHUP);
+  close(ends[0]);
+}
+
 TEST_F(ServerTest, WithoutASelectionThereIsNoQueue) {
   Mpd(0, QueueOfFiles(12));
   Start({0});
@@ -162,13 +248,13 @@ TEST_F(ServerTest, AnyOtherCommandIsAnError) {
 TEST_F(ServerTest, GarbageIsAnError) {
   Start({});
   const files::FileDescriptor client = Connect();
-  Send(client, std::string(kRecordSize, '\xff'));
+  Send(client, std::string(system::kPlayerRecordSize, '\xff'));
   EXPECT_EQ(Read(client), ErrorReply("command -1 is not supported"));
 }
 
 TEST_F(ServerTest, AShortRecordIsAnError) {
   Start({});
-  for (const std::size_t length : {std::size_t{0}, std::size_t{3}, kRecordSize - 1}) {
+  for (const std::size_t length : {std::size_t{0}, std::size_t{3}, system::kPlayerRecordSize - 1}) {
     const files::FileDescriptor client = Connect();
     Send(client, Record(kSelect, "0").substr(0, length));
     shutdown(client.get(), SHUT_WR);
@@ -223,7 +309,8 @@ TEST_F(ServerTest, ClientsThatComeAndGoDoNoHarm) {
   for (int count = 0; count < 200; ++count) {
     const files::FileDescriptor client = Connect();
     if (count % 3 > 0) {
-      Send(client, Record(kQueue, "0 5").substr(0, count % 3 == 1 ? 100 : kRecordSize));
+      Send(client,
+           Record(kQueue, "0 5").substr(0, count % 3 == 1 ? 100 : system::kPlayerRecordSize));
     }
   }
   EXPECT_EQ(Capture(0), FilePaths("a", 12));

@@ -1,6 +1,7 @@
 // What the index adds to a queue.
 #include "scripted_mpd.h"
 #include "support/device_root.h"
+#include "vexoaudiod/mpd_queue.h"
 #include "vexoaudiod/song_ids.h"
 
 namespace vexo::audiod {
@@ -40,8 +41,8 @@ protected:
   static void Complete(std::vector<QueueEntry> &entries, const std::string &directory) {
     const std::string path = std::string(system::kTemporary) + "/mpd";
     const ScriptedMpd mpd(path, QueueOfFiles(0));
-    MpdQueue queue({path, 0, "", directory});
-    queue.Fetch(0, 1);
+    MpdConnection queue({path, 0, "", directory});
+    FetchQueue(queue, 0, 1);
     SongIds().Complete(entries, queue);
   }
 };

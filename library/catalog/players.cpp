@@ -1,0 +1,150 @@
+#include "catalog/players.h"
+#include "catalog/libraries.h"
+#include "files/file_io.h"
+#include "index/media_index.h"
+#include "system/config.h"
+#include "system/log.h"
+#include "system/paths.h"
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <system_error>
+#include <unistd.h>
+#include <unordered_map>
+
+namespace vexo::catalog {
+namespace {
+
+/// Beyond the time after which the daemon itself gives up on a player.
+constexpr timeval kAnswerTime{12, 0};
+
+using Record = std::array<char, system::kPlayerRecordSize>;
+
+Record MakeRecord(system::PlayerCommand command, std::initializer_list<int64_t> arguments) {
+  std::string text;
+  for (const int64_t argument : arguments) {
+    text.append(text.empty() ? "" : " ").append(std::to_string(argument));
+  }
+  Record record{};
+  memcpy(record.data(), &command, sizeof command);
+  text.copy(record.data() + sizeof command, record.size() - sizeof command - 1);
+  return record;
+}
+
+/// The songs' lines, in a memory file that nobody can change any more.
+files::FileDescriptor MemoryFile(const std::vector<std::string> &songs) {
+  std::string lines;
+  for (const std::string &song : songs) {
+    lines.append(song).append("\n");
+  }
+  files::FileDescriptor file(memfd_create("songs", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+  if (!file || !files::WriteAll(file.get(), lines) ||
+      fcntl(file.get(), F_ADD_SEALS, F_SEAL_WRITE | F_SEAL_SHRINK | F_SEAL_GROW) != 0) {
+    throw std::system_error(errno, std::generic_category(), "a memory file for songs");
+  }
+  return file;
+}
+
+files::FileDescriptor Connect() {
+  constexpr std::string_view kPath = system::kPlayerSocket;
+  files::FileDescriptor daemon(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  static_assert(kPath.size() < sizeof address.sun_path, "DEVICE_ROOT is too long");
+  address.sun_family = AF_UNIX;
+  kPath.copy(address.sun_path, sizeof address.sun_path - 1);
+  setsockopt(daemon.get(), SOL_SOCKET, SO_RCVTIMEO, &kAnswerTime, sizeof kAnswerTime);
+  setsockopt(daemon.get(), SOL_SOCKET, SO_SNDTIMEO, &kAnswerTime, sizeof kAnswerTime);
+  if (connect(daemon.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+    return files::FileDescriptor();
+  }
+  return daemon;
+}
+
+bool Send(const files::FileDescriptor &daemon, Record record, const files::FileDescriptor &file) {
+  iovec piece{record.data(), record.size()};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+  msghdr message{};
+  message.msg_iov = &piece;
+  message.msg_iovlen = 1;
+  if (file) {
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr *const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof(int));
+    const int descriptor = file.get();
+    memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
+  }
+  return sendmsg(daemon.get(), &message, MSG_NOSIGNAL) == static_cast<ssize_t>(record.size());
+}
+
+} // namespace
+
+std::vector<Player> ConfiguredPlayers() {
+  std::vector<Player> players;
+  for (const std::string &section : system::Sections(system::kPlayerSections)) {
+    if (const std::optional<int> number = system::PlayerNumber(section)) {
+      const std::string usual =
+          *number == system::kUsbPlayer ? "USB" : "Player " + std::to_string(*number);
+      players.push_back({*number, system::Setting(section, "name").value_or(usual)});
+    }
+  }
+  return players;
+}
+
+PlayerQuestion::PlayerQuestion(system::PlayerCommand command,
+                               std::initializer_list<int64_t> arguments,
+                               const std::vector<std::string> *songs)
+    : daemon_(Connect()) {
+  const files::FileDescriptor file =
+      songs == nullptr ? files::FileDescriptor() : MemoryFile(*songs);
+  is_sent_ = daemon_ && Send(daemon_, MakeRecord(command, arguments), file);
+}
+
+std::optional<std::string> PlayerQuestion::Answer() {
+  std::string reply(system::kPlayerReplyLimit, '\0');
+  const ssize_t size = is_sent_ ? recv(daemon_.get(), reply.data(), reply.size(), 0) : -1;
+  if (size <= 0) {
+    system::LogFailure("the player daemon does not answer",
+                       size == 0 ? "no answer" : strerror(errno));
+    return std::nullopt;
+  }
+  reply.resize(static_cast<std::size_t>(size));
+  return reply;
+}
+
+std::vector<std::string> PathsOfSongs(const accounts::Account &user,
+                                      const std::vector<int32_t> &ids) {
+  std::unordered_map<int32_t, std::string> paths;
+  for (const Library &library : LibrariesOf(user)) {
+    for (index::Song &song : index::ProcessIndex().SongsById(library.owner, ids)) {
+      paths.emplace(song.id, std::move(song.path));
+    }
+  }
+  std::vector<std::string> found;
+  for (const int32_t id : ids) {
+    if (const auto path = paths.find(id); path != paths.end()) {
+      found.push_back(path->second);
+    }
+  }
+  return found;
+}
+
+std::set<int32_t> VisibleSongs(const accounts::Account &user, const std::vector<int32_t> &ids) {
+  std::set<int32_t> visible;
+  for (const Library &library : LibrariesOf(user)) {
+    for (const index::Song &song : index::ProcessIndex().SongsById(library.owner, ids)) {
+      visible.insert(song.id);
+    }
+  }
+  return visible;
+}
+
+} // namespace vexo::catalog

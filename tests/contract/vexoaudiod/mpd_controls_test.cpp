@@ -1,0 +1,135 @@
+// What a player does, and what is told it, as a conversation with an MPD.
+#include "scripted_mpd.h"
+#include "support/temporary_folder.h"
+#include "vexoaudiod/mpd_controls.h"
+#include <csignal>
+#include <gmock/gmock.h>
+#include <memory>
+
+namespace vexo::audiod {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::SizeIs;
+
+constexpr const char *kPlaying =
+    "volume: 40\nrepeat: 1\nrandom: 0\nplaylistlength: 3\nstate: play\n"
+    "song: 1\nelapsed: 61.500\ntime: 61:180\nlist_OK\n"
+    "file: a/b.mp3\nTitle: T\nPos: 1\nlist_OK\nOK\n";
+
+class MpdControlsTest : public ::testing::Test {
+protected:
+  static void SetUpTestSuite() { signal(SIGPIPE, SIG_IGN); }
+
+  [[nodiscard]] std::string path() const { return folder_ / "mpd"; }
+  ScriptedMpd &Mpd(ScriptedMpd::Answer answer) {
+    return *(mpd_ = std::make_unique<ScriptedMpd>(path(), std::move(answer)));
+  }
+  ScriptedMpd &MpdThatSays(const std::string &answer) {
+    return Mpd([answer](const std::string &) { return answer; });
+  }
+
+  TemporaryFolder folder_;
+  std::unique_ptr<ScriptedMpd> mpd_;
+  MpdConnection connection_{{path(), 0, "", "/music"}};
+};
+
+TEST_F(MpdControlsTest, TheStatusTellsWhatPlays) {
+  ScriptedMpd &server = MpdThatSays(kPlaying);
+  const PlayerStatus status = ControlMpd(connection_, Control::kStatus, 0);
+  EXPECT_STREQ(status.state, "play");
+  EXPECT_EQ(status.position, 1);
+  EXPECT_EQ(status.queue_length, 3U);
+  EXPECT_EQ(status.elapsed_milliseconds, 61500U);
+  EXPECT_EQ(status.duration_milliseconds, 180000U);
+  EXPECT_EQ(status.volume_percent, 40);
+  EXPECT_TRUE(status.repeat);
+  EXPECT_FALSE(status.random);
+  ASSERT_THAT(status.song, SizeIs(1));
+  EXPECT_EQ(status.song[0].res, "/music/a/b.mp3");
+  EXPECT_THAT(server.Commands(), ElementsAre("status|currentsong"));
+}
+
+TEST_F(MpdControlsTest, APlayerThatStandsStillHasNoSong) {
+  MpdThatSays("volume: -1\nplaylistlength: 0\nstate: stop\nlist_OK\nlist_OK\nOK\n");
+  const PlayerStatus status = ControlMpd(connection_, Control::kStatus, 0);
+  EXPECT_STREQ(status.state, "stop");
+  EXPECT_EQ(status.position, -1);
+  EXPECT_EQ(status.volume_percent, -1);
+  EXPECT_THAT(status.song, SizeIs(0));
+}
+
+TEST_F(MpdControlsTest, EachControlIsOneCommandBeforeTheStatus) {
+  struct Row {
+    Control control;
+    unsigned value;
+    const char *command;
+  };
+  for (const Row &row : {Row{Control::kPlay, 7, "play \"7\""}, Row{Control::kResume, 0, "play"},
+                         Row{Control::kPause, 0, "pause \"1\""}, Row{Control::kStop, 0, "stop"},
+                         Row{Control::kNext, 0, "next"}, Row{Control::kPrevious, 0, "previous"},
+                         Row{Control::kSeek, 61500, "seekcur \"61.500\""},
+                         Row{Control::kVolume, 40, "setvol \"40\""}}) {
+    ScriptedMpd &server = MpdThatSays(std::string("list_OK\n") + kPlaying);
+    MpdConnection connection({path(), 0, "", "/music"});
+    EXPECT_EQ(ControlMpd(connection, row.control, row.value).queue_length, 3U);
+    EXPECT_THAT(server.Commands(), ElementsAre(std::string(row.command) + "|status|currentsong"));
+    mpd_.reset();
+  }
+}
+
+TEST_F(MpdControlsTest, WhatThePlayerRefusesIsSaidSo) {
+  MpdThatSays("ACK [55@0] {seekcur} Not playing\n");
+  try {
+    ControlMpd(connection_, Control::kSeek, 1);
+    FAIL();
+  } catch (const MpdError &error) {
+    EXPECT_EQ(error.kind(), MpdError::Kind::kRefused);
+    EXPECT_STREQ(error.what(), "Not playing");
+  }
+}
+
+TEST_F(MpdControlsTest, SongsAreNamedAsMpdNamesThem) {
+  ScriptedMpd &server = MpdThatSays("OK\n");
+  const LoadResult result =
+      LoadIntoMpd(connection_, {"/music/a b.mp3", "/musical/c.mp3", "http://radio.example/"}, true);
+  EXPECT_EQ(result.added, 3U);
+  EXPECT_EQ(result.refused, 0U);
+  EXPECT_THAT(server.Commands(), ElementsAre("clear|add \"a b.mp3\"|add \"/musical/c.mp3\"|add "
+                                             "\"http://radio.example/\"",
+                                             "play \"0\""));
+}
+
+TEST_F(MpdControlsTest, ASongThatMpdRefusesIsPassedOver) {
+  ScriptedMpd &server = Mpd([](const std::string &command) {
+    const bool is_bad = command.find("bad") != std::string::npos;
+    return std::string(is_bad && command.find("clear") != std::string::npos
+                           ? "ACK [50@2] {add} No such file\n"
+                       : is_bad ? "ACK [50@0] {add} No such file\n"
+                                : "OK\n");
+  });
+  const LoadResult result =
+      LoadIntoMpd(connection_, {"/music/1", "/music/bad", "/music/bad 2", "/music/2"}, true);
+  EXPECT_EQ(result.added, 2U);
+  EXPECT_EQ(result.refused, 2U);
+  EXPECT_THAT(server.Commands(), ElementsAre("clear|add \"1\"|add \"bad\"|add \"bad 2\"|add \"2\"",
+                                             "add \"bad 2\"|add \"2\"", "add \"2\"", "play \"0\""));
+}
+
+TEST_F(MpdControlsTest, AFullQueueEndsTheLoad) {
+  ScriptedMpd &server = MpdThatSays("ACK [51@1] {add} playlist is max size\n");
+  const LoadResult result =
+      LoadIntoMpd(connection_, std::vector<std::string>(900, "/music/a"), false);
+  EXPECT_EQ(result.added, 1U);
+  EXPECT_EQ(result.refused, 899U);
+  EXPECT_THAT(server.Commands(), SizeIs(1));
+}
+
+TEST_F(MpdControlsTest, ManySongsGoInSeveralLists) {
+  ScriptedMpd &server = MpdThatSays("OK\n");
+  EXPECT_EQ(LoadIntoMpd(connection_, std::vector<std::string>(900, "/music/a"), false).added, 900U);
+  EXPECT_THAT(server.Commands(), SizeIs(3));
+}
+
+} // namespace
+} // namespace vexo::audiod

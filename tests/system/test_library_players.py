@@ -1,0 +1,132 @@
+"""The players of the house by /api/players, with a real MPD that plays into nothing."""
+
+import unittest
+
+from api import Api
+from player_daemon import Daemon, PlayerMpd
+from server import ANNA, BEN, LIBRARY, PERSONAL, ROOT, ServerTest, playlistctl, wait_until
+
+STREAM = "http://127.0.0.1:9/live"
+
+
+class Players(ServerTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        own = PERSONAL.folder.parent
+        own.mkdir(parents=True, exist_ok=True)
+        (own / "own.flac").write_bytes(next(LIBRARY.rglob("*.flac")).read_bytes())
+        playlistctl("scan")
+        cls.mpd = PlayerMpd()
+        cls.addClassCleanup(cls.mpd.stop)
+        cls.addClassCleanup(PlayerMpd("mute", mixer="none").stop)
+        (ROOT / "etc/vexo/playlist.conf").write_text(
+            f"[player 0]\nhost={ROOT}/tmp/mpd.sock\nname=Kitchen\n"
+            f"[player 1]\nhost={ROOT}/tmp/mute.sock\n[player 3]\nhost={ROOT}/tmp/nothing.sock\n")
+        cls.daemon = Daemon()
+        cls.addClassCleanup(cls.daemon.stop)
+        cls.api = Api(cls.server)
+
+    def setUp(self):
+        self.mpd.mpc("clear")
+
+    def fill(self, *ids, **members):
+        return self.api.post("/players/0/queue", {"songs": list(ids), **members})
+
+    def test_are_listed_with_what_they_play(self):
+        self.assertEqual(self.fill(2, 1).json, {"added": 2, "refused": 0})
+        players = self.api.get("/players").json
+        self.assertEqual(players["total"], 3)
+        kitchen, _, gone = players["items"]
+        self.assertEqual((kitchen["id"], kitchen["name"], kitchen["state"]), (0, "Kitchen", "play"))
+        self.assertEqual((kitchen["song"]["song"], kitchen["position"], kitchen["queue_length"]),
+                         (2, 0, 2))
+        self.assertEqual((gone["id"], gone["name"], gone["state"]), (3, "Player 3", "unreachable"))
+        self.assertTrue(gone["detail"])
+
+    def test_do_what_they_are_told(self):
+        self.fill(1, 2, 3)
+        paused = self.api.post("/players/0/pause").json
+        self.assertEqual(paused["state"], "pause")
+        self.assertEqual(self.api.post("/players/0/next").json["song"]["song"], 2)
+        self.assertEqual(self.api.post("/players/0/previous").json["song"]["song"], 1)
+        self.assertEqual(self.api.post("/players/0/play", {"position": 2}).json["song"]["song"], 3)
+        self.api.post("/players/0/pause")
+        self.assertEqual(self.api.post("/players/0/seek", {"seconds": 0.5}).json["state"], "pause")
+        wait_until(lambda: self.api.get("/players/0").json["elapsed"] >= 0.4, "it has sought")
+        self.assertEqual(self.api.post("/players/0/play").json["state"], "play")
+        self.assertEqual(self.api.post("/players/0/stop").json["state"], "stop")
+
+    def test_an_address_and_appended_songs_are_queued_in_order(self):
+        self.fill(3)
+        self.api.post("/players/0/stop")
+        self.mpd.mpc("add", STREAM)
+        self.assertEqual(self.fill(1, 1, mode="append").json, {"added": 2, "refused": 0})
+        queue = self.api.get("/players/0/queue").json
+        self.assertEqual([item.get("song") for item in queue["items"]], [3, None, 1, 1])
+        self.assertEqual(queue["items"][1]["stream"], STREAM)
+        part = self.api.get("/players/0/queue", offset=2, limit=1).json
+        self.assertEqual((part["total"], len(part["items"])), (4, 1))
+
+    def test_a_long_queue_comes_whole(self):
+        ids = [number % 12 + 1 for number in range(900)]
+        self.assertEqual(self.fill(*ids).json, {"added": 900, "refused": 0})
+        queue = self.api.get("/players/0/queue", limit=1000).json
+        self.assertEqual([item["song"] for item in queue["items"]], ids)
+
+    def test_another_users_song_is_neither_played_nor_named(self):
+        own = next(id_ for id_ in range(1, 40) if id_ > 12)
+        self.assertEqual(self.fill(own, 1).json["added"], 2)
+        self.assertEqual(self.api.get("/players/0/queue").json["items"][0]["song"], own)
+        ben = Api(self.server, BEN)
+        self.assertNotIn("song", ben.get("/players/0/queue").json["items"][0])
+        self.assertNotIn("song", ben.get("/players/0").json["song"])
+        self.assertEqual(ben.post("/players/0/queue", {"songs": [own]}).status, 404)
+
+    def test_bad_requests_are_told_what_is_wrong(self):
+        for path, body, status, parameter in (
+                ("/players/7/play", None, 404, None), ("/players/x/queue", {"songs": [1]}, 404, None),
+                ("/players/0/seek", {"seconds": -1}, 400, "seconds"),
+                ("/players/0/seek", {"second": 1}, 400, "second"),
+                ("/players/0/volume", {"percent": 101}, 400, "percent"),
+                ("/players/0/volume", {"percent": "loud"}, 400, "percent"),
+                ("/players/0/play", {"position": []}, 400, "position"),
+                ("/players/0/queue", {"songs": []}, 400, "songs"),
+                ("/players/0/queue", {"songs": [-1]}, 400, "songs"),
+                ("/players/0/queue", {"songs": ["1"]}, 400, "songs"),
+                ("/players/0/queue", {"songs": [4_000]}, 404, None),
+                ("/players/0/queue", {"songs": [1], "mode": "eject"}, 400, "mode"),
+                ("/players/0/queue", {}, 400, "songs")):
+            with self.subTest(path=path, body=body):
+                answer = self.api.post(path, body)
+                self.assertEqual((answer.status, answer.json.get("parameter")), (status, parameter))
+        self.assertEqual(self.api.get("/players/0/queue", limit="x").status, 400)
+        for path in ("/players/9", "/players/9/queue"):
+            self.assertEqual(self.api.get(path).status, 404)
+        for name in ("pause", "stop", "next", "previous"):
+            self.assertEqual(self.api.post(f"/players/9/{name}").status, 404)
+        for name, body in (("seek", {"seconds": 1}), ("volume", {"percent": 1})):
+            self.assertEqual(self.api.post(f"/players/9/{name}", body).status, 404)
+
+    def test_what_a_player_cannot_do_now_is_a_conflict(self):
+        self.assertEqual(self.api.post("/players/0/seek", {"seconds": 1}).status, 409)
+
+    def test_a_volume_is_set_where_there_is_one(self):
+        self.fill(1)
+        self.assertEqual(self.api.post("/players/0/volume", {"percent": 40}).json["volume"], 40)
+        self.assertNotIn("volume", self.api.get("/players/1").json)
+        self.assertEqual(self.api.post("/players/1/volume", {"percent": 40}).status, 409)
+
+    def test_a_player_that_is_gone_and_a_daemon_that_is_gone_are_told_apart(self):
+        self.assertEqual(self.api.get("/players/3").status, 502)
+        self.daemon.stop()
+        try:
+            self.assertEqual(self.api.get("/players/0").status, 503)
+            self.assertEqual({item["state"] for item in self.api.get("/players").json["items"]},
+                             {"unreachable"})
+        finally:
+            type(self).daemon = Daemon()
+
+
+if __name__ == "__main__":
+    unittest.main()
