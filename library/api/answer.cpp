@@ -35,6 +35,7 @@ constexpr std::array kPhrases = {
     Phrase{416, "Range Not Satisfiable"},
     Phrase{429, "Too Many Requests"},
     Phrase{500, "Internal Server Error"},
+    Phrase{501, "Not Implemented"},
     Phrase{502, "Bad Gateway"},
     Phrase{503, "Service Unavailable"},
 };
@@ -117,18 +118,25 @@ std::optional<Answer> NotModified(const std::string &etag) {
   return std::nullopt;
 }
 
+std::string AnswerHead(const Answer &answer) {
+  std::string head =
+      "Status: " + std::to_string(answer.status) + " " + PhraseOf(answer.status) + "\r\n";
+  head += answer.headers;
+  if (!answer.content_type.empty()) {
+    head += "Content-Type: " + answer.content_type + "\r\nX-Content-Type-Options: nosniff\r\n";
+  }
+  return head;
+}
+
 void PrintAnswer(const Answer &answer) {
   if (answer.is_sent) {
     return;
   }
-  std::string text =
-      "Status: " + std::to_string(answer.status) + " " + PhraseOf(answer.status) + "\r\n";
-  text += answer.headers;
+  std::string head = AnswerHead(answer);
   if (!answer.content_type.empty()) {
-    text += "Content-Type: " + answer.content_type + "\r\nX-Content-Type-Options: nosniff\r\n";
-    text += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n";
+    head += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n";
   }
-  web::WriteAnswer(text + "\r\n" + (web::IsHead() ? std::string() : answer.body));
+  web::WriteAnswer(head + "\r\n" + (web::IsHead() ? std::string() : answer.body));
 }
 
 } // namespace vexo::api

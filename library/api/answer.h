@@ -36,6 +36,10 @@ std::string MakeETag(std::string_view version);
 /// when it has not.
 std::optional<Answer> NotModified(const std::string &etag);
 
+/// The fields that stand before a body which the handler sends by itself: status, type and
+/// `headers`, without the length and the empty line.
+std::string AnswerHead(const Answer &answer);
+
 /// Sends the answer: without its body when the request was a HEAD.
 void PrintAnswer(const Answer &answer);
 

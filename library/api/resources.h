@@ -28,4 +28,7 @@ Answer SetPlayerVolume(Request &request);
 Answer GetPlayerQueue(Request &request);
 Answer FillPlayerQueue(Request &request);
 
+// stream.cpp
+Answer Stream(Request &request);
+
 } // namespace vexo::api

@@ -23,6 +23,7 @@ std::span<const Route> Routes() {
       Route{"POST", "/players/{player}/previous", PlayPrevious},
       Route{"POST", "/players/{player}/seek", SeekPlayer},
       Route{"POST", "/players/{player}/volume", SetPlayerVolume},
+      Route{"GET", "/songs/{id}/stream", Stream},
   };
   return kRoutes;
 }

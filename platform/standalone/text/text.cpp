@@ -22,6 +22,10 @@ std::string_view HtmlEntity(char c) {
   }
 }
 
+bool IsAsciiAlphanumeric(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
 } // namespace
 
 std::vector<std::string> Split(std::string_view text, std::string_view separator) {
@@ -54,6 +58,20 @@ bool EqualInConstantTime(std::string_view left, std::string_view right) {
     difference = difference | static_cast<unsigned char>(left[i] ^ right[i]);
   }
   return difference == 0;
+}
+
+std::string PercentEncode(std::string_view bytes, std::string_view plain) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : bytes) {
+    if (IsAsciiAlphanumeric(c) || plain.find(c) != std::string_view::npos) {
+      encoded += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      encoded += {'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+    }
+  }
+  return encoded;
 }
 
 std::string EscapeHtml(std::string_view text) {

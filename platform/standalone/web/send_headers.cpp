@@ -1,5 +1,6 @@
 #include "web/send_headers.h"
 
+#include "text/text.h"
 #include "text/utf8.h"
 #include <algorithm>
 
@@ -8,15 +9,9 @@ namespace {
 
 bool IsControl(char c) { return (c & 0xE0) == 0 || c == 0x7F; }
 
-bool IsAsciiAlphanumeric(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
-/// What may stand unescaped in an extended value: attr-char of RFC 8187, 3.2.1.
-bool IsPlainInExtendedValue(char c) {
-  return IsAsciiAlphanumeric(c) ||
-         std::string_view("!#$&+-.^_`|~").find(c) != std::string_view::npos;
-}
+/// What may stand unescaped in an extended value, beside letters and digits: attr-char of RFC 8187,
+/// 3.2.1.
+constexpr std::string_view kPlainInExtendedValue = "!#$&+-.^_`|~";
 
 /// A letter beyond ASCII becomes one '_'; so does what a quoted string, or a browser that decodes
 /// percent signs in it, would take for something else.
@@ -33,27 +28,17 @@ std::string AsciiName(std::string_view name) {
   return ascii;
 }
 
-std::string ExtendedName(std::string_view name) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string extended;
-  for (const char c : name) {
-    if (IsPlainInExtendedValue(c)) {
-      extended += c;
-    } else {
-      const auto byte = static_cast<unsigned char>(c);
-      extended += {'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
-    }
-  }
-  return extended;
-}
-
 } // namespace
 
-std::string AttachmentHeader(std::string_view file_name) {
+std::string DispositionHeader(std::string_view disposition, std::string_view file_name) {
   std::string name = text::ToValidUtf8(std::string(file_name));
   std::replace_if(name.begin(), name.end(), IsControl, '_');
-  return "Content-Disposition: attachment; filename=\"" + AsciiName(name) +
-         "\"; filename*=UTF-8''" + ExtendedName(name) + "\n";
+  return "Content-Disposition: " + std::string(disposition) + "; filename=\"" + AsciiName(name) +
+         "\"; filename*=UTF-8''" + text::PercentEncode(name, kPlainInExtendedValue) + "\n";
+}
+
+std::string AttachmentHeader(std::string_view file_name) {
+  return DispositionHeader("attachment", file_name);
 }
 
 std::string TypeAndEnd(std::string_view content_type) {

@@ -1,0 +1,132 @@
+// A song's bytes, all or a stretch of them.
+#include "accounts/song_file.h"
+#include "api/resources.h"
+#include "catalog/find_song.h"
+#include "media/byte_range.h"
+#include "media/file_version.h"
+#include "media/media_type.h"
+#include "media/x_sendfile.h"
+#include "system/limits.h"
+#include "web/output.h"
+#include "web/request.h"
+#include "web/send_body.h"
+#include "web/send_headers.h"
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <ctime>
+
+namespace vexo::api {
+namespace {
+
+using media::ByteRange;
+
+/// A song's file, open, as it is now.
+struct SongFile {
+  files::FileDescriptor file;
+  uint64_t size = 0;
+  media::FileVersion version;
+};
+
+/// Nothing when it is not there, or not of this user's libraries.
+std::optional<SongFile> OpenSong(const index::Song &song, const accounts::Account &user) {
+  files::FileDescriptor file = accounts::OpenSendableSong(song.path, user.name, "a stream");
+  struct stat status {};
+  if (!file || fstat(file.get(), &status) != 0) {
+    return std::nullopt;
+  }
+  return SongFile{std::move(file), static_cast<uint64_t>(status.st_size), media::VersionOf(status)};
+}
+
+/// Where an open file lies, whichever names led there; empty when that cannot be told.
+std::string RealPathOf(const files::FileDescriptor &file) {
+  std::array<char, PATH_MAX> path{};
+  const std::string link = "/proc/self/fd/" + std::to_string(file.get());
+  const ssize_t length = readlink(link.c_str(), path.data(), path.size());
+  return {path.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
+std::string FileHeaders(const SongFile &song) {
+  return "Cache-Control: private, no-cache\r\n" + media::VersionHeaders(song.version);
+}
+
+/// Whether the client has this version: If-None-Match goes before If-Modified-Since.
+bool ClientHas(const SongFile &song) {
+  if (web::Variable("HTTP_IF_NONE_MATCH")) {
+    return NotModified(song.version.etag).has_value();
+  }
+  const std::string_view since = web::Variable("HTTP_IF_MODIFIED_SINCE").value_or("");
+  return media::IsNotModifiedSince(song.version, since);
+}
+
+/// The stretch that the client wants; only a GET has one (RFC 9110, 14.2).
+ByteRange WantedRange(const SongFile &song) {
+  const std::string_view condition = web::Variable("HTTP_IF_RANGE").value_or("");
+  if (web::IsHead() || !media::FitsIfRange(song.version, condition, time(nullptr))) {
+    return media::ParseRange({}, song.size);
+  }
+  return media::ParseRange(web::Variable("HTTP_RANGE").value_or(""), song.size);
+}
+
+/// A web server that cuts answers into ranges by itself must leave a whole one whole.
+std::string AcceptedRanges(const ByteRange &range) {
+  return range.kind == ByteRange::Kind::kIgnored ? "Accept-Ranges: none\r\n"
+                                                 : "Accept-Ranges: bytes\r\n";
+}
+
+void SendBytes(const std::string &head, const SongFile &song, const ByteRange &range) {
+  const web::BrokenPipeIgnored ignored;
+  system::LiftCpuLimit();
+  const std::string length = "Content-Length: " + std::to_string(range.size) + "\r\n\r\n";
+  if (web::WriteAnswer(head + length) && !web::IsHead() &&
+      lseek(song.file.get(), static_cast<off_t>(range.first), SEEK_SET) >= 0) {
+    static_cast<void>(web::SendFileBody(song.file.get(), range.size));
+  }
+}
+
+/// Sends the stretch, or has the web server do it, which then cuts it out of the whole.
+Answer Send(const SongFile &song, const ByteRange &range, Answer answer) {
+  const std::optional<std::string> by_server = media::XSendfileHeader(RealPathOf(song.file));
+  if (by_server) {
+    web::WriteAnswer(AnswerHead(answer) + *by_server + "\r\n");
+    return SentAnswer();
+  }
+  if (range.kind == ByteRange::Kind::kPart) {
+    answer.status = 206;
+    answer.headers += media::ContentRange(range, song.size);
+  }
+  SendBytes(AnswerHead(answer), song, range);
+  return SentAnswer();
+}
+
+Answer SendSong(const index::Song &song, const SongFile &file) {
+  if (ClientHas(file)) {
+    return {.status = 304, .headers = FileHeaders(file), .content_type = {}};
+  }
+  const ByteRange range = WantedRange(file);
+  if (range.kind == ByteRange::Kind::kUnsatisfiable) {
+    return ProblemAnswer({416, "The song has no bytes in this range.", {}},
+                         media::ContentRange(range, file.size));
+  }
+  const std::string name = song.path.substr(song.path.rfind('/') + 1);
+  return Send(file, range,
+              {.headers = FileHeaders(file) + AcceptedRanges(range) +
+                          web::DispositionHeader("inline", name),
+               .content_type = std::string(media::MediaTypeOf(song.type))});
+}
+
+} // namespace
+
+Answer Stream(Request &request) {
+  const std::optional<int32_t> id = request.Id();
+  const std::optional<index::Song> song =
+      id ? catalog::FindSong(request.User(), *id) : std::nullopt;
+  if (!song) {
+    return ProblemAnswer(NotFound("There is no such song."));
+  }
+  const std::optional<SongFile> file = OpenSong(*song, request.User());
+  return file ? SendSong(*song, *file)
+              : ProblemAnswer(NotFound("The song's file is not there any more."));
+}
+
+} // namespace vexo::api
