@@ -15,6 +15,10 @@ Answer WhoAmI(Request &request);
 Answer LogOut(Request &request);
 Answer ChangePassword(Request &request);
 
+// scan.cpp
+Answer GetScan(Request &request);
+Answer StartScan(Request &request);
+
 // players.cpp
 Answer ListPlayers(Request &request);
 Answer GetPlayer(Request &request);

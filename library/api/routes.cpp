@@ -12,6 +12,9 @@ std::span<const Route> Routes() {
       Route{"DELETE", "/session", LogOut, "everywhere", true},
       Route{"POST", "/password", ChangePassword},
 
+      Route{"GET", "/scan", GetScan},
+      Route{"POST", "/scan", StartScan},
+
       Route{"GET", "/players", ListPlayers},
       Route{"GET", "/players/{player}", GetPlayer},
       Route{"GET", "/players/{player}/queue", GetPlayerQueue, "offset limit"},

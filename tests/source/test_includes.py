@@ -40,7 +40,8 @@ ALLOWED = {
     # The library program: what there is, without HTTP; then streams and covers; then the resources.
     "library/catalog": ["index", "accounts", "system", "files"],
     "library/media": ["web", "text"],
-    "library/api": ["media", "catalog", "web", "accounts", "system", "text", "json"],
+    "library/api": ["media", "catalog", "web", "index", "accounts", "system", "text",
+                    "json"],
     "tools": ["index", "accounts", "system", "files", "text", "json", "CLI", "taglib",
               "libdeflate.h", "mpd"],
 }

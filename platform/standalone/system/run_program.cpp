@@ -18,7 +18,8 @@ namespace {
 /// signal settings of a fresh process whatever ours are.
 class SpawnSettings {
 public:
-  SpawnSettings() {
+  /// `flags` besides those for signals.
+  explicit SpawnSettings(short flags) {
     posix_spawn_file_actions_init(&files_);
     posix_spawn_file_actions_addopen(&files_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&files_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
@@ -28,7 +29,8 @@ public:
     posix_spawnattr_setsigmask(&attributes_, &signals);
     sigaddset(&signals, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes_, &signals);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setflags(
+        &attributes_, static_cast<short>(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | flags));
   }
   ~SpawnSettings() {
     posix_spawn_file_actions_destroy(&files_);
@@ -77,25 +79,31 @@ private:
 };
 
 /// Starts a program, which may become a service and live on: the limits are those of this process
-/// alone. As posix_spawn().
-int Spawn(pid_t *child, const std::string &path, const std::vector<std::string> &arguments) {
-  const SpawnSettings settings;
+/// alone. Nothing, and a log line, when it cannot be started.
+std::optional<pid_t> Spawn(const std::string &path, const std::vector<std::string> &arguments,
+                           short flags) {
+  const SpawnSettings settings(flags);
   const LimitsLifted lifted;
   const WritableByGroupAtMost mask;
-  return posix_spawn(child, path.c_str(), settings.files(), settings.attributes(),
-                     Arguments(path, arguments).data(), environ);
+  pid_t child = 0;
+  const int error = posix_spawn(&child, path.c_str(), settings.files(), settings.attributes(),
+                                Arguments(path, arguments).data(), environ);
+  if (error != 0) {
+    LogFailure(path.c_str(), std::strerror(error));
+    return std::nullopt;
+  }
+  return child;
 }
 
 } // namespace
 
 std::optional<int> RunProgram(const std::string &path, const std::vector<std::string> &arguments) {
-  pid_t child = 0;
-  const int error = Spawn(&child, path, arguments);
-  if (error != 0) {
-    LogFailure(path.c_str(), std::strerror(error));
-    return std::nullopt;
-  }
-  return WaitFor(child);
+  const std::optional<pid_t> child = Spawn(path, arguments, 0);
+  return child ? WaitFor(*child) : std::nullopt;
+}
+
+bool StartProgram(const std::string &path, const std::vector<std::string> &arguments) {
+  return Spawn(path, arguments, POSIX_SPAWN_SETSID).has_value();
 }
 
 } // namespace vexo::system

@@ -10,4 +10,8 @@ namespace vexo::system {
 /// signal.
 std::optional<int> RunProgram(const std::string &path, const std::vector<std::string> &arguments);
 
+/// Starts a program in the same way, in a session of its own that outlives this process. False, and
+/// a log line, when it cannot be started.
+[[nodiscard]] bool StartProgram(const std::string &path, const std::vector<std::string> &arguments);
+
 } // namespace vexo::system
