@@ -125,6 +125,8 @@ public:
   /// The songs that a query chooses, of `owner` and, if it says so, of the shared library, in its
   /// order.
   virtual std::vector<Song> QuerySongs(int owner, const SongQuery &query) = 0;
+  /// What QuerySongs() would give, counted.
+  virtual SongTotals CountSongs(int owner, const SongQuery &query) = 0;
 
   // Songs, as the scanner keeps them.
   /// All songs of `owner`, by path.

@@ -68,7 +68,13 @@ struct SongQuery {
   bool random = false;            ///< uniform order
   std::optional<Field> order;     ///< nothing: by id
   bool ascending = true;
-  int64_t limit = 0; ///< 0: all
+  int64_t offset = 0, limit = 0; ///< which of them; a limit of 0: all from there on
+};
+
+/// How many songs a query chooses, and how long they play.
+struct SongTotals {
+  int64_t songs = 0;
+  double duration_seconds = 0;
 };
 
 } // namespace vexo::index

@@ -26,6 +26,7 @@ public:
   std::vector<Song> SearchSongs(int owner, const Search &search) override;
   std::vector<Song> RandomSongs(int owner, int count) override;
   std::vector<Song> QuerySongs(int owner, const SongQuery &query) override;
+  SongTotals CountSongs(int owner, const SongQuery &query) override;
   std::vector<SongFile> SongFiles(int owner) override;
   void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) override;
   std::vector<SongFile> UnreadableFiles(int owner) override;

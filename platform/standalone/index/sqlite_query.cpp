@@ -179,8 +179,9 @@ std::string ConditionTranslator::TranslateNumberTest(const std::string &column,
 
 SqlText ConditionTranslator::Finish(const SongQuery &query) {
   const std::string condition = query.where ? Translate(*query.where).sql : "1";
-  const std::string limit =
-      " LIMIT " + (query.limit > 0 ? Parameter(query.limit) : std::string("-1"));
+  const std::string limit = " LIMIT " +
+                            (query.limit > 0 ? Parameter(query.limit) : std::string("-1")) +
+                            (query.offset > 0 ? " OFFSET " + Parameter(query.offset) : "");
   const std::string matches = " FROM (" + source_ + ") AS songs WHERE " + condition;
   const std::string columns = "SELECT " VEXO_SONG_COLUMNS;
   if (query.random) {

@@ -77,4 +77,21 @@ std::vector<Song> SqliteIndex::QuerySongs(int owner, const SongQuery &query) {
   return songs;
 }
 
+SongTotals SqliteIndex::CountSongs(int owner, const SongQuery &query) {
+  SongQuery counted = query;
+  if (query.limit == 0 && query.offset == 0) {
+    counted.random = false; // no order decides which songs they are
+    counted.order.reset();
+  }
+  SqlText text = TranslateQuery(owner, counted);
+  text.sql = "SELECT count(*), total(duration) FROM (" + text.sql + ")";
+  Statement statement(database_, text.sql);
+  BindAll(statement, text);
+  statement.Step();
+  SongTotals totals;
+  statement.Read(0, totals.songs);
+  totals.duration_seconds = statement.Double(1);
+  return totals;
+}
+
 } // namespace vexo::index

@@ -10,34 +10,21 @@
 namespace vexo::smart {
 namespace {
 
-/// Positions [begin, end) of a list; no end when nothing bounds it.
-struct Window {
-  int64_t begin = 0;
-  std::optional<int64_t> end;
-};
-
-Window MakeWindow(int offset, int limit, std::optional<int64_t> list_limit) {
-  if (offset < 0 || limit < 0) {
-    throw std::invalid_argument("a negative offset or limit");
-  }
-  Window window{offset, list_limit};
-  if (limit > 0) {
-    const int64_t end = int64_t{offset} + limit;
-    window.end = std::min(end, list_limit.value_or(end));
-  }
-  return window;
-}
-
-std::vector<index::Song> FindSongs(const SmartPlaylist &playlist, const Window &window,
-                                   const std::string &file) {
-  if (window.end && *window.end <= window.begin) {
-    return {};
-  }
-  const Scope scope = FindScope(file);
+/// The question to the index for the part of a playlist that is asked for; nothing for no song.
+std::optional<index::SongQuery> PartOf(const SmartPlaylist &playlist, const Scope &scope,
+                                       int64_t offset, int64_t limit) {
   index::SongQuery query = MakeQuery(playlist, std::time(nullptr));
   query.with_shared = scope.with_shared;
-  query.limit = window.end.value_or(0);
-  return index::ProcessIndex().QuerySongs(scope.owner, query);
+  query.offset = offset;
+  query.limit = limit;
+  if (playlist.limit) {
+    const int64_t left = *playlist.limit - offset;
+    if (left <= 0) {
+      return std::nullopt;
+    }
+    query.limit = limit == 0 ? left : std::min(limit, left);
+  }
+  return query;
 }
 
 } // namespace
@@ -48,11 +35,21 @@ std::optional<std::vector<index::Song>> ListSongs(const std::string &file, const
   if (!source) {
     return std::nullopt;
   }
-  const Window window = MakeWindow(offset, limit, source->playlist.limit);
-  std::vector<index::Song> songs = FindSongs(source->playlist, window, file);
-  const auto skipped = std::min<std::size_t>(static_cast<std::size_t>(window.begin), songs.size());
-  songs.erase(songs.begin(), songs.begin() + static_cast<std::ptrdiff_t>(skipped));
-  return songs;
+  if (offset < 0 || limit < 0) {
+    throw std::invalid_argument("a negative offset or limit");
+  }
+  return ChooseSongs(source->playlist, FindScope(file), offset, limit);
+}
+
+std::vector<index::Song> ChooseSongs(const SmartPlaylist &playlist, const Scope &scope,
+                                     int64_t offset, int64_t limit) {
+  const std::optional<index::SongQuery> query = PartOf(playlist, scope, offset, limit);
+  return query ? index::ProcessIndex().QuerySongs(scope.owner, *query) : std::vector<index::Song>();
+}
+
+index::SongTotals CountSongs(const SmartPlaylist &playlist, const Scope &scope) {
+  const std::optional<index::SongQuery> query = PartOf(playlist, scope, 0, 0);
+  return query ? index::ProcessIndex().CountSongs(scope.owner, *query) : index::SongTotals();
 }
 
 } // namespace vexo::smart

@@ -82,6 +82,35 @@ TEST_P(SongQueries, TextsAreComparedWithoutLetterCase) {
   EXPECT_THAT(Where(Leaf(Field::kTitle, kEndsWith, "a longer text than größer")), IsEmpty());
 }
 
+TEST_P(SongQueries, AreAskedForInParts) {
+  SongQuery query;
+  query.offset = 1;
+  EXPECT_THAT(Find(query), ElementsAre("/two.mp3"));
+  query.limit = 5;
+  EXPECT_THAT(Find(query), ElementsAre("/two.mp3"));
+  query.offset = 2;
+  EXPECT_THAT(Find(query), IsEmpty());
+  query.offset = 0;
+  query.limit = 1;
+  EXPECT_THAT(Find(query), ElementsAre("/one.mp3"));
+}
+
+TEST_P(SongQueries, AreCounted) {
+  SongQuery query;
+  const SongTotals all = index().CountSongs(0, query);
+  EXPECT_EQ(all.songs, 2);
+  EXPECT_DOUBLE_EQ(all.duration_seconds, 201.9);
+  query.random = true;
+  EXPECT_EQ(index().CountSongs(0, query).songs, 2);
+  query.with_shared = true;
+  EXPECT_EQ(index().CountSongs(7, query).songs, 3);
+  query.random = false;
+  query.limit = 1;
+  EXPECT_DOUBLE_EQ(index().CountSongs(0, query).duration_seconds, 100.9);
+  query.where = Leaf(Field::kTitle, kIs, "nothing");
+  EXPECT_EQ(index().CountSongs(0, query).songs, 0);
+}
+
 TEST_P(SongQueries, PercentAndUnderscoreArePlain) {
   EXPECT_THAT(Where(Leaf(Field::kTitle, kIncludes, "100%_")), ElementsAre("/one.mp3"));
   EXPECT_THAT(Where(Leaf(Field::kTitle, kIncludes, "gr%")), IsEmpty());
