@@ -3,6 +3,7 @@
 #include "files/file_io.h"
 #include "files/folder.h"
 #include "playlists/playlist_folders.h"
+#include "playlists/playlist_text.h"
 #include "system/log.h"
 #include "system/paths.h"
 #include <array>
@@ -22,7 +23,7 @@ using files::FileDescriptor;
 constexpr std::size_t kMaxTemporaryBytes = std::size_t{64} << 20;
 
 [[noreturn]] void Refuse(const std::string &path, const char *why) {
-  throw std::runtime_error("not read: " + path + " is " + why);
+  throw UnreadableError("not read: " + path + " is " + why);
 }
 
 /// Whether errno says that nothing stands at a path: a name that is too long is no file's.

@@ -1,6 +1,7 @@
 #pragma once
 // Playlist files are opened without following a link out of the folders they belong to. Where no
-// file is there is no content, and a line in the system log; what cannot or may not be read throws.
+// file is there is no content, and a line in the system log; what may not be read throws
+// UnreadableError, and what cannot be, std::system_error.
 
 #include <optional>
 #include <string>
