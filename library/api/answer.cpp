@@ -1,4 +1,5 @@
 #include "api/answer.h"
+#include "playlists/version.h"
 #include "web/answer.h"
 #include "web/output.h"
 #include "web/request.h"
@@ -70,6 +71,12 @@ Answer JsonAnswer(const Json::Value &document, const std::string &etag) {
           .body = web::ToJson(document)};
 }
 
+Answer AnswerByContent(const Json::Value &document) {
+  const std::string etag = MakeETag(playlists::ContentVersion(web::ToJson(document)));
+  std::optional<Answer> answer = NotModified(etag);
+  return answer ? *std::move(answer) : JsonAnswer(document, etag);
+}
+
 Json::Value ListOf(int64_t total, const Page &page, Json::Value items) {
   Json::Value list(Json::objectValue);
   list["total"] = Json::Int64{total};
@@ -86,6 +93,10 @@ Answer ProblemAnswer(const Problem &problem, const std::string &headers) {
   document["detail"] = problem.detail;
   if (!problem.parameter.empty()) {
     document["parameter"] = problem.parameter;
+  }
+  if (problem.line != 0) {
+    document["line"] = Json::UInt64{problem.line};
+    document["column"] = Json::UInt64{problem.column};
   }
   return {.status = problem.status,
           .headers = headers + "Cache-Control: no-store\r\n",

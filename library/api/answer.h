@@ -21,6 +21,8 @@ struct Answer {
 Answer JsonAnswer(const Json::Value &document);
 /// A document that the client may keep, and asks for again with `etag` (with its quotes).
 Answer JsonAnswer(const Json::Value &document, const std::string &etag);
+/// The same with an ETag of what it holds, or 304: for what has no version of its own.
+Answer AnswerByContent(const Json::Value &document);
 /// A page of a list: `total` counts all of it.
 Json::Value ListOf(int64_t total, const Page &page, Json::Value items);
 /// A problem's document (RFC 9457), with further headers.

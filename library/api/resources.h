@@ -35,4 +35,8 @@ Answer FillPlayerQueue(Request &request);
 // stream.cpp
 Answer Stream(Request &request);
 
+// playlists.cpp, playlist_page.cpp
+Answer Playlists(Request &request);
+Answer PlaylistPage(Request &request);
+
 } // namespace vexo::api

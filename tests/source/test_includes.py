@@ -38,9 +38,9 @@ ALLOWED = {
     "standalone/host": ["vexo", "web", "smart", "playlists", "index", "accounts", "system", "files",
                         "text"],
     # The library program: what there is, without HTTP; then streams and covers; then the resources.
-    "library/catalog": ["index", "accounts", "system", "files"],
+    "library/catalog": ["playlists", "smart", "index", "accounts", "system", "files", "text"],
     "library/media": ["web", "text"],
-    "library/api": ["media", "catalog", "web", "index", "accounts", "system", "text",
+    "library/api": ["media", "catalog", "web", "playlists", "index", "accounts", "system", "text",
                     "json"],
     "tools": ["index", "accounts", "system", "files", "text", "json", "CLI", "taglib",
               "libdeflate.h", "mpd"],

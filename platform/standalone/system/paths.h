@@ -23,6 +23,8 @@ inline constexpr const char *kSessionKey = DEVICE_ROOT "/etc/vexo/session_key";
 /// How often passwords were tried in vain.
 inline constexpr const char *kLoginAttempts = DEVICE_ROOT "/var/lib/vexo/login_attempts";
 inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
+/// What was read of playlists, to be found again; it may go at any time.
+inline constexpr const char *kPlaylistFacts = DEVICE_ROOT "/var/lib/vexo/playlist_facts";
 inline constexpr const char *kAdminLog = DEVICE_ROOT "/var/log/vexo/admin.log";
 inline constexpr const char *kSharedSmartRules = DEVICE_ROOT "/etc/mt-daapd.playlist";
 /// The folder of playlist files in a library and in a preference folder.
