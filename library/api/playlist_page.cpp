@@ -1,4 +1,5 @@
 // What a playlist holds.
+#include "api/playlist_export.h"
 #include "api/playlist_json.h"
 #include "api/resources.h"
 #include "api/song_json.h"
@@ -13,6 +14,16 @@ namespace {
 using catalog::ListEntry;
 using catalog::Playlist;
 using catalog::PlaylistKind;
+
+constexpr std::string_view kJson = "json";
+
+/// As many as a list may have.
+constexpr auto kMostExported = static_cast<int64_t>(playlists::kMaxEntries);
+
+Problem TooManyToExport() {
+  return {409, "The playlist has more than " + std::to_string(kMostExported) + " songs.",
+          "playlist"};
+}
 
 Json::Value EntryJson(const ListEntry &entry, const index::Song *song) {
   Json::Value json(Json::objectValue);
@@ -44,6 +55,17 @@ Json::Value EntriesJson(const accounts::Account &user, catalog::List &list, cons
   return items;
 }
 
+/// What is asked for of a playlist.
+struct Demand {
+  const accounts::Account &user;
+  const Playlist &playlist;
+  int owner; ///< of the songs of the random playlist
+  Page page;
+  std::string_view format;
+
+  [[nodiscard]] bool IsExport() const { return format != kJson; }
+};
+
 /// A page of songs that no file holds, in the form of a list's entries.
 Json::Value SongEntries(const std::vector<index::Song> &songs, int64_t offset) {
   Json::Value items(Json::arrayValue);
@@ -55,41 +77,77 @@ Json::Value SongEntries(const std::vector<index::Song> &songs, int64_t offset) {
   return items;
 }
 
-Json::Value PageOf(const Playlist &playlist, int64_t total, const Page &page, Json::Value items) {
-  Json::Value document = ListOf(total, page, std::move(items));
-  document["playlist"] = PlaylistJson(playlist);
-  return document;
+Answer ExportOf(const Demand &demand, const std::vector<index::Song> &songs) {
+  const catalog::Exporter exporter(demand.user);
+  std::vector<catalog::ExportedSong> exported;
+  exported.reserve(songs.size());
+  for (const index::Song &song : songs) {
+    exported.push_back(exporter.Of(song));
+  }
+  return ExportAnswer(exported, demand.playlist.name, demand.format);
 }
 
-Answer ListPage(const accounts::Account &user, const Playlist &playlist, const Page &page) {
-  std::optional<std::string> bytes = catalog::ReadList(playlist);
+Answer ExportOf(const Demand &demand, catalog::List &list) {
+  const std::vector<ListEntry> entries = list.Entries(0, list.size());
+  const catalog::SongsAtPaths songs(demand.user, entries);
+  const catalog::Exporter exporter(demand.user);
+  std::vector<catalog::ExportedSong> exported;
+  exported.reserve(entries.size());
+  for (const ListEntry &entry : entries) {
+    const index::Song *const song = entry.is_stream ? nullptr : songs.Find(entry.path);
+    exported.push_back(song != nullptr ? exporter.Of(*song) : exporter.Of(entry));
+  }
+  return ExportAnswer(exported, demand.playlist.name, demand.format);
+}
+
+Answer ListPage(const Demand &demand) {
+  std::optional<std::string> bytes = catalog::ReadList(demand.playlist);
   if (!bytes) {
     return ProblemAnswer({404, "The playlist's file is missing.", "playlist"});
   }
   const std::string version = playlists::ContentVersion(*bytes);
-  if (std::optional<Answer> answer = NotModified(MakeETag(version))) {
-    return *std::move(answer);
+  std::optional<Answer> not_modified = NotModified(MakeETag(version));
+  if (not_modified && !demand.IsExport()) {
+    return *std::move(not_modified);
   }
-  catalog::List list(*std::move(bytes), playlist.path);
-  Json::Value document =
-      PageOf(playlist, static_cast<int64_t>(list.size()), page, EntriesJson(user, list, page));
+  catalog::List list(*std::move(bytes), demand.playlist.path);
+  if (demand.IsExport()) {
+    return ExportOf(demand, list);
+  }
+  Json::Value document = ListOf(static_cast<int64_t>(list.size()), demand.page,
+                                EntriesJson(demand.user, list, demand.page));
+  document["playlist"] = PlaylistJson(demand.playlist);
   document["playlist"]["version"] = version;
   return JsonAnswer(document, MakeETag(version));
 }
 
 /// The same where the file is no list: bytes that are no text, or more of them than may be, or a
 /// link that leads out of the folders of playlists.
-Answer ListPageOrProblem(const accounts::Account &user, const Playlist &playlist,
-                         const Page &page) {
+Answer ListPageOrProblem(const Demand &demand) {
   try {
-    return ListPage(user, playlist, page);
+    return ListPage(demand);
   } catch (const playlists::UnreadableError &error) {
-    return ProblemAnswer(UnreadablePlaylist(playlist, error));
+    return ProblemAnswer(UnreadablePlaylist(demand.playlist, error));
   }
 }
 
-Answer SmartPage(const accounts::Account &user, const Playlist &playlist, const Page &page) {
-  const std::optional<std::string> block = catalog::ReadBlock(playlist);
+Answer RulePage(const Demand &demand, const smart::SmartPlaylist &rule) {
+  const int64_t most = demand.IsExport() ? kMostExported + 1 : demand.page.limit;
+  const catalog::RuleSongs found = catalog::SongsOfRule(demand.user, demand.playlist.is_personal,
+                                                        rule, demand.page.offset, most);
+  if (demand.IsExport()) {
+    return found.totals.songs > kMostExported ? ProblemAnswer(TooManyToExport())
+                                              : ExportOf(demand, found.songs);
+  }
+  Json::Value document =
+      ListOf(found.totals.songs, demand.page, SongEntries(found.songs, demand.page.offset));
+  document["playlist"] = PlaylistJson(demand.playlist);
+  AddSeconds(document["playlist"], "duration", found.totals.duration_seconds);
+  return AnswerByContent(document);
+}
+
+Answer SmartPage(const Demand &demand) {
+  const std::optional<std::string> block = catalog::ReadBlock(demand.playlist);
   if (!block) {
     return ProblemAnswer(NoSuchPlaylist());
   }
@@ -97,50 +155,63 @@ Answer SmartPage(const accounts::Account &user, const Playlist &playlist, const 
   if (const auto *error = std::get_if<catalog::RuleError>(&parsed)) {
     return ProblemAnswer(RuleProblem(409, *error));
   }
-  const catalog::RuleSongs found = catalog::SongsOfRule(
-      user, playlist.is_personal, std::get<smart::SmartPlaylist>(parsed), page.offset, page.limit);
-  Json::Value document =
-      PageOf(playlist, found.totals.songs, page, SongEntries(found.songs, page.offset));
-  AddSeconds(document["playlist"], "duration", found.totals.duration_seconds);
-  return AnswerByContent(document);
+  return RulePage(demand, std::get<smart::SmartPlaylist>(parsed));
 }
 
-Answer RandomPage(const Playlist &playlist, int owner, const Page &page) {
-  std::vector<index::Song> songs = index::ProcessIndex().RandomSongs(owner, catalog::kRandomSongs);
+Answer RandomPage(const Demand &demand) {
+  std::vector<index::Song> songs =
+      index::ProcessIndex().RandomSongs(demand.owner, catalog::kRandomSongs);
+  if (demand.IsExport()) {
+    return ExportOf(demand, songs);
+  }
   const auto total = static_cast<int64_t>(songs.size());
-  const auto first = songs.begin() + std::min(page.offset, total);
-  songs.erase(songs.begin(), first);
-  songs.resize(static_cast<std::size_t>(std::min(page.limit, static_cast<int64_t>(songs.size()))));
-  return JsonAnswer(PageOf(playlist, total, page, SongEntries(songs, page.offset)));
+  songs.erase(songs.begin(), songs.begin() + std::min(demand.page.offset, total));
+  songs.resize(std::min(static_cast<std::size_t>(demand.page.limit), songs.size()));
+  Json::Value document = ListOf(total, demand.page, SongEntries(songs, demand.page.offset));
+  document["playlist"] = PlaylistJson(demand.playlist);
+  return JsonAnswer(document);
 }
 
-Answer AnyPage(Request &request, const Playlist &playlist, int owner, const Page &page) {
-  switch (playlist.kind) {
+Answer AnyPage(const Demand &demand) {
+  switch (demand.playlist.kind) {
   case PlaylistKind::kList:
-    return ListPageOrProblem(request.User(), playlist, page);
+    return ListPageOrProblem(demand);
   case PlaylistKind::kSmart:
-    return SmartPage(request.User(), playlist, page);
+    return SmartPage(demand);
   case PlaylistKind::kRandom:
     break;
   }
-  return RandomPage(playlist, owner, page);
+  return RandomPage(demand);
+}
+
+/// Refuses parameters that say nothing of what else is asked for.
+void RefuseIdle(Query &query, bool is_random, bool is_export) {
+  if (!is_random && query.Text("library")) {
+    query.Refuse("library", "Only the random playlist has a library to choose.");
+  }
+  for (const std::string_view name : {"offset", "limit"}) {
+    if (is_export && query.Text(name)) {
+      query.Refuse(name, "A playlist is exported whole.");
+    }
+  }
 }
 
 } // namespace
 
 Answer PlaylistPage(Request &request) {
-  const Page page = ReadPage(request.query);
+  Query &query = request.query;
+  const Page page = ReadPage(query);
+  const std::string_view format = query.Choice("format", {kJson, VEXO_EXPORT_FORMATS});
   const std::optional<Playlist> playlist =
       catalog::FindPlaylist(request.User(), request.variables[0]);
-  const bool is_random = playlist && playlist->kind == PlaylistKind::kRandom;
-  if (playlist && !is_random && request.query.Text("library")) {
-    request.query.Refuse("library", "Only the random playlist has a library to choose.");
+  if (!playlist) {
+    return ProblemAnswer(query.problem().value_or(NoSuchPlaylist()));
   }
-  const int owner = is_random ? OwnerOf(request.User(), request.query) : 0;
-  if (request.query.problem()) {
-    return ProblemAnswer(*request.query.problem());
-  }
-  return playlist ? AnyPage(request, *playlist, owner, page) : ProblemAnswer(NoSuchPlaylist());
+  const bool is_random = playlist->kind == PlaylistKind::kRandom;
+  RefuseIdle(query, is_random, format != kJson);
+  const int owner = is_random ? OwnerOf(request.User(), query) : 0;
+  return query.problem() ? ProblemAnswer(*query.problem())
+                         : AnyPage({request.User(), *playlist, owner, page, format});
 }
 
 } // namespace vexo::api

@@ -28,7 +28,7 @@ std::span<const Route> Routes() {
       Route{"POST", "/players/{player}/volume", SetPlayerVolume},
       Route{"GET", "/songs/{id}/stream", Stream},
       Route{"GET", "/playlists", Playlists, "library kind q sort dir offset limit"},
-      Route{"GET", "/playlists/{playlist}", PlaylistPage, "library offset limit"},
+      Route{"GET", "/playlists/{playlist}", PlaylistPage, "format library offset limit"},
   };
   return kRoutes;
 }

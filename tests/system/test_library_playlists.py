@@ -3,6 +3,8 @@
 import os
 import shutil
 import unittest
+import urllib.parse
+import xml.etree.ElementTree
 
 from api import Api
 from server import ANNA, BEN, KINDS, LIBRARY, PERSONAL, PREFERENCE, ROOT, SHARED, ServerTest, playlistctl
@@ -236,6 +238,94 @@ class APlaylist(PlaylistTest):
         self.problem(self.anna.get("/playlists/musiclib_random", sort="name"), 400, "sort")
         made = self.make(SHARED, "No choice", [])
         self.problem(self.anna.get(f"/playlists/{made}", library="shared"), 400, "library")
+
+
+class AnExport(PlaylistTest):
+    """Of a list with a song, a stream, what is missing, and letters that each format must escape."""
+
+    LINES = ["#EXTM3U", "#EXTINF:9,Tom & <Jerry> - \"It's\"", "{song}", "#EXTINF:-1,Live \u00c5\u6f6e",
+             "http://radio.example/a b?c=<d>&e=%20", "/home/old/Music/gone [1] 100%.mp3",
+             "Some where/gone#2.mp3"]
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.inside = next(t for t in cls.tracks if "Å" in t)
+        lines = [line.replace("{song}", cls.inside) for line in cls.LINES]
+        cls.made = cls.server.add(SHARED, 'Out "ä" <&>', []).id
+        SHARED.file('Out "ä" <&>').write_text("\n".join(lines) + "\n")
+        cls.song = cls.anna.get(f"/playlists/{cls.made}").json["items"][0]["song"]
+        cls.location = os.path.relpath(cls.inside, LIBRARY)
+
+    def export(self, format_):
+        answer = self.anna.get(f"/playlists/{self.made}", format=format_)
+        self.assertEqual(answer.status, 200, answer)
+        self.assertIn("filename*=UTF-8''Out%20%22%C3%A4%22%20%3C&%3E." + format_,
+                      answer.headers["Content-Disposition"])
+        self.assertNotIn(str(ROOT).encode(), answer.body)
+        self.assertNotIn(b"/home/old", answer.body)
+        again = self.anna.get(f"/playlists/{self.made}", format=format_,
+                              headers={"If-None-Match": answer.headers["ETag"]})
+        self.assertEqual(again.status, 304)
+        return answer
+
+    def test_as_m3u8_names_songs_inside_the_library(self):
+        answer = self.export("m3u8")
+        lines = answer.body.decode().splitlines()
+        self.assertEqual(lines[0], "#EXTM3U")
+        self.assertEqual([line for line in lines if not line.startswith("#")], [
+            self.location, "http://radio.example/a b?c=<d>&e=%20", "gone [1] 100%.mp3",
+            "Some where/gone#2.mp3"])
+        self.assertIn(f'{self.song["artist"]} - {self.song["title"]}', lines[1])
+
+    def test_as_m3u_is_in_the_code_page(self):
+        conf = ROOT / "etc/vexo/playlist.conf"
+        before = conf.read_text() if conf.exists() else None
+        self.addCleanup(lambda: conf.unlink() if before is None else conf.write_text(before))
+        conf.write_text("[texts]\ncode_page = 1252\n")
+        body = self.export("m3u").body
+        self.assertIn(self.location.encode("cp1252", "replace").replace(b"?", b"_"), body)
+        self.assertIn(b"Live \xc5_", body)
+
+    def test_as_pls_counts(self):
+        text = self.export("pls").body.decode()
+        self.assertTrue(text.startswith("[playlist]\n"))
+        self.assertIn(f"File1={self.location}\n", text)
+        self.assertIn("NumberOfEntries=4\n", text)
+
+    def test_as_xspf_is_xml_that_a_parser_reads(self):
+        root = xml.etree.ElementTree.fromstring(self.export("xspf").body)
+        space = "{http://xspf.org/ns/0/}"
+        self.assertEqual((root.tag, root.get("version")), (space + "playlist", "1"))
+        self.assertEqual(root.findtext(space + "title"), 'Out "ä" <&>')
+        tracks = root.findall(f"{space}trackList/{space}track")
+        locations = [track.findtext(space + "location") for track in tracks]
+        self.assertEqual(locations, [
+            urllib.parse.quote(self.location), "http://radio.example/a%20b?c=%3Cd%3E&e=%20",
+            "gone%20%5B1%5D%20100%25.mp3", "Some%20where/gone%232.mp3"])
+        self.assertEqual(tracks[0].findtext(space + "title"), self.song["title"])
+        self.assertEqual(int(tracks[0].findtext(space + "duration")),
+                         round(self.song["duration"] * 1000))
+        self.assertIsNone(tracks[2].find(space + "title"))
+
+    def test_as_jspf_says_the_same(self):
+        playlist = self.export("jspf").json["playlist"]
+        self.assertEqual(playlist["title"], 'Out "ä" <&>')
+        self.assertEqual(playlist["track"][0]["location"], [urllib.parse.quote(self.location)])
+        self.assertEqual(playlist["track"][0]["creator"], self.song["artist"])
+
+    def test_is_of_any_kind(self):
+        RULES.write_text('"Two" { path includes "/" order by title limit 2 }')
+        self.addCleanup(RULES.write_text, "")
+        for playlist in ("musiclib_music_shared/smart/Two", "musiclib_random"):
+            answer = self.anna.get(f"/playlists/{playlist}", format="m3u8")
+            self.assertEqual(answer.status, 200)
+            self.assertNotIn(str(ROOT).encode(), answer.body)
+            self.assertGreater(answer.body.count(b"\n"), 2)
+
+    def test_is_whole(self):
+        self.problem(self.anna.get(f"/playlists/{self.made}", format="pls", limit=1), 400, "limit")
+        self.problem(self.anna.get(f"/playlists/{self.made}", format="doc"), 400, "format")
 
 
 if __name__ == "__main__":
