@@ -13,17 +13,56 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
+#include <tuple>
 
 namespace vexo::accounts {
 namespace {
 
-template <typename Predicate> std::optional<Account> FindFirst(Predicate predicate) {
-  std::vector<Account> accounts = ListAccounts();
-  const auto found = std::find_if(accounts.begin(), accounts.end(), predicate);
-  if (found == accounts.end()) {
-    return std::nullopt;
+/// Tells the accounts file from what was there before, as each change puts another file there.
+using FileVersion = std::tuple<dev_t, ino_t, off_t, int64_t, int64_t, int64_t, int64_t>;
+
+FileVersion VersionOf(const struct stat &facts) {
+  return {facts.st_dev,          facts.st_ino,         facts.st_size,        facts.st_mtim.tv_sec,
+          facts.st_mtim.tv_nsec, facts.st_ctim.tv_sec, facts.st_ctim.tv_nsec};
+}
+
+/// Nothing when there is no such file.
+std::optional<FileVersion> CurrentVersion() {
+  struct stat facts {};
+  if (stat(system::kAccountsFile, &facts) == 0) {
+    return VersionOf(facts);
   }
-  return std::move(*found);
+  if (errno != ENOENT && errno != ENOTDIR) {
+    throw std::system_error(errno, std::generic_category(), system::kAccountsFile);
+  }
+  return std::nullopt;
+}
+
+/// The accounts, parsed again when the file is another one. A disk that fails in the middle of a
+/// request must not make its user another one, whose playlists lie elsewhere: what was read before
+/// holds then.
+const std::vector<Account> &KnownAccounts() {
+  static std::vector<Account> known;
+  static std::optional<FileVersion> known_version;
+  try {
+    const std::optional<FileVersion> version = CurrentVersion();
+    if (!version || version != known_version) {
+      const std::optional<std::string> text = files::ReadWholeFile(system::kAccountsFile);
+      known = text ? ParseAccounts(*text).accounts : std::vector<Account>();
+      known_version = version;
+    }
+  } catch (const std::system_error &) {
+    if (!known_version) {
+      throw;
+    }
+  }
+  return known;
+}
+
+template <typename Predicate> std::optional<Account> FindFirst(Predicate predicate) {
+  const std::vector<Account> &accounts = KnownAccounts();
+  const auto found = std::find_if(accounts.begin(), accounts.end(), predicate);
+  return found == accounts.end() ? std::nullopt : std::optional(*found);
 }
 
 constexpr unsigned kAccountsFileMode = 0644;
@@ -105,20 +144,7 @@ void CheckAndMakeFolders(const Account &account) {
 
 } // namespace
 
-std::vector<Account> ListAccounts() {
-  // A disk that fails in the middle of a request must not make its user another one, whose
-  // playlists lie elsewhere: what was read before holds.
-  static std::optional<std::vector<Account>> known;
-  try {
-    const std::optional<std::string> text = files::ReadWholeFile(system::kAccountsFile);
-    known = text ? std::optional(ParseAccounts(*text).accounts) : std::nullopt;
-  } catch (const std::system_error &) {
-    if (!known) {
-      throw;
-    }
-  }
-  return known.value_or(std::vector<Account>());
-}
+std::vector<Account> ListAccounts() { return KnownAccounts(); }
 
 std::optional<Account> FindAccount(std::string_view name) {
   return FindFirst([&](const Account &account) { return account.name == name; });

@@ -1,9 +1,9 @@
 #pragma once
-// The users of the server, one a line in kAccountsFile. The file is read at each question, as a
-// process asks once or twice; it is replaced whole, so a reader needs no lock. Reading functions
-// throw nothing for a file that is not there (no users) and std::runtime_error, with file and line,
-// for one that is damaged. If the file becomes unreadable, the last version read by this process is
-// used.
+// The users of the server, one a line in kAccountsFile. The file is looked at for each question,
+// and read again when it is another one; it is replaced whole, so a reader needs no lock. Reading
+// functions throw nothing for a file that is not there (no users) and std::runtime_error, with file
+// and line, for one that is damaged. If the file becomes unreadable, the last version read by this
+// process is used.
 
 #include "accounts/accounts_file.h"
 #include <functional>
