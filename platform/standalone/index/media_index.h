@@ -5,6 +5,8 @@
 // result.
 
 #include "files/file_identity.h"
+#include "index/catalog.h"
+#include "index/song.h"
 #include "index/song_query.h"
 #include <cstdint>
 #include <functional>
@@ -21,21 +23,6 @@ namespace vexo::index {
 class IndexError : public std::runtime_error {
 public:
   using std::runtime_error::runtime_error;
-};
-
-struct Song {
-  int32_t id = 0;
-  int owner = 0;
-  std::string path; ///< absolute, with the library's folder as its link or account names it
-  std::string title, artist, album, album_artist, genre, composer, comment;
-  std::string type; ///< the format, as its usual file extension: "mp3", "flac", ...
-  int32_t track = 0, disc = 0, year = 0;
-  double duration_seconds = 0;
-  uint32_t bitrate = 0, sample_rate = 0, channels = 0; ///< bit/s, Hz, count
-  uint64_t size_bytes = 0;
-  int rating = 0, play_count = 0;
-  bool compilation = false;
-  int64_t time_added = 0, time_modified = 0, time_changed = 0; ///< seconds since 1970
 };
 
 /// What a list of songs tells of one of them. The texts belong to whoever hands the view out.
@@ -128,6 +115,21 @@ public:
   /// What QuerySongs() would give, counted.
   virtual SongTotals CountSongs(int owner, const SongQuery &query) = 0;
 
+  // Songs and their groups, to page through. What a page costs does not grow with the offset, and
+  // hardly with the number of songs, as long as there are no words and no groups to choose by and
+  // the index keeps the order (it does for title, artist, album, genre, year, time added and length
+  // of songs, with album, disc and track behind artist and album; for name, artist, year and time
+  // added of albums; for the names of the others). Otherwise it grows with what is chosen, at most
+  // to a look at each of the owner's songs.
+  virtual Page<CatalogSong> ListSongs(const SongList &list, const Range &range) = 0;
+  virtual Page<Group> ListGroups(const GroupList &list, const Range &range) = 0;
+  virtual std::optional<CatalogSong> FindSong(int owner, int32_t id) = 0;
+  virtual std::optional<Group> FindGroup(int owner, GroupKind kind, int32_t id) = 0;
+  /// The id of the group that `name` names, in any letter case; 0: there is none. Not for albums.
+  virtual int32_t GroupNamed(int owner, GroupKind kind, const std::string &name) = 0;
+  /// A number that grows with each change of songs.
+  virtual int64_t Revision() = 0;
+
   // Songs, as the scanner keeps them.
   /// All songs of `owner`, by path.
   virtual std::vector<SongFile> SongFiles(int owner) = 0;
@@ -156,6 +158,9 @@ public:
   virtual void InTransaction(Durable durable, const std::function<void()> &work) = 0;
 
   // Upkeep.
+  /// Takes songs that an older program wrote into the lists above, if there are any, in
+  /// transactions that others need not wait for long.
+  virtual void CompleteCatalog() = 0;
   /// After many changes: what makes later searches and openings quick again.
   virtual void Optimize() = 0;
   /// What is broken inside the index, a line a finding; nothing when all is well.

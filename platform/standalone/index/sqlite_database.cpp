@@ -96,6 +96,12 @@ Statement &Statement::BindNull(int parameter) {
   return *this;
 }
 
+Statement &Statement::BindBytes(int parameter, std::string_view bytes) {
+  Check(sqlite3_bind_blob64(handle_, parameter, bytes.data() == nullptr ? "" : bytes.data(),
+                            bytes.size(), SQLITE_STATIC));
+  return *this;
+}
+
 bool Statement::Step() {
   const int code = sqlite3_step(handle_);
   if (code != SQLITE_ROW && code != SQLITE_DONE) {
@@ -149,6 +155,12 @@ Transaction::~Transaction() {
 void Transaction::Commit() {
   database_.Execute("COMMIT");
   committed_ = true;
+}
+
+std::string Statement::Bytes(int column) const {
+  const void *bytes = sqlite3_column_blob(handle_, column);
+  const auto size = static_cast<std::size_t>(sqlite3_column_bytes(handle_, column));
+  return bytes == nullptr ? std::string() : std::string(static_cast<const char *>(bytes), size);
 }
 
 } // namespace vexo::index

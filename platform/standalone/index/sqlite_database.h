@@ -48,6 +48,8 @@ public:
   /// The text must live until the statement is stepped for the last time or bound anew.
   Statement &Bind(int parameter, std::string_view text);
   Statement &BindNull(int parameter);
+  /// Bytes that are no text; they must live as long as a text.
+  Statement &BindBytes(int parameter, std::string_view bytes);
   /// Moves to the next row; false: there is none.
   bool Step();
   /// Runs a statement that answers no row, and makes it ready for other parameters.
@@ -61,6 +63,7 @@ public:
   /// The text until the statement moves on.
   [[nodiscard]] std::string_view View(int column) const;
   [[nodiscard]] sqlite3_stmt *get() const { return handle_; }
+  [[nodiscard]] std::string Bytes(int column) const;
   /// A column whose values fit in the type that it is read into.
   template <typename Number> void Read(int column, Number &number) const {
     number = static_cast<Number>(Int64(column));

@@ -1,6 +1,9 @@
 #include "index/sqlite_index.h"
+#include "index/sqlite_ids.h"
+#include "index/sqlite_lists.h"
 #include "index/sqlite_rows.h"
 #include "index/sqlite_schema.h"
+#include "index/sqlite_song_writer.h"
 #include "index/sqlite_texts.h"
 
 #include "files/file_descriptor.h"
@@ -14,10 +17,16 @@ SqliteIndex::SqliteIndex(const std::string &path, int busy_milliseconds)
   sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   sqlite3_wal_hook(database_.get(), AfterCommit, this);
   DefineFold(database_);
-  if (MigrateSchema(database_)) {
+  const bool migrated = MigrateSchema(database_);
+  if (migrated) {
     ReserveLog();
   }
   database_.Execute("PRAGMA synchronous=FULL");
+  // A request may do this for a few songs; a larger index waits for the next scan.
+  constexpr int64_t kFewSongs = 20'000;
+  if (migrated && database_.Number("SELECT count(*) FROM songs") <= kFewSongs) {
+    CompleteCatalog();
+  }
 }
 
 SqliteIndex::~SqliteIndex() {
@@ -56,8 +65,54 @@ int SqliteIndex::AfterCommit(void *self, sqlite3 *, const char *, int log_pages)
   return SQLITE_OK;
 }
 
+void SqliteIndex::BeginBatches() {
+  if (most_log_pages_ != kLogPagesOfBatches) {
+    most_log_pages_ = kLogPagesOfBatches;
+    // The orders take new songs in all over, and pages that are not kept are read again and again.
+    database_.Execute("PRAGMA cache_size=-65536");
+  }
+}
+
+namespace {
+
+/// IdSet of songs that are not in the catalog as yet; nothing: all are.
+IdSet UncataloguedSongs(Database &database) {
+  constexpr int64_t kBatch = 1000;
+  Statement songs(database, "SELECT id FROM songs WHERE folder_id = 0 LIMIT ?1");
+  return ReadIds(songs.Bind(1, kBatch));
+}
+
+void TakeIntoCatalog(Database &database, const IdSet &ids) {
+  SongWriter writer(database);
+  for (const int32_t id : ids) {
+    writer.Complete(id);
+  }
+  writer.Flush();
+}
+
+constexpr std::array kWordTables = {"song_texts", "song_words", "group_words"};
+
+/// Gives a command to each of the trigram indexes.
+void CommandWordTables(Database &database, const std::string &command) {
+  for (const std::string table : kWordTables) {
+    database.Execute(
+        ("INSERT INTO " + table + "(" + table + ") VALUES('" + command + "')").c_str());
+  }
+}
+
+} // namespace
+
+void SqliteIndex::CompleteCatalog() {
+  for (IdSet ids = UncataloguedSongs(database_); !ids.empty(); ids = UncataloguedSongs(database_)) {
+    BeginBatches();
+    Transaction transaction(database_);
+    TakeIntoCatalog(database_, ids);
+    transaction.Commit();
+  }
+}
+
 void SqliteIndex::Optimize() {
-  database_.Execute("INSERT INTO song_texts(song_texts) VALUES('optimize')");
+  CommandWordTables(database_, "optimize");
   EmptyLog();
 }
 
@@ -70,22 +125,34 @@ std::vector<std::string> SqliteIndex::FindDamage() {
         findings.push_back(std::move(finding));
       }
     }
-    database_.Execute("INSERT INTO song_texts(song_texts) VALUES('integrity-check')");
+    CommandWordTables(database_, "integrity-check");
+    for (std::string &finding : FindListDamage(database_)) {
+      findings.push_back(std::move(finding));
+    }
   } catch (const IndexError &error) {
     findings.emplace_back(error.what());
   }
   return findings;
 }
 
+/// Groups keep their ids: those that songs still have are found again by their identities.
 void SqliteIndex::RepairDamage() {
   Transaction transaction(database_);
   database_.Execute("REINDEX");
-  database_.Execute("INSERT INTO song_texts(song_texts) VALUES('delete-all')");
+  CommandWordTables(database_, "delete-all");
+  database_.Execute("DELETE FROM entries; DELETE FROM marks; DELETE FROM group_albums;"
+                    "UPDATE song_groups SET uses = 0, songs = 0, duration_ms = 0, size = 0,"
+                    " albums = 0;"
+                    "UPDATE songs SET folder_id = 0");
   SearchWriter search(database_);
   Statement songs(database_, "SELECT " VEXO_SONG_COLUMNS " FROM songs ORDER BY id");
   while (songs.Step()) {
     search.Add(ReadSong(songs));
   }
+  for (IdSet ids = UncataloguedSongs(database_); !ids.empty(); ids = UncataloguedSongs(database_)) {
+    TakeIntoCatalog(database_, ids);
+  }
+  database_.Execute("DELETE FROM song_groups WHERE uses = 0");
   transaction.Commit();
 }
 

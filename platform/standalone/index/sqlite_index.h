@@ -27,6 +27,12 @@ public:
   std::vector<Song> RandomSongs(int owner, int count) override;
   std::vector<Song> QuerySongs(int owner, const SongQuery &query) override;
   SongTotals CountSongs(int owner, const SongQuery &query) override;
+  Page<CatalogSong> ListSongs(const SongList &list, const Range &range) override;
+  Page<Group> ListGroups(const GroupList &list, const Range &range) override;
+  std::optional<CatalogSong> FindSong(int owner, int32_t id) override;
+  std::optional<Group> FindGroup(int owner, GroupKind kind, int32_t id) override;
+  int32_t GroupNamed(int owner, GroupKind kind, const std::string &name) override;
+  int64_t Revision() override;
   std::vector<SongFile> SongFiles(int owner) override;
   void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) override;
   std::vector<SongFile> UnreadableFiles(int owner) override;
@@ -41,6 +47,7 @@ public:
   std::vector<Playlist> AllPlaylists(int owner) override;
   void InTransaction(Durable durable, const std::function<void()> &work) override;
 
+  void CompleteCatalog() override;
   void Optimize() override;
   std::vector<std::string> FindDamage() override;
   void RepairDamage() override;
@@ -53,6 +60,8 @@ private:
   /// after each batch would be most of the work.
   static constexpr int kLogPagesOfBatches = 4000;
 
+  /// What a process that writes songs in batches needs otherwise.
+  void BeginBatches();
   static int AfterCommit(void *self, sqlite3 *, const char *, int log_pages);
   int EmptyLog();
   void ReserveLog();

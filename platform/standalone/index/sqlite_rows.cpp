@@ -60,6 +60,18 @@ SongView ViewSong(const Statement &row) {
   return song;
 }
 
+CatalogSong ReadCatalogSong(const Statement &row) {
+  constexpr int kSongColumns = 25;
+  CatalogSong song{ReadSong(row), {}};
+  SongGroups &groups = song.groups;
+  int column = kSongColumns;
+  for (int32_t *id : {&groups.album, &groups.artist, &groups.album_artist, &groups.genre,
+                      &groups.composer, &groups.folder}) {
+    row.Read(column++, *id);
+  }
+  return song;
+}
+
 Playlist ReadPlaylist(const Statement &row) {
   Playlist playlist;
   row.Read(0, playlist.id);

@@ -18,6 +18,11 @@ namespace vexo::index {
   "songs.rating, songs.play_count, songs.compilation, songs.time_added, songs.time_modified, "     \
   "songs.time_changed"
 
+/// Behind those, the columns that ReadCatalogSong() reads.
+#define VEXO_SONG_GROUP_COLUMNS                                                                    \
+  "songs.album_id, songs.artist_id, songs.album_artist_id, songs.genre_id, songs.composer_id, "    \
+  "songs.folder_id"
+
 /// The columns that ReadPlaylist() reads, in its order.
 #define VEXO_PLAYLIST_COLUMNS                                                                      \
   "id, owner, path, title, album, change_time, modification_time, size, inode, born_ns"
@@ -30,6 +35,7 @@ namespace vexo::index {
 Song ReadSong(const Statement &row);
 /// Its texts are there until the statement moves on.
 SongView ViewSong(const Statement &row);
+CatalogSong ReadCatalogSong(const Statement &row);
 Playlist ReadPlaylist(const Statement &row);
 
 /// All rows that are left.

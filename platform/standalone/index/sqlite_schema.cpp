@@ -71,6 +71,59 @@ CREATE TABLE unreadable_files(
   time_modified INTEGER NOT NULL,
   PRIMARY KEY(owner, path)) WITHOUT ROWID;
 )sql",
+    // What songs have in common, and the orders to page through. A song whose folder is 0 is not in
+    // these as yet: see CompleteCatalog(). Every request reads the whole schema, so what could be
+    // an index of songs is a list among the entries.
+    R"sql(
+ALTER TABLE songs ADD COLUMN album_id INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE songs ADD COLUMN artist_id INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE songs ADD COLUMN album_artist_id INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE songs ADD COLUMN genre_id INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE songs ADD COLUMN composer_id INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE songs ADD COLUMN folder_id INTEGER NOT NULL DEFAULT 0;
+CREATE TABLE song_groups(
+  id INTEGER PRIMARY KEY AUTOINCREMENT CHECK(id <= 2147483647),
+  owner INTEGER NOT NULL,
+  kind INTEGER NOT NULL,
+  identity BLOB NOT NULL,
+  name TEXT NOT NULL,
+  parent_id INTEGER NOT NULL,
+  uses INTEGER NOT NULL DEFAULT 0,
+  songs INTEGER NOT NULL DEFAULT 0,
+  duration_ms INTEGER NOT NULL DEFAULT 0,
+  size INTEGER NOT NULL DEFAULT 0,
+  albums INTEGER NOT NULL DEFAULT 0,
+  artist_id INTEGER NOT NULL DEFAULT 0,
+  compilation INTEGER NOT NULL DEFAULT 0,
+  discs INTEGER NOT NULL DEFAULT 0,
+  year_from INTEGER NOT NULL DEFAULT 0,
+  year_to INTEGER NOT NULL DEFAULT 0,
+  time_added INTEGER NOT NULL DEFAULT 0,
+  cover_song INTEGER NOT NULL DEFAULT 0,
+  UNIQUE(owner, kind, identity));
+CREATE TABLE group_albums(
+  group_id INTEGER NOT NULL,
+  album_id INTEGER NOT NULL,
+  songs INTEGER NOT NULL,
+  PRIMARY KEY(group_id, album_id)) WITHOUT ROWID;
+CREATE TABLE entries(
+  list INTEGER NOT NULL,
+  key BLOB NOT NULL,
+  id INTEGER NOT NULL,
+  PRIMARY KEY(list, key, id)) WITHOUT ROWID;
+CREATE TABLE marks(
+  list INTEGER NOT NULL,
+  key BLOB NOT NULL,
+  id INTEGER NOT NULL,
+  entries INTEGER NOT NULL,
+  PRIMARY KEY(list, key, id)) WITHOUT ROWID;
+CREATE VIRTUAL TABLE song_words USING fts5(
+  title, content='', tokenize='trigram case_sensitive 1');
+CREATE VIRTUAL TABLE group_words USING fts5(
+  name, artist, content='', tokenize='trigram case_sensitive 1');
+CREATE TABLE catalog(revision INTEGER NOT NULL, complete INTEGER NOT NULL);
+INSERT INTO catalog SELECT 0, NOT EXISTS (SELECT 1 FROM songs);
+)sql",
 };
 
 int64_t StoredVersion(Database &database) {

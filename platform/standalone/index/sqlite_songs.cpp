@@ -3,98 +3,14 @@
 #include "index/random_generator.h"
 #include "index/sqlite_index.h"
 #include "index/sqlite_rows.h"
-#include "index/sqlite_texts.h"
+#include "index/sqlite_song_writer.h"
 
 #include <algorithm>
-#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 
 namespace vexo::index {
 namespace {
-
-/// Binds what the song's file tells, from parameter 2 on.
-void BindFileStatus(Statement &statement, const Song &song) {
-  int parameter = 2;
-  for (const std::string *text : {&song.path, &song.title, &song.artist, &song.album, &song.genre,
-                                  &song.album_artist, &song.composer, &song.comment, &song.type}) {
-    statement.Bind(parameter++, *text);
-  }
-  statement.Bind(parameter++, song.duration_seconds);
-  for (const int64_t number :
-       {int64_t{song.track}, int64_t{song.disc}, int64_t{song.year}, int64_t{song.bitrate},
-        int64_t{song.sample_rate}, int64_t{song.channels}, static_cast<int64_t>(song.size_bytes),
-        int64_t{song.compilation}, song.time_modified, song.time_changed}) {
-    statement.Bind(parameter++, number);
-  }
-}
-
-/// What the scanner does to songs, with its statements prepared once.
-class SongWriter {
-public:
-  explicit SongWriter(Database &database)
-      : database_(database), search_(database),
-        read_(database, "SELECT " VEXO_SONG_COLUMNS " FROM songs WHERE id = ?1"),
-        remove_(database, "DELETE FROM songs WHERE id = ?1"),
-        add_(database,
-             "INSERT INTO songs(owner, path, title, artist, album, genre, album_artist, "
-             "composer, comment, type, duration, track, disc, year, bitrate, sample_rate, "
-             "channels, size, compilation, time_modified, time_changed, time_added, "
-             "rating, play_count) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, "
-             "?12, ?13, ?14, ?15, ?16, ?17, ?18, ?19, ?20, ?21, ?22, ?23, ?24)"),
-        update_(database, "UPDATE songs SET path = ?2, title = ?3, artist = ?4, album = ?5, "
-                          "genre = ?6, album_artist = ?7, composer = ?8, comment = ?9, type = ?10, "
-                          "duration = ?11, track = ?12, disc = ?13, year = ?14, bitrate = ?15, "
-                          "sample_rate = ?16, channels = ?17, size = ?18, compilation = ?19, "
-                          "time_modified = ?20, time_changed = ?21 WHERE id = ?1") {}
-
-  void Remove(int32_t id) {
-    if (const std::optional<Song> old = Read(id)) {
-      search_.Remove(*old);
-      remove_.Bind(1, int64_t{id}).Run();
-    }
-  }
-
-  void Write(const Song &song) {
-    if (song.id == 0) {
-      Add(song);
-    } else if (const std::optional<Song> old = Read(song.id)) {
-      Update(*old, song);
-    }
-  }
-
-private:
-  std::optional<Song> Read(int32_t id) {
-    std::optional<Song> song;
-    if (read_.Bind(1, int64_t{id}).Step()) {
-      song = ReadSong(read_);
-    }
-    read_.Reset();
-    return song;
-  }
-
-  void Add(Song song) {
-    BindFileStatus(add_.Bind(1, int64_t{song.owner}), song);
-    add_.Bind(22, song.time_added).Bind(23, int64_t{song.rating});
-    add_.Bind(24, int64_t{song.play_count}).Run();
-    song.id = static_cast<int32_t>(sqlite3_last_insert_rowid(database_.get()));
-    search_.Add(song);
-  }
-
-  void Update(const Song &old, const Song &song) {
-    BindFileStatus(update_.Bind(1, int64_t{song.id}), song);
-    update_.Run();
-    const auto texts = [](const Song &s) { return std::tie(s.title, s.artist, s.album, s.genre); };
-    if (texts(old) != texts(song)) {
-      search_.Remove(old);
-      search_.Add(song);
-    }
-  }
-
-  Database &database_;
-  SearchWriter search_;
-  Statement read_, remove_, add_, update_;
-};
 
 /// `count` different numbers of [low, high], in random order. `count` is small beside the range.
 std::vector<int32_t> DrawNumbers(std::size_t count, int64_t low, int64_t high) {
@@ -266,7 +182,7 @@ void SqliteIndex::SetUnreadableFiles(int owner, const std::vector<SongFile> &fil
 }
 
 void SqliteIndex::WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) {
-  most_log_pages_ = kLogPagesOfBatches;
+  BeginBatches();
   Transaction transaction(database_);
   SongWriter writer(database_);
   for (const int32_t id : removed) {
@@ -275,6 +191,7 @@ void SqliteIndex::WriteSongs(const std::vector<Song> &songs, const std::vector<i
   for (const Song &song : songs) {
     writer.Write(song);
   }
+  writer.Flush();
   transaction.Commit();
 }
 

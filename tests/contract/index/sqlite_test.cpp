@@ -106,8 +106,21 @@ TEST_F(SqliteFile, AnIndexOfANewerProgramIsRefusedAndKept) {
   EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM playlists"), 1);
 }
 
+/// What it was before there were albums.
+void MakeThirdVersion(const std::string &path) {
+  Database database(path, kImpatient);
+  for (const std::string column :
+       {"album", "artist", "album_artist", "genre", "composer", "folder"}) {
+    database.Execute(("ALTER TABLE songs DROP COLUMN " + column + "_id").c_str());
+  }
+  database.Execute("DROP TABLE song_groups; DROP TABLE group_albums; DROP TABLE entries;"
+                   "DROP TABLE marks; DROP TABLE song_words; DROP TABLE group_words;"
+                   "DROP TABLE catalog; PRAGMA user_version=3");
+}
+
 /// What the index was at first.
 void MakeFirstVersion(const std::string &path) {
+  MakeThirdVersion(path);
   Database(path, kImpatient)
       .Execute("ALTER TABLE playlists DROP COLUMN inode;"
                "ALTER TABLE playlists DROP COLUMN born_ns;"
@@ -129,6 +142,63 @@ TEST_F(SqliteFile, AnOlderIndexKeepsItsRows) {
   EXPECT_TRUE(index.UpdatePlaylist(0, id, old));
   EXPECT_EQ(index.PlaylistByPath(0, "/a")->file, old.file);
   EXPECT_THAT(index.UnreadableFiles(0), IsEmpty());
+}
+
+TEST_F(SqliteFile, SongsOfAnOlderIndexGetTheirAlbums) {
+  Song song = MakeSong("/m/a/1.ogg");
+  song.artist = "Brown";
+  song.album = "Blue";
+  SqliteIndex(path()).WriteSongs({song, MakeSong("/m/b/2.ogg", 3)}, {});
+  const std::vector<SongFile> before = SqliteIndex(path()).SongFiles(0);
+  MakeThirdVersion(path());
+  SqliteIndex index(path());
+  EXPECT_EQ(index.SongFiles(0), before);
+  GroupList albums;
+  const Page<Group> page = index.ListGroups(albums, {0, 10});
+  ASSERT_THAT(page.items, SizeIs(1));
+  EXPECT_EQ(page.items[0].name, "Blue");
+  SongList songs;
+  songs.words = "brown";
+  songs.sort = {Field::kTitle};
+  EXPECT_EQ(index.ListSongs(songs, {0, 10}).total, 1);
+  EXPECT_THAT(index.FindDamage(), IsEmpty());
+}
+
+TEST_F(SqliteFile, AnOlderIndexOfManySongsWaitsForAScan) {
+  constexpr int kSongs = 20'001;
+  std::vector<Song> songs;
+  for (int i = 0; i < kSongs; ++i) {
+    songs.push_back(MakeSong("/" + std::to_string(i)));
+  }
+  SqliteIndex(path()).WriteSongs(songs, {});
+  MakeThirdVersion(path());
+  SqliteIndex index(path());
+  SongList list;
+  list.sort = {Field::kTitle};
+  EXPECT_EQ(index.ListSongs(list, {0, 1}).total, 0);
+  songs[0].id = index.SongsByPath({"/0"}).at(0).id;
+  songs[0].title = "changed";
+  index.WriteSongs({songs[0]}, {index.SongsByPath({"/1"}).at(0).id});
+  EXPECT_EQ(index.ListSongs(list, {0, 1}).total, 1) << "what is written meanwhile is there";
+  index.CompleteCatalog();
+  EXPECT_EQ(index.ListSongs(list, {0, 1}).total, kSongs - 1);
+  EXPECT_THAT(index.FindDamage(), IsEmpty());
+}
+
+TEST_F(SqliteFile, ListsThatAreBrokenAreFoundAndBuiltAnew) {
+  Song song = MakeSong("/m/a/1.ogg");
+  song.album = "Blue";
+  SqliteIndex(path()).WriteSongs({song, MakeSong("/m/b/2.ogg")}, {});
+  const int32_t album = SqliteIndex(path()).ListGroups({}, {0, 1}).items.at(0).id;
+  Database(path(), kImpatient).Execute("DELETE FROM entries WHERE id = 1");
+  SqliteIndex index(path());
+  EXPECT_THAT(index.FindDamage(), Not(IsEmpty()));
+  index.RepairDamage();
+  EXPECT_THAT(index.FindDamage(), IsEmpty());
+  SongList list;
+  list.sort = {Field::kTitle};
+  EXPECT_THAT(index.ListSongs(list, {0, 9}).items, SizeIs(2));
+  EXPECT_EQ(index.ListGroups({}, {0, 1}).items.at(0).id, album) << "groups keep their ids";
 }
 
 TEST_F(SqliteFile, AMigrationThatFailsChangesNothing) {
@@ -177,16 +247,19 @@ TEST_F(SqliteFile, APathThatCannotBeOpenedIsAnError) {
 }
 
 TEST_F(SqliteFile, ADamagedTableIsAnErrorWhenItIsRead) {
+  constexpr std::size_t kPage = 4096;
+  std::size_t without_rows = 0;
   {
     SqliteIndex index(path());
+    index.Optimize();
+    without_rows = fs::file_size(path()) / kPage;
     for (int i = 0; i < 200; ++i) {
       index.AddPlaylist(MakePlaylist("/" + std::to_string(i)));
     }
     index.Optimize();
   }
-  constexpr std::size_t kPage = 4096;
   std::string bytes = ReadBytes(path());
-  for (std::size_t page = 2; page < bytes.size() / kPage; ++page) {
+  for (std::size_t page = without_rows; page < bytes.size() / kPage; ++page) {
     bytes.replace(page * kPage, 64, std::string(64, '\xaa'));
   }
   WriteBytes(path(), bytes);

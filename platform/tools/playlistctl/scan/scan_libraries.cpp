@@ -78,6 +78,7 @@ bool ScanLibraries(const std::string &name, bool forget_all) {
   if (!lock.IsHeld()) {
     throw std::runtime_error("another scan is at work");
   }
+  index->CompleteCatalog();
   index::ScanState state;
   state.started = Now();
   ScanOptions how;

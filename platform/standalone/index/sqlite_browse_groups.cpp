@@ -1,0 +1,154 @@
+// Albums, artists, folders, ... to page through.
+
+#include "index/orders.h"
+#include "index/sort_keys.h"
+#include "index/sqlite_groups.h"
+#include "index/sqlite_ids.h"
+#include "index/sqlite_index.h"
+#include "index/sqlite_lists.h"
+#include "index/sqlite_words.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace vexo::index {
+namespace {
+
+constexpr const char *kGroupById =
+    "SELECT " VEXO_GROUP_COLUMNS " FROM " VEXO_GROUP_TABLES " WHERE g.id = ?1";
+
+/// The groups that may be what a list asks for; nothing: all of the kind.
+std::optional<IdSet> Candidates(Database &database, const GroupList &list) {
+  std::vector<IdSet> sets;
+  for (const std::string &word : FoldedWords(list.words)) {
+    sets.push_back(GroupsWithWord(database, word, list.kind == GroupKind::kAlbum));
+  }
+  if (list.in_group != 0) {
+    Statement albums(database, "SELECT album_id FROM group_albums WHERE group_id = ?1");
+    sets.push_back(ReadIds(albums.Bind(1, int64_t{list.in_group})));
+  }
+  if (list.artist_id != 0) {
+    sets.push_back(Members(database, list.artist_id, Membership::kAlbums));
+  }
+  if (list.parent_id != 0) {
+    sets.push_back(Members(database, list.parent_id, Membership::kChildren));
+  }
+  return sets.empty() ? std::nullopt : std::optional(Intersection(std::move(sets)));
+}
+
+IdSet GroupsOfKind(Database &database, const GroupList &list) {
+  Statement statement(database, "SELECT id FROM song_groups WHERE owner = ?1 AND kind = ?2");
+  statement.Bind(1, int64_t{list.owner}).Bind(2, static_cast<int64_t>(list.kind));
+  return ToSet(ReadIds(statement));
+}
+
+bool IsWanted(const Group &group, const GroupList &list) {
+  if (group.owner != list.owner || group.kind != list.kind) {
+    return false;
+  }
+  if (!list.year_from && !list.year_to) {
+    return true;
+  }
+  return group.year_to > 0 && group.year_to >= list.year_from.value_or(0) &&
+         group.year_from <= list.year_to.value_or(INT32_MAX);
+}
+
+std::vector<Group> ReadGroups(Database &database, const IdSet &ids) {
+  Statement read(database, kGroupById);
+  std::vector<Group> groups;
+  groups.reserve(ids.size());
+  for (const int32_t id : ids) {
+    if (read.Bind(1, int64_t{id}).Step()) {
+      groups.push_back(ReadGroup(read));
+    }
+    read.Reset();
+  }
+  return groups;
+}
+
+/// The wanted ones of the groups, sorted, and a stretch of them.
+Page<Group> SortGroups(std::vector<Group> groups, const GroupList &list, const Range &range) {
+  std::vector<KeyedId> keyed;
+  std::unordered_map<int32_t, Group> by_id;
+  for (Group &group : groups) {
+    if (IsWanted(group, list)) {
+      keyed.emplace_back(GroupSortKey(group, list.sort), group.id);
+      by_id.emplace(group.id, std::move(group));
+    }
+  }
+  Page<Group> page;
+  page.total = static_cast<int64_t>(keyed.size());
+  for (const int32_t id : SortedPart(std::move(keyed), list.ascending, range)) {
+    page.items.push_back(std::move(by_id.at(id)));
+  }
+  return page;
+}
+
+const GroupOrder *ServingOrder(const GroupList &list) {
+  for (const GroupOrder &order : OrdersOf(list.kind)) {
+    if (!list.sort.empty() && order.Serves(list.sort)) {
+      return &order;
+    }
+  }
+  return nullptr;
+}
+
+Page<Group> ListWanted(Database &database, const GroupList &list, const Range &range) {
+  const std::optional<IdSet> candidates = Candidates(database, list);
+  const GroupOrder *order = ServingOrder(list);
+  if (!candidates && order != nullptr && !list.year_from && !list.year_to) {
+    const Page<int32_t> ids =
+        ReadList(database, ListNumber(list.owner, order->number), list.ascending, range);
+    return {ids.total, ReadGroups(database, ids.items)};
+  }
+  const IdSet ids = candidates ? *candidates : GroupsOfKind(database, list);
+  return SortGroups(ReadGroups(database, ids), list, range);
+}
+
+/// Gives the groups that are no albums the picture of one of their albums.
+void FindCovers(Database &database, std::vector<Group> &groups) {
+  Statement of_folder(database, "SELECT cover_song FROM entries JOIN song_groups USING(id) "
+                                "WHERE list = ?1 AND key = x'' AND cover_song > 0 LIMIT 1");
+  Statement of_name(database, "SELECT cover_song FROM group_albums JOIN song_groups "
+                              "ON id = album_id WHERE group_id = ?1 LIMIT 1");
+  for (Group &group : groups) {
+    if (group.kind == GroupKind::kAlbum) {
+      continue;
+    }
+    const bool is_folder = group.kind == GroupKind::kFolder;
+    Statement &cover = is_folder ? of_folder : of_name;
+    cover.Bind(1, is_folder ? MemberList(group.id, Membership::kChildren) : int64_t{group.id});
+    if (cover.Step()) {
+      cover.Read(0, group.cover_song);
+    }
+    cover.Reset();
+  }
+}
+
+} // namespace
+
+Page<Group> SqliteIndex::ListGroups(const GroupList &list, const Range &range) {
+  const Moment moment(database_, 2);
+  Page<Group> page = ListWanted(database_, list, range);
+  FindCovers(database_, page.items);
+  return page;
+}
+
+std::optional<Group> SqliteIndex::FindGroup(int owner, GroupKind kind, int32_t id) {
+  std::vector<Group> groups = ReadGroups(database_, {id});
+  if (groups.empty() || groups[0].owner != owner || groups[0].kind != kind) {
+    return std::nullopt;
+  }
+  FindCovers(database_, groups);
+  return groups[0];
+}
+
+int32_t SqliteIndex::GroupNamed(int owner, GroupKind kind, const std::string &name) {
+  const std::string identity = kind == GroupKind::kFolder ? name : NamedGroup(kind, name).identity;
+  Statement find(database_, "SELECT id FROM song_groups WHERE owner = ?1 AND kind = ?2 "
+                            "AND identity = ?3");
+  find.Bind(1, int64_t{owner}).Bind(2, static_cast<int64_t>(kind)).BindBytes(3, identity);
+  return find.Step() ? static_cast<int32_t>(find.Int64(0)) : 0;
+}
+
+} // namespace vexo::index

@@ -1,0 +1,221 @@
+// Songs to page through.
+
+#include "index/orders.h"
+#include "index/sort_keys.h"
+#include "index/sqlite_ids.h"
+#include "index/sqlite_index.h"
+#include "index/sqlite_lists.h"
+#include "index/sqlite_rows.h"
+#include "index/sqlite_words.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vexo::index {
+namespace {
+
+constexpr const char *kSongById =
+    "SELECT " VEXO_SONG_COLUMNS ", " VEXO_SONG_GROUP_COLUMNS " FROM songs WHERE id = ?1";
+
+IdSet SongsOfOwner(Database &database, int owner) {
+  Statement songs(database, "SELECT id FROM songs WHERE owner = ?1 ORDER BY id");
+  return ReadIds(songs.Bind(1, int64_t{owner}));
+}
+
+/// Finds the songs that a list asks for.
+class SongChooser {
+public:
+  SongChooser(Database &database, const SongList &list) : database_(database), list_(list) {}
+
+  /// Their ids, ascending; nothing: all songs of the owner.
+  std::optional<IdSet> Choose() {
+    ChooseByGroups();
+    ChooseByYear();
+    for (const std::string &word : FoldedWords(list_.words)) {
+      sets_.push_back(WithWord(word));
+    }
+    if (sets_.empty() && !list_.type.empty()) {
+      sets_.push_back(SongsOfOwner(database_, list_.owner));
+    }
+    if (sets_.empty()) {
+      return std::nullopt;
+    }
+    IdSet ids = OfOwner(Intersection(std::move(sets_)));
+    return list_.type.empty() ? std::move(ids) : OfType(std::move(ids));
+  }
+
+private:
+  void ChooseByGroups() {
+    const SongGroups &groups = list_.groups;
+    for (const int32_t group :
+         {groups.album, groups.artist, groups.genre, groups.composer, groups.folder}) {
+      if (group != 0) {
+        sets_.push_back(Members(database_, group, Membership::kSongs));
+      }
+    }
+    if (groups.album_artist != 0) {
+      sets_.push_back(Members(database_, groups.album_artist, Membership::kAlbumArtistSongs));
+    }
+  }
+
+  void ChooseByYear() {
+    if (list_.year_from || list_.year_to) {
+      const int64_t first = std::max(1, list_.year_from.value_or(1));
+      const int64_t last = list_.year_to.value_or(INT32_MAX);
+      const int64_t list = ListNumber(list_.owner, kSongsByYear.number);
+      sets_.push_back(IdsBetween(database_, list, YearKey(first), YearKey(last + 1)));
+    }
+  }
+
+  /// In the title, or in what groups of songs are named.
+  IdSet WithWord(const std::string &word) {
+    IdSet ids = SongsWithWord(database_, word);
+    for (const int32_t group : GroupsWithWord(database_, word, false)) {
+      AddSongsOf(group, ids);
+    }
+    return ToSet(std::move(ids));
+  }
+
+  /// Those of an album or an artist of the owner.
+  void AddSongsOf(int32_t group, IdSet &ids) {
+    kind_.Bind(1, int64_t{group}).Bind(2, int64_t{list_.owner});
+    const int64_t kind = kind_.Step() ? kind_.Int64(0) : 0;
+    kind_.Reset();
+    const auto add = [&](Membership membership) {
+      const IdSet more = Members(database_, group, membership);
+      ids.insert(ids.end(), more.begin(), more.end());
+    };
+    if (kind == static_cast<int64_t>(GroupKind::kAlbum)) {
+      add(Membership::kSongs);
+    } else if (kind == static_cast<int64_t>(GroupKind::kArtist)) {
+      add(Membership::kSongs);
+      add(Membership::kAlbumArtistSongs);
+    }
+  }
+
+  /// A few are asked for their owner one by one, many are compared with all of the owner's.
+  IdSet OfOwner(IdSet ids) {
+    constexpr std::size_t kFew = 2000;
+    if (ids.size() > kFew) {
+      return Intersection({std::move(ids), SongsOfOwner(database_, list_.owner)});
+    }
+    Statement owner(database_, "SELECT owner FROM songs WHERE id = ?1");
+    std::erase_if(ids, [&](int32_t id) {
+      const bool is_owners = owner.Bind(1, int64_t{id}).Step() && owner.Int64(0) == list_.owner;
+      owner.Reset();
+      return !is_owners;
+    });
+    return ids;
+  }
+
+  IdSet OfType(IdSet ids) {
+    Statement type(database_, "SELECT type FROM songs WHERE id = ?1");
+    std::erase_if(ids, [&](int32_t id) {
+      const bool same = type.Bind(1, int64_t{id}).Step() && type.Text(0) == list_.type;
+      type.Reset();
+      return !same;
+    });
+    return ids;
+  }
+
+  Database &database_;
+  const SongList &list_;
+  std::vector<IdSet> sets_;
+  Statement kind_{database_, "SELECT kind FROM song_groups WHERE id = ?1 AND owner = ?2"};
+};
+
+const SongOrder *ServingOrder(const SongList &list) {
+  const auto *const order =
+      std::find_if(kSongOrders.begin(), kSongOrders.end(),
+                   [&](const SongOrder &kept) { return kept.Serves(list.sort); });
+  return list.sort.empty() || order == kSongOrders.end() ? nullptr : order;
+}
+
+/// A stretch of the chosen songs, by going through a kept order of all.
+IdSet PartOfKeptOrder(Database &database, const SongList &list, int order, const IdSet &chosen,
+                      const Range &range) {
+  const IdBits bits(chosen);
+  IdSet part;
+  int64_t position = 0;
+  WalkList(database, ListNumber(list.owner, order), list.ascending, [&](int32_t id) {
+    if (bits.Has(id) && position++ >= range.offset) {
+      part.push_back(id);
+    }
+    return static_cast<int64_t>(part.size()) < range.limit;
+  });
+  return part;
+}
+
+/// A stretch of the chosen songs, by sorting them.
+IdSet PartBySorting(Database &database, const SongList &list, const IdSet &chosen,
+                    const Range &range) {
+  Statement read(database, kSongById);
+  std::vector<KeyedId> keyed;
+  keyed.reserve(chosen.size());
+  for (const int32_t id : chosen) {
+    if (read.Bind(1, int64_t{id}).Step()) {
+      const CatalogSong song = ReadCatalogSong(read);
+      keyed.emplace_back(SongSortKey(song.song, song.groups, list.sort), id);
+    }
+    read.Reset();
+  }
+  return SortedPart(std::move(keyed), list.ascending, range);
+}
+
+IdSet PartOfChosen(Database &database, const SongList &list, const IdSet &chosen,
+                   const Range &range) {
+  // To sort a song costs about so many times what a step through a kept order costs.
+  constexpr int64_t kSortToStep = 16;
+  if (list.sort.empty() || range.limit <= 0) {
+    return Part(chosen, list.ascending, range);
+  }
+  const SongOrder *order = ServingOrder(list);
+  const auto size = static_cast<int64_t>(chosen.size());
+  if (order != nullptr &&
+      size * kSortToStep > CountEntries(database, ListNumber(list.owner, order->number))) {
+    return PartOfKeptOrder(database, list, order->number, chosen, range);
+  }
+  return PartBySorting(database, list, chosen, range);
+}
+
+Page<int32_t> ListSongIds(Database &database, const SongList &list, const Range &range) {
+  std::optional<IdSet> chosen = SongChooser(database, list).Choose();
+  const SongOrder *order = ServingOrder(list);
+  if (!chosen && order != nullptr) {
+    return ReadList(database, ListNumber(list.owner, order->number), list.ascending, range);
+  }
+  if (!chosen) {
+    chosen = SongsOfOwner(database, list.owner);
+  }
+  return {static_cast<int64_t>(chosen->size()), PartOfChosen(database, list, *chosen, range)};
+}
+
+} // namespace
+
+Page<CatalogSong> SqliteIndex::ListSongs(const SongList &list, const Range &range) {
+  const Moment moment(database_, 2);
+  const Page<int32_t> ids = ListSongIds(database_, list, range);
+  Page<CatalogSong> page;
+  page.total = ids.total;
+  Statement read(database_, kSongById);
+  for (const int32_t id : ids.items) {
+    if (read.Bind(1, int64_t{id}).Step()) {
+      page.items.push_back(ReadCatalogSong(read));
+    }
+    read.Reset();
+  }
+  return page;
+}
+
+std::optional<CatalogSong> SqliteIndex::FindSong(int owner, int32_t id) {
+  Statement read(database_, kSongById);
+  std::optional<CatalogSong> song;
+  if (read.Bind(1, int64_t{id}).Step() && ReadCatalogSong(read).song.owner == owner) {
+    song = ReadCatalogSong(read);
+  }
+  return song;
+}
+
+int64_t SqliteIndex::Revision() { return database_.Number("SELECT revision FROM catalog"); }
+
+} // namespace vexo::index

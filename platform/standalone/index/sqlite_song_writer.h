@@ -1,0 +1,34 @@
+#pragma once
+// What the scanner does to songs, with its statements prepared once.
+
+#include "index/sqlite_catalog_writer.h"
+#include "index/sqlite_texts.h"
+#include <optional>
+
+namespace vexo::index {
+
+class SongWriter {
+public:
+  explicit SongWriter(Database &database);
+  void Remove(int32_t id);
+  /// Adds a song whose id is 0; gives the others what their files tell.
+  void Write(const Song &song);
+  /// Takes a song that an older program wrote into the catalog.
+  void Complete(int32_t id);
+  /// Must be the last call.
+  void Flush();
+
+private:
+  std::optional<CatalogSong> Read(int32_t id);
+  void Add(Song song);
+  void Update(const CatalogSong &old, const Song &song);
+  void WriteGroups(int32_t id, const SongGroups &groups);
+
+  Database &database_;
+  SearchWriter search_;
+  CatalogWriter catalog_;
+  Statement read_, remove_, add_, update_, write_groups_;
+  bool changed_ = false;
+};
+
+} // namespace vexo::index
