@@ -7,6 +7,8 @@
 #include "host/core.h"
 #include "host/guard.h"
 #include "host/records.h"
+#include "playlists/condition.h"
+#include "playlists/version.h"
 #include "smart/block_scanner.h"
 #include "smart/rule_edits.h"
 #include "smart/rule_file.h"
@@ -73,16 +75,26 @@ void RequireFree(std::string_view rules, const std::string &name) {
   }
 }
 
+/// The version of a smart playlist is that of its own block: edits of others in the file change it
+/// not.
+void RequireVersionOfBlock(std::string_view rules, const std::string &name) {
+  const std::optional<smart::Block> block = smart::FindBlock(rules, name);
+  playlists::RequireVersion(block ? std::optional(smart::BlockText(rules, *block)) : std::nullopt);
+}
+
 void AddPlaylist(const char *file, const NewBlock &block) {
   const files::TextEdit edit = [&](std::string_view rules) {
+    playlists::RequireVersion(std::nullopt);
     RequireFree(rules, block.name);
     return std::optional(smart::AppendBlock(rules, block.text));
   };
   smart::EditRuleFile(file, edit, true);
+  playlists::NoteVersion(playlists::ContentVersion(block.text));
 }
 
 void ReplacePlaylist(const char *file, const std::string &name, const NewBlock &block) {
   const files::TextEdit edit = [&](std::string_view rules) {
+    RequireVersionOfBlock(rules, name);
     if (block.name != name) {
       RequireFree(rules, block.name);
     }
@@ -93,6 +105,7 @@ void ReplacePlaylist(const char *file, const std::string &name, const NewBlock &
     return changed;
   };
   smart::EditRuleFile(file, edit, false);
+  playlists::NoteVersion(playlists::ContentVersion(block.text));
 }
 
 void RunCommand(const std::string &command) {
@@ -159,6 +172,9 @@ int iTunesPlaylistDeleteByFilename(const char *file, PSZLIST names) {
       throw std::invalid_argument("null argument");
     }
     const files::TextEdit edit = [&](std::string_view rules) {
+      for (const std::string &name : names->texts) {
+        RequireVersionOfBlock(rules, name);
+      }
       return smart::RemoveBlocks(rules, names->texts);
     };
     smart::EditRuleFile(file, edit, false);

@@ -5,6 +5,7 @@
 #include "host/guard.h"
 #include "host/records.h"
 #include "index/media_index.h"
+#include "playlists/condition.h"
 #include "playlists/playlist_text.h"
 #include "playlists/rows.h"
 #include "playlists/seen_files.h"
@@ -214,6 +215,7 @@ int VEXOPlaylistIDGet(const char *library, int userId, const char *path, char *b
     const int owner = LibraryOwner(library, userId);
     const auto row = ProcessIndex().PlaylistByPath(owner, Required(path));
     if (!row) {
+      playlists::RequireVersion(std::nullopt); // this is what asks for the playlist to overwrite
       return -1;
     }
     playlists::ExpectFile(*row);

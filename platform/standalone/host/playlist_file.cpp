@@ -5,6 +5,7 @@
 #include "host/arguments.h"
 #include "host/guard.h"
 #include "host/records.h"
+#include "playlists/condition.h"
 #include "playlists/entries.h"
 #include "playlists/playlist_edits.h"
 #include "playlists/playlist_folders.h"
@@ -48,7 +49,8 @@ int EditInLibrary(const char *library, int user_id, const char *id, const files:
 /// Edits the playlist file of a preference folder.
 int EditInPreferences(const char *path, const files::Edit &edit) {
   playlists::RequireInPlaylistsFolder(Required(path));
-  if (!files::EditDurably(path, edit)) {
+  if (!files::EditDurably(path, playlists::Versioned(edit))) {
+    playlists::RequireVersion(std::nullopt);
     throw std::runtime_error(std::string("there is no playlist ") + path);
   }
   return 0;

@@ -1,8 +1,10 @@
 // The web framework: the request, who made it, and the answer.
 #include "vexo/web.h"
 
+#include "host/condition.h"
 #include "host/guard.h"
 #include "host/records.h"
+#include "playlists/condition.h"
 #include "playlists/write_playlist.h"
 #include "system/limits.h"
 #include "system/log.h"
@@ -44,6 +46,25 @@ bool HasSucceeded() {
   return playlists::FinishWriting() && (only_asks || !playlists::HasReadFailed());
 }
 
+bool ReportsSuccess(const Json::Value &response) {
+  return response.isObject() && response.get("success", false) == true;
+}
+
+/// Whether the answer is that a playlist has not the version which the client has seen. An action
+/// that succeeds without a look at any has changed nothing, and found none of that version.
+bool IsRefusedByVersion(const Json::Value &response) {
+  return playlists::HasConditionFailed() ||
+         (playlists::HasCondition() && !playlists::IsConditionMet() && ReportsSuccess(response));
+}
+
+/// Tells the version that the playlist has now. The status is written out because a web server may
+/// otherwise hold the new version against the client's If-Match.
+std::string VersionHeader(const Json::Value &response) {
+  const std::optional<std::string> version = playlists::NotedVersion();
+  return version && ReportsSuccess(response) ? "Status: 200 OK\r\nETag: \"" + *version + "\"\r\n"
+                                             : "";
+}
+
 std::string KeepBlanksApart(const std::string &text) {
   std::string kept;
   kept.reserve(text.size());
@@ -69,7 +90,7 @@ WebMan::~WebMan() = default;
 
 bool WebMan::IsAuthorized(const char * /*privilege*/, int /*level*/,
                           _tag_cgi_position /*position*/) {
-  const std::optional<web::Refusal> refusal = Guarded(web::Refusal::kNoAccounts, [&] {
+  const std::optional<web::Refusal> refusal = Guarded(web::Refusal::kFailed, [&] {
     const std::optional<web::Login> login = web::LoginOfRequest();
     state_->login = login.value_or(web::Login());
     return web::RefusalOfRequest(login);
@@ -86,8 +107,10 @@ bool WebMan::LoadIn() {
       return false;
     }
     only_asks = !web::ChangesSomething(In("action", ""));
-    const std::optional<web::Refusal> refusal =
-        web::RefusalOfAction(state_->parameters, state_->login);
+    std::optional<web::Refusal> refusal = web::RefusalOfAction(state_->parameters, state_->login);
+    if (!refusal && !only_asks) {
+      refusal = TakeCondition(state_->parameters, state_->login);
+    }
     if (refusal) {
       state_->parameters.Clear();
       Refuse(*refusal);
@@ -172,12 +195,15 @@ void ActionHandler::PrintResponse(Json::Value response, const char *contentType)
     if (response.isNull()) {
       response = Json::Value(Json::objectValue);
     }
-    const bool reports_success = response.isObject() && response.get("success", false) == true;
-    if (reports_success && !HasSucceeded()) {
+    if (ReportsSuccess(response) && !HasSucceeded()) {
       response.clear();
       SetError(response, "common", "error_system", __LINE__);
     }
-    web::PrintAnswer(response, contentType);
+    if (IsRefusedByVersion(response)) {
+      web::PrintRefusal(web::Refusal::kVersion);
+      return 0;
+    }
+    web::PrintAnswer(response, contentType, VersionHeader(response));
     return 0;
   });
 }

@@ -3,6 +3,7 @@
 #include "files/edit_file.h"
 #include "files/file_identity.h"
 #include "files/folder.h"
+#include "playlists/condition.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/settled_rows.h"
 #include "system/log.h"
@@ -54,6 +55,7 @@ private:
 index::Playlist RequireRow(int owner, int32_t id) {
   auto row = FindRow(owner, id);
   if (!row) {
+    RequireVersion(std::nullopt);
     throw std::runtime_error("no playlist with the id " + std::to_string(id));
   }
   return *std::move(row);
@@ -69,7 +71,7 @@ bool TryEditRow(const index::Playlist &row, const files::Edit &edit) {
   // the row tells.
   files::EditOptions options;
   options.verify = [&] { return RequireRow(row.owner, row.id).path == row.path; };
-  return files::EditDurably(row.path, edit, options);
+  return files::EditDurably(row.path, Versioned(edit), options);
 }
 
 /// Takes the file away, then the row; false: no file is at the row's path (any more).
@@ -179,6 +181,7 @@ void EditRow(const RowKey &key, const files::Edit &edit) {
       return;
     }
   } while (backoff.Wait());
+  RequireVersion(std::nullopt);
   throw std::runtime_error("the file of the playlist " + std::to_string(key.id) + " is not there");
 }
 

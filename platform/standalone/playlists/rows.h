@@ -14,9 +14,9 @@ struct RowKey {
   int32_t id;
 };
 
-/// Edits the file of a playlist, wherever a rename moves it meanwhile. Throws when there is no
-/// such row, when its file stays missing for about two seconds, when the file lies outside of the
-/// library, and whatever `edit` throws.
+/// Edits the file of a playlist under the condition of playlists/condition.h, wherever a rename
+/// moves it meanwhile. Throws when there is no such row, when its file stays missing for about two
+/// seconds, when the file lies outside of the library, and whatever `edit` throws.
 void EditRow(const RowKey &key, const files::Edit &edit);
 
 /// Removes playlists, files and rows; one that is not there is removed already. A file is taken

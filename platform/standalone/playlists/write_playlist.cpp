@@ -3,9 +3,12 @@
 #include "files/edit_file.h"
 #include "files/file_identity.h"
 #include "files/folder.h"
+#include "playlists/condition.h"
+#include "playlists/held_versions.h"
 #include "playlists/playlist_edits.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/seen_files.h"
+#include "playlists/version.h"
 #include "system/log.h"
 #include "system/paths.h"
 #include <algorithm>
@@ -37,12 +40,15 @@ void RequireThatReadsSucceeded(const std::string &path) {
 /// Puts the songs into the file, which is made when it is not there.
 void WriteNow(std::span<const NewEntry> songs, const std::string &path) {
   bool is_new = false;
-  files::EditOrCreateDurably(path, Replacing(songs), [&] {
+  files::EditOrCreateDurably(path, Versioned(Replacing(songs)), [&] {
+    RequireVersion(std::nullopt);
     if (WasTakenAway(path)) {
       throw std::runtime_error("renamed or deleted meanwhile: " + path);
     }
     is_new = true;
-    return std::string(kM3uHead) + M3uEntries(songs);
+    std::string content = std::string(kM3uHead) + M3uEntries(songs);
+    NoteVersion(ContentVersion(content));
+    return content;
   });
   RefreshRowsOf(path);
   if (is_new) {
@@ -84,7 +90,7 @@ void Finish(const HeldBack &held) {
   RequireThatReadsSucceeded(held.path);
   files::EditOptions options;
   options.takes_too_large = true;
-  if (!files::EditDurably(held.path, Replacing({}), options)) {
+  if (!files::EditDurably(held.path, Versioned(Replacing({})), options)) {
     throw std::runtime_error("renamed or deleted meanwhile: " + held.path);
   }
   RefreshRowsOf(held.path);
@@ -155,9 +161,13 @@ void WriteEmptyList(const std::string &path) {
     Held().TakeBackNew(path);
   }
   RequireThatReadsSucceeded(path);
-  const bool is_new = files::CreateUnsynced(path, kM3uHead);
+  if (!IsFile(path)) {
+    RequireVersion(std::nullopt);
+  }
+  const bool is_new = !HasCondition() && files::CreateUnsynced(path, kM3uHead);
   if (is_new) {
     NoteNewFile(path);
+    NoteVersion(ContentVersion(kM3uHead));
   } else if (!IsFile(path)) {
     WriteNow({}, path); // and fail, but for a file that came or went this moment
     return;
@@ -204,6 +214,8 @@ void ForgetWriting() noexcept {
   Held().RemoveAll();
   unread.reset();
   ForgetSeenFiles();
+  ForgetCondition();
+  ReleaseFiles();
 }
 
 void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path) {

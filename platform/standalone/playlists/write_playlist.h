@@ -32,8 +32,8 @@ void NoteUnread(Unread reason) noexcept;
 /// Whether a read failed of what may well be there.
 [[nodiscard]] bool HasReadFailed() noexcept;
 
-/// Forgets all of this and the files that were seen, as a test does that stands for a process of
-/// its own.
+/// Forgets all of this, the files that were seen or are held, and the condition, as a test does
+/// that stands for a process of its own.
 void ForgetWriting() noexcept;
 
 /// Makes the playlist file `path` in the folder for temporary files, where others may have put

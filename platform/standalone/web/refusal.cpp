@@ -26,13 +26,17 @@ RefusalAnswer AnswerOf(Refusal refusal) {
     return {"Status: 405 Method Not Allowed\r\nAllow: GET, POST\r\n", "method"};
   case Refusal::kLinkOfChange:
     return {"Status: 405 Method Not Allowed\r\nAllow: POST\r\n", "method"};
+  case Refusal::kVersion:
+    return {"Status: 412 Precondition Failed\r\n", "version"};
+  case Refusal::kTwoKinds:
+    return {"Status: 400 Bad Request\r\n", "if_match_of_two_kinds"};
   case Refusal::kTooManyEntries:
     return {"Status: 413 Content Too Large\r\n", "too_many_entries"};
   case Refusal::kNameWithComma:
     return {"Status: 409 Conflict\r\n", "name_with_comma"};
   case Refusal::kCrossSite:
     return {"Status: 403 Forbidden\r\n", "cross_site"};
-  case Refusal::kNoAccounts:
+  case Refusal::kFailed:
     break;
   }
   return {"Status: 500 Internal Server Error\r\n", "error_system"};
