@@ -69,6 +69,16 @@ class WebServers:
                                    headers={"Cookie": cookie})
         self.assertEqual((archive.status, archive.body[:2]), (200, b"PK"))
 
+    def test_an_edit_needs_the_version_that_was_seen(self):
+        body = encode({"action": "add", "name": "versions", "type": "shared", "id_info_list": ["1"]})
+        made = self.server.send(ANNA, body=body, headers=FORM)
+        edit = encode({"action": "addsongs", "playlist": made.id, "id_info_list": ["2"]})
+        for status, error in ((200, ""), (412, "common/version")):
+            answer = self.server.send(ANNA, body=edit,
+                                      headers={**FORM, "If-Match": made.headers["ETag"]})
+            self.assertEqual((answer.status, answer.error), (status, error), answer)
+        self.assertEqual(len(songs_of(SHARED.file("versions"))), 2)
+
     def test_the_key_and_the_counts_belong_to_the_user_of_the_programs(self):
         self.log_in()
         for file in ("etc/vexo/session_key", "var/lib/vexo/login_attempts"):
