@@ -2,6 +2,7 @@
 // read.
 #include "text/utf8.h"
 #include "web/admission.h"
+#include "web/entity_tags.h"
 #include "web/header_value.h"
 #include "web/parameters.h"
 #include "web/same_site.h"
@@ -106,6 +107,19 @@ void AdmitRequest(std::string_view bytes) {
   }
 }
 
+/// A list of entity tags; those that are found stand in it with their quotes.
+void ReadEntityTags(std::string_view bytes) {
+  const auto tags = vexo::web::ParseEntityTags(bytes);
+  if (!tags) {
+    return;
+  }
+  Require(!tags->any || tags->strong.empty());
+  for (const std::string &tag : tags->strong) {
+    Require(bytes.find('"' + tag + '"') != std::string_view::npos);
+    Require(tag.find('"') == std::string::npos);
+  }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
@@ -125,6 +139,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     break;
   case 4:
     AdmitRequest(bytes);
+    break;
+  case 5:
+    ReadEntityTags(bytes);
     break;
   default:
     Require(vexo::text::IsUtf8(vexo::text::ToValidUtf8(std::string(bytes))));

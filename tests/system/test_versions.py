@@ -3,6 +3,7 @@
 import threading
 import unittest
 
+from api import Api
 from server import ANNA, KINDS, LIBRARY, PERSONAL, PREFERENCE, ROOT, SHARED, ServerTest
 from server import encode, songs_of, tree
 
@@ -100,6 +101,18 @@ class Edits(VersionTest):
         longer = self.made(self.ask_if(tag, "addsongs", playlist=node, id_info_list=["4"]))
         self.assertEqual(self.made(self.ask_if(longer, "removesongs", playlist=node, seq_list="3")),
                          tag)
+
+    def test_take_the_version_that_the_api_tells(self):
+        for kind in KINDS:
+            name, node, made = self.new(kind)
+            api = Api(self.server, kind.user)
+            self.assertEqual(api.get(f"/playlists/{node}").headers["ETag"], made)
+            kind.file(name).write_text("#EXTM3U\nby-hand.mp3\n")
+            answer = api.get(f"/playlists/{node}")
+            self.assertEqual(answer.headers["ETag"], f'"{answer.json["playlist"]["version"]}"')
+            now = self.made(self.ask_if(answer.headers["ETag"], "addsongs", kind.user, playlist=node,
+                                        id_info_list=["1"]))
+            self.assertEqual(api.get(f"/playlists/{node}").headers["ETag"], now)
 
     def test_take_lists_and_any(self):
         _, node, tag = self.new(SHARED)
@@ -211,6 +224,11 @@ class SmartPlaylists(VersionTest):
         self.assertNotEqual(self.made(self.copy(tag)), tag)
         self.assertIn("2000", self.own.read_text())
         self.refused(self.copy(tag))
+
+    def test_have_the_version_that_the_api_tells(self):
+        tag = self.made(self.copy())
+        listed = Api(self.server).get("/playlists/musiclib_music_personal/smart/Folk").json
+        self.assertEqual(f'"{listed["playlist"]["version"]}"', tag)
 
     def test_have_versions_of_their_own_in_one_file(self):
         tag = self.made(self.copy())
