@@ -278,28 +278,51 @@ TEST_F(HeldFiles, LieInPlaylistsFolders) {
   EXPECT_FALSE(IsConditionMet());
 }
 
-TEST_F(HeldFiles, MakeOthersWaitUntilTheProcessEnds) {
-  int told[2];
-  ASSERT_EQ(pipe(told), 0);
-  const pid_t holder = fork();
-  if (holder == 0) {
-    index::SetProcessIndex(nullptr);
-    SetCondition({true, {}});
-    HoldRowsFile(0, std::stoi(id_));
-    (void)!write(told[1], "x", 1);
-    usleep(300'000);
-    fs::remove(path_);
-    _exit(0);
+/// Another process holds the file, does `then` a moment after this one goes on, and ends.
+class Holder {
+public:
+  Holder(const std::function<void()> &hold, const std::function<void()> &then) {
+    int told[2];
+    EXPECT_EQ(pipe(told), 0);
+    process_ = fork();
+    if (process_ == 0) {
+      index::SetProcessIndex(nullptr);
+      SetCondition({true, {}});
+      hold();
+      (void)!write(told[1], "x", 1);
+      usleep(300'000);
+      then();
+      _exit(0);
+    }
+    char byte = 0;
+    EXPECT_EQ(read(told[0], &byte, 1), 1);
+    close(told[0]);
+    close(told[1]);
   }
-  char byte = 0;
-  ASSERT_EQ(read(told[0], &byte, 1), 1);
+  ~Holder() { waitpid(process_, nullptr, 0); }
+  Holder(const Holder &) = delete;
+  Holder &operator=(const Holder &) = delete;
+
+private:
+  pid_t process_;
+};
+
+TEST_F(HeldFiles, MakeOthersWaitUntilTheProcessEnds) {
+  const Holder holder([&] { HoldRowsFile(0, std::stoi(id_)); }, [&] { fs::remove(path_); });
   DemandVersionOf(old_);
   EXPECT_EQ(VEXOWriteMusicPlaylist(MakeSongs({"/new"}).get(), path_.c_str()), -1);
   EXPECT_TRUE(HasConditionFailed());
   EXPECT_FALSE(fs::exists(path_));
-  waitpid(holder, nullptr, 0);
-  close(told[0]);
-  close(told[1]);
+}
+
+TEST_F(HeldFiles, AreThoseAtTheNameOnceTheLockIsHad) {
+  const Holder holder([&] { HoldFile(bobs_); },
+                      [&] {
+                        WriteBytes(bobs_ + ".new", other_);
+                        fs::rename(bobs_ + ".new", bobs_);
+                      });
+  DemandVersionOf(old_);
+  EXPECT_THROW(HoldFile(bobs_), VersionError);
 }
 
 } // namespace
