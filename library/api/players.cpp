@@ -1,6 +1,8 @@
 // The players of the house: what they play, and telling them what to do.
 #include "catalog/players.h"
 #include "api/resources.h"
+#include "catalog/playlists.h"
+#include "playlists/playlist_text.h"
 #include "web/request.h"
 #include <algorithm>
 #include <array>
@@ -14,7 +16,6 @@ using catalog::Player;
 using catalog::PlayerQuestion;
 using system::PlayerCommand;
 
-constexpr std::size_t kMostSongs = 100'000;
 constexpr double kMostSeconds = 1'000'000;
 
 std::optional<Player> FindPlayer(const Request &request) {
@@ -167,22 +168,45 @@ std::set<int32_t> VisibleSongs(const Request &request, const Json::Value &entrie
   return catalog::VisibleSongs(request.User(), ids);
 }
 
-/// The songs that the body names, or why it names none.
-std::variant<std::vector<std::string>, Problem> SongsOf(const Request &request,
-                                                        const Json::Value &body) {
-  if (!body["songs"].isArray() || body["songs"].empty() || body["songs"].size() > kMostSongs) {
+using Songs = std::variant<std::vector<std::string>, Problem>;
+
+Songs SongsOfIds(const Request &request, const Json::Value &array) {
+  if (!array.isArray() || array.empty() || array.size() > catalog::kMostPlayed) {
     return Problem{400, "The member is no array of 1 to 100,000 ids of songs.", "songs"};
   }
   std::vector<int32_t> ids;
-  for (const Json::Value &id : body["songs"]) {
+  for (const Json::Value &id : array) {
     if (!id.isInt() || id.asInt() <= 0) {
       return Problem{400, "An element is no id of a song.", "songs"};
     }
     ids.push_back(id.asInt());
   }
-  std::vector<std::string> songs = catalog::PathsOfSongs(request.User(), ids);
-  if (songs.empty()) {
-    return NotFound("None of the songs exists.");
+  return catalog::PathsOfSongs(request.User(), ids);
+}
+
+Songs SongsOfPlaylist(const Request &request, const Json::Value &id) {
+  const std::optional<catalog::Playlist> playlist =
+      id.isString() ? catalog::FindPlaylist(request.User(), id.asString()) : std::nullopt;
+  if (!playlist) {
+    return Problem{404, "There is no such playlist.", "playlist"};
+  }
+  try {
+    return catalog::PathsOfPlaylist(request.User(), *playlist);
+  } catch (const playlists::UnreadableError &error) {
+    return Problem{409, std::string("The playlist cannot be read: ") + error.what(), "playlist"};
+  }
+}
+
+/// The songs that the body names, or why it names none.
+Songs SongsOf(const Request &request, const Json::Value &body) {
+  if (body.isMember("playlist") == body.isMember("songs")) {
+    return Problem{400, "The body has to have one of songs and playlist.", "songs"};
+  }
+  Songs songs = body.isMember("playlist") ? SongsOfPlaylist(request, body["playlist"])
+                                          : SongsOfIds(request, body["songs"]);
+  const auto *const found = std::get_if<std::vector<std::string>>(&songs);
+  if (found != nullptr && found->empty()) {
+    return NotFound("There is nothing of it to play.");
   }
   return songs;
 }
@@ -218,7 +242,7 @@ Answer PlayPrevious(Request &request) { return Tell(request, PlayerCommand::kPre
 Answer PlayPlayer(Request &request) {
   return web::BodyLength().value_or(0) == 0
              ? Tell(request, PlayerCommand::kResume)
-             : TellNumber(request, PlayerCommand::kPlay, "position", kMostSongs, 1);
+             : TellNumber(request, PlayerCommand::kPlay, "position", catalog::kMostPlayed, 1);
 }
 
 Answer SeekPlayer(Request &request) {
@@ -252,7 +276,7 @@ Answer GetPlayerQueue(Request &request) {
 }
 
 Answer FillPlayerQueue(Request &request) {
-  constexpr std::array<std::string_view, 2> kMembers = {"songs", "mode"};
+  constexpr std::array<std::string_view, 3> kMembers = {"songs", "playlist", "mode"};
   const std::optional<Player> player = FindPlayer(request);
   if (!player) {
     return NoPlayer();
@@ -266,7 +290,7 @@ Answer FillPlayerQueue(Request &request) {
   if (mode != "replace" && mode != "append") {
     return ProblemAnswer({400, "The member is neither replace nor append.", "mode"});
   }
-  const auto songs = SongsOf(request, document);
+  const Songs songs = SongsOf(request, document);
   if (const Problem *problem = std::get_if<Problem>(&songs)) {
     return ProblemAnswer(*problem);
   }

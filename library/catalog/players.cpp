@@ -1,7 +1,10 @@
 #include "catalog/players.h"
 #include "catalog/libraries.h"
+#include "catalog/list_entries.h"
+#include "catalog/smart_lists.h"
 #include "files/file_io.h"
 #include "index/media_index.h"
+#include "playlists/playlist_text.h"
 #include "system/config.h"
 #include "system/log.h"
 #include "system/paths.h"
@@ -85,6 +88,45 @@ bool Send(const files::FileDescriptor &daemon, Record record, const files::FileD
   return sendmsg(daemon.get(), &message, MSG_NOSIGNAL) == static_cast<ssize_t>(record.size());
 }
 
+std::vector<std::string> PathsOf(std::vector<index::Song> songs) {
+  std::vector<std::string> paths;
+  for (index::Song &song : songs) {
+    paths.push_back(std::move(song.path));
+  }
+  return paths;
+}
+
+std::vector<std::string> PathsOfRule(const accounts::Account &user, const Playlist &playlist) {
+  const std::optional<std::string> block = ReadBlock(playlist);
+  if (!block) {
+    return {};
+  }
+  const std::variant<smart::SmartPlaylist, RuleError> rule = ParseRule(RuleText(*block));
+  if (const RuleError *error = std::get_if<RuleError>(&rule)) {
+    throw playlists::UnreadableError(error->what);
+  }
+  return PathsOf(
+      SongsOfRule(user, playlist.is_personal, std::get<smart::SmartPlaylist>(rule), 0, kMostPlayed)
+          .songs);
+}
+
+std::vector<std::string> PathsOfList(const accounts::Account &user, const Playlist &playlist) {
+  std::vector<std::string> paths;
+  std::optional<std::string> bytes = ReadList(playlist);
+  if (!bytes) {
+    return paths;
+  }
+  List list(*std::move(bytes), playlist.path);
+  std::vector<ListEntry> entries = list.Entries(0, kMostPlayed);
+  const SongsAtPaths songs(user, entries);
+  for (ListEntry &entry : entries) {
+    if (entry.is_stream || songs.Find(entry.path) != nullptr) {
+      paths.push_back(std::move(entry.path));
+    }
+  }
+  return paths;
+}
+
 } // namespace
 
 std::vector<Player> ConfiguredPlayers() {
@@ -135,6 +177,18 @@ std::vector<std::string> PathsOfSongs(const accounts::Account &user,
     }
   }
   return found;
+}
+
+std::vector<std::string> PathsOfPlaylist(const accounts::Account &user, const Playlist &playlist) {
+  switch (playlist.kind) {
+  case PlaylistKind::kSmart:
+    return PathsOfRule(user, playlist);
+  case PlaylistKind::kRandom:
+    return PathsOf(index::ProcessIndex().RandomSongs(0, kRandomSongs));
+  case PlaylistKind::kList:
+    break;
+  }
+  return PathsOfList(user, playlist);
 }
 
 std::set<int32_t> VisibleSongs(const accounts::Account &user, const std::vector<int32_t> &ids) {

@@ -2,6 +2,7 @@
 // The players of the house: those of the configuration, as the player daemon knows them.
 
 #include "accounts/accounts.h"
+#include "catalog/playlists.h"
 #include "files/file_descriptor.h"
 #include "system/player_commands.h"
 #include <cstdint>
@@ -21,6 +22,9 @@ struct Player {
 /// In the order of the configuration: its sections [player N], with their `name`.
 std::vector<Player> ConfiguredPlayers();
 
+/// The most songs that go into a player's queue at once.
+inline constexpr std::size_t kMostPlayed = 100'000;
+
 /// A command on its way to the daemon. Several may be asked before the first answer is waited for.
 class PlayerQuestion {
 public:
@@ -39,6 +43,10 @@ private:
 /// The paths of those songs that the user sees, in the order of the ids.
 std::vector<std::string> PathsOfSongs(const accounts::Account &user,
                                       const std::vector<int32_t> &ids);
+
+/// The paths and addresses of a playlist in its order: of its streams, and of those songs that the
+/// user sees. At most kMostPlayed. Throws playlists::UnreadableError.
+std::vector<std::string> PathsOfPlaylist(const accounts::Account &user, const Playlist &playlist);
 
 /// Those of the ids that are songs of the user's libraries.
 std::set<int32_t> VisibleSongs(const accounts::Account &user, const std::vector<int32_t> &ids);

@@ -4,7 +4,7 @@ import unittest
 
 from api import Api
 from player_daemon import Daemon, PlayerMpd
-from server import ANNA, BEN, LIBRARY, PERSONAL, ROOT, ServerTest, playlistctl, wait_until
+from server import BEN, LIBRARY, PERSONAL, ROOT, SHARED, ServerTest, playlistctl, wait_until
 
 STREAM = "http://127.0.0.1:9/live"
 
@@ -82,6 +82,32 @@ class Players(ServerTest):
         self.assertNotIn("song", ben.get("/players/0/queue").json["items"][0])
         self.assertNotIn("song", ben.get("/players/0").json["song"])
         self.assertEqual(ben.post("/players/0/queue", {"songs": [own]}).status, 404)
+
+    def test_play_playlists_of_every_kind(self):
+        made = self.server.add(SHARED, "for the kitchen", ["3", {"res": STREAM}, "1"])
+        SHARED.file("broken").write_bytes(b"/a\0b\n")
+        playlistctl("scan")
+        play = lambda id_: self.api.post("/players/0/queue", {"playlist": id_})
+        self.assertEqual(play(made.id).json, {"added": 3, "refused": 0})
+        self.assertEqual([item.get("song") for item in self.api.get("/players/0/queue").json["items"]],
+                         [3, None, 1])
+        self.assertEqual(play("musiclib_random").json["added"], 12)
+        (ROOT / "etc/mt-daapd.playlist").write_text('"Two" { track > 0 limit 2 }\n"Bad" { track }\n')
+        self.assertEqual(play("musiclib_music_shared/smart/Two").json["added"], 2)
+        self.assertEqual(play("musiclib_music_shared/smart/Bad").status, 409)
+        self.assertEqual(play("musiclib_music_shared/smart/None").status, 404)
+        broken = next(item["id"] for item in self.api.get("/playlists").json["items"]
+                      if item["name"] == "broken")
+        self.assertEqual(play(broken).status, 409)
+
+    def test_a_list_of_another_user_is_not_played(self):
+        made = self.server.add(PERSONAL, "own", ["1"])
+        self.assertEqual(self.api.post("/players/0/queue", {"playlist": made.id}).status, 200)
+        ben = Api(self.server, BEN)
+        self.assertEqual(ben.post("/players/0/queue", {"playlist": made.id}).status, 404)
+        own = f"{PERSONAL.folder.parent}/own.flac"
+        taken = self.server.add(SHARED, "taken", [{"res": own}, "1"])
+        self.assertEqual(ben.post("/players/0/queue", {"playlist": taken.id}).json["added"], 1)
 
     def test_bad_requests_are_told_what_is_wrong(self):
         for path, body, status, parameter in (
