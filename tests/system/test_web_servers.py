@@ -1,4 +1,4 @@
-"""The configurations for nginx and Apache in packaging/: passwords, sessions and both programs."""
+"""The configurations for lighttpd, nginx and Apache in packaging/: passwords, sessions and both programs."""
 
 import os
 import pwd
@@ -115,6 +115,21 @@ class WebServerTest(RootTest):
         OtherServer.port = cls.port
         cls.server = OtherServer(command, cls.log)
         cls.addClassCleanup(cls.server.stop)
+
+
+class Lighttpd(WebServers, WebServerTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        # Else the web server would go by an old password for some seconds.
+        (cls.etc / "playlists.conf").write_text(packaged(
+            "vexo-playlists.conf", **{'  auth.cache = ("max-age" => "10")\n': ""}))
+        (cls.etc / "lighttpd.conf").write_text(
+            f'server.document-root = "{ROOT}/www"\nserver.bind = "127.0.0.1"\n'
+            f'server.port = {cls.port}\nserver.upload-dirs = ("{ROOT}/var/tmp")\n' +
+            f'server.username = "{USER}"\nserver.groupname = "{USER}"\n' * (os.geteuid() == 0) +
+            f'include "{cls.etc}/playlists.conf"\n')
+        cls.serve("lighttpd", "-D", "-f", str(cls.etc / "lighttpd.conf"))
 
 
 @unittest.skipUnless(shutil.which("nginx") and shutil.which("fcgiwrap"), "no nginx with fcgiwrap")
