@@ -1,10 +1,13 @@
 #include "api/answer.h"
 #include "playlists/version.h"
+#include "system/limits.h"
 #include "web/answer.h"
 #include "web/output.h"
 #include "web/request.h"
+#include "web/send_body.h"
 #include <algorithm>
 #include <array>
+#include <unistd.h>
 #include <utility>
 
 namespace vexo::api {
@@ -137,6 +140,17 @@ std::string AnswerHead(const Answer &answer) {
     head += "Content-Type: " + answer.content_type + "\r\nX-Content-Type-Options: nosniff\r\n";
   }
   return head;
+}
+
+Answer SendFileAnswer(const Answer &answer, int file, uint64_t first, uint64_t size) {
+  const web::BrokenPipeIgnored ignored;
+  system::LiftCpuLimit();
+  const std::string length = "Content-Length: " + std::to_string(size) + "\r\n\r\n";
+  if (web::WriteAnswer(AnswerHead(answer) + length) && !web::IsHead() &&
+      lseek(file, static_cast<off_t>(first), SEEK_SET) >= 0) {
+    static_cast<void>(web::SendFileBody(file, size));
+  }
+  return SentAnswer();
 }
 
 void PrintAnswer(const Answer &answer) {

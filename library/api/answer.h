@@ -42,6 +42,10 @@ std::optional<Answer> NotModified(const std::string &etag);
 /// `headers`, without the length and the empty line.
 std::string AnswerHead(const Answer &answer);
 
+/// Sends the answer with `size` bytes of an open file, from `first` on, as its body: none for a
+/// HEAD. Whether the client got all of it is not told.
+Answer SendFileAnswer(const Answer &answer, int file, uint64_t first, uint64_t size);
+
 /// Sends the answer: without its body when the request was a HEAD.
 void PrintAnswer(const Answer &answer);
 

@@ -32,6 +32,10 @@ Answer SetPlayerVolume(Request &request);
 Answer GetPlayerQueue(Request &request);
 Answer FillPlayerQueue(Request &request);
 
+// covers.cpp
+Answer SongCover(Request &request);
+Answer Cover(Request &request);
+
 // stream.cpp
 Answer Stream(Request &request);
 

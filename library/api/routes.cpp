@@ -26,6 +26,8 @@ std::span<const Route> Routes() {
       Route{"POST", "/players/{player}/previous", PlayPrevious},
       Route{"POST", "/players/{player}/seek", SeekPlayer},
       Route{"POST", "/players/{player}/volume", SetPlayerVolume},
+      Route{"GET", "/songs/{id}/cover", SongCover, "size"},
+      Route{"GET", "/covers/{hash}", Cover, "size"},
       Route{"GET", "/songs/{id}/stream", Stream},
       Route{"GET", "/playlists", Playlists, "library kind q sort dir offset limit"},
       Route{"GET", "/playlists/{playlist}", PlaylistPage, "format library offset limit"},

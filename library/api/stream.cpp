@@ -1,19 +1,14 @@
 // A song's bytes, all or a stretch of them.
-#include "accounts/song_file.h"
 #include "api/resources.h"
 #include "catalog/find_song.h"
 #include "media/byte_range.h"
 #include "media/file_version.h"
 #include "media/media_type.h"
+#include "media/open_song.h"
 #include "media/x_sendfile.h"
-#include "system/limits.h"
 #include "web/output.h"
 #include "web/request.h"
-#include "web/send_body.h"
 #include "web/send_headers.h"
-#include <algorithm>
-#include <array>
-#include <climits>
 #include <ctime>
 
 namespace vexo::api {
@@ -30,20 +25,12 @@ struct SongFile {
 
 /// Nothing when it is not there, or not of this user's libraries.
 std::optional<SongFile> OpenSong(const index::Song &song, const accounts::Account &user) {
-  files::FileDescriptor file = accounts::OpenSendableSong(song.path, user.name, "a stream");
-  struct stat status {};
-  if (!file || fstat(file.get(), &status) != 0) {
+  std::optional<media::OpenFile> open = media::OpenInLibraries(song.path, user, "a stream");
+  if (!open) {
     return std::nullopt;
   }
-  return SongFile{std::move(file), static_cast<uint64_t>(status.st_size), media::VersionOf(status)};
-}
-
-/// Where an open file lies, whichever names led there; empty when that cannot be told.
-std::string RealPathOf(const files::FileDescriptor &file) {
-  std::array<char, PATH_MAX> path{};
-  const std::string link = "/proc/self/fd/" + std::to_string(file.get());
-  const ssize_t length = readlink(link.c_str(), path.data(), path.size());
-  return {path.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+  return SongFile{std::move(open->file), static_cast<uint64_t>(open->status.st_size),
+                  media::VersionOf(open->status)};
 }
 
 std::string FileHeaders(const SongFile &song) {
@@ -74,19 +61,9 @@ std::string AcceptedRanges(const ByteRange &range) {
                                                  : "Accept-Ranges: bytes\r\n";
 }
 
-void SendBytes(const std::string &head, const SongFile &song, const ByteRange &range) {
-  const web::BrokenPipeIgnored ignored;
-  system::LiftCpuLimit();
-  const std::string length = "Content-Length: " + std::to_string(range.size) + "\r\n\r\n";
-  if (web::WriteAnswer(head + length) && !web::IsHead() &&
-      lseek(song.file.get(), static_cast<off_t>(range.first), SEEK_SET) >= 0) {
-    static_cast<void>(web::SendFileBody(song.file.get(), range.size));
-  }
-}
-
 /// Sends the stretch, or has the web server do it, which then cuts it out of the whole.
 Answer Send(const SongFile &song, const ByteRange &range, Answer answer) {
-  const std::optional<std::string> by_server = media::XSendfileHeader(RealPathOf(song.file));
+  const std::optional<std::string> by_server = media::XSendfileHeader(media::RealPathOf(song.file));
   if (by_server) {
     web::WriteAnswer(AnswerHead(answer) + *by_server + "\r\n");
     return SentAnswer();
@@ -95,8 +72,7 @@ Answer Send(const SongFile &song, const ByteRange &range, Answer answer) {
     answer.status = 206;
     answer.headers += media::ContentRange(range, song.size);
   }
-  SendBytes(AnswerHead(answer), song, range);
-  return SentAnswer();
+  return SendFileAnswer(answer, song.file.get(), range.first, range.size);
 }
 
 Answer SendSong(const index::Song &song, const SongFile &file) {

@@ -12,7 +12,7 @@ import unittest
 from pathlib import Path
 
 BUILD = Path(sys.argv.pop()) if len(sys.argv) > 1 else Path("build/test")
-PROGRAMS = ["audio_playlist.cgi", "audio_library.cgi", "playlistctl", "zip", "vexoaudiod"]
+PROGRAMS = ["audio_playlist.cgi", "audio_library.cgi", "playlistctl", "zip", "cover", "vexoaudiod"]
 OBJECTS = "src/libaudio_playlist_core.a"
 
 
