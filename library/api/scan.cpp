@@ -3,7 +3,7 @@
 #include "index/scan_state.h"
 #include "system/paths.h"
 #include "system/run_program.h"
-#include <ctime>
+#include <chrono>
 #include <optional>
 #include <thread>
 
@@ -33,14 +33,11 @@ Json::Value StateOf(const std::optional<index::ScanState> &state) {
   return document;
 }
 
-/// Waits until a scan that was started at `time` tells something of itself, or for 3 s.
-void WaitForScan(std::time_t time) {
+/// Waits until a scan that was started when the state was `before` tells something of itself, or for
+/// 3 s.
+void WaitForScan(const std::optional<index::ScanState> &before) {
   constexpr int kTries = 300;
-  for (int i = 0; i < kTries; ++i) {
-    const std::optional<index::ScanState> state = index::ReadScanState();
-    if (state && state->started >= time) {
-      return;
-    }
+  for (int i = 0; i < kTries && index::ReadScanState() == before; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
 }
@@ -54,11 +51,11 @@ Answer StartScan(Request &request) {
     return ProblemAnswer({403, "Only an administrator may start a scan.", {}});
   }
   if (!index::IsScanning()) {
-    const std::time_t now = std::time(nullptr);
+    const std::optional<index::ScanState> before = index::ReadScanState();
     if (!system::StartProgram(system::kScanTool, {"scan"})) {
       return ProblemAnswer({500, "The scan cannot be started; the server's log says why.", {}});
     }
-    WaitForScan(now);
+    WaitForScan(before);
   }
   Answer answer = JsonAnswer(StateOf(index::ReadScanState()));
   answer.status = 202;

@@ -17,8 +17,9 @@ import unittest
 import urllib.parse
 from pathlib import Path
 
-SOURCE = Path(__file__).resolve().parents[2]
-BUILD = Path(os.environ.get("VEXO_BUILD", SOURCE / "build/test")).resolve()
+from openapi import PROGRAM, check_action, check_program
+from places import BUILD, SOURCE
+
 ROOT = BUILD / "root"
 BIN = BUILD / "bin"
 LIBRARY = ROOT / "library"
@@ -179,7 +180,7 @@ class Server:
         return self.log_file.read_text(errors="replace")
 
     def send(self, user, query="", body=None, headers=None, password=PASSWORD, timeout=120,
-             method=None, path="/audio_playlist.cgi"):
+             method=None, path=PROGRAM):
         """One request: a POST when there is a body. No user: one without authentication."""
         headers = dict(headers or {})
         if user is not None:
@@ -187,18 +188,23 @@ class Server:
             headers["Authorization"] = f"Basic {token}"
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=timeout)
         try:
-            connection.request(method or ("GET" if body is None else "POST"),
-                               f"{path}?{query}" if query else path, body, headers)
+            method = method or ("GET" if body is None else "POST")
+            connection.request(method, f"{path}?{query}" if query else path, body, headers)
             response = connection.getresponse()
-            return Answer(response.status, response.headers, response.read())
+            answer = Answer(response.status, response.headers, response.read())
         finally:
             connection.close()
+        if path == PROGRAM:
+            check_program(method, answer)
+        return answer
 
     def ask(self, action, user=ANNA, **parameters):
         """An action by POST, its parameters as texts, or as JSON where they are lists."""
-        body = encode({"action": action, **parameters})
-        return self.send(user, body=body,
-                         headers={"Content-Type": "application/x-www-form-urlencoded"})
+        parameters = {"action": action, **parameters}
+        answer = self.send(user, body=encode(parameters),
+                           headers={"Content-Type": "application/x-www-form-urlencoded"})
+        check_action(parameters, answer)
+        return answer
 
     def add(self, kind, name, songs=None, **parameters):
         if songs is not None:

@@ -19,6 +19,8 @@ struct ScanState {
   // Songs of all libraries so far.
   int64_t added = 0, changed = 0, moved = 0, gone = 0, unchanged = 0, unreadable = 0;
   bool complete = true; ///< false: a library could not be read whole
+
+  friend bool operator==(const ScanState &, const ScanState &) = default;
 };
 
 /// The one scan at work. Throws std::system_error.
