@@ -115,6 +115,13 @@ public:
   /// What QuerySongs() would give, counted.
   virtual SongTotals CountSongs(int owner, const SongQuery &query) = 0;
 
+  /// The songs of `owner` that have any of these names, as their titles or as those of their files
+  /// (without folders and extension); names are the same when searches take them for the same. Of
+  /// more than `most_of_each` with one name, so many of them. Each once, in no promised order.
+  enum class SongName { kTitle, kFile };
+  virtual std::vector<Song> SongsNamed(int owner, SongName kind,
+                                       const std::vector<std::string> &names, int most_of_each) = 0;
+
   // Songs and their groups, to page through. What a page costs does not grow with the offset, and
   // hardly with the number of songs, as long as there are no words and no groups to choose by and
   // the index keeps the order (it does for title, artist, album, genre, year, time added and length

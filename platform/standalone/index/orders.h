@@ -36,7 +36,10 @@ inline constexpr std::array kSongOrders = {
     SongOrder{6, {Field::kSongLength}, 1},
     SongOrder{7, {Field::kGenre}, 1},
 };
+inline constexpr const SongOrder &kSongsByTitle = kSongOrders[1];
 inline constexpr const SongOrder &kSongsByYear = kSongOrders[3];
+/// The number of the list of songs by the names of their files, which serves no order.
+inline constexpr int kSongsByFileName = 8;
 
 inline constexpr std::array kAlbumOrders = {
     GroupOrder{16, {GroupField::kArtist, GroupField::kYear, GroupField::kName}, 3},

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kLongestText = 200;
 
 /// Folded texts hold no NUL, so a text sorts before every longer one that begins with it.
-void AppendText(std::string &key, const std::string &text) {
+void AppendText(std::string &key, std::string_view text) {
   key.append(text::FoldForSearch(text), 0, kLongestText);
   key += '\0';
 }
@@ -119,6 +119,18 @@ std::string GroupSortKey(const Group &group, std::span<const GroupField> fields)
     AppendField(key, group, field);
   }
   return key;
+}
+
+std::string NameKey(std::string_view name) {
+  std::string key;
+  AppendText(key, name);
+  return key;
+}
+
+std::string_view FileStem(std::string_view path) {
+  const std::string_view name = path.substr(path.find_last_of("/\\") + 1);
+  const std::size_t dot = name.rfind('.');
+  return dot == 0 ? name : name.substr(0, dot);
 }
 
 std::string YearKey(int64_t year) {

@@ -41,13 +41,17 @@ void CatalogWriter::Share(const Song &song, const SongGroups &groups, int sign) 
   }
   lists_.Member(groups.album_artist, Membership::kAlbumArtistSongs, song.id, sign > 0);
   for (const SongOrder &order : kSongOrders) {
-    const int64_t list = ListNumber(song.owner, order.number);
-    std::string key = SongSortKey(song, groups, order.fields());
-    if (sign > 0) {
-      lists_.Add(list, std::move(key), song.id);
-    } else {
-      lists_.Remove(list, std::move(key), song.id);
-    }
+    ShareList(song, order.number, SongSortKey(song, groups, order.fields()), sign);
+  }
+  ShareList(song, kSongsByFileName, NameKey(FileStem(song.path)), sign);
+}
+
+void CatalogWriter::ShareList(const Song &song, int order, std::string key, int sign) {
+  const int64_t list = ListNumber(song.owner, order);
+  if (sign > 0) {
+    lists_.Add(list, std::move(key), song.id);
+  } else {
+    lists_.Remove(list, std::move(key), song.id);
   }
 }
 

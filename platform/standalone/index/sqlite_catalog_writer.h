@@ -23,6 +23,7 @@ public:
 
 private:
   void Share(const Song &song, const SongGroups &groups, int sign);
+  void ShareList(const Song &song, int order, std::string key, int sign);
   void ShareAlbum(const SongGroups &groups, int32_t year, int sign);
 
   ListWriter lists_;

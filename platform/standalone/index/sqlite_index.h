@@ -27,6 +27,8 @@ public:
   std::vector<Song> RandomSongs(int owner, int count) override;
   std::vector<Song> QuerySongs(int owner, const SongQuery &query) override;
   SongTotals CountSongs(int owner, const SongQuery &query) override;
+  std::vector<Song> SongsNamed(int owner, SongName kind, const std::vector<std::string> &names,
+                               int most_of_each) override;
   Page<CatalogSong> ListSongs(const SongList &list, const Range &range) override;
   Page<Group> ListGroups(const GroupList &list, const Range &range) override;
   std::optional<CatalogSong> FindSong(int owner, int32_t id) override;

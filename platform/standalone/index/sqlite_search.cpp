@@ -1,6 +1,9 @@
 // Songs by search and by query.
 
+#include "index/orders.h"
 #include "index/random_generator.h"
+#include "index/sort_keys.h"
+#include "index/sqlite_ids.h"
 #include "index/sqlite_index.h"
 #include "index/sqlite_query.h"
 #include "index/sqlite_rows.h"
@@ -64,6 +67,22 @@ std::vector<Song> SqliteIndex::SearchSongs(int owner, const Search &search) {
   statement.Bind(1, int64_t{owner}).Bind(2, keyword);
   statement.Bind(3, search.limit == 0 ? int64_t{-1} : search.limit).Bind(4, search.offset);
   return ReadSongs(statement);
+}
+
+std::vector<Song> SqliteIndex::SongsNamed(int owner, SongName kind,
+                                          const std::vector<std::string> &names, int most_of_each) {
+  const int order = kind == SongName::kTitle ? kSongsByTitle.number : kSongsByFileName;
+  const int64_t list = ListNumber(owner, order);
+  Statement entries(database_, "SELECT id FROM entries WHERE list = ?1 AND key = ?2 LIMIT ?3");
+  IdSet ids;
+  for (const std::string &name : names) {
+    const std::string key = NameKey(name);
+    const IdSet found =
+        ReadIds(entries.Bind(1, list).BindBytes(2, key).Bind(3, int64_t{most_of_each}));
+    ids.insert(ids.end(), found.begin(), found.end());
+    entries.Reset();
+  }
+  return SongsById(owner, ToSet(std::move(ids)));
 }
 
 std::vector<Song> SqliteIndex::QuerySongs(int owner, const SongQuery &query) {
