@@ -45,6 +45,16 @@ Json::Value ListJson(const catalog::Playlist &playlist,
   return json;
 }
 
+Json::Value EntryJson(const catalog::ListEntry &entry) {
+  Json::Value json(Json::objectValue);
+  json["position"] = Json::UInt64{entry.position};
+  json["path"] = entry.text;
+  AddText(json, "title", entry.title);
+  AddText(json, "artist", entry.artist);
+  AddSeconds(json, "duration", entry.duration_seconds);
+  return json;
+}
+
 Problem NoSuchPlaylist() { return {404, "There is no such playlist.", "playlist"}; }
 
 Problem UnreadablePlaylist(const catalog::Playlist &playlist, const std::exception &why) {

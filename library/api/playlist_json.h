@@ -2,6 +2,7 @@
 // A playlist as resources show it.
 
 #include "api/problem.h"
+#include "catalog/list_entries.h"
 #include "catalog/list_facts.h"
 #include "catalog/playlists.h"
 #include "catalog/smart_lists.h"
@@ -20,6 +21,9 @@ Json::Value PlaylistJson(const catalog::Playlist &playlist);
 /// The same of a list, with what reading it told; nothing: it is missing, or cannot be read.
 Json::Value ListJson(const catalog::Playlist &playlist,
                      const std::optional<catalog::ListFacts> &facts);
+
+/// What the file of a list says of an entry.
+Json::Value EntryJson(const catalog::ListEntry &entry);
 
 /// There is no playlist of the path's node id.
 Problem NoSuchPlaylist();

@@ -25,13 +25,9 @@ Problem TooManyToExport() {
           "playlist"};
 }
 
-Json::Value EntryJson(const ListEntry &entry, const index::Song *song) {
-  Json::Value json(Json::objectValue);
-  json["position"] = Json::UInt64{entry.position};
-  json["path"] = entry.text;
-  AddText(json, "title", entry.title);
-  AddText(json, "artist", entry.artist);
-  AddSeconds(json, "duration", entry.duration_seconds);
+/// An entry with what it stands for; null: no song.
+Json::Value EntryWithSong(const ListEntry &entry, const index::Song *song) {
+  Json::Value json = EntryJson(entry);
   if (song != nullptr) {
     json["song"] = SongJson(*song);
   } else if (entry.is_stream) {
@@ -47,7 +43,7 @@ Json::Value EntriesJson(const accounts::Account &user, catalog::List &list, cons
   Json::Value items(Json::arrayValue);
   for (const ListEntry &entry : entries) {
     const index::Song *const song = entry.is_stream ? nullptr : songs.Find(entry.path);
-    Json::Value &item = items.append(EntryJson(entry, song));
+    Json::Value &item = items.append(EntryWithSong(entry, song));
     if (song == nullptr && !entry.is_stream && !list.NamesFile(entry)) {
       item["missing"] = true;
     }

@@ -52,20 +52,28 @@ std::variant<Json::Value, Problem> ReadJsonBody(std::span<const std::string_view
   if (Problem *problem = std::get_if<Problem>(&body)) {
     return std::move(*problem);
   }
-  const std::string &text = std::get<std::string>(body);
+  std::optional<Json::Value> document = ParseJson(std::get<std::string>(body));
+  if (!document || !document->isObject()) {
+    return Bad("The body is no JSON object.");
+  }
+  if (std::optional<Problem> problem = UnknownMember(*document, known)) {
+    return *std::move(problem);
+  }
+  return *std::move(document);
+}
+
+std::optional<Json::Value> ParseJson(const std::string &text) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder["stackLimit"] = 100;
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value document;
-  if (!reader->parse(text.data(), text.data() + text.size(), &document, nullptr) ||
-      !document.isObject()) {
-    return Bad("The body is no JSON object.");
+  try {
+    Json::Value document;
+    const bool is_json = reader->parse(text.data(), text.data() + text.size(), &document, nullptr);
+    return is_json ? std::optional(std::move(document)) : std::nullopt;
+  } catch (const Json::Exception &) { // what is nested too deeply
+    return std::nullopt;
   }
-  if (std::optional<Problem> problem = UnknownMember(document, known)) {
-    return *std::move(problem);
-  }
-  return document;
 }
 
 int OwnerOf(const accounts::Account &user, Query &query) {

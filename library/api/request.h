@@ -38,6 +38,9 @@ std::variant<std::string, Problem> ReadBody(std::size_t most_bytes = kLargestBod
 std::variant<Json::Value, Problem> ReadJsonBody(std::span<const std::string_view> known,
                                                 std::size_t most_bytes = kLargestBody);
 
+/// A text as JSON (RFC 8259, no comments); nothing when it is none, or nested more than 100 deep.
+std::optional<Json::Value> ParseJson(const std::string &text);
+
 /// The owner code of the library that the parameter `library` names, the shared one without it. A
 /// problem in the query for the personal library of a user without one.
 int OwnerOf(const accounts::Account &user, Query &query);

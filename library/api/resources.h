@@ -39,8 +39,11 @@ Answer Cover(Request &request);
 // stream.cpp
 Answer Stream(Request &request);
 
-// playlists.cpp, playlist_page.cpp
+// playlists.cpp, playlist_page.cpp, missing.cpp
 Answer Playlists(Request &request);
 Answer PlaylistPage(Request &request);
+Answer MissingSongs(Request &request);
+// import.cpp
+Answer Import(Request &request);
 
 } // namespace vexo::api

@@ -30,6 +30,8 @@ std::span<const Route> Routes() {
       Route{"GET", "/covers/{hash}", Cover, "size"},
       Route{"GET", "/songs/{id}/stream", Stream},
       Route{"GET", "/playlists", Playlists, "library kind q sort dir offset limit"},
+      Route{"POST", "/import", Import},
+      Route{"GET", "/playlists/{playlist}/missing", MissingSongs, "offset limit"},
       Route{"GET", "/playlists/{playlist}", PlaylistPage, "format library offset limit"},
   };
   return kRoutes;
