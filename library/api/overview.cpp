@@ -1,6 +1,7 @@
 // What there is, for a client that begins.
 #include "api/resources.h"
 #include "catalog/libraries.h"
+#include "media/transcoder.h"
 
 namespace vexo::api {
 
@@ -11,6 +12,7 @@ Answer Overview(Request &request) {
   for (const catalog::Library &library : catalog::LibrariesOf(request.User())) {
     libraries.append(std::string(library.name));
   }
+  document["transcoding"] = media::CanTranscode();
   return JsonAnswer(document);
 }
 

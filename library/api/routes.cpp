@@ -28,7 +28,7 @@ std::span<const Route> Routes() {
       Route{"POST", "/players/{player}/volume", SetPlayerVolume},
       Route{"GET", "/songs/{id}/cover", SongCover, "size"},
       Route{"GET", "/covers/{hash}", Cover, "size"},
-      Route{"GET", "/songs/{id}/stream", Stream},
+      Route{"GET", "/songs/{id}/stream", Stream, "format bitrate offset_seconds"},
       Route{"GET", "/playlists", Playlists, "library kind q sort dir offset limit"},
       Route{"POST", "/import", Import},
       Route{"GET", "/playlists/{playlist}/missing", MissingSongs, "offset limit"},

@@ -1,5 +1,6 @@
-// A song's bytes, all or a stretch of them.
+// A song's bytes, all or a stretch of them, or in another format.
 #include "api/resources.h"
+#include "api/transcode.h"
 #include "catalog/find_song.h"
 #include "media/byte_range.h"
 #include "media/file_version.h"
@@ -91,9 +92,46 @@ Answer SendSong(const index::Song &song, const SongFile &file) {
                .content_type = std::string(media::MediaTypeOf(song.type))});
 }
 
+/// Whether the song is already what is wanted, so that its file's own bytes do.
+bool IsOfFormat(const index::Song &song, const media::Transcoding &how) {
+  constexpr uint32_t kBitsOfKbit = 1000;
+  return song.type == how.format && song.bitrate > 0 &&
+         song.bitrate <= static_cast<uint32_t>(how.bitrate_kbit) * kBitsOfKbit;
+}
+
+/// What the parameters ask for; an empty format for the song as it is.
+media::Transcoding WantedFormat(Query &query) {
+  constexpr int kLeast = 64, kUsual = 128, kMost = 320, kLatest = 7 * 24 * 3600;
+  media::Transcoding how;
+  how.format = query.Choice("format", {"", "opus", "mp3"});
+  how.bitrate_kbit = static_cast<int>(query.Number("bitrate", kUsual, kLeast, kMost));
+  how.offset_seconds = static_cast<int>(query.Number("offset_seconds", 0, 0, kLatest));
+  for (const char *name : {"format", "bitrate", "offset_seconds"}) {
+    if (how.format.empty() && query.Text(name)) {
+      query.Refuse(name, "The format is not told: opus or mp3.");
+    }
+  }
+  return how;
+}
+
+Answer SendAs(const index::Song &song, const SongFile &file, media::Transcoding how) {
+  how.copies = IsOfFormat(song, how);
+  if (how.format.empty() || (how.copies && how.offset_seconds == 0)) {
+    return SendSong(song, file);
+  }
+  if (song.duration_seconds > 0 && how.offset_seconds >= song.duration_seconds) {
+    return ProblemAnswer({400, "The song ends before.", "offset_seconds"});
+  }
+  return SendTranscoded(song, file.file.get(), how);
+}
+
 } // namespace
 
 Answer Stream(Request &request) {
+  const media::Transcoding how = WantedFormat(request.query);
+  if (request.query.problem()) {
+    return ProblemAnswer(*request.query.problem());
+  }
   const std::optional<int32_t> id = request.Id();
   const std::optional<index::Song> song =
       id ? catalog::FindSong(request.User(), *id) : std::nullopt;
@@ -101,7 +139,7 @@ Answer Stream(Request &request) {
     return ProblemAnswer(NotFound("There is no such song."));
   }
   const std::optional<SongFile> file = OpenSong(*song, request.User());
-  return file ? SendSong(*song, *file)
+  return file ? SendAs(*song, *file, how)
               : ProblemAnswer(NotFound("The song's file is not there any more."));
 }
 

@@ -8,6 +8,7 @@
 #include "web/request.h"
 #include "web/send_body.h"
 #include "web/send_headers.h"
+#include "web/send_stream.h"
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -18,10 +19,6 @@
 
 namespace vexo::web {
 namespace {
-
-/// A stream that ends before is known to be whole, or not, before its headers go out. (And lighttpd
-/// 1.4.69 does not pass on chunks that come together with the headers.)
-constexpr std::size_t kShortBytes = std::size_t{64} << 10U;
 
 std::string_view BaseName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
@@ -48,29 +45,6 @@ bool WriterEndedWell() {
     result = waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT);
   } while (result != 0 && errno == EINTR);
   return result != 0 || (ended.si_code == CLD_EXITED && ended.si_status == 0);
-}
-
-/// Whether a body of unknown length may go out as chunks, so that the client notices when it breaks
-/// off. CGI leaves framing to the server, but lighttpd passes on that of a program.
-bool CanSendChunks() {
-  return Variable("SERVER_SOFTWARE").value_or("").starts_with("lighttpd/") &&
-         Variable("SERVER_PROTOCOL") == "HTTP/1.1";
-}
-
-/// Sends a stream behind its `begin` as chunks; without a last one when its writer failed.
-bool SendAsChunks(const std::string &begin, int pipe) {
-  return WriteAnswer(ChunkHead(begin.size()) + begin + "\r\n") && SendPipeAsChunks(pipe) &&
-         WriterEndedWell() && WriteAnswer("0\r\n\r\n");
-}
-
-/// Where a stream of unknown length breaks off, the client notices only by chunks.
-bool SendLong(const std::string &headers, const std::string &rest, const std::string &begin,
-              int pipe) {
-  if (CanSendChunks()) {
-    return WriteAnswer(headers + "Transfer-Encoding: chunked\n" + rest) &&
-           SendAsChunks(begin, pipe);
-  }
-  return WriteAnswer(headers + rest + begin) && SendPipeBody(pipe) && WriterEndedWell();
 }
 
 } // namespace
@@ -106,9 +80,10 @@ bool SendStream(FILE *stream, const char *file_name, const char *content_type) {
   if (IsHead()) {
     return CutUnless(WriteAnswer(attachment + rest));
   }
-  const std::optional<std::string> begin = ReadAhead(fileno(stream), kShortBytes);
-  if (!begin || begin->size() == kShortBytes) {
-    return CutUnless(begin && SendLong(attachment, rest, *begin, fileno(stream)));
+  const std::optional<std::string> begin = ReadAhead(fileno(stream), kStreamAheadBytes);
+  if (!begin || begin->size() == kStreamAheadBytes) {
+    return CutUnless(begin &&
+                     SendLongStream(attachment, rest, *begin, fileno(stream), WriterEndedWell));
   }
   if (!WriterEndedWell()) {
     PrintServerError();
