@@ -9,6 +9,9 @@ namespace vexo::api {
 // overview.cpp
 Answer Overview(Request &request);
 
+// document.cpp
+Answer Document(Request &request);
+
 // session.cpp
 Answer LogIn(Request &request);
 Answer WhoAmI(Request &request);

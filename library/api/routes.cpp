@@ -7,6 +7,7 @@ namespace vexo::api {
 std::span<const Route> Routes() {
   static constexpr std::array kRoutes = {
       Route{"GET", "/", Overview},
+      Route{"GET", "/openapi.json", Document, "", true},
       Route{"POST", "/session", LogIn, "", true},
       Route{"GET", "/session", WhoAmI},
       Route{"DELETE", "/session", LogOut, "everywhere", true},

@@ -33,8 +33,8 @@ Json::Value StateOf(const std::optional<index::ScanState> &state) {
   return document;
 }
 
-/// Waits until a scan that was started when the state was `before` tells something of itself, or for
-/// 3 s.
+/// Waits until a scan that was started when the state was `before` tells something of itself, or
+/// for 3 s.
 void WaitForScan(const std::optional<index::ScanState> &before) {
   constexpr int kTries = 300;
   for (int i = 0; i < kTries && index::ReadScanState() == before; ++i) {

@@ -3,6 +3,7 @@
 import unittest
 
 from api import Api
+from openapi import DOCUMENT
 from server import ANNA, BEN, ServerTest
 
 
@@ -23,6 +24,13 @@ class EveryResource(ServerTest):
         self.assertEqual(overview["user"], ANNA)
         self.assertEqual(overview["libraries"], ["shared", "personal"])
         self.assertEqual(Api(self.server, BEN).get("/").json["libraries"], ["shared"])
+
+    def test_its_document_is_served(self):
+        nobody = Api(self.server, None)
+        answer = nobody.get("/openapi.json")
+        self.assertEqual(answer.json, DOCUMENT)
+        again = nobody.get("/openapi.json", headers={"If-None-Match": answer.headers["ETag"]})
+        self.assertEqual((again.status, again.body), (304, b""))
 
     def test_a_head_has_no_body(self):
         answer = self.api.ask("HEAD", "/")

@@ -34,6 +34,8 @@ inline constexpr const char *kAdminLog = DEVICE_ROOT "/var/log/vexo/admin.log";
 inline constexpr const char *kSharedSmartRules = DEVICE_ROOT "/etc/mt-daapd.playlist";
 /// The folder of playlist files in a library and in a preference folder.
 inline constexpr const char *kPlaylistsFolder = "/playlists";
+/// The description of the API, as JSON.
+inline constexpr const char *kApiDocument = DEVICE_ROOT "/usr/share/vexo/openapi.json";
 /// What brings the index up to date.
 inline constexpr const char *kScanTool = DEVICE_ROOT "/usr/vexo/bin/playlistctl";
 /// Where the player daemon listens.
