@@ -168,9 +168,9 @@ std::set<int32_t> VisibleSongs(const Request &request, const Json::Value &entrie
   return catalog::VisibleSongs(request.User(), ids);
 }
 
-using Songs = std::variant<std::vector<std::string>, Problem>;
+using SongPaths = std::variant<std::vector<std::string>, Problem>;
 
-Songs SongsOfIds(const Request &request, const Json::Value &array) {
+SongPaths SongsOfIds(const Request &request, const Json::Value &array) {
   if (!array.isArray() || array.empty() || array.size() > catalog::kMostPlayed) {
     return Problem{400, "The member is no array of 1 to 100,000 ids of songs.", "songs"};
   }
@@ -184,7 +184,7 @@ Songs SongsOfIds(const Request &request, const Json::Value &array) {
   return catalog::PathsOfSongs(request.User(), ids);
 }
 
-Songs SongsOfPlaylist(const Request &request, const Json::Value &id) {
+SongPaths SongsOfPlaylist(const Request &request, const Json::Value &id) {
   const std::optional<catalog::Playlist> playlist =
       id.isString() ? catalog::FindPlaylist(request.User(), id.asString()) : std::nullopt;
   if (!playlist) {
@@ -198,11 +198,11 @@ Songs SongsOfPlaylist(const Request &request, const Json::Value &id) {
 }
 
 /// The songs that the body names, or why it names none.
-Songs SongsOf(const Request &request, const Json::Value &body) {
+SongPaths SongsOf(const Request &request, const Json::Value &body) {
   if (body.isMember("playlist") == body.isMember("songs")) {
     return Problem{400, "The body has to have one of songs and playlist.", "songs"};
   }
-  Songs songs = body.isMember("playlist") ? SongsOfPlaylist(request, body["playlist"])
+  SongPaths songs = body.isMember("playlist") ? SongsOfPlaylist(request, body["playlist"])
                                           : SongsOfIds(request, body["songs"]);
   const auto *const found = std::get_if<std::vector<std::string>>(&songs);
   if (found != nullptr && found->empty()) {
@@ -290,7 +290,7 @@ Answer FillPlayerQueue(Request &request) {
   if (mode != "replace" && mode != "append") {
     return ProblemAnswer({400, "The member is neither replace nor append.", "mode"});
   }
-  const Songs songs = SongsOf(request, document);
+  const SongPaths songs = SongsOf(request, document);
   if (const Problem *problem = std::get_if<Problem>(&songs)) {
     return ProblemAnswer(*problem);
   }
