@@ -37,6 +37,7 @@ constexpr std::array kPhrases = {
     Phrase{413, "Content Too Large"},
     Phrase{415, "Unsupported Media Type"},
     Phrase{416, "Range Not Satisfiable"},
+    Phrase{422, "Unprocessable Content"},
     Phrase{429, "Too Many Requests"},
     Phrase{500, "Internal Server Error"},
     Phrase{501, "Not Implemented"},

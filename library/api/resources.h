@@ -46,6 +46,11 @@ Answer Stream(Request &request);
 Answer Playlists(Request &request);
 Answer PlaylistPage(Request &request);
 Answer MissingSongs(Request &request);
+// smart.cpp
+Answer GetRule(Request &request);
+Answer PutRule(Request &request);
+Answer PostRule(Request &request);
+Answer PreviewRule(Request &request);
 // import.cpp
 Answer Import(Request &request);
 

@@ -32,6 +32,10 @@ std::span<const Route> Routes() {
       Route{"GET", "/songs/{id}/stream", Stream, "format bitrate offset_seconds"},
       Route{"GET", "/playlists", Playlists, "library kind q sort dir offset limit"},
       Route{"POST", "/import", Import},
+      Route{"POST", "/smart", PostRule},
+      Route{"POST", "/smart/preview", PreviewRule},
+      Route{"GET", "/smart/{playlist}", GetRule},
+      Route{"PUT", "/smart/{playlist}", PutRule},
       Route{"GET", "/playlists/{playlist}/missing", MissingSongs, "offset limit"},
       Route{"GET", "/playlists/{playlist}", PlaylistPage, "format library offset limit"},
   };

@@ -13,9 +13,7 @@
 #include "smart/rule_edits.h"
 #include "smart/rule_file.h"
 #include "smart/smart_playlist.h"
-#include "system/config.h"
-#include "system/run_program.h"
-#include "text/text.h"
+#include "system/daap_service.h"
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -108,19 +106,6 @@ void ReplacePlaylist(const char *file, const std::string &name, const NewBlock &
   playlists::NoteVersion(playlists::ContentVersion(block.text));
 }
 
-void RunCommand(const std::string &command) {
-  std::vector<std::string> words = text::Split(command, " ");
-  const std::string program = words.front();
-  words.erase(words.begin());
-  if (!program.starts_with('/')) {
-    throw std::runtime_error("the restart command must begin with an absolute path: " + command);
-  }
-  const int status = system::RunProgram(program, words).value_or(-1);
-  if (status != 0) {
-    throw std::runtime_error(command + ": exit status " + std::to_string(status));
-  }
-}
-
 } // namespace
 
 int iTunesPlaylistGetByFilename(const char *file, const char *name, iTunesPlaylist *playlist) {
@@ -191,10 +176,7 @@ void iTunesPLNodesFree(iTunesPLNode *nodes) {
 
 int iTunesServiceCheckAndReStart() {
   return Guarded(-1, [] {
-    const std::optional<std::string> command = system::Setting("daap", "restart");
-    if (command && !text::Trim(*command).empty()) {
-      RunCommand(std::string(text::Trim(*command)));
-    }
+    system::RestartDaapService();
     return 0;
   });
 }

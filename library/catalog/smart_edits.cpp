@@ -1,0 +1,95 @@
+#include "catalog/smart_edits.h"
+#include "catalog/smart_lists.h"
+#include "files/folder.h"
+#include "playlists/version.h"
+#include "smart/block_scanner.h"
+#include "smart/rule_edits.h"
+#include "smart/rule_file.h"
+#include "system/daap_service.h"
+#include "system/log.h"
+#include "text/utf8.h"
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <system_error>
+
+namespace vexo::catalog {
+namespace {
+
+bool IsControl(char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }
+
+/// The shared rules are those of the DAAP service, which may not be there: the playlist is written
+/// all the same.
+void TellDaapService(bool is_personal) {
+  if (is_personal) {
+    return;
+  }
+  try {
+    system::RestartDaapService();
+  } catch (const std::exception &error) {
+    system::LogFailure("restart of the DAAP service", error.what());
+  }
+}
+
+/// Edits a rule file; `edit` says what comes of it.
+SmartEdit EditRules(const std::string &path, bool is_personal, bool make,
+                    const files::TextEdit &edit, const SmartEdit &outcome) {
+  try {
+    smart::EditRuleFile(path, edit, make);
+  } catch (const std::system_error &error) {
+    if (error.code().value() == EFBIG) {
+      return SmartEdit::kFull;
+    }
+    if (error.code().value() == ENOENT && !make) {
+      return SmartEdit::kNotThere;
+    }
+    throw;
+  }
+  if (outcome == SmartEdit::kDone) {
+    TellDaapService(is_personal);
+  }
+  return outcome;
+}
+
+} // namespace
+
+bool IsSmartName(std::string_view name) {
+  return !name.empty() && name.size() <= kLongestName && text::IsUtf8(name) &&
+         name.find('/') == std::string_view::npos &&
+         std::none_of(name.begin(), name.end(), IsControl);
+}
+
+SmartEdit AddSmart(const accounts::Account &user, bool is_personal, std::string_view name,
+                   std::string_view rule) {
+  const std::string path = RuleFile(user, is_personal);
+  if (is_personal) {
+    files::MakeFolders(files::FolderOf(path));
+  }
+  SmartEdit outcome = SmartEdit::kDone;
+  const files::TextEdit edit = [&](std::string_view rules) -> std::optional<std::string> {
+    const bool is_taken = smart::FindBlock(rules, name).has_value();
+    outcome = is_taken ? SmartEdit::kNameTaken : SmartEdit::kDone;
+    return is_taken ? std::nullopt : std::optional(smart::AppendBlock(rules, BlockOf(name, rule)));
+  };
+  return EditRules(path, is_personal, true, edit, outcome);
+}
+
+SmartEdit SetRule(const Playlist &playlist, std::string_view rule, const IsMeant &is_meant) {
+  SmartEdit outcome = SmartEdit::kDone;
+  const files::TextEdit edit = [&](std::string_view rules) -> std::optional<std::string> {
+    const std::optional<smart::Block> block = smart::FindBlock(rules, playlist.name);
+    if (!block) {
+      outcome = SmartEdit::kNotThere;
+      return std::nullopt;
+    }
+    const std::string_view old = smart::BlockText(rules, *block);
+    outcome = is_meant(playlists::ContentVersion(old)) ? SmartEdit::kDone : SmartEdit::kStale;
+    if (outcome != SmartEdit::kDone || RuleText(old) == rule) {
+      return std::nullopt;
+    }
+    return smart::ReplaceBlock(rules, playlist.name, BlockOf(playlist.name, rule));
+  };
+  return EditRules(playlist.path, playlist.is_personal, false, edit, outcome);
+}
+
+} // namespace vexo::catalog
