@@ -12,7 +12,7 @@
 namespace vexo::api {
 namespace {
 
-using Songs = std::vector<catalog::ExportedSong>;
+using ExportedSongs = std::vector<catalog::ExportedSong>;
 
 std::string InCodePage(const std::string &utf8) {
   return text::FromUtf8(system::HostCodePage(), utf8).value_or(utf8);
@@ -31,7 +31,7 @@ Json::Value TrackJson(const catalog::ExportedSong &song) {
 }
 
 /// The JSON form of XSPF.
-std::string ToJspf(const Songs &songs, const std::string &title) {
+std::string ToJspf(const ExportedSongs &songs, const std::string &title) {
   Json::Value document(Json::objectValue);
   document["playlist"]["title"] = title;
   Json::Value &tracks = document["playlist"]["track"] = Json::Value(Json::arrayValue);
@@ -44,26 +44,28 @@ std::string ToJspf(const Songs &songs, const std::string &title) {
 struct Format {
   std::string_view name;
   const char *type;
-  std::string (*write)(const Songs &songs, const std::string &title);
+  std::string (*write)(const ExportedSongs &songs, const std::string &title);
 };
 
 constexpr std::array kFormats = {
     Format{"m3u8", "application/vnd.apple.mpegurl",
-           [](const Songs &songs, const std::string &) { return catalog::ToM3u(songs); }},
-    Format{
-        "m3u", "audio/x-mpegurl",
-        [](const Songs &songs, const std::string &) { return InCodePage(catalog::ToM3u(songs)); }},
+           [](const ExportedSongs &songs, const std::string &) { return catalog::ToM3u(songs); }},
+    Format{"m3u", "audio/x-mpegurl",
+           [](const ExportedSongs &songs, const std::string &) {
+             return InCodePage(catalog::ToM3u(songs));
+           }},
     Format{"pls", "audio/x-scpls",
-           [](const Songs &songs, const std::string &) { return catalog::ToPls(songs); }},
-    Format{
-        "xspf", "application/xspf+xml",
-        [](const Songs &songs, const std::string &title) { return catalog::ToXspf(songs, title); }},
+           [](const ExportedSongs &songs, const std::string &) { return catalog::ToPls(songs); }},
+    Format{"xspf", "application/xspf+xml",
+           [](const ExportedSongs &songs, const std::string &title) {
+             return catalog::ToXspf(songs, title);
+           }},
     Format{"jspf", "application/jspf+json", ToJspf},
 };
 
 } // namespace
 
-Answer ExportAnswer(const Songs &songs, const std::string &name, std::string_view format) {
+Answer ExportAnswer(const ExportedSongs &songs, const std::string &name, std::string_view format) {
   const auto *const known = std::find_if(kFormats.begin(), kFormats.end(),
                                          [&](const Format &f) { return f.name == format; });
   std::string body = known->write(songs, name);

@@ -39,6 +39,21 @@ Answer FillPlayerQueue(Request &request);
 Answer SongCover(Request &request);
 Answer Cover(Request &request);
 
+// songs.cpp
+Answer ListSongs(Request &request);
+Answer GetSong(Request &request);
+
+// groups.cpp
+Answer ListAlbums(Request &request);
+Answer GetAlbum(Request &request);
+Answer ListArtists(Request &request);
+Answer GetArtist(Request &request);
+Answer ListGenres(Request &request);
+Answer ListComposers(Request &request);
+Answer ListYears(Request &request);
+Answer GetTopFolder(Request &request);
+Answer GetFolder(Request &request);
+
 // stream.cpp
 Answer Stream(Request &request);
 

@@ -3,6 +3,16 @@
 #include <array>
 
 namespace vexo::api {
+namespace {
+
+constexpr std::string_view kSongParameters =
+    "library q album artist album_artist genre composer folder year_from year_to type sort dir "
+    "offset limit";
+constexpr std::string_view kAlbumParameters =
+    "library q artist album_artist genre composer folder year_from year_to sort dir offset limit";
+constexpr std::string_view kNameParameters = "library q sort dir offset limit";
+
+} // namespace
 
 std::span<const Route> Routes() {
   static constexpr std::array kRoutes = {
@@ -29,7 +39,18 @@ std::span<const Route> Routes() {
       Route{"POST", "/players/{player}/volume", SetPlayerVolume},
       Route{"GET", "/songs/{id}/cover", SongCover, "size"},
       Route{"GET", "/covers/{hash}", Cover, "size"},
+      Route{"GET", "/songs", ListSongs, kSongParameters},
+      Route{"GET", "/songs/{id}", GetSong},
       Route{"GET", "/songs/{id}/stream", Stream, "format bitrate offset_seconds"},
+      Route{"GET", "/albums", ListAlbums, kAlbumParameters},
+      Route{"GET", "/albums/{id}", GetAlbum, "offset limit"},
+      Route{"GET", "/artists", ListArtists, kNameParameters},
+      Route{"GET", "/artists/{id}", GetArtist, "offset limit"},
+      Route{"GET", "/genres", ListGenres, kNameParameters},
+      Route{"GET", "/composers", ListComposers, kNameParameters},
+      Route{"GET", "/years", ListYears, kNameParameters},
+      Route{"GET", "/folders", GetTopFolder, "library offset limit"},
+      Route{"GET", "/folders/{id}", GetFolder, "offset limit"},
       Route{"GET", "/playlists", Playlists, "library kind q sort dir offset limit"},
       Route{"POST", "/import", Import},
       Route{"POST", "/smart", PostRule},

@@ -1,6 +1,7 @@
 #pragma once
 // A song as lists of songs show it.
 
+#include "catalog/libraries.h"
 #include "index/media_index.h"
 #include <json/json.h>
 #include <vector>
@@ -9,6 +10,10 @@ namespace vexo::api {
 
 /// What is not known (a text that is empty, a number that is 0) is left out, but for the title.
 Json::Value SongJson(const index::Song &song);
+/// With the ids of its groups.
+Json::Value SongJson(const index::CatalogSong &song);
+/// With all its tags, and where it lies in the library.
+Json::Value WholeSongJson(const index::CatalogSong &song, const catalog::Library &library);
 Json::Value SongsJson(const std::vector<index::Song> &songs);
 
 /// Adds a member where there is something to tell.

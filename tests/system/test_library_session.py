@@ -64,8 +64,10 @@ class Sessions(SessionTest):
 
     def test_identify_the_user_of_both_programs(self):
         anna, ben = self.session(ANNA), self.session(BEN)
-        self.assertEqual(anna.get("/").json["libraries"], ["shared", "personal"])
-        self.assertEqual(ben.get("/").json["libraries"], ["shared"])
+        self.assertEqual([library["name"] for library in anna.get("/").json["libraries"]],
+                         ["shared", "personal"])
+        self.assertEqual([library["name"] for library in ben.get("/").json["libraries"]],
+                         ["shared"])
         songs = encode({"action": "add", "name": "in a session", "type": "shared",
                         "id_info_list": ["1", "2"]})
         added = self.act(anna, body=songs, **FORM)

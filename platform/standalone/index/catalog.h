@@ -19,8 +19,8 @@ enum class GroupKind { kAlbum = 1, kArtist, kGenre, kComposer, kYear, kFolder };
 /// Names are the same when they differ in letter case only. An artist is one whether songs or
 /// albums name it. Songs are of one album when they have the same title of an album and the same
 /// album artist, and lie in the same folder; folders of discs ("CD 1", "Disc 2") count as the
-/// folder that they lie in. Songs that are said to be of a compilation count as without an album
-/// artist.
+/// folder that they lie in. An album artist that is the song's own artist is none in a song that is
+/// said to be of a compilation.
 struct Group {
   int32_t id = 0;
   int owner = 0;
@@ -95,10 +95,11 @@ struct GroupList {
   int owner = 0;
   GroupKind kind = GroupKind::kAlbum;
   std::string words; ///< as for songs; in the name, and in the artist of an album
-  // Albums only, as for songs. `in_group`: with songs of this artist, genre, composer or year.
-  int32_t in_group = 0, artist_id = 0;
+  // Albums only. Those with songs of all of these artists, genres, composers and years:
+  std::vector<int32_t> in_groups;
+  int32_t artist_id = 0; ///< the album's own; 0: any
   std::optional<int32_t> year_from, year_to;
-  int32_t parent_id = 0;
+  int32_t parent_id = 0; ///< folders and albums in this folder; 0: anywhere
   std::vector<GroupField> sort;
   bool ascending = true;
 };

@@ -1,6 +1,7 @@
 #include "index/song_identity.h"
 
 #include "text/case_folding.h"
+#include "text/numbers.h"
 #include "text/search_folding.h"
 #include <algorithm>
 #include <array>
@@ -12,28 +13,33 @@ namespace {
 /// Between the parts of an identity; no text of a tag has it, as it ends C strings.
 constexpr char kSeparator = '\0';
 
-std::string AlbumFolderOf(const std::string &folder) {
-  const std::size_t slash = folder.rfind('/');
-  const bool disc =
-      slash != std::string::npos && slash > 0 && IsDiscFolder(folder.substr(slash + 1));
-  return disc ? folder.substr(0, slash) : folder;
-}
+std::string NameOf(const std::string &path) { return path.substr(path.rfind('/') + 1); }
 
-/// A number of one or two digits, and perhaps what the disc is called.
-bool IsDiscNumber(std::string_view text) {
+/// The number of one or two digits that `text` is, perhaps with what the disc is called behind it.
+std::optional<int32_t> DiscNumber(std::string_view text) {
   constexpr std::size_t kMostDigits = 2;
   text.remove_prefix(std::min(text.find_first_not_of(" -_.#"), text.size()));
   const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
   const bool ends = digits == text.size() ||
                     std::string_view(" -_.:([").find(text[digits]) != std::string_view::npos;
-  return digits >= 1 && digits <= kMostDigits && ends;
+  if (digits == 0 || digits > kMostDigits || !ends) {
+    return std::nullopt;
+  }
+  return static_cast<int32_t>(text::ParseInteger(text.substr(0, digits)).value_or(0));
+}
+
+std::string AlbumFolderOf(const std::string &folder) {
+  return DiscOfFolder(NameOf(folder)) ? FolderOf(folder) : folder;
 }
 
 GroupIdentity AlbumOf(const Song &song, const std::string &folder) {
   if (song.album.empty()) {
     return {};
   }
-  const std::string artist = song.compilation ? "" : text::FoldCase(song.album_artist);
+  std::string artist = text::FoldCase(song.album_artist);
+  if (song.compilation && artist == text::FoldCase(song.artist)) {
+    artist.clear(); // what some programs write where nobody is named
+  }
   return {GroupKind::kAlbum, text::FoldCase(song.album) + kSeparator + artist + kSeparator + folder,
           song.album};
 }
@@ -60,13 +66,23 @@ std::string FolderOf(const std::string &path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool IsDiscFolder(const std::string &name) {
+std::optional<int32_t> DiscOfFolder(const std::string &name) {
   constexpr std::array<std::string_view, 7> kWords = {"cd",    "disc", "disk", "disque",
                                                       "disco", "dvd",  "lp"};
   const std::string folded = text::FoldForSearch(name);
-  return std::any_of(kWords.begin(), kWords.end(), [&](std::string_view word) {
-    return folded.starts_with(word) && IsDiscNumber(std::string_view(folded).substr(word.size()));
-  });
+  for (const std::string_view word : kWords) {
+    const auto number = folded.starts_with(word)
+                            ? DiscNumber(std::string_view(folded).substr(word.size()))
+                            : std::nullopt;
+    if (number) {
+      return number;
+    }
+  }
+  return std::nullopt;
+}
+
+int32_t DiscOf(int32_t disc, const std::string &path) {
+  return disc > 0 ? disc : DiscOfFolder(NameOf(FolderOf(path))).value_or(0);
 }
 
 SongIdentity IdentifySong(const Song &song) {

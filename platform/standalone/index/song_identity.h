@@ -2,6 +2,8 @@
 // Which groups a song is in, by what its file tells.
 
 #include "index/catalog.h"
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,7 +31,11 @@ GroupIdentity FolderGroup(std::string path);
 /// The folder that a path lies in: "/" for "/a", nothing for "/" and what has no folder.
 std::string FolderOf(const std::string &path);
 
-/// Whether a folder of this name holds a disc of the album that the folder around it is.
-bool IsDiscFolder(const std::string &name);
+/// The number of the disc that a folder of this name holds, of the album that the folder around it
+/// is; nothing for a folder of its own. "CD 2", "Disc 3 (Live)", "disque_04".
+std::optional<int32_t> DiscOfFolder(const std::string &name);
+
+/// The number of a song's disc: what its file tells, or else its folder; 0: not known.
+int32_t DiscOf(int32_t disc, const std::string &path);
 
 } // namespace vexo::index

@@ -1,4 +1,5 @@
 #include "index/sort_keys.h"
+#include "index/song_identity.h"
 
 #include "text/search_folding.h"
 #include <algorithm>
@@ -34,7 +35,7 @@ void AppendNumberField(std::string &key, const Song &song, Field field) {
   case Field::kTrack:
     return AppendNumber(key, song.track, 2);
   case Field::kDisc:
-    return AppendNumber(key, song.disc, 2);
+    return AppendNumber(key, DiscOf(song.disc, song.path), 2);
   case Field::kBitrate:
     return AppendNumber(key, song.bitrate, kCountBytes);
   case Field::kSampleRate:

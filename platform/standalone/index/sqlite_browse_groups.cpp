@@ -23,9 +23,9 @@ std::optional<IdSet> Candidates(Database &database, const GroupList &list) {
   for (const std::string &word : FoldedWords(list.words)) {
     sets.push_back(GroupsWithWord(database, word, list.kind == GroupKind::kAlbum));
   }
-  if (list.in_group != 0) {
+  for (const int32_t group : list.in_groups) {
     Statement albums(database, "SELECT album_id FROM group_albums WHERE group_id = ?1");
-    sets.push_back(ReadIds(albums.Bind(1, int64_t{list.in_group})));
+    sets.push_back(ReadIds(albums.Bind(1, int64_t{group})));
   }
   if (list.artist_id != 0) {
     sets.push_back(Members(database, list.artist_id, Membership::kAlbums));

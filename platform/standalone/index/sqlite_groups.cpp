@@ -37,7 +37,7 @@ constexpr int kUsesColumn = 17;
 /// So many songs at most tell what an album is; who has an album of a hundred thousand songs has
 /// untagged ones, and each batch of a scan would look at all of them.
 constexpr const char *kAlbumSongs =
-    "SELECT songs.id, album_artist_id, compilation, year, time_added, disc, track "
+    "SELECT songs.id, album_artist_id, compilation, year, time_added, disc, track, path "
     "FROM entries JOIN songs ON songs.id = entries.id WHERE list = ?1 AND key = x'' "
     "ORDER BY entries.id LIMIT 2000";
 
@@ -267,8 +267,9 @@ void GroupWriter::DescribeAlbum(Group &album) {
     }
     const int64_t added = album_songs_.Int64(4);
     album.time_added = album.cover_song == 0 ? added : std::min(album.time_added, added);
-    album.discs = std::max(album.discs, static_cast<int32_t>(album_songs_.Int64(5)));
-    const std::tuple place(album_songs_.Int64(5), album_songs_.Int64(6), album_songs_.Int64(0));
+    const int32_t disc = DiscOf(static_cast<int32_t>(album_songs_.Int64(5)), album_songs_.Text(7));
+    album.discs = std::max(album.discs, disc);
+    const std::tuple place(int64_t{disc}, album_songs_.Int64(6), album_songs_.Int64(0));
     if (album.cover_song == 0 || place < cover) {
       cover = place;
       album.cover_song = static_cast<int32_t>(std::get<2>(place));
