@@ -66,6 +66,9 @@ Answer GetRule(Request &request);
 Answer PutRule(Request &request);
 Answer PostRule(Request &request);
 Answer PreviewRule(Request &request);
+// queue.cpp
+Answer GetQueue(Request &request);
+Answer PutQueue(Request &request);
 // import.cpp
 Answer Import(Request &request);
 

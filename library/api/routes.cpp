@@ -53,6 +53,8 @@ std::span<const Route> Routes() {
       Route{"GET", "/folders/{id}", GetFolder, "offset limit"},
       Route{"GET", "/playlists", Playlists, "library kind q sort dir offset limit"},
       Route{"POST", "/import", Import},
+      Route{"GET", "/queue", GetQueue, "offset limit"},
+      Route{"PUT", "/queue", PutQueue},
       Route{"POST", "/smart", PostRule},
       Route{"POST", "/smart/preview", PreviewRule},
       Route{"GET", "/smart/{playlist}", GetRule},

@@ -219,9 +219,13 @@ void ForgetWriting() noexcept {
 }
 
 void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path) {
+  WriteTemporaryPlaylist(ContentOf(songs), path);
+}
+
+void WriteTemporaryPlaylist(std::string_view bytes, const std::string &path) {
   RequireInFolder(system::kTemporary, path);
   RemoveLink(path);
-  files::ReplaceDurably(path, ContentOf(songs), kOwnOnly);
+  files::ReplaceDurably(path, bytes, kOwnOnly);
 }
 
 } // namespace vexo::playlists

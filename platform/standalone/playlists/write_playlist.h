@@ -5,6 +5,7 @@
 #include "playlists/m3u.h"
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vexo::playlists {
@@ -39,5 +40,7 @@ void ForgetWriting() noexcept;
 /// Makes the playlist file `path` in the folder for temporary files, where others may have put
 /// something of that name: a link is replaced, a file only when it is the server's own. Throws.
 void WriteTemporaryPlaylist(const std::vector<index::Song> &songs, const std::string &path);
+/// The same with these bytes.
+void WriteTemporaryPlaylist(std::string_view bytes, const std::string &path);
 
 } // namespace vexo::playlists
