@@ -1,6 +1,7 @@
 """The command `serve`, on the programs of this build."""
 
 import base64
+import json
 import os
 import re
 import shutil
@@ -47,8 +48,12 @@ class Served:
                 return
         raise AssertionError(f"serve ended:\n{self.output}")
 
+    def curl_lines(self):
+        return re.findall(r"^  curl .*?[^\\]$", self.output, re.MULTILINE | re.DOTALL)
+
     def curl_line(self):
-        return re.search(r"^  curl .*?[^\\]$", self.output, re.MULTILINE | re.DOTALL).group()
+        """The one that makes a playlist."""
+        return self.curl_lines()[-1]
 
     def run_curl_line(self):
         return subprocess.check_output(["sh", "-c", self.curl_line()], text=True,
@@ -99,6 +104,16 @@ class Serve(unittest.TestCase):
         self.assertIn('"success":true', served.run_curl_line().replace(" ", ""))
         made = list((LIBRARY / "playlists").glob("*.m3u"))
         self.assertEqual([len(songs_of(file)) for file in made], [2])
+
+    def test_the_printed_lines_list_songs_before_one_makes_a_playlist(self):
+        served = self.serve()
+        albums, songs, _ = served.curl_lines()
+        for line, least in ((albums, 4), (songs, 5)):
+            listed = json.loads(subprocess.check_output(["sh", "-c", line],
+                                                        stderr=subprocess.DEVNULL))
+            self.assertGreaterEqual(len(listed["items"]), least, line)
+            self.assertTrue(all(item["id"] > 0 for item in listed["items"]))
+        self.assertIn(f"http://127.0.0.1:{served.port}/api/\n", served.output)
 
     def test_the_printed_line_works_twice(self):
         served = self.serve()

@@ -23,6 +23,7 @@ std::string ToJson(const Json::Value &document) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
   builder["emitUTF8"] = true;
+  builder["precision"] = 15; // digits that every double keeps: 0.85, and not 0.84999999999999998
   return text::ToValidUtf8(Json::writeString(builder, document)) + "\n";
 }
 
