@@ -203,7 +203,7 @@ SongPaths SongsOf(const Request &request, const Json::Value &body) {
     return Problem{400, "The body has to have one of songs and playlist.", "songs"};
   }
   SongPaths songs = body.isMember("playlist") ? SongsOfPlaylist(request, body["playlist"])
-                                          : SongsOfIds(request, body["songs"]);
+                                              : SongsOfIds(request, body["songs"]);
   const auto *const found = std::get_if<std::vector<std::string>>(&songs);
   if (found != nullptr && found->empty()) {
     return NotFound("There is nothing of it to play.");

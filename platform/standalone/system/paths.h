@@ -25,7 +25,8 @@ inline constexpr const char *kLoginAttempts = DEVICE_ROOT "/var/lib/vexo/login_a
 inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
 /// What was read of playlists, to be found again; it may go at any time.
 inline constexpr const char *kPlaylistFacts = DEVICE_ROOT "/var/lib/vexo/playlist_facts";
-/// Pictures of songs in the sizes that clients ask for, and which song has which; all can be made anew.
+/// Pictures of songs in the sizes that clients ask for, and which song has which. All can be made
+/// anew.
 inline constexpr const char *kCovers = DEVICE_ROOT "/var/lib/vexo/covers";
 /// Files whose locks bound how much of something runs at once.
 inline constexpr const char *kSlots = DEVICE_ROOT "/var/lib/vexo/slots";
