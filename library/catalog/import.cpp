@@ -32,10 +32,6 @@ std::vector<std::string> PathsOf(const std::string &location,
   return paths;
 }
 
-bool IsStream(const std::string &location) {
-  return playlists::IsStreamAddress(location) && !playlists::PathOfFileAddress(location);
-}
-
 /// Finds what lies at the paths that the entries tell.
 void MatchByPath(const accounts::Account &user, std::vector<ImportedEntry> &entries) {
   const std::vector<Library> libraries = LibrariesOf(user);

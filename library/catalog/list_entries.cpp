@@ -18,7 +18,17 @@ std::vector<std::string> FilePaths(const std::vector<ListEntry> &entries) {
   return paths;
 }
 
+/// The address of a file that is not there is a path like any other: taken for a stream, it would
+/// have a player open a file that its user may not see.
+std::string WithoutFileAddress(std::string path) {
+  return playlists::PathOfFileAddress(path).value_or(std::move(path));
+}
+
 } // namespace
+
+bool IsStream(std::string_view address) {
+  return playlists::IsStreamAddress(address) && !playlists::IsFileAddress(address);
+}
 
 List::List(std::string bytes, const std::string &path)
     : bytes_(std::move(bytes)), content_(bytes_, path), paths_(path) {}
@@ -30,8 +40,8 @@ std::vector<ListEntry> List::Entries(std::size_t offset, std::size_t limit) {
   entries.reserve(last - first);
   for (std::size_t i = first; i < last; ++i) {
     const playlists::ContentEntry told = content_.At(i);
-    std::string path = paths_.Resolve(told.path);
-    const bool is_stream = playlists::IsStreamAddress(path);
+    std::string path = WithoutFileAddress(paths_.Resolve(told.path));
+    const bool is_stream = IsStream(path);
     entries.push_back({.position = i,
                        .text = system::ReadableText(told.path),
                        .path = std::move(path),

@@ -9,16 +9,22 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
 namespace vexo::catalog {
 
+/// Whether it is an address that says nothing of a file.
+bool IsStream(std::string_view address);
+
 /// An entry of a list, as its file tells it; texts are UTF-8.
 struct ListEntry {
   std::size_t position = 0;
   std::string text; ///< the path or address as it stands there
-  std::string path; ///< the path that it stands for (playlists/entry_paths.h), or the address
+  /// The path that it stands for (playlists/entry_paths.h), also where its text is the address of a
+  /// file; else a stream's address.
+  std::string path;
   std::string artist, title;
   double duration_seconds = 0; ///< 0: not told
   bool is_stream = false;

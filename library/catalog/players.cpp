@@ -8,11 +8,13 @@
 #include "system/config.h"
 #include "system/log.h"
 #include "system/paths.h"
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
+#include <strings.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -110,6 +112,18 @@ std::vector<std::string> PathsOfRule(const accounts::Account &user, const Playli
           .songs);
 }
 
+/// Whether a stream comes by the network. A player knows more kinds of addresses, which open its
+/// machine's microphones, drives and shares.
+bool ComesByNetwork(std::string_view address) {
+  constexpr std::array<std::string_view, 11> kSchemes = {
+      "http", "https", "mms", "mmsh", "mmst", "mmsu", "rtmp", "rtmps", "rtmpt", "rtp", "rtsp"};
+  const std::string_view scheme = address.substr(0, address.find(':'));
+  return std::ranges::any_of(kSchemes, [scheme](std::string_view known) {
+    return scheme.size() == known.size() &&
+           strncasecmp(scheme.data(), known.data(), known.size()) == 0;
+  });
+}
+
 std::vector<std::string> PathsOfList(const accounts::Account &user, const Playlist &playlist) {
   std::vector<std::string> paths;
   std::optional<std::string> bytes = ReadList(playlist);
@@ -120,7 +134,9 @@ std::vector<std::string> PathsOfList(const accounts::Account &user, const Playli
   std::vector<ListEntry> entries = list.Entries(0, kMostPlayed);
   const SongsAtPaths songs(user, entries);
   for (ListEntry &entry : entries) {
-    if (entry.is_stream || songs.Find(entry.path) != nullptr) {
+    const bool is_played =
+        entry.is_stream ? ComesByNetwork(entry.path) : songs.Find(entry.path) != nullptr;
+    if (is_played) {
       paths.push_back(std::move(entry.path));
     }
   }

@@ -109,6 +109,25 @@ class Players(ServerTest):
         taken = self.server.add(SHARED, "taken", [{"res": own}, "1"])
         self.assertEqual(ben.post("/players/0/queue", {"playlist": taken.id}).json["added"], 1)
 
+    @staticmethod
+    def append(api, playlist):
+        """How many songs of the playlist the player takes."""
+        return api.post("/players/0/queue", {"playlist": playlist, "mode": "append"}).json["added"]
+
+    def test_an_address_leads_to_no_file_and_no_device(self):
+        own = f"{PERSONAL.folder.parent}/own.flac"
+        entries = [{"res": res} for res in (
+            f"file://{own}", f"FILE://{own}", f"file:///{own}", f"file://localhost{own}",
+            "file:///etc/hostname", "alsa://hw:0", "cdda:///dev/sr0", "smb://host/song.mp3",
+            "HTTP://127.0.0.1:9/live")]
+        made = self.server.add(SHARED, "addresses", entries)
+        ben = Api(self.server, BEN)
+        self.assertEqual(self.append(ben, made.id), 1)
+        self.assertEqual(self.mpd.queue(), ["HTTP://127.0.0.1:9/live"])
+        items = ben.get(f"/playlists/{made.id}").json["items"]
+        self.assertEqual([item.get("missing", False) for item in items], [True] * 5 + [False] * 4)
+        self.assertEqual(self.append(self.api, made.id), 4)
+
     def test_bad_requests_are_told_what_is_wrong(self):
         for path, body, status, parameter in (
                 ("/players/7/play", None, 404, None), ("/players/x/queue", {"songs": [1]}, 404, None),

@@ -81,6 +81,8 @@ bool IsStreamAddress(std::string_view entry) {
                      IsSchemeCharacter);
 }
 
+bool IsFileAddress(std::string_view entry) { return StartsWithIgnoringCase(entry, "file:"); }
+
 std::optional<std::string> PathOfFileAddress(std::string_view entry) {
   for (const std::string_view start : {"file://localhost/", "file:///", "file:/"}) {
     if (StartsWithIgnoringCase(entry, start)) {

@@ -10,6 +10,9 @@ namespace vexo::playlists {
 /// Whether a playlist's entry is an address: a scheme and "://" (RFC 3986).
 bool IsStreamAddress(std::string_view entry);
 
+/// Whether it is an address of a file, of this machine or of another one, in whatever form.
+bool IsFileAddress(std::string_view entry);
+
 /// The path of a local file's address ("file:///a%20b", "file://localhost/a", "file:/a"; RFC 8089);
 /// nothing for any other text. What is no escape stays as it is.
 std::optional<std::string> PathOfFileAddress(std::string_view entry);
