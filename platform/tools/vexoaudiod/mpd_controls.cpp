@@ -70,6 +70,27 @@ std::string UriOf(const MpdConnection &mpd, const std::string &song) {
   return song;
 }
 
+/// Whether a name fits into a command, with a backslash before each quote and backslash. An empty
+/// one would be MPD's whole collection.
+bool FitsCommand(const std::string &uri) {
+  constexpr std::size_t kLongest = 4000; // the client library's buffer has 4 KiB
+  const auto escapes =
+      std::ranges::count_if(uri, [](char letter) { return letter == '"' || letter == '\\'; });
+  return !uri.empty() && uri.find('\0') == std::string::npos &&
+         uri.size() + static_cast<std::size_t>(escapes) <= kLongest;
+}
+
+/// The names of the songs that MPD can be told.
+std::vector<std::string> UrisOf(const MpdConnection &mpd, const std::vector<std::string> &songs) {
+  std::vector<std::string> uris;
+  uris.reserve(songs.size());
+  for (const std::string &song : songs) {
+    uris.push_back(UriOf(mpd, song));
+  }
+  std::erase_if(uris, [](const std::string &uri) { return !FitsCommand(uri); });
+  return uris;
+}
+
 struct Added {
   std::size_t count = 0; ///< of songs before one that MPD refused: all, when it refused none
   bool is_full = false;  ///< the queue has no room for more
@@ -80,7 +101,7 @@ Added AddUpToRefusal(MpdConnection &mpd, std::span<const std::string> songs, boo
   mpd_connection *const connection = mpd.get();
   mpd.Check(mpd_command_list_begin(connection, false) && (!clears || mpd_send_clear(connection)));
   for (const std::string &song : songs) {
-    mpd.Check(mpd_send_add(connection, UriOf(mpd, song).c_str()));
+    mpd.Check(mpd_send_add(connection, song.c_str()));
   }
   mpd.Check(mpd_command_list_end(connection));
   mpd.SkipRest();
@@ -131,7 +152,9 @@ PlayerStatus ControlMpd(MpdConnection &mpd, Control control, unsigned value) {
 
 LoadResult LoadIntoMpd(MpdConnection &mpd, const std::vector<std::string> &songs, bool replaces) {
   return mpd.Converse([&] {
-    const LoadResult result = Load(mpd, songs, replaces);
+    const std::vector<std::string> uris = UrisOf(mpd, songs);
+    LoadResult result = Load(mpd, uris, replaces);
+    result.refused += songs.size() - uris.size();
     if (replaces && result.added > 0) {
       mpd.Check(mpd_run_play_pos(mpd.get(), 0));
     }

@@ -116,6 +116,19 @@ TEST_F(MpdControlsTest, ASongThatMpdRefusesIsPassedOver) {
                                              "add \"bad 2\"|add \"2\"", "add \"2\"", "play \"0\""));
 }
 
+TEST_F(MpdControlsTest, ANameThatNoCommandCanHoldIsPassedOver) {
+  ScriptedMpd &server = MpdThatSays("OK\n");
+  const LoadResult result = LoadIntoMpd(connection_,
+                                        {"/music/1", "http://x/" + std::string(3900, '"'),
+                                         std::string(5000, 'x'), std::string("\0/music", 7),
+                                         "http://x/" + std::string(3900, 'x'), "/music/\"2\\\""},
+                                        false);
+  EXPECT_EQ(result.added, 3U);
+  EXPECT_EQ(result.refused, 3U);
+  EXPECT_THAT(server.Commands(), ElementsAre("add \"1\"|add \"http://x/" + std::string(3900, 'x') +
+                                             "\"|add \"\\\"2\\\\\\\"\""));
+}
+
 TEST_F(MpdControlsTest, AFullQueueEndsTheLoad) {
   ScriptedMpd &server = MpdThatSays("ACK [51@1] {add} playlist is max size\n");
   const LoadResult result =
