@@ -92,21 +92,34 @@ uint32_t AddressPlace(std::string_view address) {
   return PlaceOf("login address", NetworkOf(address), kPlaces);
 }
 
+bool AreForgotten(const Failures &failures, int64_t now) {
+  return failures.last <= now - kForgetSeconds;
+}
+
 int64_t WaitOf(const Failures &failures, const Patience &patience, int64_t now) {
-  if (failures.count < patience.free_failures || now - failures.last >= kForgetSeconds) {
+  if (failures.count < patience.free_failures || AreForgotten(failures, now)) {
     return 0;
   }
   constexpr uint32_t kMostDoublings = 30;
   const uint32_t doublings = std::min(failures.count - patience.free_failures, kMostDoublings);
   const int64_t wait = std::min(int64_t{1} << doublings, patience.longest_wait_seconds);
-  // A clock that was set back prolongs nothing.
-  return std::clamp<int64_t>(failures.last + wait - now, 0, wait);
+  return std::max<int64_t>(failures.last + wait - now, 0);
 }
 
 Failures WithOneMore(const Failures &failures, int64_t now) {
-  const bool is_forgotten = now - failures.last >= kForgetSeconds;
-  const uint32_t count = is_forgotten ? 0 : failures.count;
+  const uint32_t count = AreForgotten(failures, now) ? 0 : failures.count;
   return {now, count == UINT32_MAX ? count : count + 1, 0};
+}
+
+/// The failures at a place. Those of the future, as of a clock that was set back since, become
+/// failures of now: else the wait would last until that time.
+Failures ReadUntil(int64_t now, const Counts &counts, uint32_t place) {
+  Failures failures = counts.Read(place);
+  if (failures.last > now) {
+    failures.last = now;
+    counts.Write(place, failures);
+  }
+  return failures;
 }
 
 } // namespace
@@ -114,7 +127,8 @@ Failures WithOneMore(const Failures &failures, int64_t now) {
 int64_t CountLogin(std::string_view name, std::string_view address, int64_t now) {
   const uint32_t account = AccountPlace(name), network = AddressPlace(address);
   const Counts counts;
-  const Failures of_account = counts.Read(account), of_address = counts.Read(network);
+  const Failures of_account = ReadUntil(now, counts, account);
+  const Failures of_address = ReadUntil(now, counts, network);
   const int64_t wait = std::max(WaitOf(of_account, kPatienceWithAccount, now),
                                 WaitOf(of_address, kPatienceWithAddress, now));
   if (wait == 0) {

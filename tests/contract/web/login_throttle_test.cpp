@@ -1,6 +1,7 @@
 #include "support/device_root.h"
 #include "system/paths.h"
 #include "web/login_throttle.h"
+#include <fstream>
 #include <set>
 #include <sys/wait.h>
 #include <system_error>
@@ -115,9 +116,21 @@ TEST_F(LoginThrottle, ForgetsAfterAnHour) {
 
 TEST_F(LoginThrottle, MakesNobodyWaitLongerWhenTheClockIsSetBack) {
   TriesAtOnce("alice", "192.0.2.1", kStart);
-  const int64_t wait = CountLogin("alice", "192.0.2.1", kStart - 1'000'000);
+  const int64_t now = kStart - 1'000'000;
+  const int64_t wait = CountLogin("alice", "192.0.2.1", now);
   EXPECT_GT(wait, 0);
   EXPECT_LE(wait, kPatienceWithAccount.longest_wait_seconds);
+  EXPECT_EQ(CountLogin("alice", "192.0.2.1", now + wait), 0);
+}
+
+TEST_F(LoginThrottle, LetsEverybodyInWithinItsWaitsWhateverItsFileHolds) {
+  CountLogin("alice", "192.0.2.1", kStart);
+  for (const char byte : {'\x7F', '\x80', '\xFF', 'x'}) {
+    std::ofstream(system::kLoginAttempts, std::ios::trunc) << std::string(131'072, byte);
+    const int64_t wait = CountLogin("alice", "192.0.2.1", kStart);
+    EXPECT_LE(wait, kPatienceWithAddress.longest_wait_seconds);
+    EXPECT_EQ(CountLogin("alice", "192.0.2.1", kStart + wait + 1), 0) << int{byte};
+  }
 }
 
 TEST_F(LoginThrottle, LetsNoMoreThroughWhenTheyComeAllAtOnce) {
