@@ -15,13 +15,14 @@ namespace vexo::cover {
 namespace {
 
 constexpr rlim_t kMemoryBytes = rlim_t{1} << 30U; // 50 megapixels take half of it
-constexpr rlim_t kCpuSeconds = 10;                // they take two
 constexpr rlim_t kOpenFiles = 16;
 
-void Limit(__rlimit_resource resource, rlim_t most) {
-  const rlimit limit{most, most};
+void Limit(__rlimit_resource resource, rlim_t soft, rlim_t hard) {
+  const rlimit limit{soft, hard};
   static_cast<void>(setrlimit(resource, &limit));
 }
+
+void Limit(__rlimit_resource resource, rlim_t most) { Limit(resource, most, most); }
 
 constexpr sock_filter Statement(unsigned code, uint32_t operand) {
   return {static_cast<uint16_t>(code), 0, 0, operand};
@@ -69,9 +70,9 @@ void AllowFewCalls() {
 
 } // namespace
 
-void Confine() {
+void Confine(unsigned cpu_seconds) {
   Limit(RLIMIT_AS, kMemoryBytes);
-  Limit(RLIMIT_CPU, kCpuSeconds);
+  Limit(RLIMIT_CPU, cpu_seconds, rlim_t{cpu_seconds} + 1); // at both it is SIGKILL
   Limit(RLIMIT_FSIZE, 0); // a pipe is no file; a log is one, where a word then goes nowhere
   std::signal(SIGXFSZ, SIG_IGN);
   Limit(RLIMIT_CORE, 0);
