@@ -10,6 +10,7 @@
 #include "web/output.h"
 #include "web/request.h"
 #include "web/send_headers.h"
+#include <algorithm>
 #include <ctime>
 
 namespace vexo::api {
@@ -62,10 +63,21 @@ std::string AcceptedRanges(const ByteRange &range) {
                                                  : "Accept-Ranges: bytes\r\n";
 }
 
+/// Whether the web server reads the range as this program does: a number beyond 63 bits is an error
+/// to it, and the end of the file to the standard.
+bool IsReadByServer(std::string_view range) {
+  constexpr std::size_t kMostDigits = 18;
+  std::size_t digits = 0;
+  return std::ranges::none_of(range, [&](char letter) {
+    digits = letter >= '0' && letter <= '9' ? digits + 1 : 0;
+    return digits > kMostDigits;
+  });
+}
+
 /// Sends the stretch, or has the web server do it, which then cuts it out of the whole.
 Answer Send(const SongFile &song, const ByteRange &range, Answer answer) {
   const std::optional<std::string> by_server = media::XSendfileHeader(media::RealPathOf(song.file));
-  if (by_server) {
+  if (by_server && IsReadByServer(web::Variable("HTTP_RANGE").value_or(""))) {
     web::WriteAnswer(AnswerHead(answer) + *by_server + "\r\n");
     return SentAnswer();
   }

@@ -60,7 +60,10 @@ class Streams(StreamTest):
         size = self.size
         for wanted, first, last in (("0-0", 0, 0), ("5-9", 5, 9), ("7-", 7, size - 1),
                                     ("-4", size - 4, size - 1), (f"-{size + 5}", 0, size - 1),
-                                    (f"3-{size + 5}", 3, size - 1)):
+                                    (f"3-{size + 5}", 3, size - 1),
+                                    (f"3-{2 ** 63 - 1}", 3, size - 1),
+                                    (f"3-{2 ** 64 - 1}", 3, size - 1),
+                                    (f"-{2 ** 64}", 0, size - 1)):
             with self.subTest(wanted):
                 answer = self.stream(Range=f"bytes={wanted}")
                 self.assertEqual(answer.status, 206)
