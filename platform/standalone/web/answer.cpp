@@ -1,6 +1,7 @@
 #include "web/answer.h"
 
 #include "text/utf8.h"
+#include "web/json_text.h"
 #include "web/output.h"
 #include "web/request.h"
 
@@ -18,13 +19,8 @@ Json::Value &AsObject(Json::Value &response) {
 
 } // namespace
 
-// Texts are written as they are, so bytes that are no UTF-8 are replaced after.
 std::string ToJson(const Json::Value &document) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  builder["emitUTF8"] = true;
-  builder["precision"] = 15; // digits that every double keeps: 0.85, and not 0.84999999999999998
-  return text::ToValidUtf8(Json::writeString(builder, document)) + "\n";
+  return text::ToValidUtf8(JsonText(document)) + "\n";
 }
 
 void SetError(Json::Value &response, const char *section, const char *key, int line) {
