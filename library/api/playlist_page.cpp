@@ -7,6 +7,7 @@
 #include "catalog/smart_lists.h"
 #include "playlists/playlist_text.h"
 #include "playlists/version.h"
+#include "web/request.h"
 
 namespace vexo::api {
 namespace {
@@ -96,7 +97,20 @@ Answer ExportOf(const Demand &demand, catalog::List &list) {
   return ExportAnswer(exported, demand.playlist.name, demand.format);
 }
 
+/// 304, without a look into the file, where its version was kept and the client has that.
+std::optional<Answer> NotModifiedAsKnown(const Playlist &playlist) {
+  if (!web::Variable("HTTP_IF_NONE_MATCH")) {
+    return std::nullopt;
+  }
+  const std::optional<catalog::ListFacts> known = catalog::FactsReader().Known(playlist);
+  return known ? NotModified(MakeETag(known->version)) : std::nullopt;
+}
+
 Answer ListPage(const Demand &demand) {
+  std::optional<Answer> as_known = NotModifiedAsKnown(demand.playlist);
+  if (as_known && !demand.IsExport()) {
+    return *std::move(as_known);
+  }
   std::optional<std::string> bytes = catalog::ReadList(demand.playlist);
   if (!bytes) {
     return ProblemAnswer({404, "The playlist's file is missing.", "playlist"});

@@ -5,9 +5,10 @@
 #include "api/song_json.h"
 #include "catalog/list_facts.h"
 #include "playlists/version.h"
-#include "text/case_folding.h"
+#include "text/search_folding.h"
 #include "text/text.h"
 #include <algorithm>
+#include <span>
 
 namespace vexo::api {
 namespace {
@@ -26,14 +27,14 @@ Choice ReadChoice(Query &query) {
   Choice choice{.library = query.Choice("library", {"all", "shared", "personal"}),
                 .kind = query.Choice("kind", {"all", "list", "smart", "random"}),
                 .sort = query.Choice("sort", {"name", "changed"}),
-                .words = text::Split(text::FoldCase(query.Text("q").value_or("")), " ")};
+                .words = text::Split(text::FoldForSearch(query.Text("q").value_or("")), " ")};
   choice.descends = query.Choice("dir", {"asc", "desc"}) == "desc";
   return choice;
 }
 
 /// A playlist, and its name as it is looked for.
 struct Named {
-  Playlist playlist;
+  const Playlist *playlist;
   std::string folded_name;
 };
 
@@ -41,41 +42,38 @@ bool IsChosen(const Named &named, const Choice &choice) {
   const auto is_asked_for = [](std::string_view asked, std::string_view is) {
     return asked == "all" || asked == is;
   };
-  return is_asked_for(choice.library, named.playlist.is_personal ? "personal" : "shared") &&
-         is_asked_for(choice.kind, NameOf(named.playlist.kind)) &&
+  return is_asked_for(choice.library, named.playlist->is_personal ? "personal" : "shared") &&
+         is_asked_for(choice.kind, NameOf(named.playlist->kind)) &&
          std::all_of(choice.words.begin(), choice.words.end(), [&](const std::string &word) {
            return named.folded_name.find(word) != std::string::npos;
          });
 }
 
 bool IsBefore(const Named &a, const Named &b, bool by_time) {
-  if (by_time && a.playlist.file.modified_ns != b.playlist.file.modified_ns) {
-    return a.playlist.file.modified_ns < b.playlist.file.modified_ns;
+  if (by_time && a.playlist->file.modified_ns != b.playlist->file.modified_ns) {
+    return a.playlist->file.modified_ns < b.playlist->file.modified_ns;
   }
   return a.folded_name != b.folded_name ? a.folded_name < b.folded_name
-                                        : a.playlist.id < b.playlist.id;
+                                        : a.playlist->id < b.playlist->id;
 }
 
-std::vector<Named> Chosen(const accounts::Account &user, const Choice &choice) {
+std::vector<Named> Chosen(const std::vector<Playlist> &playlists, const Choice &choice) {
   std::vector<Named> chosen;
-  for (Playlist &playlist : catalog::PlaylistsOf(user)) {
-    std::string folded = text::FoldCase(playlist.name);
-    Named named{std::move(playlist), std::move(folded)};
+  chosen.reserve(playlists.size());
+  for (const Playlist &playlist : playlists) {
+    Named named{&playlist, text::FoldForSearch(playlist.name)};
     if (IsChosen(named, choice)) {
       chosen.push_back(std::move(named));
     }
   }
-  const bool by_time = choice.sort == "changed";
-  std::sort(chosen.begin(), chosen.end(), [&](const Named &a, const Named &b) {
-    return choice.descends ? IsBefore(b, a, by_time) : IsBefore(a, b, by_time);
-  });
   return chosen;
 }
 
 /// Changes with everything that the answer for these playlists tells.
 std::string ETagOf(const std::vector<Named> &chosen) {
   std::string state;
-  for (const auto &[playlist, folded_name] : chosen) {
+  for (const Named &named : chosen) {
+    const Playlist &playlist = *named.playlist;
     state.append(playlist.id).append("\n").append(playlist.name).append("\n");
     state.append(playlist.version).append("\n");
     catalog::AppendState(state, playlist.file);
@@ -83,14 +81,25 @@ std::string ETagOf(const std::vector<Named> &chosen) {
   return MakeETag(playlists::ContentVersion(state));
 }
 
-Json::Value Items(const std::vector<Named> &chosen, const Page &page) {
-  catalog::FactsReader facts;
-  Json::Value items(Json::arrayValue);
+/// Those of a page; only as much of the order is made as it takes.
+std::span<const Named> PageOf(std::vector<Named> &chosen, const Choice &choice, const Page &page) {
   const auto total = static_cast<int64_t>(chosen.size());
   const int64_t first = std::min(page.offset, total);
-  const int64_t last = first + std::min(page.limit, total - first);
-  for (int64_t i = first; i < last; ++i) {
-    const Playlist &playlist = chosen[static_cast<std::size_t>(i)].playlist;
+  const int64_t count = std::min(page.limit, total - first);
+  const bool by_time = choice.sort == "changed";
+  std::partial_sort(chosen.begin(), chosen.begin() + first + count, chosen.end(),
+                    [&](const Named &a, const Named &b) {
+                      return choice.descends ? IsBefore(b, a, by_time) : IsBefore(a, b, by_time);
+                    });
+  return std::span(chosen).subspan(static_cast<std::size_t>(first),
+                                   static_cast<std::size_t>(count));
+}
+
+Json::Value PlaylistItems(std::span<const Named> page) {
+  catalog::FactsReader facts;
+  Json::Value items(Json::arrayValue);
+  for (const Named &named : page) {
+    const Playlist &playlist = *named.playlist;
     items.append(playlist.kind == PlaylistKind::kList ? ListJson(playlist, facts.Of(playlist))
                                                       : PlaylistJson(playlist));
   }
@@ -105,12 +114,15 @@ Answer Playlists(Request &request) {
   if (request.query.problem()) {
     return ProblemAnswer(*request.query.problem());
   }
-  const std::vector<Named> chosen = Chosen(request.User(), choice);
+  const std::vector<Playlist> playlists = catalog::PlaylistsOf(request.User());
+  std::vector<Named> chosen = Chosen(playlists, choice);
   const std::string etag = ETagOf(chosen);
   if (std::optional<Answer> answer = NotModified(etag)) {
     return *std::move(answer);
   }
-  return JsonAnswer(ListOf(static_cast<int64_t>(chosen.size()), page, Items(chosen, page)), etag);
+  return JsonAnswer(ListOf(static_cast<int64_t>(chosen.size()), page,
+                           PlaylistItems(PageOf(chosen, choice, page))),
+                    etag);
 }
 
 } // namespace vexo::api

@@ -45,6 +45,10 @@ private:
 class FactsReader {
 public:
   FactsReader();
+  /// Those that were kept, if any.
+  [[nodiscard]] std::optional<ListFacts> Known(const Playlist &playlist) const {
+    return store_.Find(playlist.file);
+  }
   /// Those of a list, kept or read now. Nothing when its file is missing, or when it cannot or may
   /// not be read, which is logged.
   std::optional<ListFacts> Of(const Playlist &playlist);

@@ -33,13 +33,14 @@ std::string PreferenceLists(const accounts::Account &user) {
   return user.preference_folder + system::kPlaylistsFolder;
 }
 
-Playlist OfRow(const index::Playlist &row) {
+Playlist OfRow(index::Playlist row) {
   const bool is_personal = row.owner != 0;
+  const FileState state = StateOfFile(row.path);
   return {.id = NodeId(is_personal, kListBranch, std::to_string(row.id)),
-          .name = row.title,
+          .name = std::move(row.title),
           .is_personal = is_personal,
-          .path = row.path,
-          .file = StateOfFile(row.path)};
+          .path = std::move(row.path),
+          .file = state};
 }
 
 Playlist OfPreferenceFile(const accounts::Account &user, std::string_view name) {
@@ -74,8 +75,10 @@ void AddPreferenceLists(const accounts::Account &user, std::vector<Playlist> &pl
 }
 
 void AddRows(int owner, std::vector<Playlist> &playlists) {
-  for (const index::Playlist &row : index::ProcessIndex().AllPlaylists(owner)) {
-    playlists.push_back(OfRow(row));
+  std::vector<index::Playlist> rows = index::ProcessIndex().AllPlaylists(owner);
+  playlists.reserve(playlists.size() + rows.size());
+  for (index::Playlist &row : rows) {
+    playlists.push_back(OfRow(std::move(row)));
   }
 }
 
@@ -113,8 +116,8 @@ std::optional<Playlist> FindRowOf(int owner, std::string_view tail) {
   if (!id || *id <= 0 || *id > std::numeric_limits<int32_t>::max() || std::to_string(*id) != tail) {
     return std::nullopt;
   }
-  const auto rows = playlists::FindSettledRows(owner, {static_cast<int32_t>(*id)});
-  return rows.empty() ? std::nullopt : std::optional(OfRow(rows.front()));
+  auto rows = playlists::FindSettledRows(owner, {static_cast<int32_t>(*id)});
+  return rows.empty() ? std::nullopt : std::optional(OfRow(std::move(rows.front())));
 }
 
 std::optional<Playlist> FindPreferenceFile(const accounts::Account &user, std::string_view name) {
