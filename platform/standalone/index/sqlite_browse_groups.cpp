@@ -105,41 +105,18 @@ Page<Group> ListWanted(Database &database, const GroupList &list, const Range &r
   return SortGroups(ReadGroups(database, ids), list, range);
 }
 
-/// Gives the groups that are no albums the picture of one of their albums.
-void FindCovers(Database &database, std::vector<Group> &groups) {
-  Statement of_folder(database, "SELECT cover_song FROM entries JOIN song_groups USING(id) "
-                                "WHERE list = ?1 AND key = x'' AND cover_song > 0 LIMIT 1");
-  Statement of_name(database, "SELECT cover_song FROM group_albums JOIN song_groups "
-                              "ON id = album_id WHERE group_id = ?1 LIMIT 1");
-  for (Group &group : groups) {
-    if (group.kind == GroupKind::kAlbum) {
-      continue;
-    }
-    const bool is_folder = group.kind == GroupKind::kFolder;
-    Statement &cover = is_folder ? of_folder : of_name;
-    cover.Bind(1, is_folder ? MemberList(group.id, Membership::kChildren) : int64_t{group.id});
-    if (cover.Step()) {
-      cover.Read(0, group.cover_song);
-    }
-    cover.Reset();
-  }
-}
-
 } // namespace
 
 Page<Group> SqliteIndex::ListGroups(const GroupList &list, const Range &range) {
   const Moment moment(database_, 2);
-  Page<Group> page = ListWanted(database_, list, range);
-  FindCovers(database_, page.items);
-  return page;
+  return ListWanted(database_, list, range);
 }
 
 std::optional<Group> SqliteIndex::FindGroup(int owner, GroupKind kind, int32_t id) {
-  std::vector<Group> groups = ReadGroups(database_, {id});
+  const std::vector<Group> groups = ReadGroups(database_, {id});
   if (groups.empty() || groups[0].owner != owner || groups[0].kind != kind) {
     return std::nullopt;
   }
-  FindCovers(database_, groups);
   return groups[0];
 }
 

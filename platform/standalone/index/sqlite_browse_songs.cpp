@@ -9,6 +9,7 @@
 #include "index/sqlite_words.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 namespace vexo::index {
@@ -27,7 +28,7 @@ class SongChooser {
 public:
   SongChooser(Database &database, const SongList &list) : database_(database), list_(list) {}
 
-  /// Their ids, ascending; nothing: all songs of the owner.
+  /// The ids of those that may be, ascending; nothing: all songs of the owner.
   std::optional<IdSet> Choose() {
     ChooseByGroups();
     ChooseByYear();
@@ -40,8 +41,13 @@ public:
     if (sets_.empty()) {
       return std::nullopt;
     }
-    IdSet ids = OfOwner(Intersection(std::move(sets_)));
-    return list_.type.empty() ? std::move(ids) : OfType(std::move(ids));
+    return Intersection(std::move(sets_));
+  }
+
+  /// Those of the songs that are the owner's, and of the type.
+  IdSet Wanted(IdSet ids) {
+    IdSet of_owner = Intersection({std::move(ids), SongsOfOwner(database_, list_.owner)});
+    return list_.type.empty() ? std::move(of_owner) : OfType(std::move(of_owner));
   }
 
 private:
@@ -91,21 +97,6 @@ private:
       add(Membership::kSongs);
       add(Membership::kAlbumArtistSongs);
     }
-  }
-
-  /// A few are asked for their owner one by one, many are compared with all of the owner's.
-  IdSet OfOwner(IdSet ids) {
-    constexpr std::size_t kFew = 2000;
-    if (ids.size() > kFew) {
-      return Intersection({std::move(ids), SongsOfOwner(database_, list_.owner)});
-    }
-    Statement owner(database_, "SELECT owner FROM songs WHERE id = ?1");
-    std::erase_if(ids, [&](int32_t id) {
-      const bool is_owners = owner.Bind(1, int64_t{id}).Step() && owner.Int64(0) == list_.owner;
-      owner.Reset();
-      return !is_owners;
-    });
-    return ids;
   }
 
   IdSet OfType(IdSet ids) {
@@ -178,33 +169,66 @@ IdSet PartOfChosen(Database &database, const SongList &list, const IdSet &chosen
   return PartBySorting(database, list, chosen, range);
 }
 
-Page<int32_t> ListSongIds(Database &database, const SongList &list, const Range &range) {
-  std::optional<IdSet> chosen = SongChooser(database, list).Choose();
-  const SongOrder *order = ServingOrder(list);
-  if (!chosen && order != nullptr) {
-    return ReadList(database, ListNumber(list.owner, order->number), list.ascending, range);
+std::vector<CatalogSong> ReadCatalogSongs(Database &database, const IdSet &ids) {
+  std::vector<CatalogSong> songs;
+  songs.reserve(ids.size());
+  Statement read(database, kSongById);
+  for (const int32_t id : ids) {
+    if (read.Bind(1, int64_t{id}).Step()) {
+      songs.push_back(ReadCatalogSong(read));
+    }
+    read.Reset();
   }
-  if (!chosen) {
-    chosen = SongsOfOwner(database, list.owner);
+  return songs;
+}
+
+/// A page of a few songs that may be wanted: each is read once.
+Page<CatalogSong> PageOfFew(Database &database, const SongList &list, const IdSet &chosen,
+                            const Range &range) {
+  std::vector<KeyedId> keyed;
+  std::unordered_map<int32_t, CatalogSong> by_id;
+  for (CatalogSong &song : ReadCatalogSongs(database, chosen)) {
+    if (song.song.owner == list.owner && (list.type.empty() || song.song.type == list.type)) {
+      keyed.emplace_back(SongSortKey(song.song, song.groups, list.sort), song.song.id);
+      by_id.emplace(song.song.id, std::move(song));
+    }
   }
-  return {static_cast<int64_t>(chosen->size()), PartOfChosen(database, list, *chosen, range)};
+  Page<CatalogSong> page;
+  page.total = static_cast<int64_t>(keyed.size());
+  for (const int32_t id : SortedPart(std::move(keyed), list.ascending, range)) {
+    page.items.push_back(std::move(by_id.at(id)));
+  }
+  return page;
+}
+
+/// A page of all songs of the owner.
+Page<CatalogSong> PageOfAll(Database &database, const SongList &list, const Range &range) {
+  if (const SongOrder *order = ServingOrder(list)) {
+    const Page<int32_t> ids =
+        ReadList(database, ListNumber(list.owner, order->number), list.ascending, range);
+    return {ids.total, ReadCatalogSongs(database, ids.items)};
+  }
+  const IdSet ids = SongsOfOwner(database, list.owner);
+  return {static_cast<int64_t>(ids.size()),
+          ReadCatalogSongs(database, PartOfChosen(database, list, ids, range))};
 }
 
 } // namespace
 
 Page<CatalogSong> SqliteIndex::ListSongs(const SongList &list, const Range &range) {
+  constexpr std::size_t kFew = 1000;
   const Moment moment(database_, 2);
-  const Page<int32_t> ids = ListSongIds(database_, list, range);
-  Page<CatalogSong> page;
-  page.total = ids.total;
-  Statement read(database_, kSongById);
-  for (const int32_t id : ids.items) {
-    if (read.Bind(1, int64_t{id}).Step()) {
-      page.items.push_back(ReadCatalogSong(read));
-    }
-    read.Reset();
+  SongChooser chooser(database_, list);
+  std::optional<IdSet> chosen = chooser.Choose();
+  if (!chosen) {
+    return PageOfAll(database_, list, range);
   }
-  return page;
+  if (chosen->size() <= kFew) {
+    return PageOfFew(database_, list, *chosen, range);
+  }
+  const IdSet ids = chooser.Wanted(*std::move(chosen));
+  return {static_cast<int64_t>(ids.size()),
+          ReadCatalogSongs(database_, PartOfChosen(database_, list, ids, range))};
 }
 
 std::optional<CatalogSong> SqliteIndex::FindSong(int owner, int32_t id) {

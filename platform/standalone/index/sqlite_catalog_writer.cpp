@@ -26,13 +26,13 @@ SongGroups CatalogWriter::Resolve(const Song &song) {
 
 void CatalogWriter::Share(const Song &song, const SongGroups &groups, int sign) {
   const int64_t duration_ms = std::llround(song.duration_seconds * 1000);
-  const index::Share share{sign, sign, sign * duration_ms,
+  const index::Share share{song.id, sign, sign, sign * duration_ms,
                            sign * static_cast<int64_t>(song.size_bytes)};
   const int32_t year = groups_.Known(song.owner, IdentifySong(song).year);
   for (const int32_t group : {groups.album, groups.artist, groups.genre, groups.composer, year}) {
     groups_.Count(group, share);
   }
-  groups_.Count(groups.album_artist, {sign, 0, 0, 0});
+  groups_.Count(groups.album_artist, {song.id, sign, 0, 0, 0});
   groups_.CountFolders(groups.folder, share);
   ShareAlbum(groups, year, sign);
   for (const int32_t group :

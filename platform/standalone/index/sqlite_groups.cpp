@@ -63,7 +63,10 @@ GroupWriter::GroupWriter(Database &database, ListWriter &lists)
       write_link_(database, "INSERT INTO group_albums(group_id, album_id, songs) "
                             "VALUES(?1, ?2, ?3) ON CONFLICT(group_id, album_id) "
                             "DO UPDATE SET songs = ?3"),
-      remove_link_(database, "DELETE FROM group_albums WHERE group_id = ?1 AND album_id = ?2") {}
+      remove_link_(database, "DELETE FROM group_albums WHERE group_id = ?1 AND album_id = ?2"),
+      first_member_(database, "SELECT id FROM entries WHERE list = ?1 AND key = x'' LIMIT 1"),
+      first_below_(database, "SELECT id FROM songs WHERE path > ?1 AND path < ?2 AND owner = ?3 "
+                             "ORDER BY path LIMIT 1") {}
 
 int32_t GroupWriter::Known(int owner, const GroupIdentity &identity) {
   if (identity.identity.empty()) {
@@ -117,6 +120,7 @@ GroupWriter::Change GroupWriter::ReadChange(const Statement &row) {
   change.old = ReadGroup(row);
   change.old_uses = row.Int64(kUsesColumn);
   change.name = change.old.name;
+  change.cover_song = change.old.cover_song;
   return change;
 }
 
@@ -155,7 +159,13 @@ void GroupWriter::Count(int32_t id, const Share &share) {
   if (id == 0) {
     return;
   }
-  Share &sum = Get(id).share;
+  Change &change = Get(id);
+  if (share.uses > 0 && change.cover_song == 0) {
+    change.cover_song = share.song;
+  } else if (share.uses < 0 && change.cover_song == share.song) {
+    change.cover_song = 0;
+  }
+  Share &sum = change.share;
   sum.uses += share.uses;
   sum.songs += share.songs;
   sum.duration_ms += share.duration_ms;
@@ -215,6 +225,8 @@ void GroupWriter::Write(const Change &change) {
   now.albums += change.albums;
   if (now.kind == GroupKind::kAlbum && uses > 0) {
     DescribeAlbum(now);
+  } else if (uses > 0) {
+    now.cover_song = change.cover_song != 0 ? change.cover_song : FindCover(now);
   }
   List(change.old, change.old_uses > 0, now, uses > 0);
   if (uses <= 0) {
@@ -248,6 +260,27 @@ std::string GroupWriter::NameOf(int32_t id) {
   }
   name_.Reset();
   return name;
+}
+
+/// Any song of the group; of a folder, the first one below it.
+int32_t GroupWriter::FindCover(const Group &group) {
+  int32_t song = 0;
+  const auto read = [&](Statement &statement) {
+    if (song == 0 && statement.Step()) {
+      song = static_cast<int32_t>(statement.Int64(0));
+    }
+    statement.Reset();
+  };
+  if (group.kind == GroupKind::kFolder) {
+    const std::string begin = group.name == "/" ? "/" : group.name + '/';
+    const std::string end = begin.substr(0, begin.size() - 1) + static_cast<char>('/' + 1);
+    read(first_below_.Bind(1, begin).Bind(2, end).Bind(3, int64_t{group.owner}));
+    return song;
+  }
+  for (const Membership membership : {Membership::kSongs, Membership::kAlbumArtistSongs}) {
+    read(first_member_.Bind(1, MemberList(group.id, membership)));
+  }
+  return song;
 }
 
 /// What an album's songs say it is.

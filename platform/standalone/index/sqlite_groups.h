@@ -24,6 +24,7 @@ Group ReadGroup(const Statement &row);
 
 /// What one song, or its going (-1), adds to a group.
 struct Share {
+  int32_t song = 0;
   int64_t uses = 0;  ///< a group without any is none
   int64_t songs = 0; ///< of these, those that count
   int64_t duration_ms = 0, size_bytes = 0;
@@ -53,7 +54,8 @@ private:
     int64_t old_uses = 0;
     Share share;
     int64_t albums = 0;
-    std::string name; ///< as a song named it last
+    std::string name;       ///< as a song named it last
+    int32_t cover_song = 0; ///< 0: one is to be found
   };
 
   static std::string KeyOf(int owner, const GroupIdentity &identity);
@@ -66,6 +68,7 @@ private:
   void FlushLinks();
   void Write(const Change &change);
   void DescribeAlbum(Group &album);
+  int32_t FindCover(const Group &group);
   void WriteRow(const Group &group, int64_t uses);
   void List(const Group &old, bool was_listed, const Group &now, bool is_listed);
   void ListWords(const Group &old, bool was_listed, const Group &now, bool is_listed);
@@ -77,7 +80,7 @@ private:
   std::map<int32_t, Change> changes_;
   std::map<std::pair<int32_t, int32_t>, int64_t> links_; ///< by group and album
   Statement find_, read_, make_, write_, remove_, name_, album_songs_, read_link_, write_link_,
-      remove_link_;
+      remove_link_, first_member_, first_below_;
 };
 
 } // namespace vexo::index

@@ -142,7 +142,7 @@ void SqliteIndex::RepairDamage() {
   CommandWordTables(database_, "delete-all");
   database_.Execute("DELETE FROM entries; DELETE FROM marks; DELETE FROM group_albums;"
                     "UPDATE song_groups SET uses = 0, songs = 0, duration_ms = 0, size = 0,"
-                    " albums = 0;"
+                    " albums = 0, cover_song = 0;"
                     "UPDATE songs SET folder_id = 0");
   SearchWriter search(database_);
   Statement songs(database_, "SELECT " VEXO_SONG_COLUMNS " FROM songs ORDER BY id");

@@ -1,7 +1,6 @@
 #include "index/sqlite_lists.h"
 
 #include <algorithm>
-#include <tuple>
 
 namespace vexo::index {
 
@@ -66,7 +65,7 @@ void ListWriter::Apply(const Change &change) {
 }
 
 bool ListWriter::IsInBucket(const Change &change) const {
-  return bucket_ && bucket_->list == change.list && bucket_->first <= change.place &&
+  return bucket_ && bucket_->list == change.list && !(change.place < bucket_->first) &&
          (!bucket_->next || change.place < *bucket_->next);
 }
 
@@ -104,7 +103,7 @@ void ListWriter::OpenBucket(const Change &change) {
 
 void ListWriter::CloseBucket() {
   if (bucket_ && bucket_->changed) {
-    if (bucket_->entries == 0 && bucket_->first != ListPlace{}) {
+    if (bucket_->entries == 0 && !(bucket_->first == ListPlace{})) {
       BindPlace(remove_mark_, bucket_->list, bucket_->first).Run();
     } else {
       Split();

@@ -12,6 +12,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace vexo::index {
@@ -21,7 +22,10 @@ struct ListPlace {
   std::string key;
   int32_t id = 0;
 
-  friend auto operator<=>(const ListPlace &, const ListPlace &) = default;
+  friend bool operator==(const ListPlace &, const ListPlace &) = default;
+  friend bool operator<(const ListPlace &a, const ListPlace &b) {
+    return std::tie(a.key, a.id) < std::tie(b.key, b.id);
+  }
 };
 
 /// Changes lists. What is added and removed happens in Flush(), in the order of the lists, so that

@@ -117,6 +117,33 @@ TEST_P(Groups, AnAlbumKeepsItsIdWhileItsSongsChange) {
   EXPECT_GT(TheAlbum("Blue").id, id) << "an id is never given again";
 }
 
+TEST_P(Groups, ACoverIsASongThatIsThere) {
+  Song one = Track("/m/a/x/1", "1", "Brown", "Blue");
+  one.album_artist = "Green";
+  one.genre = "Folk";
+  Song two = one;
+  two.path = "/m/a/y/2";
+  two.artist = "Red";
+  Write({one, two});
+  const auto cover = [&](GroupKind kind, const std::string &name) {
+    return index().FindGroup(0, kind, index().GroupNamed(0, kind, name))->cover_song;
+  };
+  const int32_t first = IdOf("/m/a/x/1");
+  const int32_t second = IdOf("/m/a/y/2");
+  EXPECT_EQ(cover(GroupKind::kGenre, "Folk"), first);
+  EXPECT_EQ(cover(GroupKind::kArtist, "Green"), first);
+  EXPECT_EQ(cover(GroupKind::kFolder, "/m"), first);
+  EXPECT_EQ(cover(GroupKind::kFolder, "/"), first);
+  EXPECT_EQ(cover(GroupKind::kFolder, "/m/a/y"), second);
+  Rewrite("/m/a/x/1", [](Song &song) { song.title = "changed"; });
+  EXPECT_EQ(cover(GroupKind::kGenre, "Folk"), first) << "it stays while the song stays";
+  Remove({"/m/a/x/1"});
+  EXPECT_EQ(cover(GroupKind::kGenre, "Folk"), second);
+  EXPECT_EQ(cover(GroupKind::kArtist, "Green"), second);
+  EXPECT_EQ(cover(GroupKind::kFolder, "/m"), second);
+  EXPECT_EQ(cover(GroupKind::kFolder, "/"), second);
+}
+
 TEST_P(Groups, WhatIsRewrittenCountsOnce) {
   Write({Track("/m/a/1", "1", "Brown", "Blue")});
   Rewrite("/m/a/1", [](Song &song) {
