@@ -4,7 +4,6 @@
 #include "api/resources.h"
 #include "api/song_json.h"
 #include "catalog/libraries.h"
-#include "playlists/entry_paths.h"
 #include "playlists/playlist_text.h"
 #include "text/utf8.h"
 #include <algorithm>
@@ -53,8 +52,7 @@ std::optional<QueueEntry> StreamOf(const Json::Value &item) {
     return std::nullopt;
   }
   const std::string text = address.asString();
-  if (text.size() > playlists::kMaxPathBytes || !IsOneLine(text) ||
-      !playlists::IsStreamAddress(text) || playlists::PathOfFileAddress(text)) {
+  if (text.size() > playlists::kMaxPathBytes || !IsOneLine(text) || !catalog::IsStream(text)) {
     return std::nullopt;
   }
   return QueueEntry{.path = text, .artist = {}, .title = *title};

@@ -99,8 +99,10 @@ Answer AddPlaylist(const accounts::Account &user, const Json::Value &body, const
     return ProblemAnswer(*problem);
   }
   if (!catalog::IsSmartName(std::get<std::string>(name))) {
-    return ProblemAnswer(
-        {400, "A name has 1 to 250 bytes, no slash and no control character.", "name"});
+    return ProblemAnswer({400,
+                          "A name has 1 to 250 bytes, no slash and no control character, and is "
+                          "not \".\" or \"..\".",
+                          "name"});
   }
   const SmartEdit outcome =
       catalog::AddSmart(user, std::get<bool>(is_personal), std::get<std::string>(name), rule.text);

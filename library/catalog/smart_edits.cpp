@@ -54,8 +54,9 @@ SmartEdit EditRules(const std::string &path, bool is_personal, bool make,
 } // namespace
 
 bool IsSmartName(std::string_view name) {
-  return !name.empty() && name.size() <= kLongestName && text::IsUtf8(name) &&
-         name.find('/') == std::string_view::npos &&
+  // A server or client may take "." and ".." in an address for folders.
+  return !name.empty() && name != "." && name != ".." && name.size() <= kLongestName &&
+         text::IsUtf8(name) && name.find('/') == std::string_view::npos &&
          std::none_of(name.begin(), name.end(), IsControl);
 }
 

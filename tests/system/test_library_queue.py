@@ -163,6 +163,8 @@ class TheQueue(ServerTest):
                 ({"items": [{"song": one, "stream": STREAM}]}, "items"), ({"items": {}}, "items"),
                 ({"items": [{"stream": "/etc/passwd"}]}, "items"), ({"items": [{}]}, "items"),
                 ({"items": [{"stream": "file:///etc/passwd"}]}, "items"),
+                ({"items": [{"stream": "file:////etc/passwd"}]}, "items"),
+                ({"items": [{"stream": "FILE://host/passwd"}]}, "items"),
                 ({"items": [{"stream": "http://a/\nFile2=/etc/passwd"}]}, "items"),
                 ({"items": [{"stream": STREAM, "title": "a\nFile2=/x"}]}, "items"),
                 ({"items": [{"stream": "http://" + "a" * 5000}]}, "items"),

@@ -123,7 +123,7 @@ class ARule(SmartTest):
         self.make("Taken", "year > 1")
         before = SHARED_RULES.read_text()
         self.problem(self.anna.post("/smart", {"name": "Taken", "rule": "year > 2"}), 409, "name")
-        for name in ("", "a/b", "a\nb", "x" * 251, "ä" * 126, "\0"):
+        for name in ("", "a/b", "a\nb", "x" * 251, "ä" * 126, "\0", ".", ".."):
             self.problem(self.anna.post("/smart", {"name": name, "rule": "year > 2"}), 400, "name")
         self.assertEqual(SHARED_RULES.read_text(), before)
         self.make('Quo"ted \\ {', "year > 1", "personal", self.ben)
