@@ -116,14 +116,18 @@ Added AddUpToRefusal(MpdConnection &mpd, std::span<const std::string> songs, boo
   return {std::min(done - before, songs.size() - 1), is_full};
 }
 
+/// MPD ends a list with the first song that it refuses, and the rest goes to it again. Where it has
+/// refused one, the next lists are short, so that many cost no more than a list each.
 LoadResult Load(MpdConnection &mpd, std::span<const std::string> songs, bool replaces) {
   LoadResult result;
   bool clears = replaces;
+  std::size_t most = kMostOfAList;
   while (!songs.empty()) {
-    const auto some = songs.first(std::min(songs.size(), kMostOfAList));
+    const auto some = songs.first(std::min(songs.size(), most));
     const Added added = AddUpToRefusal(mpd, some, clears);
     const std::size_t left = songs.size() - added.count;
     const std::size_t refused = added.is_full ? left : added.count < some.size() ? 1 : 0;
+    most = refused > 0 ? added.count + 1 : std::min(2 * most, kMostOfAList);
     result.added += added.count;
     result.refused += refused;
     songs = songs.last(left - refused);

@@ -116,6 +116,18 @@ TEST_F(MpdControlsTest, ASongThatMpdRefusesIsPassedOver) {
                                              "add \"bad 2\"|add \"2\"", "add \"2\"", "play \"0\""));
 }
 
+TEST_F(MpdControlsTest, ManyThatMpdRefusesAreNotSentAgainAndAgain) {
+  ScriptedMpd &server = MpdThatSays("ACK [50@0] {add} No such file\n");
+  const LoadResult result =
+      LoadIntoMpd(connection_, std::vector<std::string>(1000, "/music/bad"), false);
+  EXPECT_EQ(result.refused, 1000U);
+  std::size_t bytes = 0;
+  for (const std::string &command : server.Commands()) {
+    bytes += command.size();
+  }
+  EXPECT_LE(bytes, 2 * 1000 * std::string_view("add \"bad\"|").size());
+}
+
 TEST_F(MpdControlsTest, ANameThatNoCommandCanHoldIsPassedOver) {
   ScriptedMpd &server = MpdThatSays("OK\n");
   const LoadResult result = LoadIntoMpd(connection_,
