@@ -92,6 +92,7 @@ bool Send(const files::FileDescriptor &daemon, Record record, const files::FileD
 
 std::vector<std::string> PathsOf(std::vector<index::Song> songs) {
   std::vector<std::string> paths;
+  paths.reserve(songs.size());
   for (index::Song &song : songs) {
     paths.push_back(std::move(song.path));
   }

@@ -6,7 +6,7 @@ import unittest
 
 from api import Api
 from server import ANNA, BEN, PASSWORD, ROOT, ServerTest, add_account, encode, playlistctl, songs_of
-from server import SHARED
+from server import SHARED, Server
 
 FORM = {"Content-Type": "application/x-www-form-urlencoded"}
 ETC = ROOT / "etc/vexo"
@@ -283,6 +283,24 @@ class Guessing(SessionTest):
         self.assertEqual(self.log_in("x" * 5000, "x").status, 413)
         answer = Api(self.server).get("/session", colour="red")
         self.assertEqual((answer.status, answer.json["parameter"]), (400, "colour"))
+
+
+class SessionsAlone(SessionTest):
+    """A web server whose configuration lacks the line auth.require."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.server = Server(without=("auth.require",))
+        cls.addClassCleanup(cls.server.stop)
+
+    def test_say_who_one_is_whatever_password_comes_with_the_request(self):
+        self.assertEqual(self.status(Api(self.server, ANNA)), 401)
+        self.assertEqual(self.server.send(ANNA, "action=checkempty").status, 401)
+        ben = self.session(BEN)
+        self.assertEqual(self.status(ben), 200)
+        answer = self.server.send(ANNA, headers={"Cookie": ben.cookie}, path="/api/session")
+        self.assertEqual(answer.json["name"], BEN)
 
 
 if __name__ == "__main__":
