@@ -98,16 +98,17 @@ Answer ExportOf(const Demand &demand, catalog::List &list) {
 }
 
 /// 304, without a look into the file, where its version was kept and the client has that.
-std::optional<Answer> NotModifiedAsKnown(const Playlist &playlist) {
+std::optional<Answer> NotModifiedAsKnown(const Demand &demand) {
   if (!web::Variable("HTTP_IF_NONE_MATCH")) {
     return std::nullopt;
   }
-  const std::optional<catalog::ListFacts> known = catalog::FactsReader().Known(playlist);
+  const std::optional<catalog::ListFacts> known =
+      catalog::FactsReader(demand.user).Known(demand.playlist);
   return known ? NotModified(MakeETag(known->version)) : std::nullopt;
 }
 
 Answer ListPage(const Demand &demand) {
-  std::optional<Answer> as_known = NotModifiedAsKnown(demand.playlist);
+  std::optional<Answer> as_known = NotModifiedAsKnown(demand);
   if (as_known && !demand.IsExport()) {
     return *std::move(as_known);
   }

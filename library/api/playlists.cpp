@@ -71,7 +71,8 @@ std::vector<Named> Chosen(const std::vector<Playlist> &playlists, const Choice &
 
 /// Changes with everything that the answer for these playlists tells.
 std::string ETagOf(const std::vector<Named> &chosen) {
-  std::string state;
+  // Songs of the index tell how long entries play whose length their list does not tell.
+  std::string state = std::to_string(index::ProcessIndex().Revision()) + "\n";
   for (const Named &named : chosen) {
     const Playlist &playlist = *named.playlist;
     state.append(playlist.id).append("\n").append(playlist.name).append("\n");
@@ -95,8 +96,8 @@ std::span<const Named> PageOf(std::vector<Named> &chosen, const Choice &choice, 
                                    static_cast<std::size_t>(count));
 }
 
-Json::Value PlaylistItems(std::span<const Named> page) {
-  catalog::FactsReader facts;
+Json::Value PlaylistItems(const accounts::Account &user, std::span<const Named> page) {
+  catalog::FactsReader facts(user);
   Json::Value items(Json::arrayValue);
   for (const Named &named : page) {
     const Playlist &playlist = *named.playlist;
@@ -121,7 +122,7 @@ Answer Playlists(Request &request) {
     return *std::move(answer);
   }
   return JsonAnswer(ListOf(static_cast<int64_t>(chosen.size()), page,
-                           PlaylistItems(PageOf(chosen, choice, page))),
+                           PlaylistItems(request.User(), PageOf(chosen, choice, page))),
                     etag);
 }
 

@@ -3,6 +3,7 @@
 // list tells. It is kept for each state of a file, so that a thousand lists are not read again
 // whenever somebody looks at their names.
 
+#include "accounts/accounts.h"
 #include "catalog/playlists.h"
 #include "files/file_descriptor.h"
 #include <cstdint>
@@ -16,13 +17,14 @@ struct ListFacts {
   std::string version; ///< see playlists/version.h
   uint64_t size_bytes = 0;
   uint32_t entries = 0;
-  double duration_seconds = 0; ///< what the file tells of its entries, summed
+  double duration_seconds = 0; ///< of its entries, as far as it is known
+  uint32_t untold = 0; ///< entries that are no streams, and whose length the file does not tell
 
   friend bool operator==(const ListFacts &, const ListFacts &) = default;
 };
 
-/// The facts of the bytes of the list at `path`. Throws playlists::UnreadableError for what is no
-/// list.
+/// The facts that the bytes of the list at `path` tell. Throws playlists::UnreadableError for what
+/// is no list.
 ListFacts FactsOf(std::string_view bytes, const std::string &path);
 
 /// A file of slots, each in the place that the hash of a file's state gives it, with a check of its
@@ -33,9 +35,11 @@ public:
   /// Opens the store at `path`, made where it is missing. One that cannot be opened keeps nothing.
   explicit FactsStore(const std::string &path);
 
-  /// Those that were kept for that state of a file.
-  [[nodiscard]] std::optional<ListFacts> Find(const FileState &state) const;
-  void Keep(const FileState &state, const ListFacts &facts) const;
+  /// Those that were kept for that state of a file, and for what else they depend on.
+  [[nodiscard]] std::optional<ListFacts> Find(const FileState &state,
+                                              std::string_view circumstances = {}) const;
+  void Keep(const FileState &state, const ListFacts &facts,
+            std::string_view circumstances = {}) const;
 
 private:
   files::FileDescriptor file_;
@@ -44,7 +48,8 @@ private:
 /// The facts of lists, one after the other.
 class FactsReader {
 public:
-  FactsReader();
+  /// For one user, whose songs tell how long entries play where the file does not.
+  explicit FactsReader(const accounts::Account &user);
   /// Those that were kept, if any.
   [[nodiscard]] std::optional<ListFacts> Known(const Playlist &playlist) const {
     return store_.Find(playlist.file);
@@ -54,7 +59,12 @@ public:
   std::optional<ListFacts> Of(const Playlist &playlist);
 
 private:
+  ListFacts WithLengths(const Playlist &playlist, ListFacts facts);
+  std::optional<ListFacts> Told(const Playlist &playlist);
+
+  const accounts::Account &user_;
   FactsStore store_;
+  std::string circumstances_; ///< of what the index tells the user
 };
 
 } // namespace vexo::catalog

@@ -2,6 +2,7 @@
 
 import os
 import shutil
+import time
 import unittest
 import urllib.parse
 import xml.etree.ElementTree
@@ -78,6 +79,18 @@ class ThePlaylists(PlaylistTest):
         last = self.only(self.anna, q="edited")
         self.assertEqual(last["count"], 1)
         self.assertNotEqual(last["version"], first["version"])
+
+    def test_play_as_long_as_the_file_tells_or_else_the_index(self):
+        self.make(SHARED, "Length", ["#EXTINF:90,told", self.tracks[0], self.tracks[0], "/gone.mp3",
+                                     "http://radio.example/", str(self.hers)])
+        known = self.entries_of("Length")[0]["song"]["duration"]
+        for pause in (1.1, 0, 0):  # not kept before it is settled; then kept; then found again
+            self.assertAlmostEqual(self.only(self.ben, q="length")["duration"], 90 + known, 2)
+            self.assertAlmostEqual(self.only(self.anna, q="length")["duration"], 90 + 2 * known, 2)
+            time.sleep(pause)
+
+    def entries_of(self, name):
+        return self.anna.get(f'/playlists/{self.only(self.anna, q=name)["id"]}').json["items"]
 
     def test_of_others_do_not_exist(self):
         hers = self.make(PERSONAL, "Secret of Anna", [])

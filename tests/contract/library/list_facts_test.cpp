@@ -26,6 +26,7 @@ TEST(FactsOfAList, AreCountedFromItsBytes) {
   const ListFacts facts = FactsOf(text, "/playlists/a.m3u");
   EXPECT_EQ(facts.entries, 4U);
   EXPECT_DOUBLE_EQ(facts.duration_seconds, 62);
+  EXPECT_EQ(facts.untold, 1U);
   EXPECT_EQ(facts.size_bytes, text.size());
   EXPECT_EQ(FactsOf("[playlist]\nFile1=/a\nLength1=3\n", "/a.m3u").duration_seconds, 3);
   EXPECT_THROW((void)FactsOf(std::string_view("\0", 1), "/a.m3u"), playlists::UnreadableError);
@@ -43,6 +44,10 @@ TEST_F(Store, GivesWhatWasKeptForThatState) {
   EXPECT_EQ(FactsStore(path_).Find(SomeState(2)), std::nullopt);
   FactsStore(path_).Keep(SomeState(1), SomeFacts(4));
   EXPECT_EQ(FactsStore(path_).Find(SomeState(1)), SomeFacts(4));
+  FactsStore(path_).Keep(SomeState(1), SomeFacts(5), "revision 2");
+  EXPECT_EQ(FactsStore(path_).Find(SomeState(1)), SomeFacts(4));
+  EXPECT_EQ(FactsStore(path_).Find(SomeState(1), "revision 2"), SomeFacts(5));
+  EXPECT_EQ(FactsStore(path_).Find(SomeState(1), "revision 3"), std::nullopt);
 }
 
 TEST_F(Store, IsForItsOwnerAndDoesNotGrow) {
