@@ -4,7 +4,7 @@ import shutil
 import unittest
 
 from api import Api
-from server import ANNA, BEN, LIBRARY, ROOT, ServerTest, playlistctl
+from server import ANNA, BEN, LIBRARY, ROOT, ServerTest, playlistctl, run
 
 HERS = ROOT / "var/services/homes/anna/music"
 
@@ -293,6 +293,33 @@ class Versions(BrowseTest):
         playlistctl("scan")
         for path, tag in tags.items():
             self.assertEqual(self.anna.get(path, headers={"If-None-Match": tag}).status, 200, path)
+
+
+class Composers(ServerTest):
+    """The demo tracks, of which one tells a composer."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        track = LIBRARY / "Åke Öberg/Småvägar/2-01 Älven på våren.mp3"
+        run("ffmpeg", "-v", "error", "-i", track, "-c", "copy", "-metadata", "composer=Ulla Öberg",
+            "-metadata", "title=Written", track.with_name("3-01 Written.mp3"))
+        playlistctl("scan")
+        cls.api = Api(cls.server, ANNA)
+
+    def test_find_their_songs_and_albums(self):
+        composer, = self.api.get("/composers").json["items"]
+        self.assertEqual((composer["name"], composer["songs"]), ("Ulla Öberg", 1))
+        for chosen in (composer["name"], composer["id"]):
+            song, = self.api.get("/songs", composer=chosen).json["items"]
+            self.assertEqual(song["title"], "Written")
+            album, = self.api.get("/albums", composer=chosen).json["items"]
+            self.assertEqual(album["name"], "Småvägar")
+
+    def test_a_song_is_found_by_its_folder(self):
+        album, = self.api.get("/albums", q="småvägar").json["items"]
+        beside = self.api.get("/songs", folder=album["folder_id"]).json["items"]
+        self.assertIn("Written", [song["title"] for song in beside])
 
 
 if __name__ == "__main__":
