@@ -3,7 +3,7 @@
 import unittest
 
 from player_daemon import Daemon, PlayerMpd
-from server import ANNA, PERSONAL, ROOT, SHARED, ServerTest
+from server import ANNA, PERSONAL, ROOT, SHARED, ServerTest, songs_of
 
 
 class Parameters(ServerTest):
@@ -33,6 +33,11 @@ class Parameters(ServerTest):
                              overwrite=overwrite)
             self.done("duplicate", id=made.id, overwrite=overwrite)
         self.assertTrue(PERSONAL.file("heard").exists())
+
+    def test_of_what_drops_missing_songs(self):
+        made = self.server.add(SHARED, "with a loss", ["1", {"res": f"{ROOT}/library/gone.mp3"}])
+        self.done("remove_missing", playlist_id=made.id)
+        self.assertEqual(len(songs_of(SHARED.file("with a loss"))), 1)
 
     def test_of_a_download(self):
         made = self.server.add(SHARED, "to take along", ["1", "2"])
