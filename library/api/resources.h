@@ -54,6 +54,12 @@ Answer ListYears(Request &request);
 Answer GetTopFolder(Request &request);
 Answer GetFolder(Request &request);
 
+// marks.cpp
+Answer GetMark(Request &request);
+Answer PutMark(Request &request);
+Answer PostPlayed(Request &request);
+Answer ListMarks(Request &request);
+
 // stream.cpp
 Answer Stream(Request &request);
 

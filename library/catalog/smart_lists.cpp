@@ -59,8 +59,9 @@ std::optional<std::string> ReadBlock(const Playlist &playlist) {
 
 RuleSongs SongsOfRule(const accounts::Account &user, bool is_personal,
                       const smart::SmartPlaylist &rule, int64_t offset, int64_t limit) {
-  const smart::Scope scope =
-      is_personal && user.personal_library ? smart::Scope{user.id, true} : smart::Scope{};
+  const smart::Scope scope = is_personal && user.personal_library
+                                 ? smart::Scope{user.id, true, user.id}
+                                 : smart::Scope{0, false, user.id};
   RuleSongs found{smart::CountSongs(rule, scope), {}};
   if (limit > 0 && offset < found.totals.songs) {
     found.songs = smart::ChooseSongs(rule, scope, offset, limit);

@@ -7,6 +7,7 @@
 #include "files/file_identity.h"
 #include "index/catalog.h"
 #include "index/song.h"
+#include "index/song_mark.h"
 #include "index/song_query.h"
 #include <cstdint>
 #include <functional>
@@ -136,6 +137,18 @@ public:
   virtual int32_t GroupNamed(int owner, GroupKind kind, const std::string &name) = 0;
   /// A number that grows with each change of songs.
   virtual int64_t Revision() = 0;
+
+  // Marks. A user's marks stay with their songs through moves, and return with a song that comes
+  // back to its path after it was removed. `user` is the id of an account.
+  /// Those of the songs that have one, in ascending order of songs.
+  virtual std::vector<SongMark> MarksOf(int user, const std::vector<int32_t> &songs) = 0;
+  /// All of a user's marks, or those with a star, in ascending order of songs.
+  virtual Page<SongMark> ListMarks(int user, bool starred, const Range &range) = 0;
+  /// Gives what the mark is then; nothing when there is no such song. Whether the user sees the
+  /// song is the caller's to know.
+  virtual std::optional<Mark> ChangeMark(int user, int32_t song, const MarkChange &change) = 0;
+  /// Of a user who is gone, also those that are kept for songs that are gone; how many.
+  virtual int64_t RemoveMarks(int user) = 0;
 
   // Songs, as the scanner keeps them.
   /// All songs of `owner`, by path.

@@ -63,6 +63,7 @@ struct Condition {
 };
 
 struct SongQuery {
+  int user = 0;                   ///< whose marks kRating and kPlayCount tell of; 0: nobody's
   bool with_shared = false;       ///< the songs of the shared library too, besides the owner's
   std::optional<Condition> where; ///< nothing: every song
   bool random = false;            ///< uniform order

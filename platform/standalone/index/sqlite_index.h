@@ -35,6 +35,10 @@ public:
   std::optional<Group> FindGroup(int owner, GroupKind kind, int32_t id) override;
   int32_t GroupNamed(int owner, GroupKind kind, const std::string &name) override;
   int64_t Revision() override;
+  std::vector<SongMark> MarksOf(int user, const std::vector<int32_t> &songs) override;
+  Page<SongMark> ListMarks(int user, bool starred, const Range &range) override;
+  std::optional<Mark> ChangeMark(int user, int32_t song, const MarkChange &change) override;
+  int64_t RemoveMarks(int user) override;
   std::vector<SongFile> SongFiles(int owner) override;
   void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) override;
   std::vector<SongFile> UnreadableFiles(int owner) override;

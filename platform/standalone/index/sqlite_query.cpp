@@ -57,7 +57,7 @@ struct Expression {
 /// reads.
 class ConditionTranslator {
 public:
-  ConditionTranslator(int owner, bool with_shared) {
+  ConditionTranslator(int owner, int user, bool with_shared) : user_(user) {
     source_ = "SELECT * FROM songs WHERE songs.owner IN (" + Parameter(int64_t{owner}) +
               (with_shared ? ", 0)" : ")");
   }
@@ -81,6 +81,11 @@ private:
   std::string TranslateNumberTest(const std::string &column, const Condition &test);
   Expression Shallow(Expression expression);
 
+  /// What stands for a field: of rating and play count, the user's mark.
+  std::string ColumnOf(Field field);
+
+  int user_; ///< 0: nobody
+  std::string user_parameter_;
   SqlText text_;
   std::string source_;
   int columns_ = 0;
@@ -99,7 +104,8 @@ Expression ConditionTranslator::Shallow(Expression expression) {
 
 Expression ConditionTranslator::Translate(const Condition &condition) {
   if (condition.kind == Condition::Kind::kTest) {
-    return {TranslateTest(condition), 1};
+    constexpr int kDepthOfTest = 3; // of one that reads a mark
+    return {TranslateTest(condition), kDepthOfTest};
   }
   if (condition.kind == Condition::Kind::kNot) {
     return Negate(condition.children.at(0));
@@ -145,8 +151,22 @@ Expression ConditionTranslator::JoinFew(std::span<const Expression> terms, const
   return joined;
 }
 
+std::string ConditionTranslator::ColumnOf(Field field) {
+  const std::string column = ColumnExpression(field);
+  if (user_ == 0 || (field != Field::kRating && field != Field::kPlayCount)) {
+    return column;
+  }
+  if (user_parameter_.empty()) {
+    user_parameter_ = Parameter(int64_t{user_});
+  }
+  // A song's id is the only column of that name where this stands.
+  return "coalesce((SELECT mark." + column +
+         " FROM song_marks AS mark WHERE mark.user = " + user_parameter_ +
+         " AND mark.song = id), " + column + ")";
+}
+
 std::string ConditionTranslator::TranslateTest(const Condition &test) {
-  const std::string column = ColumnExpression(test.field);
+  const std::string column = ColumnOf(test.field);
   return test.comparison <= Comparison::kEndsWith ? TranslateTextTest(column, test)
                                                   : TranslateNumberTest(column, test);
 }
@@ -189,7 +209,7 @@ SqlText ConditionTranslator::Finish(const SongQuery &query) {
                  limit + ")";
   } else {
     const std::string direction = query.ascending ? ", " : " DESC, ";
-    const std::string order = query.order ? ColumnExpression(*query.order) + direction : "";
+    const std::string order = query.order ? ColumnOf(*query.order) + direction : "";
     text_.sql += columns + matches + " ORDER BY " + order + "id" + limit;
   }
   return std::move(text_);
@@ -198,7 +218,7 @@ SqlText ConditionTranslator::Finish(const SongQuery &query) {
 } // namespace
 
 SqlText TranslateQuery(int owner, const SongQuery &query) {
-  return ConditionTranslator(owner, query.with_shared).Finish(query);
+  return ConditionTranslator(owner, query.user, query.with_shared).Finish(query);
 }
 
 void BindAll(Statement &statement, const SqlText &text) {

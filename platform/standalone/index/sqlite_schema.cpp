@@ -124,6 +124,27 @@ CREATE VIRTUAL TABLE group_words USING fts5(
 CREATE TABLE catalog(revision INTEGER NOT NULL, complete INTEGER NOT NULL);
 INSERT INTO catalog SELECT 0, NOT EXISTS (SELECT 1 FROM songs);
 )sql",
+    // What users think of songs, and, by path, of songs that are gone and may come back.
+    R"sql(
+CREATE TABLE song_marks(
+  user INTEGER NOT NULL,
+  song INTEGER NOT NULL,
+  rating INTEGER NOT NULL,
+  play_count INTEGER NOT NULL,
+  time_starred INTEGER NOT NULL,
+  time_played INTEGER NOT NULL,
+  PRIMARY KEY(user, song)) WITHOUT ROWID;
+CREATE INDEX song_marks_song ON song_marks(song);
+CREATE TABLE lost_marks(
+  owner INTEGER NOT NULL,
+  path TEXT NOT NULL,
+  user INTEGER NOT NULL,
+  rating INTEGER NOT NULL,
+  play_count INTEGER NOT NULL,
+  time_starred INTEGER NOT NULL,
+  time_played INTEGER NOT NULL,
+  PRIMARY KEY(owner, path, user)) WITHOUT ROWID;
+)sql",
 };
 
 int64_t StoredVersion(Database &database) {

@@ -28,7 +28,7 @@ bool IsCatalogued(const CatalogSong &song) { return song.groups.folder != 0; }
 } // namespace
 
 SongWriter::SongWriter(Database &database)
-    : database_(database), search_(database), catalog_(database),
+    : database_(database), search_(database), catalog_(database), marks_(database),
       read_(database,
             "SELECT " VEXO_SONG_COLUMNS ", " VEXO_SONG_GROUP_COLUMNS " FROM songs WHERE id = ?1"),
       remove_(database, "DELETE FROM songs WHERE id = ?1"),
@@ -66,6 +66,7 @@ void SongWriter::Remove(int32_t id) {
   if (IsCatalogued(*old)) {
     catalog_.Leave(old->song, old->groups);
   }
+  marks_.Lose(old->song);
   remove_.Bind(1, int64_t{id}).Run();
   changed_ = true;
 }
@@ -99,6 +100,7 @@ void SongWriter::Add(Song song) {
   song.id = static_cast<int32_t>(sqlite3_last_insert_rowid(database_.get()));
   search_.Add(song);
   catalog_.Enter(song, groups);
+  marks_.Find(song);
   changed_ = true;
 }
 

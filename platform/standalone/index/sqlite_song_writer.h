@@ -2,6 +2,7 @@
 // What the scanner does to songs, with its statements prepared once.
 
 #include "index/sqlite_catalog_writer.h"
+#include "index/sqlite_mark_keeper.h"
 #include "index/sqlite_texts.h"
 #include <optional>
 
@@ -27,6 +28,7 @@ private:
   Database &database_;
   SearchWriter search_;
   CatalogWriter catalog_;
+  MarkKeeper marks_;
   Statement read_, remove_, add_, update_, write_groups_;
   bool changed_ = false;
 };

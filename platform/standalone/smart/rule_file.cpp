@@ -8,6 +8,7 @@
 #include "files/file_io.h"
 #include "system/paths.h"
 #include <cerrno>
+#include <cstdlib>
 #include <system_error>
 
 namespace vexo::smart {
@@ -93,14 +94,17 @@ void EditRuleFile(const std::string &path, const files::TextEdit &edit, bool mak
 }
 
 Scope FindScope(const std::string &path) {
-  if (path == system::kSharedSmartRules) {
-    return {};
+  Scope scope;
+  const std::optional<accounts::Account> owner =
+      path == system::kSharedSmartRules ? std::nullopt : FindFileAccount(path);
+  if (owner && owner->personal_library) {
+    scope.owner = owner->id;
+    scope.with_shared = true;
   }
-  const std::optional<accounts::Account> account = FindFileAccount(path);
-  if (!account || !account->personal_library) {
-    return {};
-  }
-  return {account->id, true};
+  const char *const user = std::getenv("REMOTE_USER");
+  const std::optional<accounts::Account> asking = user ? accounts::FindAccount(user) : owner;
+  scope.user = asking ? asking->id : 0;
+  return scope;
 }
 
 } // namespace vexo::smart

@@ -23,10 +23,12 @@ void EditRuleFile(const std::string &path, const files::TextEdit &edit, bool mak
 struct Scope {
   int owner = 0;            ///< as in index/media_index.h
   bool with_shared = false; ///< the shared songs besides the owner's
+  int user = 0;             ///< whose marks rating and play_count are; 0: nobody's
 };
 
 /// Of an account's own file: its personal library, when it has one, and the shared one; of every
-/// other: the shared library.
+/// other: the shared library. The marks are those of who asks (REMOTE_USER), and where nobody does,
+/// of whose file it is.
 Scope FindScope(const std::string &path);
 
 } // namespace vexo::smart

@@ -14,6 +14,7 @@ namespace {
 std::optional<index::SongQuery> PartOf(const SmartPlaylist &playlist, const Scope &scope,
                                        int64_t offset, int64_t limit) {
   index::SongQuery query = MakeQuery(playlist, std::time(nullptr));
+  query.user = scope.user;
   query.with_shared = scope.with_shared;
   query.offset = offset;
   query.limit = limit;

@@ -79,7 +79,7 @@ void RemoveAccount(const AccountOptions &options) {
   accounts::RemovePassword(account->name);
   accounts::RemoveAccount(account->name);
   if (access(system::kIndexFile, F_OK) == 0) {
-    ForgetLibrary(*index::OpenMediaIndex(), account->id);
+    ForgetUser(*index::OpenMediaIndex(), account->id);
   }
 }
 

@@ -113,7 +113,8 @@ void MakeThirdVersion(const std::string &path) {
        {"album", "artist", "album_artist", "genre", "composer", "folder"}) {
     database.Execute(("ALTER TABLE songs DROP COLUMN " + column + "_id").c_str());
   }
-  database.Execute("DROP TABLE song_groups; DROP TABLE group_albums; DROP TABLE entries;"
+  database.Execute("DROP TABLE song_marks; DROP TABLE lost_marks;"
+                   "DROP TABLE song_groups; DROP TABLE group_albums; DROP TABLE entries;"
                    "DROP TABLE marks; DROP TABLE song_words; DROP TABLE group_words;"
                    "DROP TABLE catalog; PRAGMA user_version=3");
 }

@@ -35,9 +35,10 @@ void CheckIndex(index::MediaIndex &index, Findings &findings) {
 /// libraries of today say.
 void CheckRemovedAccounts(index::MediaIndex &index, Findings &findings) {
   for (const int id : accounts::RemovedAccountIds()) {
-    if (!index.SongFiles(id).empty() || !index.AllPlaylists(id).empty()) {
+    if (!index.SongFiles(id).empty() || !index.AllPlaylists(id).empty() ||
+        index.ListMarks(id, false, {}).total > 0) {
       findings.Found("the index has rows of the account " + std::to_string(id) + ", which is gone",
-                     [&] { ForgetLibrary(index, id); });
+                     [&] { ForgetUser(index, id); });
     }
   }
 }

@@ -13,7 +13,7 @@ void ForgetSongs(index::MediaIndex &index, const std::vector<int32_t> &ids) {
   }
 }
 
-std::size_t ForgetLibrary(index::MediaIndex &index, int owner) {
+std::size_t ForgetUser(index::MediaIndex &index, int owner) {
   std::vector<int32_t> songs;
   for (const index::SongFile &song : index.SongFiles(owner)) {
     songs.push_back(song.id);
@@ -23,7 +23,7 @@ std::size_t ForgetLibrary(index::MediaIndex &index, int owner) {
   for (const index::Playlist &playlist : index.AllPlaylists(owner)) {
     rows += index.RemovePlaylist(owner, playlist.id) ? 1 : 0;
   }
-  return rows;
+  return rows + static_cast<std::size_t>(index.RemoveMarks(owner));
 }
 
 } // namespace vexo::tools
