@@ -8,7 +8,7 @@ import os
 import sys
 from pathlib import Path
 
-NAMES = ["startup", "floor", "add", "search", "edit", "library", "player", "download", "stream"]
+NAMES = ["startup", "floor", "add", "search", "edit", "library", "lists", "player", "download", "stream"]
 
 
 def main(build, *chosen):
