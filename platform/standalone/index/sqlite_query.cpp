@@ -152,7 +152,7 @@ Expression ConditionTranslator::JoinFew(std::span<const Expression> terms, const
 }
 
 std::string ConditionTranslator::ColumnOf(Field field) {
-  const std::string column = ColumnExpression(field);
+  std::string column = ColumnExpression(field);
   if (user_ == 0 || (field != Field::kRating && field != Field::kPlayCount)) {
     return column;
   }
