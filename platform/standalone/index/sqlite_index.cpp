@@ -75,11 +75,12 @@ void SqliteIndex::BeginBatches() {
 
 namespace {
 
-/// IdSet of songs that are not in the catalog as yet; nothing: all are.
-IdSet UncataloguedSongs(Database &database) {
+/// Songs behind `last` that are not in the catalog as yet; nothing: all are.
+IdSet UncataloguedSongs(Database &database, int32_t last) {
   constexpr int64_t kBatch = 1000;
-  Statement songs(database, "SELECT id FROM songs WHERE folder_id = 0 LIMIT ?1");
-  return ReadIds(songs.Bind(1, kBatch));
+  Statement songs(database, "SELECT id FROM songs WHERE folder_id = 0 AND id > ?1 "
+                            "ORDER BY id LIMIT ?2");
+  return ReadIds(songs.Bind(1, int64_t{last}).Bind(2, kBatch));
 }
 
 void TakeIntoCatalog(Database &database, const IdSet &ids) {
@@ -95,20 +96,28 @@ constexpr std::array kWordTables = {"song_texts", "song_words", "group_words"};
 /// Gives a command to each of the trigram indexes.
 void CommandWordTables(Database &database, const std::string &command) {
   for (const std::string table : kWordTables) {
-    database.Execute(
-        ("INSERT INTO " + table + "(" + table + ") VALUES('" + command + "')").c_str());
+    std::string sql = "INSERT INTO " + table;
+    sql += "(" + table;
+    sql += ") VALUES('" + command;
+    sql += "')";
+    database.Execute(sql.c_str());
   }
 }
 
 } // namespace
 
 void SqliteIndex::CompleteCatalog() {
-  for (IdSet ids = UncataloguedSongs(database_); !ids.empty(); ids = UncataloguedSongs(database_)) {
-    BeginBatches();
+  if (database_.Number("SELECT complete FROM catalog") != 0) {
+    return;
+  }
+  BeginBatches();
+  for (IdSet ids = UncataloguedSongs(database_, 0); !ids.empty();
+       ids = UncataloguedSongs(database_, ids.back())) {
     Transaction transaction(database_);
     TakeIntoCatalog(database_, ids);
     transaction.Commit();
   }
+  database_.Execute("UPDATE catalog SET complete = 1");
 }
 
 void SqliteIndex::Optimize() {
@@ -149,10 +158,11 @@ void SqliteIndex::RepairDamage() {
   while (songs.Step()) {
     search.Add(ReadSong(songs));
   }
-  for (IdSet ids = UncataloguedSongs(database_); !ids.empty(); ids = UncataloguedSongs(database_)) {
+  for (IdSet ids = UncataloguedSongs(database_, 0); !ids.empty();
+       ids = UncataloguedSongs(database_, ids.back())) {
     TakeIntoCatalog(database_, ids);
   }
-  database_.Execute("DELETE FROM song_groups WHERE uses = 0");
+  database_.Execute("DELETE FROM song_groups WHERE uses = 0; UPDATE catalog SET complete = 1");
   transaction.Commit();
 }
 

@@ -73,7 +73,8 @@ CREATE TABLE unreadable_files(
 )sql",
     // What songs have in common, and the orders to page through. A song whose folder is 0 is not in
     // these as yet: see CompleteCatalog(). Every request reads the whole schema, so what could be
-    // an index of songs is a list among the entries.
+    // an index of songs is a list among the entries. The revision begins with the time: it goes on
+    // growing when the index is made anew.
     R"sql(
 ALTER TABLE songs ADD COLUMN album_id INTEGER NOT NULL DEFAULT 0;
 ALTER TABLE songs ADD COLUMN artist_id INTEGER NOT NULL DEFAULT 0;
@@ -122,7 +123,7 @@ CREATE VIRTUAL TABLE song_words USING fts5(
 CREATE VIRTUAL TABLE group_words USING fts5(
   name, artist, content='', tokenize='trigram case_sensitive 1');
 CREATE TABLE catalog(revision INTEGER NOT NULL, complete INTEGER NOT NULL);
-INSERT INTO catalog SELECT 0, NOT EXISTS (SELECT 1 FROM songs);
+INSERT INTO catalog SELECT 1000 * strftime('%s', 'now'), NOT EXISTS (SELECT 1 FROM songs);
 )sql",
     // What users think of songs, and, by path, of songs that are gone and may come back.
     R"sql(

@@ -270,6 +270,12 @@ TEST_P(Lists, TheRevisionGrowsWithEachChangeOfSongsAndWithNoOther) {
   EXPECT_GT(index().Revision(), then);
 }
 
+TEST_P(Lists, TheRevisionIsAnotherOneInAnIndexThatIsMadeAnew) {
+  Write({Track("/1", "1")});
+  const TemporaryFolder other;
+  EXPECT_GT(GetParam().open(other.path())->Revision(), 1'000'000);
+}
+
 TEST_P(Lists, LargeNumbersAndLongTextsAreKeptInOrder) {
   Song small = Track("/1", std::string(5000, 'a'), std::string(5000, 'b'), std::string(5000, 'c'));
   small.year = -5;

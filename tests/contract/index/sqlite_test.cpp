@@ -183,6 +183,7 @@ TEST_F(SqliteFile, AnOlderIndexOfManySongsWaitsForAScan) {
   EXPECT_EQ(index.ListSongs(list, {0, 1}).total, 1) << "what is written meanwhile is there";
   index.CompleteCatalog();
   EXPECT_EQ(index.ListSongs(list, {0, 1}).total, kSongs - 1);
+  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT complete FROM catalog"), 1);
   EXPECT_THAT(index.FindDamage(), IsEmpty());
 }
 
