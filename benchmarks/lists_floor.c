@@ -1,6 +1,7 @@
-/* lists_floor.cgi: the least that a CGI program can do which shows a page of a playlist file, or the
-   names of playlists. It does the same look-ups and reads as audio_library.cgi and prints the same
-   members, and nothing else: nobody is asked who it is, no path is resolved, no text is escaped.
+/* lists_floor.cgi: the least that a CGI program can do which shows a page of a playlist file, or
+   the names of playlists. It does the same look-ups and reads as audio_library.cgi and prints the
+   same members, and nothing else: nobody is asked who it is, no path is resolved, no text is
+   escaped.
 
    QUERY_STRING is entries&OFFSET&LIMIT&ROW, version&ROW, or playlists&LIMIT. */
 #define _GNU_SOURCE
@@ -105,7 +106,8 @@ static void print_entries(long id, long offset, long limit) {
 
 /* Rows and their files; what stands in them is known to nobody without a store like ours. */
 static void print_playlists(long limit) {
-  sqlite3_stmt *row = prepare("SELECT path, id, title FROM playlists WHERE owner = 0 ORDER BY path");
+  sqlite3_stmt *row =
+      prepare("SELECT path, id, title FROM playlists WHERE owner = 0 ORDER BY path");
   long total = 0;
   printf("\n{\"items\":[");
   while (sqlite3_step(row) == SQLITE_ROW) {
