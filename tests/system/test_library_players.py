@@ -7,6 +7,9 @@ from player_daemon import Daemon, PlayerMpd
 from server import BEN, LIBRARY, PERSONAL, ROOT, SHARED, ServerTest, playlistctl, wait_until
 
 STREAM = "http://127.0.0.1:9/live"
+# All that a player can be told.
+COMMANDS = {"play": None, "pause": None, "stop": None, "next": None, "previous": None,
+            "seek": {"seconds": 1}, "volume": {"percent": 1}, "queue": {"songs": [1]}}
 
 
 class Players(ServerTest):
@@ -154,7 +157,9 @@ class Players(ServerTest):
             self.assertEqual(self.api.post(f"/players/9/{name}", body).status, 404)
 
     def test_what_a_player_cannot_do_now_is_a_conflict(self):
-        self.assertEqual(self.api.post("/players/0/seek", {"seconds": 1}).status, 409)
+        for name, body in (("seek", {"seconds": 1}), ("play", {"position": 5}), ("next", None),
+                           ("previous", None)):
+            self.assertEqual(self.api.post(f"/players/0/{name}", body).status, 409, name)
 
     def test_a_volume_is_set_where_there_is_one(self):
         self.fill(1)
@@ -163,14 +168,26 @@ class Players(ServerTest):
         self.assertEqual(self.api.post("/players/1/volume", {"percent": 40}).status, 409)
 
     def test_a_player_that_is_gone_and_a_daemon_that_is_gone_are_told_apart(self):
-        self.assertEqual(self.api.get("/players/3").status, 502)
+        self.refused(502, 3)
         self.daemon.stop()
         try:
-            self.assertEqual(self.api.get("/players/0").status, 503)
+            self.refused(503, 0)
             self.assertEqual({item["state"] for item in self.api.get("/players").json["items"]},
                              {"unreachable"})
         finally:
             type(self).daemon = Daemon()
+
+    def refused(self, status, player):
+        for path in ("", "/queue"):
+            self.assertEqual(self.api.get(f"/players/{player}{path}").status, status, path)
+        for name, body in COMMANDS.items():
+            answer = self.api.post(f"/players/{player}/{name}", body)
+            self.assertEqual(answer.status, status, name)
+
+    def test_a_body_that_is_too_large_is_refused(self):
+        body = b" " * ((64 << 20) + 1)
+        for name in ("seek", "volume", "queue"):
+            self.assertEqual(self.api.post(f"/players/0/{name}", body).status, 413, name)
 
 
 if __name__ == "__main__":
