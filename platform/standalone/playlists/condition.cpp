@@ -27,6 +27,27 @@ bool Allows(const Condition &condition, const std::string &version) {
              condition.versions.end();
 }
 
+/// Of a content this large the version is told only to who demanded one: everybody else's edit
+/// would take some percent longer for it.
+constexpr std::size_t kLargeBytes = std::size_t{1} << 20U;
+
+std::size_t SizeOf(const files::Pieces &pieces) {
+  std::size_t size = 0;
+  for (const std::string_view piece : pieces) {
+    size += piece.size();
+  }
+  return size;
+}
+
+/// Notes the version of what an edit has made.
+void NoteVersionOf(const files::Pieces &content) {
+  if (HasCondition() || SizeOf(content) < kLargeBytes) {
+    NoteVersion(ContentVersion(content));
+  } else {
+    Here().noted.reset();
+  }
+}
+
 } // namespace
 
 void SetCondition(Condition condition) { Here().condition = std::move(condition); }
@@ -53,7 +74,7 @@ files::Edit Versioned(files::Edit edit) {
   return [edit = std::move(edit)](std::string_view content, const std::string &path) mutable {
     RequireVersion(content);
     std::optional<files::Pieces> changed = edit(content, path);
-    NoteVersion(changed ? ContentVersion(*changed) : ContentVersion(content));
+    NoteVersionOf(changed ? *changed : files::Pieces{content});
     return changed;
   };
 }

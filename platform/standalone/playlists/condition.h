@@ -34,7 +34,8 @@ void RequireVersion(std::optional<std::string_view> content);
 [[nodiscard]] bool HasConditionFailed() noexcept;
 [[nodiscard]] bool IsConditionMet() noexcept;
 
-/// The same edit under the condition, which then notes the version that it makes.
+/// The same edit under the condition, which then notes the version that it makes; of a list of a
+/// megabyte and more only where there is a condition.
 files::Edit Versioned(files::Edit edit);
 
 /// The version that the edited playlist has now; nothing when none was edited, or it has gone.

@@ -150,6 +150,19 @@ TEST_F(Conditions, AreNotAskedForByDefault) {
   EXPECT_FALSE(IsConditionMet());
 }
 
+TEST_F(Conditions, TellTheVersionOfALargeListToWhoDemandsOne) {
+  std::string large = "#EXTM3U\n";
+  while (large.size() < std::size_t{1} << 20U) {
+    large += "/a song of a long list\n";
+  }
+  WriteBytes(path_, large);
+  EXPECT_EQ(Append(), 0);
+  EXPECT_FALSE(NotedVersion());
+  SetCondition({false, {ContentVersion(ReadBytes(path_))}});
+  EXPECT_EQ(Append(), 0);
+  EXPECT_EQ(NotedVersion(), ContentVersion(ReadBytes(path_)));
+}
+
 TEST_F(Conditions, LeaveTheVersionThatAnEditMakes) {
   for (const SongEdit &edit : kEdits) {
     ForgetWriting();
