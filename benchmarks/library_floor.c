@@ -1,10 +1,10 @@
-/* library_floor.cgi: the least that a CGI program can do which looks a page of the index up. It does
-   the same look-ups as audio_library.cgi and prints the same members, and nothing else: nobody is asked
-   who it is, no parameter is checked, no text is escaped. So what a request of ours takes longer than
-   this one is our own doing.
+/* library_floor.cgi: the least that a CGI program can do which looks a page of the index up. It
+   does the same look-ups as audio_library.cgi and prints the same members, and nothing else: nobody
+   is asked who it is, no parameter is checked, no text is escaped. So what a request of ours takes
+   longer than this one is our own doing.
 
-   QUERY_STRING is "version", or WHAT&LIST&OFFSET&LIMIT (WHAT: songs or groups; LIST: the number of a
-   kept order), or search&WORD&WORD. */
+   QUERY_STRING is "version", or WHAT&LIST&OFFSET&LIMIT (WHAT: songs or groups; LIST: the number of
+   a kept order), or search&WORD&WORD. */
 #include <sqlite3.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -60,8 +60,9 @@ static void read_list(struct ids *ids, int list, long long offset, int limit) {
     }
     ids->total += entries;
   }
-  sqlite3_stmt *entries = prepare("SELECT id FROM entries WHERE list = ?1 AND (key, id) >= (?2, ?3) "
-                                  "ORDER BY key, id LIMIT ?4 OFFSET ?5");
+  sqlite3_stmt *entries =
+      prepare("SELECT id FROM entries WHERE list = ?1 AND (key, id) >= (?2, ?3) "
+              "ORDER BY key, id LIMIT ?4 OFFSET ?5");
   sqlite3_bind_int(entries, 1, list);
   sqlite3_bind_blob(entries, 2, key, key_size, SQLITE_STATIC);
   sqlite3_bind_int(entries, 3, id);
@@ -78,10 +79,10 @@ static int by_number(const void *left, const void *right) {
 
 /* The songs that have a word in the title, or that are of an album or an artist with it. */
 static void songs_with(struct ids *ids, const char *word) {
-  sqlite3_stmt *statement =
-      prepare("SELECT rowid FROM song_words WHERE song_words MATCH ?1 UNION "
-              "SELECT entries.id FROM group_words JOIN entries "
-              "ON list IN (-8 * rowid - 1, -8 * rowid - 2) WHERE group_words MATCH 'name : ' || ?1");
+  sqlite3_stmt *statement = prepare(
+      "SELECT rowid FROM song_words WHERE song_words MATCH ?1 UNION "
+      "SELECT entries.id FROM group_words JOIN entries "
+      "ON list IN (-8 * rowid - 1, -8 * rowid - 2) WHERE group_words MATCH 'name : ' || ?1");
   char quoted[200];
   snprintf(quoted, sizeof quoted, "\"%s\"", word);
   sqlite3_bind_text(statement, 1, quoted, -1, SQLITE_STATIC);
