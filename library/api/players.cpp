@@ -240,7 +240,7 @@ Answer PlayNext(Request &request) { return Tell(request, PlayerCommand::kNext); 
 Answer PlayPrevious(Request &request) { return Tell(request, PlayerCommand::kPrevious); }
 
 Answer PlayPlayer(Request &request) {
-  return web::BodyLength().value_or(0) == 0
+  return web::BodyLength() == 0
              ? Tell(request, PlayerCommand::kResume)
              : TellNumber(request, PlayerCommand::kPlay, "position", catalog::kMostPlayed, 1);
 }
