@@ -1,0 +1,4 @@
+import { render } from "preact";
+import "./style/main.css";
+
+render(<h1>Playlists</h1>, document.body);
