@@ -32,7 +32,10 @@ def make_song(server):
         while song.tell() < SIZE:
             song.write(bytes(CHUNK))
     server.playlistctl("scan")
-    (server.ROOT / "www/big.bin").hardlink_to(file)
+    static = server.ROOT / "usr/share/vexo/client"  # the pages of the client are not needed here
+    static.unlink()
+    static.mkdir()
+    (static / "big.bin").hardlink_to(file)
     with sqlite3.connect(server.ROOT / "var/lib/vexo/index.db") as index:
         (number,) = index.execute("SELECT id FROM songs WHERE path = ?", (str(file),)).fetchone()
     return f"/api/songs/{number}/stream", "/big.bin"

@@ -18,6 +18,9 @@ import { dirname, join, resolve } from "node:path";
 import { fileURLToPath } from "node:url";
 
 const here = dirname(fileURLToPath(import.meta.url));
+const PAGE = "index.html";
+const SOURCES = ["src", "static", "worker"];
+const SAVE_ENDS_AFTER_MS = 50;
 const BROWSERS = "chrome100,firefox102,safari15.4";
 
 function esbuild(...options) {
@@ -39,11 +42,11 @@ function bundle(out) {
   esbuild("src/main.tsx", "--entry-names=app-[hash]", `--outdir=${made}`);
   const assets = readdirSync(made).filter((name) => name.startsWith("app-"));
   const named = (kind) => assets.find((name) => name.endsWith(kind));
-  const page = readFileSync(join(made, "index.html"), "utf8")
+  const page = readFileSync(join(made, PAGE), "utf8")
     .replace("app.js", named(".js"))
     .replace("app.css", named(".css"));
-  writeFileSync(join(made, "index.html"), page);
-  const shell = ["./", ...readdirSync(made).filter((name) => name !== "index.html")];
+  writeFileSync(join(made, PAGE), page);
+  const shell = ["./", ...readdirSync(made).filter((name) => name !== PAGE)];
   const version = createHash("sha256").update(page).digest("hex").slice(0, 16);
   esbuild(
     "worker/service_worker.ts",
@@ -51,16 +54,61 @@ function bundle(out) {
     `--define:VERSION=${JSON.stringify(version)}`,
     `--outfile=${join(made, "service_worker.js")}`,
   );
-  rmSync(out, { recursive: true, force: true });
-  renameSync(made, out);
+  publish(made, out);
+}
+
+// Who opens the page meanwhile finds all that it names: it comes last, and what it no longer names goes then.
+function publish(made, out) {
+  mkdirSync(out, { recursive: true });
+  const names = readdirSync(made).filter((name) => name !== PAGE);
+  for (const name of [...names, PAGE]) renameSync(join(made, name), join(out, name));
+  for (const name of readdirSync(out)) {
+    if (name !== PAGE && !names.includes(name)) rmSync(join(out, name), { recursive: true });
+  }
+  rmSync(made, { recursive: true });
+}
+
+// Every folder has a watch of its own: before version 20 Node's recursive ones do not work on Linux.
+function watchFolders(changed) {
+  const watches = new Map();
+  const foldersBelow = (folder) => [
+    folder,
+    ...readdirSync(folder, { withFileTypes: true })
+      .filter((entry) => entry.isDirectory())
+      .flatMap((entry) => foldersBelow(join(folder, entry.name))),
+  ];
+  const update = () => {
+    const folders = SOURCES.flatMap((name) => foldersBelow(join(here, name)));
+    for (const [folder, its] of watches) {
+      if (!folders.includes(folder)) {
+        its.close();
+        watches.delete(folder);
+      }
+    }
+    for (const folder of folders.filter((name) => !watches.has(name)))
+      watches.set(folder, watch(folder, changed));
+  };
+  update();
+  return update;
+}
+
+function bundleAtEachSave(out) {
+  let waiting;
+  const updateWatches = watchFolders(() => {
+    clearTimeout(waiting);
+    waiting = setTimeout(again, SAVE_ENDS_AFTER_MS);
+  });
+  const again = () => {
+    updateWatches();
+    try {
+      bundle(out);
+      console.error(`${new Date().toLocaleTimeString()} made ${out}`);
+    } catch (error) {
+      console.error(String(error)); // esbuild has said where; the next save may mend it
+    }
+  };
 }
 
 const out = resolve(process.argv[2]);
 bundle(out);
-if (process.argv[3] === "--watch") {
-  let waiting;
-  watch(join(here, "src"), { recursive: false }, () => {
-    clearTimeout(waiting);
-    waiting = setTimeout(() => bundle(out), 50);
-  });
-}
+if (process.argv[3] === "--watch") bundleAtEachSave(out);

@@ -113,7 +113,12 @@ class Serve(unittest.TestCase):
                                                         stderr=subprocess.DEVNULL))
             self.assertGreaterEqual(len(listed["items"]), least, line)
             self.assertTrue(all(item["id"] > 0 for item in listed["items"]))
-        self.assertIn(f"http://127.0.0.1:{served.port}/api/\n", served.output)
+
+    def test_the_printed_address_opens_the_client(self):
+        served = self.serve()
+        address = re.search(r"^is served at (\S+)$", served.output, re.MULTILINE).group(1)
+        self.assertEqual(address, f"http://127.0.0.1:{served.port}/")
+        self.assertIn("<title>", run("curl", "-sf", address))
 
     def test_the_printed_line_works_twice(self):
         served = self.serve()

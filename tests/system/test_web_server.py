@@ -10,6 +10,7 @@ import zipfile
 from io import BytesIO
 from pathlib import Path
 
+from client_files import ClientFiles
 from server import ANNA, LIBRARY, PASSWORD, ROOT, SOURCE, RootTest, ServerTest
 from server import encode, free_port, run, start
 
@@ -96,6 +97,10 @@ class Ranges(WebServerTest):
         answer = self.server.send(ANNA, query, headers={"Range": "bytes=0-3"})
         self.assertEqual(answer.status, 200)
         self.assertIsNone(zipfile.ZipFile(BytesIO(answer.body)).testzip())
+
+
+class Client(ClientFiles, ServerTest):
+    pass
 
 
 class WholeMachine(RootTest):

@@ -1,4 +1,5 @@
-"""The configurations for lighttpd, nginx and Apache in packaging/: passwords, sessions and both programs."""
+"""The configurations for lighttpd, nginx and Apache in packaging/: the client, passwords, sessions and both
+programs."""
 
 import os
 import pwd
@@ -10,6 +11,7 @@ import unittest
 from pathlib import Path
 
 from api import Api
+from client_files import FILES, ClientFiles
 from server import ANNA, BUILD, PASSWORD, ROOT, SHARED, SOURCE, RootTest, Server, encode, free_port
 from server import listens, run, songs_of, start
 
@@ -47,7 +49,7 @@ def packaged(name, **places):
     # As where they are installed, no link leads to the programs, which lighttpd does not follow.
     programs = (ROOT / "www/audio_library.cgi").resolve().parent
     for old, new in {"/usr/lib/vexo/": f"{programs}/", "/usr/lib/vexo>": f"{programs}>",
-                     "/etc/vexo/": f"{ROOT}/etc/vexo/", **places}.items():
+                     "/usr/share/vexo/client": str(FILES.resolve()), "/etc/vexo/": f"{ROOT}/etc/vexo/", **places}.items():
         text = text.replace(old, new)
     return text
 
@@ -65,8 +67,13 @@ class OtherServer(Server):
                             "/playlists" + path)
 
 
-class WebServers:
+class WebServers(ClientFiles):
     """What each of them has to do."""
+
+    def test_the_page_is_found_without_the_slash(self):
+        answer = self.server.send(None, path="")
+        self.assertEqual(answer.status, 301)
+        self.assertTrue(answer.headers["Location"].endswith("/playlists/"), answer.headers["Location"])
 
     def test_a_password_opens_both_programs(self):
         self.assertEqual(Api(self.server).get("/session").json["by"], "web_server")
@@ -198,7 +205,8 @@ class Nginx(WebServers, WebServerTest):
 @unittest.skipUnless(shutil.which("apache2"), "no Apache")
 class Apache(WebServers, WebServerTest):
     MODULES = ("mpm_event", "authn_core", "authz_core", "authz_user", "auth_basic", "authn_file",
-               "alias", "cgid")
+               "alias", "cgid", "headers",
+               "deflate", "dir", "filter", "mime")  # these are turned on by Debian
 
     @classmethod
     def setUpClass(cls):
@@ -207,7 +215,7 @@ class Apache(WebServers, WebServerTest):
                           for name in cls.MODULES)
         (cls.etc / "apache.conf").write_text(
             f"ServerRoot {ROOT}\nServerName 127.0.0.1\nListen 127.0.0.1:{cls.port}\n{modules}"
-            f"DocumentRoot {ROOT}/www\nPidFile {ROOT}/tmp/apache.pid\nErrorLog {cls.log}\n"
+            f"DocumentRoot {ROOT}/www\nTypesConfig /dev/null\nPidFile {ROOT}/tmp/apache.pid\nErrorLog {cls.log}\n"
             f"ScriptSock {ROOT}/tmp/cgid\nMutex posixsem\n" +
             f"User {USER}\nGroup {USER}\n" * (os.geteuid() == 0) +
             packaged("vexo-playlists.apache.conf"))
