@@ -160,9 +160,9 @@ def start(command, log_file, listens, **options):
 class Server:
     """A lighttpd on a free port of the loopback."""
 
-    def __init__(self, address="127.0.0.1", without=()):
+    def __init__(self, address="127.0.0.1", without=(), port=None):
         """Lines of the configuration that hold any of the texts `without` are left out."""
-        self.port = free_port()
+        self.port = port or free_port()
         conf = ROOT / "etc/lighttpd.conf"
         lines = run(SOURCE / "scripts/lighttpd_conf", ROOT, address, self.port).splitlines()
         conf.write_text("".join(f"{line}\n" for line in lines

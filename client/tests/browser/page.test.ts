@@ -1,0 +1,37 @@
+import assert from "node:assert/strict";
+import { readFileSync } from "node:fs";
+import { join } from "node:path";
+import { test } from "node:test";
+import { gzipSync } from "node:zlib";
+import { expectNoViolations, openHouse, SIZES, THEMES } from "./fixture.ts";
+
+const FIRST_PAGE_BYTES = 60 * 1024;
+const house = openHouse();
+
+for (const size of SIZES) {
+  for (const theme of THEMES) {
+    test(`the page opens on a ${size.name}, ${theme}`, () =>
+      house.visit({ size, theme }, async (page) => {
+        await page.getByRole("main").waitFor();
+        await expectNoViolations(page);
+      }));
+  }
+}
+
+test("the page may use nothing but its server's files", () =>
+  house.visit({}, async (page) => {
+    const answer = await page.goto("./");
+    const policy = answer?.headers()["content-security-policy"] ?? "";
+    assert.match(policy, /^default-src 'none'; script-src 'self'; style-src 'self';/);
+    assert.doesNotMatch(policy, /unsafe/);
+  }));
+
+test("script and style of the first page are small", () => {
+  const page = readFileSync(join(house.places.client, "index.html"), "utf8");
+  const names = [...page.matchAll(/(?:src|href)="(app-[^"]+)"/g)].map((found) => found[1] as string);
+  assert.deepEqual(names.map((name) => name.split(".").at(-1)).sort(), ["css", "js"]);
+  const sizes = names.map((name) => gzipSync(readFileSync(join(house.places.client, name))).length);
+  const sum = sizes.reduce((all, size) => all + size);
+  console.error(`script and style of the first page: ${sum} bytes, compressed`);
+  assert.ok(sum <= FIRST_PAGE_BYTES, `${sum} bytes`);
+});
