@@ -1,4 +1,44 @@
+import { effect } from "@preact/signals";
 import { render } from "preact";
+import { Frame } from "./app/frame.tsx";
 import "./style/main.css";
+import { language, t } from "./text/index.ts";
+import { Dialogs } from "./ui/dialog.tsx";
+import { Menus } from "./ui/menu.tsx";
+import { Notices, reasonOf } from "./ui/notices.tsx";
+import { failure, LoginPage, loadSession, user } from "./ui/session.tsx";
 
-render(<h1>Playlists</h1>, document.body);
+function Page() {
+  if (failure.value) {
+    return (
+      <main class="login">
+        <p role="alert">{reasonOf(failure.value)}</p>
+        <button type="button" class="button primary" onClick={() => void loadSession()}>
+          {t("retry")}
+        </button>
+      </main>
+    );
+  }
+  if (user.value === undefined) return null;
+  return user.value === null ? <LoginPage /> : <Frame />;
+}
+
+function App() {
+  return (
+    <>
+      <Page />
+      <Menus />
+      <Dialogs />
+      <Notices />
+    </>
+  );
+}
+
+effect(() => {
+  document.documentElement.lang = language.value;
+});
+void loadSession();
+render(<App />, document.body);
+
+// Where a browser has none (no TLS on another machine), the page works all the same.
+if ("serviceWorker" in navigator) void navigator.serviceWorker.register("service_worker.js").catch(() => {});

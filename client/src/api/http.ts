@@ -1,0 +1,119 @@
+// Requests to the server, and what can go wrong with them.
+import { signal } from "@preact/signals";
+import type { Problem } from "./types.ts";
+
+/** Why a request gave nothing. `status` is 0 when no answer came: no connection, or it broke. */
+export class RequestError extends Error {
+  constructor(
+    readonly status: number,
+    readonly problem: Problem | undefined,
+    /** Of a refused action: "section/key". */
+    readonly key = "",
+  ) {
+    super(problem?.detail ?? (key || `status ${status}`));
+  }
+
+  /** The same request may succeed later without anybody doing anything. */
+  get isPassing() {
+    return this.status === 0 || this.status === 502 || this.status === 503 || this.status === 504;
+  }
+}
+
+export function isAborted(error: unknown) {
+  return error instanceof DOMException && error.name === "AbortError";
+}
+
+/** Whether the last request reached the server. */
+export const connected = signal(true);
+/** Grows when a request was refused for want of a session. */
+export const refusals = signal(0);
+
+export interface Answer<T> {
+  body: T;
+  /** Without quotes; undefined when the answer has none. */
+  version: string | undefined;
+}
+
+export interface Options {
+  method?: "GET" | "HEAD" | "POST" | "PUT" | "DELETE";
+  /** Sent as JSON, but for forms and files, which go as they are. */
+  body?: unknown;
+  /** Only if what is changed still has this version; else 412. */
+  ifMatch?: string | undefined;
+  signal?: AbortSignal | undefined;
+  /** Goes on when the page is left. */
+  keepalive?: boolean;
+}
+
+const BASE = new URL(".", document.baseURI);
+
+/** The address of a path such as "api/songs", wherever the client lies on the server. */
+export function address(path: string, query: Query = {}) {
+  const url = new URL(path, BASE);
+  for (const [name, value] of Object.entries(query)) {
+    if (value !== undefined && value !== "") url.searchParams.set(name, String(value));
+  }
+  return url.href;
+}
+
+export type Query = Record<string, string | number | boolean | undefined>;
+
+function encode(body: unknown): { content?: BodyInit; type?: string } {
+  if (body === undefined) return {};
+  if (body instanceof URLSearchParams || body instanceof FormData || body instanceof Blob) {
+    return { content: body };
+  }
+  return { content: JSON.stringify(body), type: "application/json" };
+}
+
+export async function send(url: string, options: Options): Promise<Response> {
+  const headers = new Headers();
+  const { content, type } = encode(options.body);
+  if (type) headers.set("Content-Type", type);
+  if (options.ifMatch !== undefined) headers.set("If-Match", `"${options.ifMatch}"`);
+  const init: RequestInit = { method: options.method ?? "GET", headers, credentials: "same-origin" };
+  if (content !== undefined) init.body = content;
+  if (options.signal) init.signal = options.signal;
+  if (options.keepalive) init.keepalive = true;
+  try {
+    const response = await fetch(url, init);
+    connected.value = true;
+    return response;
+  } catch (error) {
+    if (isAborted(error)) throw error;
+    connected.value = false;
+    throw new RequestError(0, undefined);
+  }
+}
+
+/** What a body says; a connection that breaks in the middle of it is none. */
+export async function readJson(response: Response): Promise<unknown> {
+  try {
+    const text = await response.text();
+    return text === "" ? undefined : JSON.parse(text);
+  } catch (error) {
+    if (isAborted(error)) throw error;
+    throw new RequestError(response.ok ? 0 : response.status, undefined);
+  }
+}
+
+export function versionOf(response: Response) {
+  return response.headers
+    .get("ETag")
+    ?.replace(/^W\//, "")
+    .replace(/^"(.*)"$/, "$1");
+}
+
+/** Asks a resource below api/; throws a RequestError for anything but success. */
+export async function ask<T>(path: string, query: Query = {}, options: Options = {}): Promise<Answer<T>> {
+  const response = await send(address(`api/${path}`, query), options);
+  const body = await readJson(response);
+  if (response.ok) return { body: body as T, version: versionOf(response) };
+  if (response.status === 401) refusals.value++;
+  throw new RequestError(response.status, body as Problem | undefined);
+}
+
+/** The same, when only the body matters. */
+export async function get<T>(path: string, query: Query = {}, signal?: AbortSignal): Promise<T> {
+  return (await ask<T>(path, query, { signal })).body;
+}

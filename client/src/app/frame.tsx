@@ -1,0 +1,113 @@
+// The frame of the page: where to look at the left, what is there in the middle, the playlist that is being made
+// at the right, the player at the foot.
+import { useEffect } from "preact/hooks";
+import { connected } from "../api/http.ts";
+import { LibraryNavigation } from "../library/navigation.tsx";
+import { SearchField } from "../library/search_field.tsx";
+import { DragGhost } from "../list/drag.tsx";
+import { PlayerBar } from "../playback/player_bar.tsx";
+import { PlayerMenuButton } from "../playback/player_menu.tsx";
+import { openListId } from "../playlists/commands.ts";
+import { EditorPanel } from "../playlists/editor_panel.tsx";
+import { PlaylistTree } from "../playlists/tree.tsx";
+import { t } from "../text/index.ts";
+import { redo, undo } from "../ui/history.ts";
+import { Icon, type IconName } from "../ui/icon.tsx";
+import { showKeys, useKeys } from "../ui/keys.tsx";
+import { linkTo, route } from "../ui/router.ts";
+import { user } from "../ui/session.tsx";
+import { UserMenuButton } from "./user_menu.tsx";
+import { View } from "./views.tsx";
+
+/** Whether the view is one of these rooms, by its first segment; the first page is the library's. */
+const PLACES: {
+  href: string;
+  icon: IconName;
+  label: "frame.library" | "frame.lists" | "frame.queue";
+  of: RegExp;
+}[] = [
+  {
+    href: linkTo(["albums"]),
+    icon: "library",
+    label: "frame.library",
+    of: /^(?!playlists|queue|import|smart)/,
+  },
+  { href: linkTo(["playlists"]), icon: "list", label: "frame.lists", of: /^(playlists|import|smart)/ },
+  { href: linkTo(["queue"]), icon: "queue", label: "frame.queue", of: /^queue/ },
+];
+
+/** The bar at the foot of a phone. */
+function Places() {
+  const at = route.value.segments[0] ?? "";
+  return (
+    <nav class="places" aria-label={t("frame.navigation")}>
+      {PLACES.map(({ href, icon, label, of }) => (
+        <a key={label} href={href} aria-current={of.test(at) ? "page" : undefined}>
+          <Icon name={icon} />
+          <span>{t(label)}</span>
+        </a>
+      ))}
+    </nav>
+  );
+}
+
+export function Frame() {
+  useKeys({
+    "Ctrl+Z": () => void undo(),
+    "Ctrl+Shift+Z": () => void redo(),
+    "Ctrl+Y": () => void redo(),
+    Q: () => {
+      location.hash = linkTo(["queue"]);
+    },
+    "?": showKeys,
+  });
+  // The view is told to those who hear the page, and is where Tab goes on.
+  const { segments } = route.value;
+  const path = segments.join("/");
+  useEffect(() => {
+    const active = document.activeElement;
+    if (active === document.body) document.querySelector<HTMLElement>("main")?.focus({ preventScroll: true });
+  }, [path]);
+  return (
+    <div class={openListId.value === undefined ? "frame" : "frame with-editor"}>
+      <button type="button" class="skip" onClick={skip}>
+        {t("skip_to_content")}
+      </button>
+      <header class="top">
+        <a class="brand" href={linkTo(["albums"])}>
+          <img src="icon.svg" alt="" width="24" height="24" />
+          <span>{t("app.name")}</span>
+        </a>
+        <SearchField />
+        <PlayerMenuButton />
+        <UserMenuButton name={user.value?.name ?? ""} />
+      </header>
+      {!connected.value && (
+        <p class="offline" role="status">
+          {t("offline")}
+        </p>
+      )}
+      <nav class="side" aria-label={t("frame.navigation")}>
+        <LibraryNavigation />
+        <PlaylistTree />
+      </nav>
+      <main id="main" class="view" tabIndex={-1}>
+        <View />
+      </main>
+      {openListId.value !== undefined && (
+        <aside class="editor" aria-label={t("frame.editor")}>
+          <EditorPanel id={openListId.value} />
+        </aside>
+      )}
+      <footer class="foot">
+        <PlayerBar />
+        <Places />
+      </footer>
+      <DragGhost />
+    </div>
+  );
+}
+
+function skip() {
+  document.querySelector<HTMLElement>("main")?.focus();
+}

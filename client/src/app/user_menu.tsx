@@ -1,0 +1,78 @@
+// The menu of the user: language, theme, leaving.
+import { effect, signal } from "@preact/signals";
+import { useRef } from "preact/hooks";
+import { language, languages, setLanguage, t } from "../text/index.ts";
+import { Icon } from "../ui/icon.tsx";
+import { showKeys } from "../ui/keys.tsx";
+import { type MenuItem, openMenu } from "../ui/menu.tsx";
+import { notifyFailure } from "../ui/notices.tsx";
+import { logOut } from "../ui/session.tsx";
+
+const THEMES = ["auto", "light", "dark"] as const;
+type Theme = (typeof THEMES)[number];
+const KEPT = "theme";
+
+const kept = localStorage.getItem(KEPT);
+const theme = signal<Theme>(THEMES.find((name) => name === kept) ?? "auto");
+
+const prefersDark = matchMedia("(prefers-color-scheme: dark)");
+const deviceIsDark = signal(prefersDark.matches);
+prefersDark.addEventListener("change", () => {
+  deviceIsDark.value = prefersDark.matches;
+});
+
+effect(() => {
+  localStorage.setItem(KEPT, theme.value);
+  const isDark = theme.value === "dark" || (theme.value === "auto" && deviceIsDark.value);
+  document.documentElement.dataset.theme = isDark ? "dark" : "light";
+});
+
+async function leave(everywhere: boolean) {
+  try {
+    await logOut(everywhere);
+  } catch (error) {
+    notifyFailure("", error);
+  }
+}
+
+function items(): MenuItem[] {
+  const names = new Intl.DisplayNames(languages, { type: "language" });
+  const themes = THEMES.map((name) => ({
+    label: t(`user.theme_${name}`),
+    checked: theme.value === name,
+    run: () => {
+      theme.value = name;
+    },
+  }));
+  const tongues = languages.map((name, place) => ({
+    label: names.of(name) ?? name,
+    checked: language.value === name,
+    divided: place === 0,
+    run: () => setLanguage(name),
+  }));
+  return [
+    ...themes,
+    ...tongues,
+    { label: t("keys.title"), key: "?", divided: true, run: showKeys },
+    { label: t("user.log_out"), divided: true, run: () => void leave(false) },
+    { label: t("user.log_out_everywhere"), run: () => void leave(true) },
+  ];
+}
+
+export function UserMenuButton({ name }: { name: string }) {
+  const button = useRef<HTMLButtonElement>(null);
+  const label = t("user.menu", { name });
+  return (
+    <button
+      ref={button}
+      type="button"
+      class="top-button"
+      aria-haspopup="menu"
+      aria-label={label}
+      onClick={() => button.current && openMenu(button.current, label, items())}
+    >
+      <Icon name="person" />
+      <span class="wide-only">{name}</span>
+    </button>
+  );
+}

@@ -1,0 +1,35 @@
+// Which view an address shows. Each room has the views of its own addresses.
+import type { ComponentType } from "preact";
+import { useEffect } from "preact/hooks";
+import { libraryViews } from "../library/views.tsx";
+import { playlistViews } from "../playlists/views.tsx";
+import { queueViews } from "../queue/views.tsx";
+import { smartViews } from "../smart/views.tsx";
+import { t } from "../text/index.ts";
+import { type Route, route } from "../ui/router.ts";
+
+const views: Record<string, ComponentType<{ route: Route }>> = {
+  ...libraryViews,
+  ...playlistViews,
+  ...smartViews,
+  ...queueViews,
+};
+
+const FIRST = "albums";
+
+export function View() {
+  const { segments, query } = route.value;
+  const Shown = views[segments[0] ?? FIRST];
+  return Shown ? <Shown key={segments.join("/")} route={{ segments, query }} /> : <NotFound />;
+}
+
+function NotFound() {
+  useEffect(() => {
+    document.title = t("error.not_found");
+  }, []);
+  return (
+    <div class="empty">
+      <p>{t("error.not_found")}</p>
+    </div>
+  );
+}

@@ -1,0 +1,358 @@
+// A list of any length: only the rows in view are in the page. For screen readers it is a grid, one row of which
+// has the focus.
+import { useSignal } from "@preact/signals";
+import type { ComponentChildren, JSX } from "preact";
+import { useEffect, useLayoutEffect, useMemo, useRef } from "preact/hooks";
+import { t } from "../text/index.ts";
+import { Icon } from "../ui/icon.tsx";
+import { reasonOf } from "../ui/notices.tsx";
+import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
+import { Selection } from "./selection.ts";
+import type { ListSource } from "./source.ts";
+import { useViewport } from "./viewport.ts";
+
+export interface Column<T> {
+  key: string;
+  label: string;
+  /** A track of a CSS grid: "3rem", "minmax(8rem, 2fr)". */
+  width: string;
+  cell: (item: T, index: number) => ComponentChildren;
+  /** Numbers stand at the end of their cell. */
+  align?: "start" | "end";
+  sortable?: boolean;
+}
+
+export interface Sort {
+  key: string;
+  down: boolean;
+}
+
+export interface ListViewProps<T> {
+  label: string;
+  source: ListSource<T>;
+  columns: Column<T>[];
+  /** Kept by who needs it; a list without one cannot be selected in. */
+  selection?: Selection;
+  /** A head with the columns' names; pressing one sorts. */
+  header?: boolean;
+  sort?: Sort | undefined;
+  onSort?: (sort: Sort) => void;
+  /** By Enter or a double click; without a selection also by a click. */
+  onOpen?: (item: T, index: number) => void;
+  /** By the context menu's key, a right click, or a long touch. */
+  onMenu?: (index: number, place: { x: number; y: number }) => void;
+  /** Keys of the list's own; true when it was one. */
+  onKey?: (event: KeyboardEvent, active: number) => boolean;
+  rowClass?: (item: T, index: number) => string;
+  rowLabel?: (item: T) => string;
+  /** What is dragged when these positions are; a list without it cannot be dragged from. */
+  lift?: (positions: number[]) => Dragged | undefined;
+  /** Takes what is dropped before position `at`; a list without it takes nothing. */
+  onDrop?: (dragged: Dragged, at: number) => void;
+  accepts?: (dragged: Dragged) => boolean;
+  empty?: ComponentChildren;
+}
+
+/** Pixels, as --row-height says: more where fingers press. */
+function useRowHeight() {
+  const height = useSignal(coarse.matches ? 48 : 36);
+  useEffect(() => {
+    const follow = () => {
+      height.value = coarse.matches ? 48 : 36;
+    };
+    coarse.addEventListener("change", follow);
+    return () => coarse.removeEventListener("change", follow);
+  }, [height]);
+  return height.value;
+}
+
+const coarse = matchMedia("(pointer: coarse)");
+const HEADING = 32; // pixels, as --heading-height says
+const LONG_TOUCH = 500; // milliseconds
+
+export function ListView<T>(props: ListViewProps<T>) {
+  const { source, columns, label, header = false } = props;
+  const rowHeight = useRowHeight();
+  const total = source.total.value ?? 0;
+  void source.revision.value;
+  const heading = header ? HEADING : 0;
+  const viewport = useViewport(total, rowHeight, heading);
+  const { first, end } = viewport;
+  useEffect(() => source.want(first, end), [source, first, end]);
+
+  const ownSelection = useMemo(() => new Selection(), []);
+  const selection = props.selection ?? ownSelection;
+  const active = Math.min(selection.active.value, Math.max(0, total - 1));
+  const focusNow = useRef(false);
+  const body = useRef<HTMLDivElement>(null);
+  const dropAt = useSignal<number | undefined>(undefined);
+
+  const moveTo = (index: number) => {
+    focusNow.current = true;
+    viewport.show(index);
+  };
+  useLayoutEffect(() => {
+    if (!focusNow.current) return;
+    const row = body.current?.querySelector<HTMLElement>(
+      `[aria-rowindex="${active + 1 + (header ? 1 : 0)}"]`,
+    );
+    if (!row) return;
+    focusNow.current = false;
+    row.focus({ preventScroll: true });
+  });
+
+  const act = listActions(props, selection, total, moveTo);
+  const rowOf = (event: Event) => {
+    const row = (event.target as Element).closest<HTMLElement>("[data-index]");
+    return row ? Number(row.dataset.index) : undefined;
+  };
+  const positionAt = (event: PointerEvent) => {
+    const top = body.current?.getBoundingClientRect().top ?? 0;
+    const shift = viewport.offsetOf(0);
+    return Math.max(0, Math.min(total, Math.round((event.clientY - top - shift) / rowHeight)));
+  };
+  const target: DropTarget = {
+    accepts: (dragged) => props.onDrop !== undefined && (props.accepts?.(dragged) ?? true),
+    over: (_, event) => {
+      dropAt.value = positionAt(event);
+    },
+    leave: () => {
+      dropAt.value = undefined;
+    },
+    drop: (dragged, event) => props.onDrop?.(dragged, positionAt(event)),
+  };
+  useDropTarget(viewport.scroller, target);
+
+  const rows: JSX.Element[] = [];
+  const draw = (index: number) => {
+    const item = source.at(index);
+    rows.push(
+      <div
+        key={index}
+        role="row"
+        class={`row ${item && props.rowClass ? props.rowClass(item, index) : ""}`}
+        data-index={index}
+        aria-rowindex={index + 1 + (header ? 1 : 0)}
+        aria-selected={props.selection ? selection.has(index) : undefined}
+        aria-label={item && props.rowLabel?.(item)}
+        aria-busy={item === undefined ? true : undefined}
+        tabIndex={index === active ? 0 : -1}
+        style={{ transform: `translateY(${viewport.offsetOf(index)}px)` }}
+      >
+        {columns.map((column, place) => (
+          <div
+            key={column.key}
+            role="gridcell"
+            aria-colindex={place + 1}
+            class={column.align === "end" ? "cell end" : "cell"}
+          >
+            {item === undefined ? place === 0 && <span class="skeleton" /> : column.cell(item, index)}
+          </div>
+        ))}
+      </div>,
+    );
+  };
+  if (total > 0 && active < first) draw(active);
+  for (let index = first; index < end; index++) draw(index);
+  if (total > 0 && active >= end) draw(active);
+
+  const gridColumns = columns.map(({ width }) => width).join(" ");
+  const error = source.error.value;
+  return (
+    <div
+      ref={viewport.scroller}
+      class="list"
+      data-scroller
+      role="grid"
+      aria-label={label}
+      aria-rowcount={source.total.value === undefined ? -1 : total + (header ? 1 : 0)}
+      aria-colcount={columns.length}
+      aria-multiselectable={props.selection ? true : undefined}
+      aria-busy={source.total.value === undefined}
+      style={{ "--columns": gridColumns }}
+      tabIndex={total === 0 ? 0 : -1}
+      onScroll={viewport.onScroll}
+      onKeyDown={(event) => act.onKey(event, active, viewport.pageRows)}
+      onFocusIn={(event) => {
+        const row = rowOf(event);
+        if (row !== undefined && row !== active) selection.active.value = row;
+      }}
+      onClick={(event) => act.onClick(event, rowOf(event))}
+      onDblClick={(event) => act.onOpen(rowOf(event))}
+      onContextMenu={(event) => act.onMenu(event, rowOf(event))}
+      onPointerDown={(event) => act.onPointerDown(event, rowOf(event))}
+    >
+      {header && <Heading columns={columns} sort={props.sort} onSort={props.onSort} />}
+      <div ref={body} role="presentation" class="list-body" style={{ height: `${viewport.boxHeight}px` }}>
+        {rows}
+        {dropAt.value !== undefined && (
+          <div
+            class="drop-line"
+            style={{ transform: `translateY(${viewport.offsetOf(dropAt.value) - 1}px)` }}
+          />
+        )}
+      </div>
+      {source.total.value === 0 && <div class="empty">{props.empty}</div>}
+      {error && (
+        <div class="list-error" role="alert">
+          <p>{reasonOf(error)}</p>
+          <button type="button" class="button" onClick={() => source.retry()}>
+            {t("retry")}
+          </button>
+        </div>
+      )}
+    </div>
+  );
+}
+
+interface HeadingProps<T> {
+  columns: Column<T>[];
+  sort: Sort | undefined;
+  onSort: ((sort: Sort) => void) | undefined;
+}
+
+function Heading<T>({ columns, sort, onSort }: HeadingProps<T>) {
+  return (
+    <div role="row" class="heading" aria-rowindex={1}>
+      {columns.map((column, place) => {
+        const isSorted = sort?.key === column.key;
+        const direction = isSorted ? (sort.down ? "descending" : "ascending") : undefined;
+        return (
+          <div
+            key={column.key}
+            role="columnheader"
+            aria-colindex={place + 1}
+            aria-sort={direction}
+            class={column.align === "end" ? "cell end" : "cell"}
+          >
+            {column.sortable && onSort ? (
+              <button type="button" onClick={() => onSort({ key: column.key, down: isSorted && !sort.down })}>
+                {column.label}
+                {isSorted && <Icon name={sort.down ? "down" : "up"} />}
+              </button>
+            ) : (
+              column.label
+            )}
+          </div>
+        );
+      })}
+    </div>
+  );
+}
+
+const STEPS = ["ArrowDown", "ArrowUp", "Home", "End", "PageDown", "PageUp"];
+
+function stepFrom(active: number, key: string, page: number, total: number) {
+  const steps: Record<string, number> = {
+    ArrowDown: active + 1,
+    ArrowUp: active - 1,
+    Home: 0,
+    End: total - 1,
+    PageDown: active + page,
+    PageUp: active - page,
+  };
+  return Math.max(0, Math.min(total - 1, steps[key] ?? active));
+}
+
+/** Whether something inside a row was meant, not the row. */
+function isControl(event: Event) {
+  return (event.target as Element).closest("button, a, input, select, label") !== null;
+}
+
+/** What keys and pointers do to the list and its selection. */
+function listActions<T>(
+  props: ListViewProps<T>,
+  selection: Selection,
+  total: number,
+  moveTo: (index: number) => void,
+) {
+  const canSelect = props.selection !== undefined;
+  const onOpen = (index: number | undefined) => {
+    const item = index === undefined ? undefined : props.source.at(index);
+    if (index !== undefined && item !== undefined) props.onOpen?.(item, index);
+  };
+  const select = (index: number, event: MouseEvent | KeyboardEvent | PointerEvent) => {
+    if (!canSelect) selection.moveTo(index);
+    else if (event.shiftKey) selection.extendTo(index);
+    else if (event.ctrlKey || event.metaKey) selection.toggle(index);
+    else selection.only(index);
+  };
+  const step = (event: KeyboardEvent, active: number, page: number) => {
+    const index = stepFrom(active, event.key, page, total);
+    if (canSelect && event.shiftKey) selection.extendTo(index);
+    else if (event.ctrlKey || event.metaKey || !canSelect) selection.moveTo(index);
+    else selection.only(index);
+    moveTo(index);
+  };
+  const onOwnKey = (event: KeyboardEvent, active: number, page: number): boolean => {
+    const isPlain = !event.altKey && !event.metaKey;
+    if (isPlain && STEPS.includes(event.key)) step(event, active, page);
+    else if (event.key === "Enter" && isPlain && !event.ctrlKey) onOpen(active);
+    else if (canSelect && event.key.toLowerCase() === "a" && (event.ctrlKey || event.metaKey)) {
+      selection.all(total);
+    } else if (canSelect && event.key === " " && event.ctrlKey) selection.toggle(active);
+    else if (canSelect && event.key === "Escape" && selection.count.value > 0) selection.clear();
+    else return false;
+    return true;
+  };
+  return {
+    onOpen: (index: number | undefined) => {
+      if (canSelect) onOpen(index);
+    },
+    onKey: (event: KeyboardEvent, active: number, page: number) => {
+      if (total === 0 || (isControl(event) && event.key === "Enter")) return;
+      if ((event.target as Element).matches("input, select, textarea")) return;
+      if (!props.onKey?.(event, active) && !onOwnKey(event, active, page)) return;
+      event.preventDefault();
+      event.stopPropagation();
+    },
+    onClick: (event: MouseEvent, index: number | undefined) => {
+      if (index === undefined || isControl(event)) return;
+      const isTouch = (event as PointerEvent).pointerType === "touch";
+      if (canSelect && isTouch && selection.count.value > 0) return selection.toggle(index);
+      if (canSelect && isTouch) return onOpen(index);
+      select(index, event);
+      if (!canSelect) onOpen(index);
+    },
+    onMenu: (event: MouseEvent, index: number | undefined) => {
+      if (index === undefined || (!props.onMenu && !canSelect)) return;
+      event.preventDefault();
+      if (canSelect && !selection.has(index)) {
+        if ((event as PointerEvent).pointerType === "touch") return selection.toggle(index);
+        selection.only(index);
+      }
+      props.onMenu?.(index, { x: event.clientX, y: event.clientY });
+    },
+    onPointerDown: (event: PointerEvent, index: number | undefined) => {
+      if (index === undefined || event.button !== 0) return;
+      const onHandle = (event.target as Element).closest(".handle") !== null;
+      if (event.pointerType === "touch" && !onHandle)
+        return watchForLongTouch(event, index, selection, canSelect);
+      if ((isControl(event) && !onHandle) || !props.lift) return;
+      watchForDrag(event, () => props.lift?.(selection.has(index) ? selection.positions() : [index]));
+    },
+  };
+}
+
+/** A finger that stays on a row begins to select. */
+function watchForLongTouch(down: PointerEvent, index: number, selection: Selection, canSelect: boolean) {
+  if (!canSelect || selection.count.value > 0) return;
+  const stop = new AbortController();
+  const timer = setTimeout(() => {
+    stop.abort();
+    selection.toggle(index);
+    const swallow = (event: Event) => event.stopPropagation();
+    document.addEventListener("click", swallow, { capture: true, once: true });
+    setTimeout(() => document.removeEventListener("click", swallow, { capture: true }), LONG_TOUCH);
+  }, LONG_TOUCH);
+  const giveUp = () => {
+    clearTimeout(timer);
+    stop.abort();
+  };
+  const onMove = (event: PointerEvent) => {
+    if (Math.hypot(event.clientX - down.clientX, event.clientY - down.clientY) > 8) giveUp();
+  };
+  document.addEventListener("pointermove", onMove, { signal: stop.signal });
+  document.addEventListener("pointerup", giveUp, { signal: stop.signal });
+  document.addEventListener("pointercancel", giveUp, { signal: stop.signal });
+}

@@ -1,0 +1,144 @@
+// Lists that are fetched in stretches as they come into view.
+import { type ReadonlySignal, type Signal, signal } from "@preact/signals";
+import { isAborted, RequestError } from "../api/http.ts";
+import type { Page } from "../api/types.ts";
+
+/** What a virtual list shows. `at` and `total` may change whenever `revision` does. */
+export interface ListSource<T> {
+  /** Undefined until it is known. */
+  readonly total: ReadonlySignal<number | undefined>;
+  readonly revision: ReadonlySignal<number>;
+  /** Why what is in view cannot be shown; `retry` asks again. */
+  readonly error: ReadonlySignal<RequestError | undefined>;
+  /** Undefined while it is not there yet. */
+  at(index: number): T | undefined;
+  /** The positions from `first` on, before `end`, are in view; nothing else is. */
+  want(first: number, end: number): void;
+  retry(): void;
+}
+
+export type FetchPage<T> = (offset: number, limit: number, signal: AbortSignal) => Promise<Page<T>>;
+
+const STRETCH = 100;
+/** Beyond so many stretches those that were in view the longest time ago are forgotten. */
+const KEPT = 100;
+const LARGEST_PAGE = 1000;
+
+export class PagedSource<T> implements ListSource<T> {
+  readonly total: Signal<number | undefined> = signal(undefined);
+  readonly revision = signal(0);
+  readonly error: Signal<RequestError | undefined> = signal(undefined);
+  private readonly stretches = new Map<number, T[]>();
+  private readonly asked = new Map<number, AbortController>();
+  private first = 0;
+  private end = 1;
+
+  constructor(private readonly fetchPage: FetchPage<T>) {}
+
+  at(index: number): T | undefined {
+    return this.stretches.get(Math.floor(index / STRETCH))?.[index % STRETCH];
+  }
+
+  want(first: number, end: number) {
+    this.first = first;
+    this.end = Math.max(end, first + 1);
+    if (this.error.peek()) return;
+    const wanted = this.wanted();
+    for (const [stretch, request] of this.asked) if (!wanted.includes(stretch)) request.abort();
+    for (const stretch of wanted) this.ask(stretch);
+  }
+
+  retry() {
+    this.error.value = undefined;
+    this.want(this.first, this.end);
+  }
+
+  /** Forgets all items, and asks for those in view. */
+  refresh() {
+    for (const request of this.asked.values()) request.abort();
+    this.stretches.clear();
+    this.retry();
+  }
+
+  /** The items from `first` on, before `end`, of however many; those that are kept are not fetched again. */
+  async load(first: number, end: number, stop?: AbortSignal): Promise<T[]> {
+    const items: T[] = [];
+    while (first + items.length < end) {
+      const offset = first + items.length;
+      const kept = this.at(offset);
+      if (kept !== undefined) items.push(kept);
+      else {
+        const limit = Math.min(LARGEST_PAGE, end - offset);
+        const page = await this.fetchPage(offset, limit, stop ?? new AbortController().signal);
+        if (page.items.length === 0) break;
+        items.push(...page.items);
+      }
+    }
+    return items;
+  }
+
+  private wanted() {
+    const last = Math.floor((this.end - 1) / STRETCH);
+    const stretches: number[] = [];
+    for (let stretch = Math.floor(this.first / STRETCH); stretch <= last; stretch++) stretches.push(stretch);
+    return stretches;
+  }
+
+  private ask(stretch: number) {
+    const kept = this.stretches.get(stretch);
+    if (kept) {
+      this.stretches.delete(stretch); // behind all others, as the one that was in view last
+      this.stretches.set(stretch, kept);
+    } else if (!this.asked.has(stretch)) void this.fetch(stretch);
+  }
+
+  private async fetch(stretch: number) {
+    const request = new AbortController();
+    this.asked.set(stretch, request);
+    try {
+      this.keep(stretch, await this.fetchPage(stretch * STRETCH, STRETCH, request.signal));
+    } catch (error) {
+      if (isAborted(error) || request.signal.aborted) return;
+      if (!(error instanceof RequestError)) throw error;
+      this.error.value = error;
+    } finally {
+      if (this.asked.get(stretch) === request) this.asked.delete(stretch);
+    }
+  }
+
+  private keep(stretch: number, page: Page<T>) {
+    this.stretches.set(stretch, page.items);
+    const wanted = this.wanted();
+    for (const old of this.stretches.keys()) {
+      if (this.stretches.size <= KEPT) break;
+      if (!wanted.includes(old)) this.stretches.delete(old);
+    }
+    this.total.value = page.total;
+    this.revision.value++;
+  }
+}
+
+/** Items that are all there. */
+export class ArraySource<T> implements ListSource<T> {
+  readonly total: Signal<number | undefined>;
+  readonly revision = signal(0);
+  readonly error: Signal<RequestError | undefined> = signal(undefined);
+
+  constructor(private items: readonly T[]) {
+    this.total = signal(items.length);
+  }
+
+  replace(items: readonly T[]) {
+    this.items = items;
+    this.total.value = items.length;
+    this.revision.value++;
+  }
+
+  at(index: number) {
+    return this.items[index];
+  }
+
+  want() {}
+
+  retry() {}
+}

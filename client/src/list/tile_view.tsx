@@ -1,0 +1,178 @@
+// A list of pictures with lines under them, as many beside each other as there is room for. Only those in view
+// are in the page.
+import { useSignal } from "@preact/signals";
+import type { ComponentChildren, JSX } from "preact";
+import { useEffect, useLayoutEffect, useRef } from "preact/hooks";
+import { t } from "../text/index.ts";
+import { reasonOf } from "../ui/notices.tsx";
+import { type Dragged, watchForDrag } from "./drag.tsx";
+import type { ListSource } from "./source.ts";
+import { useViewport } from "./viewport.ts";
+
+interface TileViewProps<T> {
+  label: string;
+  source: ListSource<T>;
+  tile: (item: T) => ComponentChildren;
+  tileLabel: (item: T) => string;
+  onOpen: (item: T) => void;
+  onMenu?: (item: T, place: { x: number; y: number }) => void;
+  onKey?: (event: KeyboardEvent, item: T) => boolean;
+  lift?: (item: T) => Dragged | undefined;
+  empty?: ComponentChildren;
+}
+
+const NARROWEST = 152; // pixels of a tile and the room beside it
+const LINES = 60; // pixels of what stands under a picture, and the room below
+const EDGES = 32; // pixels of room left and right of all tiles
+
+export function TileView<T>(props: TileViewProps<T>) {
+  const { source, label } = props;
+  const total = source.total.value ?? 0;
+  void source.revision.value;
+  const lanes = useSignal(4);
+  const tileWidth = useSignal(176);
+  const rowHeight = tileWidth.value + LINES;
+  const viewport = useViewport(Math.ceil(total / lanes.value), rowHeight);
+  const { width } = viewport;
+  useLayoutEffect(() => {
+    if (width === 0) return;
+    lanes.value = Math.max(2, Math.floor((width - EDGES) / (NARROWEST + 24)));
+    tileWidth.value = Math.floor((width - EDGES) / lanes.value);
+  }, [width, lanes, tileWidth]);
+  const first = viewport.first * lanes.value;
+  const end = Math.min(total, viewport.end * lanes.value);
+  useEffect(() => source.want(first, Math.max(end, 1)), [source, first, end]);
+
+  const active = useSignal(0);
+  const focusNow = useRef(false);
+  const body = useRef<HTMLDivElement>(null);
+  useLayoutEffect(() => {
+    if (!focusNow.current) return;
+    const tile = body.current?.querySelector<HTMLElement>(`[data-index="${active.value}"]`);
+    if (!tile) return;
+    focusNow.current = false;
+    tile.focus({ preventScroll: true });
+  });
+
+  const moveTo = (index: number) => {
+    active.value = index;
+    focusNow.current = true;
+    viewport.show(Math.floor(index / lanes.value));
+  };
+  const onKeyDown = (event: KeyboardEvent) => {
+    const item = source.at(active.value);
+    if (item === undefined) return;
+    if (event.key === "Enter") props.onOpen(item);
+    else if (!props.onKey?.(event, item)) {
+      const next = stepFrom(active.value, event, lanes.value, viewport.pageRows, total);
+      if (next === undefined) return;
+      moveTo(next);
+    }
+    event.preventDefault();
+    event.stopPropagation();
+  };
+  const itemOf = (event: Event) => {
+    const tile = (event.target as Element).closest<HTMLElement>("[data-index]");
+    if (!tile) return undefined;
+    active.value = Number(tile.dataset.index);
+    return source.at(active.value);
+  };
+  const onMenu = (event: MouseEvent) => {
+    const item = itemOf(event);
+    if (!item || !props.onMenu) return;
+    event.preventDefault();
+    props.onMenu(item, { x: event.clientX, y: event.clientY });
+  };
+
+  const tileOf = (index: number) => {
+    const item = source.at(index);
+    return (
+      <div
+        key={index}
+        role="gridcell"
+        class="tile"
+        data-index={index}
+        tabIndex={index === active.value ? 0 : -1}
+        aria-colindex={(index % lanes.value) + 1}
+        aria-label={item && props.tileLabel(item)}
+        style={{ width: `${tileWidth.value}px` }}
+      >
+        {item === undefined ? <span class="tile-skeleton" /> : props.tile(item)}
+      </div>
+    );
+  };
+  const rows: JSX.Element[] = [];
+  for (let row = viewport.first; row < viewport.end; row++) {
+    const from = row * lanes.value;
+    const tiles = Array.from({ length: Math.min(lanes.value, total - from) }, (_, lane) =>
+      tileOf(from + lane),
+    );
+    rows.push(
+      <div
+        key={row}
+        role="row"
+        aria-rowindex={row + 1}
+        class="tile-row"
+        style={{ transform: `translateY(${viewport.offsetOf(row)}px)`, height: `${rowHeight}px` }}
+      >
+        {tiles}
+      </div>,
+    );
+  }
+  const error = source.error.value;
+  return (
+    <div
+      ref={viewport.scroller}
+      class="tiles"
+      data-scroller
+      role="grid"
+      aria-label={label}
+      aria-rowcount={source.total.value === undefined ? -1 : Math.ceil(total / lanes.value)}
+      aria-colcount={lanes.value}
+      aria-busy={source.total.value === undefined}
+      tabIndex={total === 0 ? 0 : -1}
+      onScroll={viewport.onScroll}
+      onKeyDown={onKeyDown}
+      onFocusIn={(event) => void itemOf(event)}
+      onClick={(event) => {
+        const item = itemOf(event);
+        if (item && !(event.target as Element).closest("button, a")) props.onOpen(item);
+      }}
+      onContextMenu={onMenu}
+      onPointerDown={(event) => {
+        const item = itemOf(event);
+        if (!item || !props.lift || event.button !== 0 || event.pointerType === "touch") return;
+        watchForDrag(event, () => props.lift?.(item));
+      }}
+    >
+      <div ref={body} role="presentation" class="tiles-body" style={{ height: `${viewport.boxHeight}px` }}>
+        {rows}
+      </div>
+      {source.total.value === 0 && <div class="empty">{props.empty}</div>}
+      {error && (
+        <div class="list-error" role="alert">
+          <p>{reasonOf(error)}</p>
+          <button type="button" class="button" onClick={() => source.retry()}>
+            {t("retry")}
+          </button>
+        </div>
+      )}
+    </div>
+  );
+}
+
+function stepFrom(active: number, event: KeyboardEvent, lanes: number, page: number, total: number) {
+  if (event.altKey || event.metaKey || event.ctrlKey) return undefined;
+  const step = {
+    ArrowRight: 1,
+    ArrowLeft: -1,
+    ArrowDown: lanes,
+    ArrowUp: -lanes,
+    PageDown: lanes * page,
+    PageUp: -lanes * page,
+    Home: -active,
+    End: total - 1 - active,
+  }[event.key];
+  if (step === undefined) return undefined;
+  return Math.max(0, Math.min(total - 1, active + step));
+}

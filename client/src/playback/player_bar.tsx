@@ -1,0 +1,4 @@
+// What plays, and its controls, at the foot.
+export function PlayerBar() {
+  return null;
+}

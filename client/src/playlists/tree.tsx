@@ -1,0 +1,4 @@
+// The playlists that the user sees, at the left.
+export function PlaylistTree() {
+  return null;
+}

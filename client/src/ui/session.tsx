@@ -1,0 +1,88 @@
+// Who is here. Without a session there is only the page to log in.
+import { effect, signal, useSignal } from "@preact/signals";
+import { useRef } from "preact/hooks";
+import { ask, RequestError, refusals } from "../api/http.ts";
+import type { Login, Overview } from "../api/types.ts";
+import { t } from "../text/index.ts";
+import { reasonOf } from "./notices.tsx";
+
+/** Undefined until it is known; null: nobody is logged in. */
+export const user = signal<Login | null | undefined>(undefined);
+/** What the server has for this user. */
+export const overview = signal<Overview | undefined>(undefined);
+/** Why neither is known. */
+export const failure = signal<unknown>(undefined);
+
+export async function loadSession() {
+  failure.value = undefined;
+  try {
+    const login = (await ask<Login>("session")).body;
+    overview.value = (await ask<Overview>("")).body;
+    user.value = login;
+  } catch (error) {
+    if (error instanceof RequestError && error.status === 401) user.value = null;
+    else failure.value = error;
+  }
+}
+
+/** Asks anew what the server has, as after a scan. */
+export async function loadOverview() {
+  overview.value = (await ask<Overview>("")).body;
+}
+
+export async function logIn(name: string, password: string) {
+  await ask("session", {}, { method: "POST", body: { name, password } });
+  await loadSession();
+}
+
+export async function logOut(everywhere = false) {
+  await ask("session", { everywhere: everywhere || undefined }, { method: "DELETE" });
+  user.value = null;
+}
+
+// A session that has ended is noticed by whichever request is refused first.
+effect(() => {
+  if (refusals.value > 0 && user.peek()) user.value = null;
+});
+
+export function LoginPage() {
+  const name = useRef<HTMLInputElement>(null);
+  const password = useRef<HTMLInputElement>(null);
+  const wrong = useSignal("");
+  const busy = useSignal(false);
+  const submit = async (event: Event) => {
+    event.preventDefault();
+    busy.value = true;
+    wrong.value = "";
+    try {
+      await logIn(name.current?.value ?? "", password.current?.value ?? "");
+    } catch (error) {
+      const isWrong = error instanceof RequestError && error.status === 401;
+      wrong.value = isWrong ? t("login.wrong") : reasonOf(error);
+      password.current?.select();
+    }
+    busy.value = false;
+  };
+  return (
+    <main class="login">
+      <form onSubmit={submit}>
+        <img src="icon.svg" alt="" width="48" height="48" />
+        <h1>{t("app.name")}</h1>
+        <label class="field">
+          <span>{t("login.name")}</span>
+          <input ref={name} type="text" autocomplete="username" autocapitalize="none" required />
+        </label>
+        <label class="field">
+          <span>{t("login.password")}</span>
+          <input ref={password} type="password" autocomplete="current-password" required />
+        </label>
+        <p class="field-error" role="alert">
+          {wrong}
+        </p>
+        <button type="submit" class="button primary" disabled={busy}>
+          {t("login.submit")}
+        </button>
+      </form>
+    </main>
+  );
+}
