@@ -2,13 +2,13 @@
 // at the right, the player at the foot.
 import { useEffect } from "preact/hooks";
 import { connected } from "../api/http.ts";
+import { openListId } from "../editor/commands.ts";
+import { EditorPanel } from "../editor/editor_panel.tsx";
 import { LibraryNavigation } from "../library/navigation.tsx";
 import { SearchField } from "../library/search_field.tsx";
 import { DragGhost } from "../list/drag.tsx";
 import { PlayerBar } from "../playback/player_bar.tsx";
 import { PlayerMenuButton } from "../playback/player_menu.tsx";
-import { openListId } from "../playlists/commands.ts";
-import { EditorPanel } from "../playlists/editor_panel.tsx";
 import { PlaylistTree } from "../playlists/tree.tsx";
 import { t } from "../text/index.ts";
 import { redo, undo } from "../ui/history.ts";
