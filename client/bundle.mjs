@@ -37,7 +37,16 @@ function esbuild(...options) {
 function bundle(out) {
   mkdirSync(dirname(out), { recursive: true });
   const made = mkdtempSync(`${out}.new-`);
-  chmodSync(made, 0o755);
+  try {
+    chmodSync(made, 0o755);
+    fill(made);
+    publish(made, out);
+  } finally {
+    rmSync(made, { recursive: true });
+  }
+}
+
+function fill(made) {
   cpSync(join(here, "static"), made, { recursive: true });
   esbuild("src/main.tsx", "--entry-names=app-[hash]", `--outdir=${made}`);
   const assets = readdirSync(made).filter((name) => name.startsWith("app-"));
@@ -54,7 +63,6 @@ function bundle(out) {
     `--define:VERSION=${JSON.stringify(version)}`,
     `--outfile=${join(made, "service_worker.js")}`,
   );
-  publish(made, out);
 }
 
 // Who opens the page meanwhile finds all that it names: it comes last, and what it no longer names goes then.
@@ -65,7 +73,6 @@ function publish(made, out) {
   for (const name of readdirSync(out)) {
     if (name !== PAGE && !names.includes(name)) rmSync(join(out, name), { recursive: true });
   }
-  rmSync(made, { recursive: true });
 }
 
 // Every folder has a watch of its own: before version 20 Node's recursive ones do not work on Linux.
