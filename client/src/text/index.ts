@@ -84,7 +84,9 @@ export function formatSize(bytes: number) {
   return new Intl.NumberFormat(locale.value, options).format(bytes / 1000 ** power);
 }
 
+const collator = computed(() => new Intl.Collator(locale.value, { numeric: true, sensitivity: "base" }));
+
 /** Compares names as people of the language sort them. */
 export function compareNames(a: string, b: string) {
-  return a.localeCompare(b, locale.value, { numeric: true, sensitivity: "base" });
+  return collator.value.compare(a, b);
 }

@@ -3,7 +3,10 @@ import { computed, signal } from "@preact/signals";
 import { t } from "../text/index.ts";
 import { notify, notifyFailure } from "./notices.tsx";
 
-/** Something that was done. Undoing it is another edit, so it may fail, and survives what others did. */
+/**
+ * Something that was done. Undoing it is another edit, so it may fail, and survives what others did. It names lists
+ * by `idNow()`, as one that was deleted meanwhile, and brought back, has another id.
+ */
 export interface Deed {
   /** What was done: "Removed 3 songs". */
   label: string;
@@ -40,6 +43,25 @@ async function move(from: typeof done, to: typeof done, deed: Deed | undefined, 
     from.value = [...from.value, deed];
     notifyFailure(t("error.not_done", { what: deed.label }), error, () => void move(from, to, deed, work));
   }
+}
+
+/** The ids that lists have now which were made anew or renamed, by those that they had. */
+const newIds = new Map<string, string>();
+
+/** The id that a list has now, for those who knew it by an older one. */
+export function idNow(id: string) {
+  return newIds.get(id) ?? id;
+}
+
+/** A list has another id from now on: a deleted one was made again, say. */
+export function giveNewId(old: string, now: string) {
+  if (old === now) return;
+  newIds.delete(now);
+  for (const [older, id] of newIds) if (id === old) newIds.set(older, now);
+  newIds.set(old, now);
+  const follow = (deed: Deed) => (deed.playlist === old ? Object.assign(deed, { playlist: now }) : deed);
+  done.value = done.value.map(follow);
+  undone.value = undone.value.map(follow);
 }
 
 /** Undoes the last deed, or this one. */
