@@ -9,7 +9,7 @@ import { reasonOf } from "../ui/notices.tsx";
 import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
 import { Selection } from "./selection.ts";
 import type { ListSource } from "./source.ts";
-import { useViewport } from "./viewport.ts";
+import { type Place, useViewport } from "./viewport.ts";
 
 export interface Column<T> {
   key: string;
@@ -25,6 +25,12 @@ export interface Column<T> {
 export interface Sort {
   key: string;
   down: boolean;
+}
+
+/** A heading before the row `at`. */
+export interface Section {
+  at: number;
+  label: string;
 }
 
 export interface ListViewProps<T> {
@@ -51,6 +57,11 @@ export interface ListViewProps<T> {
   onDrop?: (dragged: Dragged, at: number) => void;
   accepts?: (dragged: Dragged) => boolean;
   empty?: ComponentChildren;
+  /** Is scrolled away before the rows. */
+  lead?: ComponentChildren;
+  sections?: Section[];
+  /** Where it is scrolled to, for who shows it again. */
+  place?: Place | undefined;
 }
 
 /** Pixels, as --row-height says: more where fingers press. */
@@ -68,6 +79,7 @@ function useRowHeight() {
 
 const coarse = matchMedia("(pointer: coarse)");
 const HEADING = 32; // pixels, as --heading-height says
+const SECTION = 40; // pixels, as --section-height says
 const LONG_TOUCH = 500; // milliseconds
 
 export function ListView<T>(props: ListViewProps<T>) {
@@ -76,7 +88,11 @@ export function ListView<T>(props: ListViewProps<T>) {
   const total = source.total.value ?? 0;
   void source.revision.value;
   const heading = header ? HEADING : 0;
-  const viewport = useViewport(total, rowHeight, heading);
+  const sections = props.sections ?? [];
+  const gaps = sections.length * SECTION;
+  const viewport = useViewport(total, rowHeight, { heading, gaps, place: props.place });
+  const gapsAbove = (index: number) => sections.filter(({ at }) => at <= index).length * SECTION;
+  const offsetOf = (index: number) => viewport.offsetOf(index) + gapsAbove(index);
   const { first, end } = viewport;
   useEffect(() => source.want(first, end), [source, first, end]);
 
@@ -126,6 +142,11 @@ export function ListView<T>(props: ListViewProps<T>) {
   const rows: JSX.Element[] = [];
   const draw = (index: number) => {
     const item = source.at(index);
+    const section = sections.find(({ at }) => at === index);
+    if (section) {
+      const top = offsetOf(index) - SECTION;
+      rows.push(<SectionHead key={`section ${index}`} label={section.label} top={top} />);
+    }
     rows.push(
       <div
         key={index}
@@ -137,7 +158,7 @@ export function ListView<T>(props: ListViewProps<T>) {
         aria-label={item && props.rowLabel?.(item)}
         aria-busy={item === undefined ? true : undefined}
         tabIndex={index === active ? 0 : -1}
-        style={{ transform: `translateY(${viewport.offsetOf(index)}px)` }}
+        style={{ transform: `translateY(${offsetOf(index)}px)` }}
       >
         {columns.map((column, place) => (
           <div
@@ -157,42 +178,64 @@ export function ListView<T>(props: ListViewProps<T>) {
   if (total > 0 && active >= end) draw(active);
 
   const gridColumns = columns.map(({ width }) => width).join(" ");
-  const error = source.error.value;
   return (
     <div
       ref={viewport.scroller}
       class="list"
       data-scroller
-      role="grid"
-      aria-label={label}
-      aria-rowcount={source.total.value === undefined ? -1 : total + (header ? 1 : 0)}
-      aria-colcount={columns.length}
-      aria-multiselectable={props.selection ? true : undefined}
-      aria-busy={source.total.value === undefined}
       style={{ "--columns": gridColumns }}
-      tabIndex={total === 0 ? 0 : -1}
       onScroll={viewport.onScroll}
-      onKeyDown={(event) => act.onKey(event, active, viewport.pageRows)}
-      onFocusIn={(event) => {
-        const row = rowOf(event);
-        if (row !== undefined && row !== active) selection.active.value = row;
-      }}
-      onClick={(event) => act.onClick(event, rowOf(event))}
-      onDblClick={(event) => act.onOpen(rowOf(event))}
-      onContextMenu={(event) => act.onMenu(event, rowOf(event))}
-      onPointerDown={(event) => act.onPointerDown(event, rowOf(event))}
     >
-      {header && <Heading columns={columns} sort={props.sort} onSort={props.onSort} />}
-      <div ref={body} role="presentation" class="list-body" style={{ height: `${viewport.boxHeight}px` }}>
-        {rows}
-        {dropAt.value !== undefined && (
-          <div
-            class="drop-line"
-            style={{ transform: `translateY(${viewport.offsetOf(dropAt.value) - 1}px)` }}
-          />
-        )}
+      {props.lead && <div ref={viewport.lead}>{props.lead}</div>}
+      <div
+        class="list-grid"
+        role="grid"
+        aria-label={label}
+        aria-rowcount={source.total.value === undefined ? -1 : total + (header ? 1 : 0)}
+        aria-colcount={columns.length}
+        aria-multiselectable={props.selection ? true : undefined}
+        aria-busy={source.total.value === undefined}
+        tabIndex={total === 0 ? 0 : -1}
+        onKeyDown={(event) => act.onKey(event, active, viewport.pageRows)}
+        onFocusIn={(event) => {
+          const row = rowOf(event);
+          if (row !== undefined && row !== active) selection.active.value = row;
+        }}
+        onClick={(event) => act.onClick(event, rowOf(event))}
+        onDblClick={(event) => act.onOpen(rowOf(event))}
+        onContextMenu={(event) => act.onMenu(event, rowOf(event))}
+        onPointerDown={(event) => act.onPointerDown(event, rowOf(event))}
+      >
+        {header && <Heading columns={columns} sort={props.sort} onSort={props.onSort} />}
+        <div ref={body} role="presentation" class="list-body" style={{ height: `${viewport.boxHeight}px` }}>
+          {rows}
+          {dropAt.value !== undefined && (
+            <div
+              class="drop-line"
+              style={{ transform: `translateY(${viewport.offsetOf(dropAt.value) - 1}px)` }}
+            />
+          )}
+        </div>
       </div>
-      {source.total.value === 0 && <div class="empty">{props.empty}</div>}
+      <ListEnd source={source} empty={props.empty} />
+    </div>
+  );
+}
+
+function SectionHead({ label, top }: { label: string; top: number }) {
+  return (
+    <div role="row" class="section" style={{ transform: `translateY(${top}px)` }}>
+      <div role="gridcell">{label}</div>
+    </div>
+  );
+}
+
+/** What stands in the place of rows: that there are none, or why. */
+export function ListEnd({ source, empty }: { source: ListSource<unknown>; empty: ComponentChildren }) {
+  const error = source.error.value;
+  return (
+    <>
+      {source.total.value === 0 && <div class="empty">{empty}</div>}
       {error && (
         <div class="list-error" role="alert">
           <p>{reasonOf(error)}</p>
@@ -201,7 +244,7 @@ export function ListView<T>(props: ListViewProps<T>) {
           </button>
         </div>
       )}
-    </div>
+    </>
   );
 }
 

@@ -55,9 +55,15 @@ export class PagedSource<T> implements ListSource<T> {
 
   /** Forgets all items, and asks for those in view. */
   refresh() {
-    for (const request of this.asked.values()) request.abort();
+    this.cancel();
     this.stretches.clear();
     this.retry();
+  }
+
+  /** Asks for nothing more until something is wanted. */
+  cancel() {
+    for (const request of this.asked.values()) request.abort();
+    this.asked.clear();
   }
 
   /** The items from `first` on, before `end`, of however many; those that are kept are not fetched again. */

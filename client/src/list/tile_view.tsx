@@ -3,11 +3,10 @@
 import { useSignal } from "@preact/signals";
 import type { ComponentChildren, JSX } from "preact";
 import { useEffect, useLayoutEffect, useRef } from "preact/hooks";
-import { t } from "../text/index.ts";
-import { reasonOf } from "../ui/notices.tsx";
 import { type Dragged, watchForDrag } from "./drag.tsx";
+import { ListEnd } from "./list_view.tsx";
 import type { ListSource } from "./source.ts";
-import { useViewport } from "./viewport.ts";
+import { type Place, useViewport } from "./viewport.ts";
 
 interface TileViewProps<T> {
   label: string;
@@ -19,6 +18,8 @@ interface TileViewProps<T> {
   onKey?: (event: KeyboardEvent, item: T) => boolean;
   lift?: (item: T) => Dragged | undefined;
   empty?: ComponentChildren;
+  /** Where it is scrolled to, for who shows it again. */
+  place?: Place | undefined;
 }
 
 const NARROWEST = 152; // pixels of a tile and the room beside it
@@ -32,7 +33,7 @@ export function TileView<T>(props: TileViewProps<T>) {
   const lanes = useSignal(4);
   const tileWidth = useSignal(176);
   const rowHeight = tileWidth.value + LINES;
-  const viewport = useViewport(Math.ceil(total / lanes.value), rowHeight);
+  const viewport = useViewport(Math.ceil(total / lanes.value), rowHeight, { place: props.place });
   const { width } = viewport;
   useLayoutEffect(() => {
     if (width === 0) return;
@@ -119,44 +120,33 @@ export function TileView<T>(props: TileViewProps<T>) {
       </div>,
     );
   }
-  const error = source.error.value;
   return (
-    <div
-      ref={viewport.scroller}
-      class="tiles"
-      data-scroller
-      role="grid"
-      aria-label={label}
-      aria-rowcount={source.total.value === undefined ? -1 : Math.ceil(total / lanes.value)}
-      aria-colcount={lanes.value}
-      aria-busy={source.total.value === undefined}
-      tabIndex={total === 0 ? 0 : -1}
-      onScroll={viewport.onScroll}
-      onKeyDown={onKeyDown}
-      onFocusIn={(event) => void itemOf(event)}
-      onClick={(event) => {
-        const item = itemOf(event);
-        if (item && !(event.target as Element).closest("button, a")) props.onOpen(item);
-      }}
-      onContextMenu={onMenu}
-      onPointerDown={(event) => {
-        const item = itemOf(event);
-        if (!item || !props.lift || event.button !== 0 || event.pointerType === "touch") return;
-        watchForDrag(event, () => props.lift?.(item));
-      }}
-    >
-      <div ref={body} role="presentation" class="tiles-body" style={{ height: `${viewport.boxHeight}px` }}>
-        {rows}
-      </div>
-      {source.total.value === 0 && <div class="empty">{props.empty}</div>}
-      {error && (
-        <div class="list-error" role="alert">
-          <p>{reasonOf(error)}</p>
-          <button type="button" class="button" onClick={() => source.retry()}>
-            {t("retry")}
-          </button>
+    <div ref={viewport.scroller} class="tiles" data-scroller onScroll={viewport.onScroll}>
+      <div
+        role="grid"
+        aria-label={label}
+        aria-rowcount={source.total.value === undefined ? -1 : Math.ceil(total / lanes.value)}
+        aria-colcount={lanes.value}
+        aria-busy={source.total.value === undefined}
+        tabIndex={total === 0 ? 0 : -1}
+        onKeyDown={onKeyDown}
+        onFocusIn={(event) => void itemOf(event)}
+        onClick={(event) => {
+          const item = itemOf(event);
+          if (item && !(event.target as Element).closest("button, a")) props.onOpen(item);
+        }}
+        onContextMenu={onMenu}
+        onPointerDown={(event) => {
+          const item = itemOf(event);
+          if (!item || !props.lift || event.button !== 0 || event.pointerType === "touch") return;
+          watchForDrag(event, () => props.lift?.(item));
+        }}
+      >
+        <div ref={body} role="presentation" class="tiles-body" style={{ height: `${viewport.boxHeight}px` }}>
+          {rows}
         </div>
-      )}
+      </div>
+      <ListEnd source={source} empty={props.empty} />
     </div>
   );
 }

@@ -5,9 +5,24 @@ import { extentOf, rowsInView, scrollFor, topAfter, topToShow } from "./window.t
 const BEYOND = 6; // rows that are drawn though they are out of view, on either side
 const SETTLES = 200; // milliseconds without scrolling
 
+/** Where a list was scrolled to: kept by who shows it again. */
+export interface Place {
+  top: number;
+}
+
+interface Options {
+  /** Pixels at the top of the view that something sticky covers. */
+  heading?: number;
+  /** Pixels between rows, all together. */
+  gaps?: number;
+  place?: Place | undefined;
+}
+
 export interface Viewport {
   /** For the element that scrolls. */
   scroller: { current: HTMLDivElement | null };
+  /** For what is scrolled before the rows, if there is such a thing. */
+  lead: { current: HTMLDivElement | null };
   onScroll: () => void;
   first: number;
   end: number;
@@ -20,23 +35,30 @@ export interface Viewport {
   show: (row: number) => void;
 }
 
-/** `heading`: pixels at the top of the view that something sticky covers. */
-export function useViewport(rows: number, rowHeight: number, heading = 0): Viewport {
+export function useViewport(rows: number, rowHeight: number, options: Options = {}): Viewport {
+  const { heading = 0, gaps = 0, place } = options;
   const scroller = useRef<HTMLDivElement>(null);
-  const [size, setSize] = useState({ width: 0, height: 0 });
+  const lead = useRef<HTMLDivElement>(null);
+  const [size, setSize] = useState({ width: 0, height: 0, lead: 0 });
   const [top, setTop] = useState(0);
   const before = useRef(0);
   const settling = useRef(0);
   const view = Math.max(0, size.height - heading);
-  const extent = extentOf(rows, rowHeight, view);
+  const extent = extentOf(rows, rowHeight, view, gaps);
   const shownTop = Math.min(top, Math.max(0, extent.whole - view));
 
   useLayoutEffect(() => {
     const element = scroller.current;
     if (!element) return;
-    const measure = () => setSize({ width: element.clientWidth, height: element.clientHeight });
+    const measure = () =>
+      setSize({
+        width: element.clientWidth,
+        height: element.clientHeight,
+        lead: lead.current?.offsetHeight ?? 0,
+      });
     const observer = new ResizeObserver(measure);
     observer.observe(element);
+    if (lead.current) observer.observe(lead.current);
     measure();
     return () => {
       observer.disconnect();
@@ -49,17 +71,25 @@ export function useViewport(rows: number, rowHeight: number, heading = 0): Viewp
     const scroll = scrollFor(extent, newTop);
     before.current = scroll;
     setTop(newTop);
-    scroller.current.scrollTop = scroll;
+    if (place) place.top = newTop;
+    scroller.current.scrollTop = scroll + size.lead;
   };
   const onScroll = () => {
-    const scroll = scroller.current?.scrollTop ?? 0;
+    const scroll = Math.max(0, (scroller.current?.scrollTop ?? 0) - size.lead);
     const newTop = topAfter(extent, top, before.current, scroll);
     before.current = scroll;
+    if (place) place.top = newTop;
     if (newTop !== top) setTop(newTop);
     // In a shortened box, small steps lead away from the place that stands for the top.
     clearTimeout(settling.current);
-    if (extent.whole !== extent.box) settling.current = window.setTimeout(() => scrollTo(newTop), SETTLES);
+    const isShortened = extent.whole !== extent.box;
+    if (isShortened && newTop > 0) settling.current = window.setTimeout(() => scrollTo(newTop), SETTLES);
   };
+  // Where it was, as soon as there is so much to scroll.
+  const isThere = size.height > 0 && rows > 0;
+  useLayoutEffect(() => {
+    if (place && isThere && place.top !== shownTop) scrollTo(Math.min(place.top, extent.whole - view));
+  }, [place, isThere, extent.whole]);
   const show = useCallback(
     (row: number) => {
       const newTop = topToShow(row, rowHeight, shownTop, view);
@@ -67,10 +97,13 @@ export function useViewport(rows: number, rowHeight: number, heading = 0): Viewp
     },
     [rowHeight, shownTop, view, extent.whole],
   );
-  const { first, end } = rowsInView(shownTop, view, rowHeight, rows, BEYOND);
-  const shift = extent.whole === extent.box ? 0 : (scroller.current?.scrollTop ?? 0) - shownTop;
+  const { first } = rowsInView(Math.max(0, shownTop - gaps), view, rowHeight, rows, BEYOND);
+  const { end } = rowsInView(shownTop, view, rowHeight, rows, BEYOND);
+  const scrolled = Math.max(0, (scroller.current?.scrollTop ?? 0) - size.lead);
+  const shift = extent.whole === extent.box ? 0 : scrolled - shownTop;
   return {
     scroller,
+    lead,
     onScroll,
     first,
     end,

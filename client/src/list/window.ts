@@ -13,8 +13,8 @@ export interface Extent {
   view: number;
 }
 
-export function extentOf(rows: number, rowHeight: number, view: number): Extent {
-  const whole = rows * rowHeight;
+export function extentOf(rows: number, rowHeight: number, view: number, gaps = 0): Extent {
+  const whole = rows * rowHeight + gaps;
   return { whole, box: Math.min(whole, HIGHEST), view };
 }
 
