@@ -1,0 +1,54 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { extentOf, HIGHEST, rowsInView, scrollFor, topAfter, topToShow } from "../src/list/window.ts";
+
+const ROW = 36;
+const VIEW = 720;
+const short = extentOf(20_000, ROW, VIEW);
+const long = extentOf(1_000_000, ROW, VIEW);
+
+test("a list that browsers can draw is scrolled pixel by pixel", () => {
+  assert.equal(short.box, 20_000 * ROW);
+  assert.equal(topAfter(short, 0, 0, 12_345), 12_345);
+  assert.equal(scrollFor(short, 12_345), 12_345);
+});
+
+test("a longer one has a box that browsers can draw", () => {
+  assert.equal(long.box, HIGHEST);
+  assert.equal(long.whole, 36_000_000);
+});
+
+test("small steps in a long list move it by as many pixels, either way", () => {
+  assert.equal(topAfter(long, 1_000_000, 222_222, 222_342), 1_000_120);
+  assert.equal(topAfter(long, 1_000_000, 222_222, 222_102), 999_880);
+});
+
+test("large steps in a long list move it in proportion", () => {
+  const middle = (HIGHEST - VIEW) / 2;
+  assert.equal(Math.round(topAfter(long, 0, 0, middle)), (36_000_000 - VIEW) / 2);
+});
+
+test("the ends of the box are the ends of the list, however one came there", () => {
+  assert.equal(topAfter(long, 5000, 40, 0), 0);
+  assert.equal(topAfter(long, 35_000_000, HIGHEST - VIEW - 10, HIGHEST - VIEW), 36_000_000 - VIEW);
+});
+
+test("where a top is scrolled to is read as that top again", () => {
+  for (const top of [0, 1, 36, 999_999, 18_000_000, 36_000_000 - VIEW]) {
+    const far = top > 18_000_000 ? 0 : HIGHEST - VIEW;
+    assert.ok(Math.abs(topAfter(long, 0, far, scrollFor(long, top)) - top) < 1, `${top}`);
+  }
+});
+
+test("rows in view are those that show, and some more within the list", () => {
+  assert.deepEqual(rowsInView(0, VIEW, ROW, 100, 6), { first: 0, end: 26 });
+  assert.deepEqual(rowsInView(18, VIEW, ROW, 100, 0), { first: 0, end: 21 });
+  assert.deepEqual(rowsInView(100 * ROW - VIEW, VIEW, ROW, 100, 6), { first: 74, end: 100 });
+  assert.deepEqual(rowsInView(0, VIEW, ROW, 0, 6), { first: 0, end: 0 });
+});
+
+test("a row is brought into view by the shortest way", () => {
+  assert.equal(topToShow(5, ROW, 0, VIEW), 0);
+  assert.equal(topToShow(5, ROW, 1000, VIEW), 5 * ROW);
+  assert.equal(topToShow(30, ROW, 0, VIEW), 31 * ROW - VIEW);
+});
