@@ -40,6 +40,8 @@ export interface Options {
   body?: unknown;
   /** Only if what is changed still has this version; else 412. */
   ifMatch?: string | undefined;
+  /** Only if it has another version; else the answer has no body. */
+  ifNoneMatch?: string | undefined;
   signal?: AbortSignal | undefined;
   /** Goes on when the page is left. */
   keepalive?: boolean;
@@ -71,6 +73,7 @@ export async function send(url: string, options: Options): Promise<Response> {
   const { content, type } = encode(options.body);
   if (type) headers.set("Content-Type", type);
   if (options.ifMatch !== undefined) headers.set("If-Match", `"${options.ifMatch}"`);
+  if (options.ifNoneMatch !== undefined) headers.set("If-None-Match", `"${options.ifNoneMatch}"`);
   const init: RequestInit = { method: options.method ?? "GET", headers, credentials: "same-origin" };
   if (content !== undefined) init.body = content;
   if (options.signal) init.signal = options.signal;
@@ -108,7 +111,8 @@ export function versionOf(response: Response) {
 export async function ask<T>(path: string, query: Query = {}, options: Options = {}): Promise<Answer<T>> {
   const response = await send(address(`api/${path}`, query), options);
   const body = await readJson(response);
-  if (response.ok) return { body: body as T, version: versionOf(response) };
+  const isFine = response.ok || (response.status === 304 && options.ifNoneMatch !== undefined);
+  if (isFine) return { body: body as T, version: versionOf(response) };
   if (response.status === 401) refusals.value++;
   throw new RequestError(response.status, body as Problem | undefined);
 }

@@ -83,6 +83,17 @@ export const de: Catalogue = {
   // Playlists
 
   // Editor
+  "editor.added": {
+    one: "{count} Titel zu {name} hinzugefügt",
+    other: "{count} Titel zu {name} hinzugefügt",
+  },
+  "editor.removed": { one: "{count} Titel entfernt", other: "{count} Titel entfernt" },
+  "editor.moved": { one: "{count} Titel verschoben", other: "{count} Titel verschoben" },
+  "editor.too_many": "Eine Wiedergabeliste hat höchstens {count} Einträge. Nichts wurde geändert.",
+  "editor.not_all_fit": {
+    one: "{count} Eintrag ist nicht mehr in der Liste.",
+    other: "{count} Einträge sind nicht mehr in der Liste.",
+  },
 
   // Smart playlists
 

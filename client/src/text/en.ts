@@ -83,6 +83,14 @@ export const en = {
   // Playlists
 
   // Editor
+  "editor.added": { one: "Added {count} song to {name}", other: "Added {count} songs to {name}" },
+  "editor.removed": { one: "Removed {count} song", other: "Removed {count} songs" },
+  "editor.moved": { one: "Moved {count} song", other: "Moved {count} songs" },
+  "editor.too_many": "A playlist has {count} entries at most. Nothing was changed.",
+  "editor.not_all_fit": {
+    one: "{count} entry is in the list no longer.",
+    other: "{count} entries are in the list no longer.",
+  },
 
   // Smart playlists
 

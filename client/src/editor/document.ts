@@ -1,0 +1,415 @@
+// A playlist that is being edited: what the server has, what is wanted, and what became of both. Edits are seen at once;
+// the saver sends them. All views of a list share its document.
+import { batch, computed, type Signal, signal } from "@preact/signals";
+import { ask, RequestError } from "../api/http.ts";
+import { type PlaylistPage, playlistPath, readWhole } from "../api/playlists.ts";
+import type { Playlist } from "../api/types.ts";
+import { durationOf, type Item, identityOf } from "../list/items.ts";
+import { t } from "../text/index.ts";
+import { idNow, record } from "../ui/history.ts";
+import { notify } from "../ui/notices.tsx";
+import { Contents, OtherVersion, type ServerState } from "./contents.ts";
+import { type Matched, match, movedBetween } from "./match.ts";
+import { type Change, changeBetween, merge } from "./merge.ts";
+import {
+  consecutive,
+  EMPTY,
+  inserted,
+  largestOf,
+  MOST_ENTRIES,
+  moved,
+  type Order,
+  removed,
+} from "./order.ts";
+import { forgetPending, keepPending, type Pending, pendingOf } from "./pending.ts";
+import { type Saved, Saver } from "./saver.ts";
+
+/** What somebody else did, and what became of the edits that were not sent yet. */
+export interface TheirEdit {
+  added: Item[];
+  removed: Item[];
+  movedCount: number;
+  /** What of ours was applied to the new list. */
+  applied: { added: Item[]; removed: Item[]; movedCount: number };
+  /** What of ours was not, as its entry is there no longer. */
+  lost: Item[];
+}
+
+/** What a view shows of it: positions from `first` on, before `end`. */
+export interface InView {
+  first: number;
+  end: number;
+}
+
+export class ListDocument implements Saved {
+  readonly total: Signal<number | undefined> = signal(undefined);
+  readonly revision = signal(0);
+  readonly error: Signal<RequestError | undefined> = signal(undefined);
+  readonly order = signal<Order>(EMPTY);
+  readonly playlist = signal<Playlist | undefined>(undefined);
+  readonly theirEdit = signal<TheirEdit | undefined>(undefined);
+  readonly contents: Contents;
+  readonly canEdit = computed(() => this.playlist.value?.kind === "list");
+  readonly views = new Set<InView>();
+  server: ServerState = { order: EMPTY, version: undefined };
+  readonly saver = new Saver(this);
+  private readonly firstId: string;
+  private nextId = 0;
+  private replaces = new Map<number, number>();
+  private opening: Promise<void> | undefined;
+
+  constructor(id: string) {
+    this.firstId = id;
+    this.contents = new Contents(
+      () => this.listId,
+      () => this.server,
+    );
+  }
+
+  /** It changes when the list is deleted and brought back. */
+  get listId() {
+    return idNow(this.firstId);
+  }
+
+  get wanted() {
+    return this.order.peek();
+  }
+
+  get saveState() {
+    return this.saver.state;
+  }
+
+  at(index: number): Item | undefined {
+    const id = this.order.peek()[index];
+    return id === undefined ? undefined : this.contents.get(id);
+  }
+
+  idAt(index: number): number {
+    return this.order.peek()[index] ?? -1;
+  }
+
+  // Loading
+
+  /** Once it is there. Fails when it cannot be. */
+  async ready(): Promise<void> {
+    await this.open();
+    if (this.error.peek()) throw this.error.peek();
+  }
+
+  open(): Promise<void> {
+    this.opening ??= this.load();
+    return this.opening;
+  }
+
+  private async load() {
+    const pending = await pendingOf(this.listId);
+    if (pending) this.restore(pending);
+    try {
+      await this.loadFirst(pending !== undefined);
+    } catch (error) {
+      if (!(error instanceof RequestError)) throw error;
+      if (!pending) {
+        this.error.value = error;
+        this.opening = undefined;
+      }
+    }
+    void this.saver.run();
+  }
+
+  /** As an earlier page of this browser left it. */
+  private restore(pending: Pending) {
+    this.server = { order: pending.server, version: pending.version };
+    this.replaces = pending.replaces;
+    for (const [id, item] of pending.items) this.contents.set(id, item);
+    this.nextId = largestOf(pending.server, pending.wanted, ...pending.doubts) + 1;
+    this.saver.resume([...pending.doubts, pending.wanted]);
+    const { list: id, name } = pending;
+    const library = id.startsWith("musiclib_music_shared") ? "shared" : "personal";
+    this.playlist.value = { id, name, kind: "list", library };
+    this.show(pending.wanted);
+  }
+
+  private async loadFirst(isRestored: boolean) {
+    const { body } = await ask<PlaylistPage>(playlistPath(this.listId), { limit: 100 });
+    this.playlist.value = body.playlist;
+    if (isRestored) return;
+    const version = body.playlist.kind === "list" ? body.playlist.version : undefined;
+    this.server = { order: this.fresh(body.total), version };
+    body.items.forEach(({ position: _, ...item }, at) => {
+      this.contents.set(at + this.nextId - body.total, item);
+    });
+    this.show(this.server.order);
+  }
+
+  private fresh(count: number): Order {
+    this.nextId += count;
+    return consecutive(this.nextId - count, count);
+  }
+
+  private show(order: Order) {
+    batch(() => {
+      this.order.value = order;
+      this.total.value = order.length;
+      this.revision.value++;
+      this.error.value = undefined;
+    });
+    void this.fetchInView();
+  }
+
+  /** Fetches what views show and is not known. */
+  async fetchInView() {
+    await this.open();
+    if (this.error.peek()) return;
+    const order = this.order.peek();
+    const ids = [...this.views].flatMap(({ first, end }) => [...order.subarray(first, end)]);
+    try {
+      await this.contents.want(Int32Array.from(ids));
+      this.revision.value++;
+    } catch (error) {
+      if (error instanceof OtherVersion) return this.refresh();
+      if (!(error instanceof RequestError)) throw error;
+      this.error.value = error;
+    }
+  }
+
+  retry() {
+    this.error.value = undefined;
+    void this.fetchInView();
+    void this.saver.run();
+  }
+
+  /** All its entries, as they stand now. */
+  async loadAll(stop?: AbortSignal): Promise<Item[]> {
+    await this.ready();
+    await this.loadEntries(this.order.peek(), stop);
+    this.revision.value++;
+    return Array.from(this.order.peek(), (id) => this.contents.get(id) ?? {});
+  }
+
+  /** The entries at these positions. */
+  async loadAt(positions: readonly number[], stop?: AbortSignal): Promise<Item[]> {
+    const ids = Int32Array.from(positions, (at) => this.idAt(at));
+    await this.loadEntries(ids, stop);
+    return Array.from(ids, (id) => this.contents.get(id) ?? {});
+  }
+
+  private async loadEntries(ids: Order, stop?: AbortSignal) {
+    try {
+      await this.contents.load(ids, stop);
+    } catch (error) {
+      if (!(error instanceof OtherVersion)) throw error;
+      await this.refresh();
+      await this.contents.load(
+        ids.filter((id) => this.contents.get(id) ?? this.contents.placeOf(id)),
+        stop,
+      );
+    }
+  }
+
+  // Editing
+
+  /** Makes an order the wanted one, and remembers how to undo that. */
+  edit(label: string, order: Order, options: { silent?: boolean } = {}) {
+    const before = this.order.peek();
+    const change = changeBetween(before, order);
+    if (
+      change.before.length === change.after.length &&
+      change.before.every((id, at) => id === change.after[at])
+    ) {
+      return;
+    }
+    if (order.length > MOST_ENTRIES) {
+      notify({ text: t("editor.too_many", { count: MOST_ENTRIES }), kind: "error" });
+      return;
+    }
+    this.wants(order);
+    record({ label, playlist: this.listId, ...this.deedOf(change) }, options);
+  }
+
+  private deedOf({ before, after }: Change) {
+    return {
+      undo: async () => this.apply(after, before),
+      redo: async () => this.apply(before, after),
+    };
+  }
+
+  private apply(from: Order, to: Order) {
+    const { order, lost } = merge(from, to, this.order.peek(), this.replaces);
+    if (lost.length > 0) notify({ text: t("editor.not_all_fit", { count: lost.length }) });
+    this.wants(order);
+  }
+
+  private wants(order: Order) {
+    this.show(order);
+    this.saver.runOrKeep();
+  }
+
+  /** Entries for items that are not in the list yet. */
+  private idsFor(items: readonly Item[]): Order {
+    const ids = this.fresh(items.length);
+    ids.forEach((id, at) => {
+      this.contents.set(id, items[at] as Item);
+    });
+    return ids;
+  }
+
+  insert(items: readonly Item[], at = this.order.peek().length) {
+    const label = t("editor.added", { count: items.length, name: this.playlist.peek()?.name ?? "" });
+    this.edit(label, inserted(this.order.peek(), at, this.idsFor(items)));
+  }
+
+  remove(positions: readonly number[], label = t("editor.removed", { count: positions.length })) {
+    const order = this.order.peek();
+    this.edit(label, removed(order, new Set(positions.map((at) => order[at] as number))));
+  }
+
+  move(positions: readonly number[], at: number) {
+    const label = t("editor.moved", { count: positions.length });
+    this.edit(label, moved(this.order.peek(), positions, at), { silent: true });
+  }
+
+  /** Puts songs into the places of entries, which are told by their ids. */
+  replace(songs: ReadonlyMap<number, Item>, label: string) {
+    const order = this.order.peek().slice();
+    for (let at = 0; at < order.length; at++) {
+      const old = order[at] as number;
+      const item = songs.get(old);
+      if (!item) continue;
+      const id = this.idsFor([item])[0] as number;
+      this.replaces.set(id, old).set(old, id);
+      order[at] = id;
+    }
+    this.edit(label, order);
+  }
+
+  // What the saver asks
+
+  accept(server: ServerState) {
+    this.server = server;
+    const playlist = this.playlist.peek();
+    if (playlist && server.version !== undefined)
+      this.playlist.value = { ...playlist, version: server.version };
+  }
+
+  keep(doubts: readonly Order[]) {
+    const { order, version } = this.server;
+    if (version === undefined) return Promise.resolve(undefined);
+    const items = new Map<number, Item>();
+    for (const other of [this.wanted, ...doubts]) {
+      const { before, after } = changeBetween(order, other);
+      for (const id of [...before, ...after]) {
+        const item = this.contents.get(id);
+        if (item) items.set(id, item);
+      }
+    }
+    return keepPending({
+      list: this.listId,
+      name: this.playlist.peek()?.name ?? "",
+      server: order,
+      version,
+      wanted: this.wanted,
+      doubts: [...doubts],
+      items,
+      replaces: this.replaces,
+    });
+  }
+
+  forget() {
+    return forgetPending(this.listId);
+  }
+
+  /** Gives up what was not sent. */
+  async discard() {
+    this.show(this.server.order);
+    await this.saver.run();
+    await this.refresh();
+  }
+
+  /** Looks whether somebody else has changed the list. */
+  async refresh(): Promise<void> {
+    await this.open();
+    const { version } = this.server;
+    if (this.error.peek()) return this.retry();
+    if (version === undefined || this.saver.isBusy) return;
+    if (!this.saver.isDone) return this.saver.run();
+    try {
+      const path = playlistPath(this.listId);
+      const { version: now } = await ask<PlaylistPage>(path, { limit: 1 }, { ifNoneMatch: version });
+      if (now === version || this.saver.isBusy || this.server.version !== version) return;
+      await this.reload([]);
+    } catch (error) {
+      if (!(error instanceof RequestError)) throw error;
+      if (!error.isPassing) this.error.value = error;
+    }
+    void this.saver.run();
+  }
+
+  async reload(doubts: readonly Order[]) {
+    const { saver, server } = this;
+    const isSaving = saver.isBusy;
+    const { playlist, entries, version } = await readWhole(this.listId);
+    if (this.server !== server || saver.isBusy !== isSaving) return; // what was read is old by now
+    const items = entries.map(({ position: _, ...item }): Item => item);
+    const keys = items.map(identityOf);
+    const { base, found } = this.nearest([...doubts].reverse(), keys);
+    found.order.forEach((id, at) => {
+      this.contents.set(id, items[at] as Item);
+    });
+    const ours = this.order.peek();
+    const merged = merge(base, ours, found.order, this.replaces);
+    const fits = merged.order.length <= MOST_ENTRIES;
+    if (!fits) notify({ text: t("editor.too_many", { count: MOST_ENTRIES }), kind: "error" });
+    this.tell(base, ours, found, merged.lost);
+    batch(() => {
+      this.playlist.value = playlist;
+      this.server = { order: found.order, version };
+      this.show(fits ? merged.order : found.order);
+    });
+  }
+
+  /** What the server had, and the list's new entries found in it: of all that it may have had, by the nearest. */
+  private nearest(doubts: readonly Order[], keys: readonly string[]): { base: Order; found: Matched } {
+    const keyOf = (id: number) => {
+      const item = this.contents.get(id);
+      return item && identityOf(item);
+    };
+    const tries = [...doubts, this.server.order].map((base) => ({
+      base,
+      found: match(base, keyOf, keys, () => this.nextId++),
+    }));
+    const distance = ({ found }: { found: Matched }) =>
+      found.added.length + found.removed.length + found.movedCount;
+    return tries.reduce((best, other) => (distance(other) < distance(best) ? other : best));
+  }
+
+  private tell(base: Order, ours: Order, found: Matched, lost: number[]) {
+    const { added, removed: gone, movedCount } = found;
+    if (added.length + gone.length + movedCount === 0) return;
+    const inBase = new Set(base);
+    const inOurs = new Set(ours);
+    const isLost = new Set(lost);
+    const itemsOf = (ids: Iterable<number>) => Array.from(ids, (id) => this.contents.get(id) ?? {});
+    this.theirEdit.value = {
+      added: itemsOf(added),
+      removed: itemsOf(gone),
+      movedCount,
+      applied: {
+        added: itemsOf(ours.filter((id) => !inBase.has(id) && !isLost.has(id))),
+        removed: itemsOf(base.filter((id) => !inOurs.has(id))),
+        movedCount: movedBetween(base, ours),
+      },
+      lost: itemsOf(lost),
+    };
+  }
+
+  /** Seconds, of the entries that are known. */
+  readonly duration = computed(() => {
+    void this.revision.value;
+    let sum = 0;
+    for (const id of this.order.value) {
+      const item = this.contents.get(id);
+      if (item) sum += durationOf(item) ?? 0;
+    }
+    return sum;
+  });
+}

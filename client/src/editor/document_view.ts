@@ -1,0 +1,42 @@
+// What one view shows of a document. Several may show the same list, each another part of it.
+import type { Item } from "../list/items.ts";
+import type { ListSource } from "../list/source.ts";
+import type { InView, ListDocument } from "./document.ts";
+
+export class DocumentView implements ListSource<Item>, InView {
+  first = 0;
+  end = 0;
+
+  constructor(private readonly document: ListDocument) {}
+
+  get total() {
+    return this.document.total;
+  }
+
+  get revision() {
+    return this.document.revision;
+  }
+
+  get error() {
+    return this.document.error;
+  }
+
+  at(index: number) {
+    return this.document.at(index);
+  }
+
+  want(first: number, end: number) {
+    this.first = first;
+    this.end = end;
+    this.document.views.add(this);
+    void this.document.fetchInView();
+  }
+
+  retry() {
+    this.document.retry();
+  }
+
+  leave() {
+    this.document.views.delete(this);
+  }
+}
