@@ -50,13 +50,12 @@ files::FileDescriptor OpenVisibleCover(const accounts::Account &user, const std:
   return files::FileDescriptor();
 }
 
-} // namespace
+/// To a page that shows what pictures there are, one that is missing is no error.
+Answer NoPicture() {
+  return {.status = 204, .headers = "Cache-Control: private, max-age=300\r\n", .content_type = {}};
+}
 
-Answer SongCover(Request &request) {
-  const int size = SizeOf(request.query);
-  if (request.query.problem()) {
-    return ProblemAnswer(*request.query.problem());
-  }
+Answer FindCover(Request &request, int size) {
   const std::optional<int32_t> id = request.Id();
   const std::optional<index::Song> song =
       id ? catalog::FindSong(request.User(), *id) : std::nullopt;
@@ -66,6 +65,18 @@ Answer SongCover(Request &request) {
   const auto cover = media::CoverOf(*song, request.User(), size);
   const auto *const name = std::get_if<media::CoverName>(&cover);
   return name != nullptr ? SeeCover(*name, size) : WithoutCover(std::get<media::NoCover>(cover));
+}
+
+} // namespace
+
+Answer SongCover(Request &request) {
+  const int size = SizeOf(request.query);
+  const bool is_optional = request.query.Choice("missing", {"problem", "none"}) == "none";
+  if (request.query.problem()) {
+    return ProblemAnswer(*request.query.problem());
+  }
+  Answer answer = FindCover(request, size);
+  return is_optional && answer.status == 404 ? NoPicture() : answer;
 }
 
 Answer Cover(Request &request) {

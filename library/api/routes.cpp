@@ -41,7 +41,7 @@ std::span<const Route> Routes() {
       Route{"PUT", "/songs/{id}/mark", PutMark},
       Route{"POST", "/songs/{id}/mark", PostPlayed},
       Route{"GET", "/marks", ListMarks, "songs star offset limit"},
-      Route{"GET", "/songs/{id}/cover", SongCover, "size"},
+      Route{"GET", "/songs/{id}/cover", SongCover, "size missing"},
       Route{"GET", "/covers/{hash}", Cover, "size"},
       Route{"GET", "/songs", ListSongs, kSongParameters},
       Route{"GET", "/songs/{id}", GetSong},

@@ -155,6 +155,27 @@ class Covers(CoverTest):
         os.utime(self.folder, (1e9, 1e9 + self.counted()))
         self.problem(self.api.get(f"/songs/{number}/cover"), 404)
 
+    def test_that_is_not_there_is_no_error_to_who_says_so(self):
+        self.put("cover.png", pictures.png(50, 50, RED))
+        painted = self.song(name="painted.mp3")
+        self.find(painted, missing="none")
+        (self.folder / "Bare").mkdir()
+        bare = self.add_song(self.folder / "Bare/bare.mp3")
+        gone = self.add_song(self.folder / "Bare/gone.mp3")
+        (self.folder / "Bare/gone.mp3").unlink()
+        for number in (bare, gone, 99999):
+            for query in ({}, {"missing": "problem"}):
+                self.problem(self.api.get(f"/songs/{number}/cover", **query), 404)
+            answer = self.api.get(f"/songs/{number}/cover", missing="none", size="96")
+            self.assertEqual((answer.status, answer.body), (204, b""))
+            self.assertEqual(answer.headers["Cache-Control"], "private, max-age=300")
+        tool = ROOT / "usr/vexo/bin/cover"
+        target = os.readlink(tool)
+        tool.unlink()
+        self.addCleanup(tool.symlink_to, target)
+        unknown = self.song(name="unknown.mp3")
+        self.problem(self.api.get(f"/songs/{unknown}/cover", missing="none"), 503)
+
     def test_is_found_once(self):
         tool = ROOT / "usr/vexo/bin/cover"
         target = os.readlink(tool)
@@ -210,6 +231,7 @@ class Covers(CoverTest):
 
     def test_of_a_request_that_may_not_be(self):
         number = self.song()
+        self.problem(self.api.get(f"/songs/{number}/cover", missing="all"), 400, "missing")
         for path in (f"/songs/{number}/cover", f"/covers/{'0' * 32}"):
             for query in ({"size": "97"}, {"colour": "red"}):
                 answer = self.api.get(path, **query)
