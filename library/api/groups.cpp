@@ -111,6 +111,22 @@ Place FindPlace(Request &request, GroupKind kind) {
   return place;
 }
 
+/// One of a kind that has a name, as the member `member`, and the albums with songs of it.
+Answer NameAnswer(Request &request, GroupKind kind, const char *member) {
+  Place place = FindPlace(request, kind);
+  if (place.instead) {
+    return *std::move(place.instead);
+  }
+  index::GroupList list;
+  list.owner = place.group->owner;
+  list.in_groups = {place.group->id};
+  list.sort = {GroupField::kYear, GroupField::kName};
+  const auto albums = index::ProcessIndex().ListGroups(list, RangeOf(place.page));
+  Json::Value document = ListOf(albums.total, place.page, ItemsJson(albums.items, AlbumJson));
+  document[member] = NameJson(*place.group);
+  return JsonAnswer(document, place.etag);
+}
+
 Answer FolderAnswer(const Request &request, const Group &folder, const Page &page,
                     const std::string &etag) {
   const catalog::Library library = catalog::LibraryOf(request.User(), folder.owner);
@@ -166,20 +182,12 @@ Answer GetAlbum(Request &request) {
   return JsonAnswer(document, place.etag);
 }
 
-Answer GetArtist(Request &request) {
-  Place place = FindPlace(request, GroupKind::kArtist);
-  if (place.instead) {
-    return *std::move(place.instead);
-  }
-  index::GroupList list;
-  list.owner = place.group->owner;
-  list.in_groups = {place.group->id};
-  list.sort = {GroupField::kYear, GroupField::kName};
-  const auto albums = index::ProcessIndex().ListGroups(list, RangeOf(place.page));
-  Json::Value document = ListOf(albums.total, place.page, ItemsJson(albums.items, AlbumJson));
-  document["artist"] = NameJson(*place.group);
-  return JsonAnswer(document, place.etag);
+Answer GetArtist(Request &request) { return NameAnswer(request, GroupKind::kArtist, "artist"); }
+Answer GetGenre(Request &request) { return NameAnswer(request, GroupKind::kGenre, "genre"); }
+Answer GetComposer(Request &request) {
+  return NameAnswer(request, GroupKind::kComposer, "composer");
 }
+Answer GetYear(Request &request) { return NameAnswer(request, GroupKind::kYear, "year"); }
 
 Answer GetFolder(Request &request) {
   Place place = FindPlace(request, GroupKind::kFolder);

@@ -49,8 +49,11 @@ Answer GetAlbum(Request &request);
 Answer ListArtists(Request &request);
 Answer GetArtist(Request &request);
 Answer ListGenres(Request &request);
+Answer GetGenre(Request &request);
 Answer ListComposers(Request &request);
+Answer GetComposer(Request &request);
 Answer ListYears(Request &request);
+Answer GetYear(Request &request);
 Answer GetTopFolder(Request &request);
 Answer GetFolder(Request &request);
 

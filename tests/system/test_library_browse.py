@@ -199,6 +199,28 @@ class Names(BrowseTest):
         self.assertEqual(self.names("/years", offset=1, limit=1), years[1:2])
         self.assertEqual(self.names("/composers"), [])
 
+    def test_a_genre_and_a_year_have_albums_by_year(self):
+        genre, year = self.the("/genres", "Folk"), self.the("/years", "1998")
+        page = self.anna.get(f"/genres/{genre['id']}").json
+        self.assertEqual(page["genre"], genre)
+        self.assertEqual(page["total"], genre["albums"])
+        albums = self.items("/albums", genre=genre["id"], sort="year,name")
+        self.assertEqual(len(albums), 2)
+        self.assertEqual(page["items"], albums)
+        part = self.anna.get(f"/genres/{genre['id']}", offset=1, limit=1).json
+        self.assertEqual((part["total"], part["items"]), (len(albums), albums[1:2]))
+        page = self.anna.get(f"/years/{year['id']}", offset=0, limit=5).json
+        self.assertEqual(page["year"], year)
+        self.assertEqual([album["name"] for album in page["items"]], ["Småvägar"])
+
+    def test_that_do_not_exist_are_404(self):
+        genre = self.the("/genres", "Folk")["id"]
+        for kind in ("artists", "composers", "years"):
+            for name in (genre, "999999", "x"):
+                self.problem(self.anna.get(f"/{kind}/{name}"), 404, "id")
+        self.problem(self.anna.get(f"/genres/{genre}", limit="x"), 400, "limit")
+        self.problem(self.anna.get("/genres/0"), 404, "id")
+
     def test_are_found_by_words(self):
         for path, words, name in (("/artists", "ake", "Åke Öberg"), ("/genres", "sw", "Swing")):
             self.assertEqual(self.names(path, q=words), [name])
@@ -254,8 +276,10 @@ class Libraries(BrowseTest):
         self.assertEqual((song["title"], song["library"]), ("Seed", "personal"))
         self.assertEqual(self.names("/albums", library="personal"), ["Garden Pieces"])
         self.assertEqual(self.anna.get("/folders", library="personal").json["total"], 1)
+        year, = self.items("/years", library="personal")
         for path in (f"/songs/{song['id']}", f"/albums/{song['album_id']}",
-                     f"/artists/{song['artist_id']}", f"/folders/{song['folder_id']}"):
+                     f"/artists/{song['artist_id']}", f"/genres/{song['genre_id']}",
+                     f"/years/{year['id']}", f"/folders/{song['folder_id']}"):
             self.assertEqual(self.anna.get(path).status, 200)
             self.problem(self.ben.get(path), 404, "id")
         self.problem(self.ben.get("/songs", album=song["album_id"]), 404, "album")
@@ -280,8 +304,10 @@ class Versions(BrowseTest):
 
     def test_an_answer_that_the_client_has_is_304_until_songs_change(self):
         song = self.items("/songs", q="grusväg")[0]
+        year = self.items("/years")[0]
         paths = [*self.PATHS, f"/songs/{song['id']}", f"/albums/{song['album_id']}",
-                 f"/artists/{song['artist_id']}", f"/folders/{song['folder_id']}"]
+                 f"/artists/{song['artist_id']}", f"/genres/{song['genre_id']}",
+                 f"/years/{year['id']}", f"/folders/{song['folder_id']}"]
         tags = {path: self.anna.get(path).headers["ETag"] for path in paths}
         for path, tag in tags.items():
             answer = self.anna.get(path, headers={"If-None-Match": tag})
@@ -315,6 +341,15 @@ class Composers(ServerTest):
             self.assertEqual(song["title"], "Written")
             album, = self.api.get("/albums", composer=chosen).json["items"]
             self.assertEqual(album["name"], "Småvägar")
+
+    def test_have_albums(self):
+        composer, = self.api.get("/composers").json["items"]
+        page = self.api.get(f"/composers/{composer['id']}", offset=0, limit=9)
+        self.assertEqual(page.json["composer"], composer)
+        self.assertEqual([album["name"] for album in page.json["items"]], ["Småvägar"])
+        again = self.api.get(f"/composers/{composer['id']}",
+                             headers={"If-None-Match": page.headers["ETag"]})
+        self.assertEqual((again.status, again.body), (304, b""))
 
     def test_a_song_is_found_by_its_folder(self):
         album, = self.api.get("/albums", q="småvägar").json["items"]
