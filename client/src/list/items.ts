@@ -11,6 +11,8 @@ export interface Chosen {
   count: number | undefined;
   /** What they are called together: an album's name, for instance. */
   name?: string;
+  /** The node id of the playlist whose entries they are, all of them. */
+  playlist?: string;
   load(stop?: AbortSignal): Promise<Item[]>;
 }
 

@@ -1,11 +1,35 @@
 // What other rooms ask of the player: this browser, or the player of the house that is chosen.
+import { computed } from "@preact/signals";
 import type { Chosen } from "../list/items.ts";
+import { t } from "../text/index.ts";
+import { notifyFailure } from "../ui/notices.tsx";
+import { player } from "./players.ts";
+
+/** The id of the song that plays, or is held. */
+export const currentSongId = computed(() => player.value.item.value?.song?.id);
+
+/** Whether it plays. */
+export const isPlaying = computed(() => player.value.isPlaying.value);
+
+async function attempt(work: () => Promise<void>) {
+  try {
+    await work();
+  } catch (error) {
+    notifyFailure(t("playing.failed"), error, () => void attempt(work));
+  }
+}
 
 /** Plays these instead of what is queued, from `startAt` on. */
-export async function play(_chosen: Chosen, _options: { startAt?: number; shuffle?: boolean } = {}) {}
+export function play(chosen: Chosen, options: { startAt?: number; shuffle?: boolean } = {}) {
+  return attempt(() => player.peek().playItems(chosen, options));
+}
 
 /** Puts them behind the song that plays. */
-export async function playNext(_chosen: Chosen) {}
+export function playNext(chosen: Chosen) {
+  return attempt(() => player.peek().insertNext(chosen));
+}
 
 /** Puts them behind all that is queued. */
-export async function enqueue(_chosen: Chosen) {}
+export function enqueue(chosen: Chosen) {
+  return attempt(() => player.peek().append(chosen));
+}

@@ -4,11 +4,18 @@ import { RequestError } from "../api/http.ts";
 import { type TextKey, t } from "../text/index.ts";
 import { Icon } from "./icon.tsx";
 
+export interface NoticeAction {
+  label: string;
+  run: () => void;
+}
+
 export interface Notice {
   text: string;
   kind?: "info" | "error";
   /** A button, and what it does. */
-  action?: { label: string; run: () => void };
+  action?: NoticeAction;
+  /** The other one of two ways to go on. */
+  other?: NoticeAction;
   /** Seconds until it goes; 0: only when it is closed. */
   lasts?: number;
 }
@@ -80,21 +87,25 @@ function Line({ notice }: { notice: Notice & { id: number } }) {
   const close = () => {
     notices.value = notices.value.filter((other) => other.id !== notice.id);
   };
-  const { action } = notice;
+  const { action, other } = notice;
   return (
     <div class={`notice ${notice.kind ?? "info"}`}>
       <span>{notice.text}</span>
-      {action && (
-        <button
-          type="button"
-          class="link"
-          onClick={() => {
-            close();
-            action.run();
-          }}
-        >
-          {action.label}
-        </button>
+      {[action, other].map(
+        (choice) =>
+          choice && (
+            <button
+              key={choice.label}
+              type="button"
+              class="link"
+              onClick={() => {
+                close();
+                choice.run();
+              }}
+            >
+              {choice.label}
+            </button>
+          ),
       )}
       <button type="button" class="icon-button" aria-label={t("close")} onClick={close}>
         <Icon name="close" />

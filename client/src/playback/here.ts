@@ -1,0 +1,389 @@
+// This browser as a player: it plays the queue, song after song, whatever happens to the connection.
+import { computed, signal } from "@preact/signals";
+import { RequestError, refusals, send } from "../api/http.ts";
+import { type Chosen, durationOf, type Item, titleOf } from "../list/items.ts";
+import { t } from "../text/index.ts";
+import { record } from "../ui/history.ts";
+import { notify } from "../ui/notices.tsx";
+import { overview, user } from "../ui/session.tsx";
+import { isHeard, type Source, sourceOf } from "./formats.ts";
+import { isBoolean, kept } from "./kept.ts";
+import { countPlay } from "./marks.ts";
+import type { Key, Order, Repeat } from "./order.ts";
+import { Pauses } from "./pauses.ts";
+import { BACK_TO_BEGINNING, type Player } from "./player.ts";
+import { isPlayable, MOST_ENTRIES, queue } from "./queue.ts";
+import { changed, keepQueue } from "./queue_sync.ts";
+import { Sound } from "./sound.ts";
+
+const isPercent = (value: unknown): value is number =>
+  typeof value === "number" && value >= 0 && value <= 100;
+const LONGEST_TICK = 2; // seconds between two reports of the time, when nobody has sought
+const STALLS = 15_000; // milliseconds without sound, after which it is asked for anew
+const MOST_FAILURES = 5; // songs one after the other, after which playing ends
+const STREAM_ATTEMPTS = 5;
+
+class Here implements Player {
+  readonly name = signal(undefined);
+  readonly item = queue.current;
+  readonly isPlaying = signal(false);
+  readonly isWaiting = signal(false);
+  readonly trouble = signal<string | undefined>(undefined);
+  readonly elapsed = signal(0);
+  readonly duration = computed(() => {
+    const item = queue.current.value;
+    return (item && durationOf(item)) ?? this.foundDuration.value;
+  });
+  readonly volume = kept("player.volume", 100, isPercent);
+  readonly isMuted = kept("player.muted", false, isBoolean);
+  readonly shuffles = queue.shuffles;
+  readonly repeat = queue.repeat;
+
+  private readonly foundDuration = signal<number | undefined>(undefined);
+  private readonly pauses = new Pauses();
+  private stalling = 0;
+  /** The entry that the sound is of. */
+  private loaded: Key | undefined;
+  /** Entries that the browser could not decode as they are. */
+  private readonly undecodable = new Set<Key>();
+  private failures = 0;
+  private attempts = 0;
+  /** Seconds of the current song that were heard; undefined once it counts as played. */
+  private heard: number | undefined = 0;
+  private readonly sound = new Sound({
+    onTime: () => this.onTime(),
+    onEnded: () => this.onEnded(),
+    onFailed: () => void this.onFailed(),
+    onWaiting: (waits) => this.onWaiting(waits),
+    onRefused: () => this.pause(),
+  });
+
+  constructor() {
+    keepQueue({
+      elapsed: () => this.elapsed.peek(),
+      opened: (elapsed) => this.opened(elapsed),
+      play: () => this.play(),
+    });
+    this.volume.subscribe((percent) => {
+      this.sound.volume = (percent / 100) ** 2; // ears hear in proportion
+    });
+    this.isMuted.subscribe((on) => {
+      this.sound.isMuted = on;
+    });
+    window.addEventListener("online", () => {
+      if (this.trouble.peek() && this.isPlaying.peek()) void this.begin(this.elapsed.peek());
+    });
+  }
+
+  // What is pressed.
+
+  play() {
+    const { current, keys } = queue.order.peek();
+    if (keys.length === 0) return;
+    changed("place");
+    this.isPlaying.value = true;
+    this.failures = 0;
+    if (current !== undefined && this.loaded === current && !this.trouble.peek()) this.sound.play();
+    else void this.begin(this.elapsed.peek());
+  }
+
+  pause() {
+    this.halt();
+    changed("place");
+  }
+
+  private halt() {
+    this.isPlaying.value = false;
+    this.isWaiting.value = false;
+    this.trouble.value = undefined;
+    this.pauses.reset();
+    clearTimeout(this.stalling);
+    this.sound.pause();
+  }
+
+  next() {
+    if (queue.step(1)) this.turn();
+  }
+
+  previous() {
+    if (this.elapsed.peek() > BACK_TO_BEGINNING || !queue.step(-1)) this.seek(0);
+    else this.turn();
+  }
+
+  /** Another entry has become the current one. */
+  private turn(at = 0) {
+    this.elapsed.value = at;
+    this.heard = 0;
+    this.attempts = 0;
+    this.foundDuration.value = undefined;
+    if (this.isPlaying.peek()) void this.begin(at);
+    else this.unload();
+  }
+
+  private unload() {
+    this.loaded = undefined;
+    this.sound.stop();
+  }
+
+  playAt(key: Key) {
+    queue.setCurrent(key);
+    this.isPlaying.value = true;
+    this.turn();
+  }
+
+  seek(seconds: number) {
+    const at = Math.max(0, Math.min(seconds, this.duration.peek() ?? seconds));
+    if (this.loaded !== undefined && this.loaded === queue.order.peek().current && !this.sound.seek(at)) {
+      if (this.isPlaying.peek()) void this.begin(at);
+      else this.unload();
+    }
+    this.elapsed.value = at;
+    changed("place");
+  }
+
+  setVolume(percent: number) {
+    this.volume.value = percent;
+    this.isMuted.value = false;
+  }
+
+  setMuted(on: boolean) {
+    this.isMuted.value = on;
+  }
+
+  setShuffles(on: boolean) {
+    queue.setShuffles(on);
+  }
+
+  setRepeat(repeat: Repeat) {
+    queue.repeat.value = repeat;
+  }
+
+  // What is chosen elsewhere.
+
+  async playItems(chosen: Chosen, { startAt, shuffle }: { startAt?: number; shuffle?: boolean }) {
+    const items = await this.load(chosen);
+    if (!items) return;
+    if (shuffle) queue.shuffles.value = true;
+    const first = startAt ?? (queue.shuffles.peek() ? Math.floor(Math.random() * items.length) : 0);
+    this.failures = 0;
+    this.takeOver(items, first, 0, true);
+  }
+
+  /** Plays these from a place on, as another player has left them. */
+  takeOver(items: Item[], position: number, elapsed: number, plays: boolean) {
+    const skipped = items.slice(0, position).filter((item) => !isPlayable(item)).length;
+    const playable = items.filter(isPlayable);
+    queue.replace(playable, Math.max(0, Math.min(position - skipped, playable.length - 1)));
+    this.isPlaying.value = plays && playable.length > 0;
+    this.turn(elapsed);
+  }
+
+  async insertNext(chosen: Chosen) {
+    const items = await this.load(chosen);
+    if (items) this.add(items.filter(isPlayable), (playable) => queue.insertNext(playable));
+  }
+
+  async append(chosen: Chosen) {
+    const items = await this.load(chosen);
+    if (items) this.add(items.filter(isPlayable), (playable) => queue.append(playable));
+  }
+
+  private async load(chosen: Chosen) {
+    const items = await chosen.load();
+    if (!items.some(isPlayable)) {
+      notify({ text: t("queue.nothing_to_play") });
+      return undefined;
+    }
+    if (items.length > MOST_ENTRIES) notify({ text: t("queue.too_many", { count: MOST_ENTRIES }) });
+    return items.slice(0, MOST_ENTRIES);
+  }
+
+  private add(items: Item[], insert: (items: Item[]) => Key[]) {
+    const before = queue.order.peek();
+    const gone = new Map(insert(items).map((key, place) => [key, items[place] as Item]));
+    const after = queue.order.peek();
+    const go = (from: Order, to: Order) => async () => {
+      queue.restore(from, to, gone);
+      this.follow();
+    };
+    record({
+      label: t("queue.added", { count: items.length }),
+      undo: go(after, before),
+      redo: go(before, after),
+    });
+    this.follow();
+  }
+
+  /** The queue was fetched from the server. */
+  private opened(elapsed: number) {
+    this.halt();
+    this.unload();
+    this.undecodable.clear();
+    this.heard = 0;
+    this.elapsed.value = elapsed;
+  }
+
+  /** After an edit of the queue, perhaps without the entry that was played. */
+  follow() {
+    const { current } = queue.order.peek();
+    if (current === undefined) {
+      this.halt();
+      this.unload();
+      this.elapsed.value = 0;
+    } else if (this.loaded !== undefined && this.loaded !== current) this.turn();
+    else this.prepareNext();
+  }
+
+  // What the sound tells.
+
+  private sourceFor(key: Key, item: Item, at: number): Source | undefined {
+    const can = { canPlay, transcoding: overview.peek()?.transcoding ?? false };
+    return sourceOf(item, at, can, this.undecodable.has(key));
+  }
+
+  private async begin(at: number) {
+    const key = queue.order.peek().current;
+    if (key === undefined) return;
+    this.isWaiting.value = true;
+    let item: Item | undefined;
+    try {
+      item = await queue.load(key);
+    } catch (error) {
+      if (!(error instanceof RequestError)) throw error;
+      return this.tryAgain(t("playing.no_connection"));
+    }
+    if (key !== queue.order.peek().current || !this.isPlaying.peek()) return;
+    const source = item && this.sourceFor(key, item, at);
+    if (!source) return this.skip(item);
+    this.loaded = key;
+    this.elapsed.value = at;
+    this.sound.start(source, at);
+    this.watchForStall();
+  }
+
+  private onTime() {
+    const now = this.sound.elapsed;
+    const step = now - this.elapsed.peek();
+    if (this.heard !== undefined && step > 0 && step < LONGEST_TICK) this.heard += step;
+    this.elapsed.value = now;
+    this.foundDuration.value = this.sound.duration;
+    this.countWhenHeard();
+    if (this.sound.isNearEnd) this.prepareNext();
+  }
+
+  private countWhenHeard() {
+    const song = queue.current.peek()?.song;
+    if (!song || this.heard === undefined || !isHeard(this.heard, this.duration.peek())) return;
+    this.heard = undefined;
+    void countPlay(song.id);
+  }
+
+  private prepareNext() {
+    if (this.loaded === undefined || !this.isPlaying.peek()) return;
+    const key = queue.keyAfterCurrent();
+    const item = key === undefined ? undefined : queue.itemOfKey(key);
+    const isSong = key !== undefined && item?.song !== undefined;
+    this.sound.prepare(isSong ? this.sourceFor(key, item, 0) : undefined);
+    if (key !== undefined && !item) void queue.load(key).catch(() => {}); // it is tried again in its turn
+  }
+
+  private onEnded() {
+    const isOnce = queue.stopsAfter.peek();
+    queue.stopsAfter.value = false;
+    if (!isOnce && queue.repeat.peek() === "one") return this.turn();
+    const goesOn = queue.step(1);
+    if (!goesOn || isOnce) this.halt();
+    if (goesOn) return this.turn();
+    this.elapsed.value = 0;
+    this.unload();
+    changed("place");
+  }
+
+  private onWaiting(waits: boolean) {
+    this.isWaiting.value = waits && this.isPlaying.peek();
+    if (waits) return this.watchForStall();
+    clearTimeout(this.stalling);
+    this.trouble.value = undefined;
+    this.failures = 0;
+    this.attempts = 0;
+    this.pauses.reset();
+  }
+
+  /** A connection may break so that nobody tells. */
+  private watchForStall() {
+    clearTimeout(this.stalling);
+    this.stalling = window.setTimeout(() => {
+      if (this.isPlaying.peek() && this.isWaiting.peek()) void this.onFailed();
+    }, STALLS);
+  }
+
+  private tryAgain(trouble: string) {
+    this.isWaiting.value = true;
+    this.trouble.value = trouble;
+    this.loaded = undefined;
+    this.pauses.after(() => {
+      if (this.isPlaying.peek()) void this.begin(this.elapsed.peek());
+    });
+  }
+
+  /** Elements do not tell why, so the server is asked. */
+  private async onFailed() {
+    const { source } = this.sound;
+    const key = this.loaded;
+    if (!source || key === undefined || !this.isPlaying.peek()) return this.unload();
+    if (source.format === "stream") return this.failedStream();
+    const status = await statusOf(source.url);
+    if (key !== queue.order.peek().current || !this.isPlaying.peek()) return;
+    if (status === 0 || status === 502 || status === 504) this.tryAgain(t("playing.no_connection"));
+    else if (status === 503) this.tryAgain(t("playing.server_is_busy"));
+    else if (status === 401) refusals.value++;
+    else if (status < 400 && this.canTranscode(source)) {
+      this.undecodable.add(key);
+      void this.begin(this.elapsed.peek());
+    } else {
+      if (status === 404) queue.markMissing(key);
+      this.skip(queue.itemOfKey(key));
+    }
+  }
+
+  private canTranscode(source: Source) {
+    return source.format === "as_it_is" && overview.peek()?.transcoding === true;
+  }
+
+  private failedStream() {
+    if (++this.attempts < STREAM_ATTEMPTS) this.tryAgain(t("playing.no_stream"));
+    else this.skip(queue.current.peek());
+  }
+
+  /** The entry cannot be played: says so, and goes on. */
+  private skip(item: Item | undefined) {
+    notify({ text: t("playing.skipped", { title: item ? titleOf(item) : "" }), kind: "error" });
+    if (++this.failures >= MOST_FAILURES || !queue.step(1)) {
+      this.halt();
+      this.unload();
+    } else this.turn();
+  }
+}
+
+function canPlay(mediaType: string) {
+  return document.createElement("audio").canPlayType(mediaType) !== "";
+}
+
+/** What the server answers to a request for it; 0: nothing. */
+async function statusOf(url: string) {
+  const stop = new AbortController();
+  try {
+    return (await send(url, { signal: stop.signal })).status;
+  } catch {
+    return 0;
+  } finally {
+    stop.abort();
+  }
+}
+
+export const here = new Here();
+
+// Another user has nothing of what this one played.
+user.subscribe((now) => {
+  if (now === null) here.pause();
+});

@@ -1,0 +1,228 @@
+// A player of the house, which the server speaks to.
+import { computed, effect, signal } from "@preact/signals";
+import { ask, get, RequestError } from "../api/http.ts";
+import type { Page, PlayerEntry, PlayerStatus, WholeSong } from "../api/types.ts";
+import type { Chosen, Item } from "../list/items.ts";
+import { t } from "../text/index.ts";
+import { notify, notifyFailure, reasonOf } from "../ui/notices.tsx";
+import { shuffle } from "./order.ts";
+import { Pauses } from "./pauses.ts";
+import { BACK_TO_BEGINNING, type Player } from "./player.ts";
+import { MOST_ENTRIES } from "./queue.ts";
+
+const EVERY = 1000; // milliseconds between two looks at what it does
+const LARGEST_PAGE = 1000;
+
+export class House implements Player {
+  readonly status = signal<PlayerStatus | undefined>(undefined);
+  readonly name = signal<string | undefined>(undefined);
+  readonly trouble = signal<string | undefined>(undefined);
+  readonly isPlaying = computed(() => this.status.value?.state === "play");
+  readonly isWaiting = computed(() => this.status.value === undefined && this.trouble.value === undefined);
+  readonly elapsed = computed(() => this.status.value?.elapsed ?? 0);
+  readonly duration = computed(() => this.status.value?.duration ?? this.status.value?.song?.duration);
+  readonly volume = computed(() => this.status.value?.volume);
+  readonly isMuted = signal(false);
+  readonly shuffles = signal(undefined);
+  readonly repeat = signal(undefined);
+  /** What the library knows of the song that plays. */
+  private readonly details = signal<WholeSong | undefined>(undefined);
+  readonly item = computed(() => itemOfEntry(this.status.value?.song, this.details.value));
+  /** Grows when its queue is changed from here. */
+  readonly edits = signal(0);
+  private readonly songId = computed(() => this.status.value?.song?.song);
+
+  private readonly pauses = new Pauses();
+  private timer = 0;
+  private asking: AbortController | undefined;
+  private isWatched = false;
+
+  constructor(
+    readonly id: number,
+    name: string,
+  ) {
+    this.name.value = name;
+    effect(() => void this.fetchDetails(this.songId.value));
+  }
+
+  /** Looks at what it does, until that is not wanted any more. */
+  watch(on: boolean) {
+    if (on === this.isWatched) return;
+    this.isWatched = on;
+    clearTimeout(this.timer);
+    this.pauses.reset();
+    this.asking?.abort();
+    if (on) void this.look();
+  }
+
+  private async look() {
+    const asking = new AbortController();
+    this.asking = asking;
+    try {
+      this.take(await get<PlayerStatus>(this.path(), {}, asking.signal));
+      this.pauses.reset();
+    } catch (error) {
+      if (asking.signal.aborted) return;
+      this.fail(error);
+    }
+    if (!this.isWatched) return;
+    if (this.trouble.peek()) this.pauses.after(() => void this.look());
+    else this.timer = window.setTimeout(() => void this.look(), EVERY);
+  }
+
+  private take(status: PlayerStatus) {
+    this.name.value = status.name;
+    this.status.value = status;
+    this.trouble.value = status.state === "unreachable" ? this.unreachable(status.detail) : undefined;
+  }
+
+  private fail(error: unknown) {
+    if (!(error instanceof RequestError)) throw error;
+    this.status.value = undefined;
+    this.trouble.value = this.unreachable(reasonOf(error));
+  }
+
+  private unreachable(why = "") {
+    return `${t("players.unreachable", { name: this.name.peek() ?? "" })} ${why}`.trim();
+  }
+
+  private path(command = "") {
+    return command === "" ? `players/${this.id}` : `players/${this.id}/${command}`;
+  }
+
+  private async fetchDetails(id: number | undefined) {
+    if (id === undefined || this.details.peek()?.id === id) return;
+    try {
+      const song = await get<WholeSong>(`songs/${id}`);
+      if (this.songId.peek() === id) this.details.value = song;
+    } catch {} // the player's own words have to do
+  }
+
+  private async post(command: string, body?: object) {
+    this.take((await ask<PlayerStatus>(this.path(command), {}, { method: "POST", body })).body);
+  }
+
+  private async command(command: string, body?: object) {
+    try {
+      await this.post(command, body);
+    } catch (error) {
+      notifyFailure(t("players.refused", { name: this.name.peek() ?? "" }), error, () =>
+        this.command(command, body),
+      );
+    }
+  }
+
+  play() {
+    void this.command("play");
+  }
+
+  playAt(position: number) {
+    void this.command("play", { position });
+  }
+
+  pause() {
+    void this.command("pause");
+  }
+
+  next() {
+    void this.command("next");
+  }
+
+  previous() {
+    if (this.elapsed.peek() > BACK_TO_BEGINNING) this.seek(0);
+    else void this.command("previous");
+  }
+
+  seek(seconds: number) {
+    void this.command("seek", { seconds });
+  }
+
+  setVolume(percent: number) {
+    void this.command("volume", { percent: Math.round(percent) });
+  }
+
+  setMuted() {}
+
+  setShuffles() {}
+
+  setRepeat() {}
+
+  async playItems(chosen: Chosen, { startAt = 0, shuffle: mixes = false }) {
+    if (chosen.playlist !== undefined && startAt === 0 && !mixes) {
+      return this.give({ playlist: chosen.playlist });
+    }
+    const items = await chosen.load();
+    const songs = songsOf(items);
+    // Those before the first one that the player cannot have are not in its queue.
+    const position = songsOf(items.slice(0, startAt)).length;
+    await this.give({ songs: mixes ? shuffle(songs) : songs }, items.length - songs.length);
+    if (position > 0) await this.post("play", { position: Math.min(position, songs.length - 1) });
+  }
+
+  async insertNext(chosen: Chosen) {
+    await this.append(chosen);
+  }
+
+  async append(chosen: Chosen) {
+    if (chosen.playlist !== undefined) return this.give({ playlist: chosen.playlist, mode: "append" });
+    const items = await chosen.load();
+    const songs = songsOf(items);
+    await this.give({ songs, mode: "append" }, items.length - songs.length);
+  }
+
+  /** Plays these from a place on, as another player has left them. */
+  async takeOver(items: Item[], position: number, elapsed: number, plays: boolean) {
+    await this.playItems({ count: items.length, load: async () => items }, { startAt: position });
+    if (elapsed >= 1) await this.post("seek", { seconds: elapsed });
+    if (!plays) await this.post("pause");
+  }
+
+  private async give(what: Given, left = 0) {
+    if (what.songs?.length === 0) return void notify({ text: t("queue.nothing_to_play") });
+    const answer = await ask<{ added: number; refused: number }>(
+      this.path("queue"),
+      {},
+      { method: "POST", body: what },
+    );
+    const { added } = answer.body;
+    const refused = answer.body.refused + left;
+    const name = this.name.peek() ?? "";
+    if (refused > 0) notify({ text: t("players.some_refused", { name, count: refused }), kind: "error" });
+    else if (what.mode) notify({ text: t("players.added", { name, count: added }), lasts: 4 });
+    this.edits.value++;
+    if (this.isWatched) this.take(await get<PlayerStatus>(this.path()));
+  }
+
+  /** All that it has queued. */
+  async loadQueue(): Promise<Item[]> {
+    const items: Item[] = [];
+    while (items.length < MOST_ENTRIES) {
+      const page = await get<Page<PlayerEntry>>(this.path("queue"), {
+        offset: items.length,
+        limit: LARGEST_PAGE,
+      });
+      items.push(...page.items.map((entry) => itemOfEntry(entry) ?? {}));
+      if (page.items.length === 0 || items.length >= page.total) break;
+    }
+    return items;
+  }
+}
+
+/** What a player gets: songs or a playlist, instead of its queue or behind it. */
+interface Given {
+  songs?: number[];
+  playlist?: string;
+  mode?: "append";
+}
+
+function songsOf(items: readonly Item[]): number[] {
+  return items.flatMap(({ song }) => (song ? [song.id] : [])).slice(0, MOST_ENTRIES);
+}
+
+/** What a player tells, as the library would, with `details` if they are of the same song. */
+export function itemOfEntry(entry: PlayerEntry | undefined, details?: WholeSong): Item | undefined {
+  if (!entry) return undefined;
+  const { song: id, stream, title = "", ...rest } = entry;
+  if (id === undefined) return { title, ...rest, ...(stream !== undefined && { stream }) };
+  return { song: details?.id === id ? details : { id, library: "shared", title, ...rest } };
+}

@@ -1,0 +1,227 @@
+// Keeps the queue at the server, for the user's next device, and takes over what another one has left there.
+import { effect, signal } from "@preact/signals";
+import { ask, RequestError } from "../api/http.ts";
+import type { Queue as QueuePage } from "../api/types.ts";
+import { artistOf, type Item, titleOf } from "../list/items.ts";
+import { formatDuration, t } from "../text/index.ts";
+import { notify, notifyFailure } from "../ui/notices.tsx";
+import { user } from "../ui/session.tsx";
+import { Pauses } from "./pauses.ts";
+import { queue } from "./queue.ts";
+
+const SETTLES = 300; // milliseconds, in which several changes become one request
+const LARGEST_KEEPALIVE = 60_000; // bytes that browsers send when the page is left
+const LEFT = "player.left";
+
+interface Place {
+  position: number;
+  elapsed: number;
+}
+
+/** Where this browser has left the queue, so that it knows it again. */
+interface Left extends Place {
+  user: string;
+  total: number;
+}
+
+/** Entries that the server does not know yet, or only the place in them. */
+let lastPlace: Place = { position: 0, elapsed: 0 };
+let unsent: "items" | "place" | undefined;
+let version: string | undefined;
+let sending = false;
+let settling = 0;
+const pauses = new Pauses();
+/** Another device has written the queue; until the user decides, this one writes nothing. */
+const isContested = signal(false);
+
+/** What the player tells: where it is in the current entry, in seconds. */
+let elapsedNow: () => number = () => 0;
+
+export function placeOf(item: Item | undefined) {
+  if (!item) return "";
+  const artist = artistOf(item);
+  return artist === "" ? titleOf(item) : `${titleOf(item)} – ${artist}`;
+}
+
+function placeNow(): Place {
+  const elapsed = Math.max(0, Math.round(elapsedNow() * 1000) / 1000);
+  return { position: Math.max(0, queue.position.peek()), elapsed };
+}
+
+function contentOf(what: "items" | "place"): Place & { items?: object[] } {
+  return what === "place" ? placeNow() : { items: queue.entries().map(entryOf), ...placeNow() };
+}
+
+/** As the server takes it. */
+function entryOf({ song, stream, title }: Item) {
+  return song ? { song: song.id } : { stream, ...(title !== undefined && { title }) };
+}
+
+function remember({ position, elapsed }: Place) {
+  lastPlace = { position, elapsed };
+  const left: Left = { user: user.peek()?.name ?? "", position, elapsed, total: queue.total.peek() ?? 0 };
+  localStorage.setItem(LEFT, JSON.stringify(left));
+}
+
+function isLeftHere({ position, elapsed, total }: QueuePage) {
+  const left = JSON.parse(localStorage.getItem(LEFT) ?? "{}") as Partial<Left>;
+  const isPlace = left.position === position && Math.abs((left.elapsed ?? -1) - elapsed) < 0.01;
+  return left.user === user.peek()?.name && isPlace && left.total === total;
+}
+
+async function put(content: Place, keepalive = false) {
+  const answer = await ask<QueuePage>(
+    "queue",
+    {},
+    { method: "PUT", body: content, ifMatch: version, keepalive },
+  );
+  version = answer.version;
+  remember(content);
+}
+
+/** What has changed goes to the server soon. */
+export function changed(what: "items" | "place") {
+  closeOffer();
+  if (unsent !== "items") unsent = what;
+  clearTimeout(settling);
+  settling = window.setTimeout(send, SETTLES);
+}
+
+async function send() {
+  if (sending || isContested.peek() || unsent === undefined || !user.peek()) return;
+  sending = true;
+  const isSent = await attempt(unsent);
+  sending = false;
+  if (isSent && unsent !== undefined) changed(unsent);
+}
+
+async function attempt(what: "items" | "place") {
+  try {
+    if (what === "items") await queue.loadAll();
+    unsent = undefined;
+    await put(contentOf(what));
+    pauses.reset();
+    return true;
+  } catch (error) {
+    if (unsent !== "items") unsent = what;
+    failed(error);
+    return false;
+  }
+}
+
+function failed(error: unknown) {
+  if (!(error instanceof RequestError)) throw error;
+  if (error.status === 412) void contest();
+  else if (error.isPassing) pauses.after(send);
+  else if (error.status !== 401) {
+    unsent = undefined;
+    notifyFailure(t("queue.not_saved"), error, () => changed("items"));
+  }
+}
+
+async function fetchQueue() {
+  const first = await ask<QueuePage>("queue", { limit: 100 });
+  version = first.version;
+  return first.body;
+}
+
+/** Another device went on with the queue: which of the two holds? */
+async function contest() {
+  isContested.value = true;
+  notify({
+    text: t("queue.changed_elsewhere"),
+    action: { label: t("queue.keep_mine"), run: () => void keepMine() },
+    other: { label: t("queue.take_theirs"), run: () => void takeTheirs() },
+    lasts: 0,
+  });
+}
+
+async function keepMine() {
+  version = undefined;
+  isContested.value = false;
+  unsent = "items";
+  await send();
+}
+
+async function takeTheirs() {
+  try {
+    const page = await fetchQueue();
+    unsent = undefined;
+    isContested.value = false;
+    await show(page);
+  } catch (error) {
+    notifyFailure(t("queue.not_loaded"), error, () => void takeTheirs());
+  }
+}
+
+let onOpened: (elapsed: number) => void = () => {};
+
+async function show(page: QueuePage) {
+  queue.open(page);
+  lastPlace = { position: page.position, elapsed: page.elapsed };
+  onOpened(page.elapsed);
+  const { current } = queue.order.peek();
+  if (current !== undefined) await queue.load(current);
+}
+
+/** Shows what was played last, here or on another device. */
+async function restore() {
+  try {
+    const page = await fetchQueue();
+    const isOwn = isLeftHere(page);
+    await show(page);
+    if (isOwn || page.total === 0) return;
+    closeOffer = notify({
+      text: t("queue.played_elsewhere", {
+        what: placeOf(queue.current.peek()),
+        elapsed: formatDuration(page.elapsed),
+      }),
+      action: { label: t("queue.go_on_here"), run: () => goOn() },
+      lasts: 20,
+    });
+  } catch (error) {
+    notifyFailure(t("queue.not_loaded"), error, () => void restore());
+  }
+}
+
+/** Takes the offer away to go on with what another device has played. */
+let closeOffer = () => {};
+let goOn: () => void = () => {};
+
+/** The page goes, perhaps for good: what the server does not know yet is sent while it can be. */
+function leave() {
+  if (!user.peek() || isContested.peek() || queue.order.peek().keys.length === 0) return;
+  const { position, elapsed } = placeNow();
+  const isSame = position === lastPlace.position && elapsed === lastPlace.elapsed;
+  if (isSame && unsent === undefined) return;
+  const content = contentOf(unsent === "items" && queue.isWhole() ? "items" : "place");
+  if (JSON.stringify(content).length > LARGEST_KEEPALIVE) return;
+  clearTimeout(settling);
+  unsent = undefined;
+  remember(content);
+  void put(content, true).catch(() => {});
+}
+
+/** Begins: `player` is what plays the queue. */
+export function keepQueue(player: {
+  elapsed: () => number;
+  opened: (elapsed: number) => void;
+  play: () => void;
+}) {
+  elapsedNow = player.elapsed;
+  onOpened = player.opened;
+  goOn = player.play;
+  queue.onChange = changed;
+  window.addEventListener("pagehide", leave);
+  window.addEventListener("online", () => void send());
+  let name: string | undefined;
+  effect(() => {
+    const now = user.value?.name;
+    if (now === name) return;
+    name = now;
+    version = undefined;
+    unsent = undefined;
+    if (now === undefined) queue.close();
+    else void restore();
+  });
+}

@@ -1,0 +1,161 @@
+// What a player of the house has queued. It can be played from any place, and kept.
+import { useEffect, useMemo, useRef } from "preact/hooks";
+import { addPlaying } from "../api/actions.ts";
+import { get } from "../api/http.ts";
+import type { LibraryName, Page, PlayerEntry } from "../api/types.ts";
+import { artistOf, durationOf, type Item, titleOf } from "../list/items.ts";
+import { type Column, ListView } from "../list/list_view.tsx";
+import { PagedSource } from "../list/source.ts";
+import { type House, itemOfEntry } from "../playback/house.ts";
+import { moveTo } from "../playback/players.ts";
+import { StarButton } from "../playback/star_button.tsx";
+import { formatDuration, formatNumber, t } from "../text/index.ts";
+import { Buttons, Dialog, openDialog } from "../ui/dialog.tsx";
+import { Icon } from "../ui/icon.tsx";
+import { notify, notifyFailure } from "../ui/notices.tsx";
+import { user } from "../ui/session.tsx";
+import { useTitle } from "../ui/title.ts";
+import { todaysName } from "./queue_view.tsx";
+
+function columns(): Column<PlayerEntry>[] {
+  const item = (entry: PlayerEntry): Item => itemOfEntry(entry) ?? {};
+  return [
+    {
+      key: "number",
+      label: "",
+      width: "3rem",
+      align: "end",
+      cell: (_, index) => <span class="number">{formatNumber(index + 1)}</span>,
+    },
+    {
+      key: "title",
+      label: t("library.title"),
+      width: "minmax(0, 3fr)",
+      cell: (entry) => <span title={titleOf(item(entry))}>{titleOf(item(entry))}</span>,
+    },
+    {
+      key: "artist",
+      label: t("library.artist"),
+      width: "minmax(0, 2fr)",
+      cell: (entry) => <span class="soft">{artistOf(item(entry))}</span>,
+    },
+    {
+      key: "star",
+      label: "",
+      width: "var(--control)",
+      cell: ({ song: id, title = "" }) => id !== undefined && <StarButton song={{ id, title }} />,
+    },
+    {
+      key: "duration",
+      label: "",
+      width: "3.5rem",
+      align: "end",
+      cell: (entry) => formatDuration(durationOf(item(entry))),
+    },
+  ];
+}
+
+export function HouseQueueView({ house }: { house: House }) {
+  const name = house.name.value ?? "";
+  const title = t("queue.of", { name });
+  useTitle(title);
+  const source = useMemo(
+    () =>
+      new PagedSource<PlayerEntry>((offset, limit, signal) =>
+        get<Page<PlayerEntry>>(`players/${house.id}/queue`, { offset, limit }, signal),
+      ),
+    [house],
+  );
+  // The player does not tell when others change its queue, but its length and its song do.
+  const status = house.status.value;
+  const told = `${status?.queue_length} ${status?.position} ${status?.song?.song} ${house.edits.value}`;
+  useEffect(() => source.refresh(), [source, told]);
+  const isEmpty = (source.total.value ?? 0) === 0;
+  return (
+    <div class="queue-view">
+      <header class="view-head">
+        <div class="queue-title">
+          <h1>{title}</h1>
+          <p class="small">{!isEmpty && t("count.songs", { count: source.total.value ?? 0 })}</p>
+        </div>
+        <span class="spacer" />
+        <button type="button" class="button" disabled={isEmpty} onClick={() => void moveTo(null)}>
+          <Icon name="play" />
+          {t("queue.play_here")}
+        </button>
+        <button type="button" class="button" disabled={isEmpty} onClick={() => void save(house)}>
+          <Icon name="list" />
+          {t("queue.save")}
+        </button>
+      </header>
+      <ListView
+        label={title}
+        source={source}
+        columns={columns()}
+        rowClass={(_, index) => (index === status?.position ? "current" : "")}
+        rowLabel={(entry) => entry.title ?? ""}
+        onOpen={(_, index) => house.playAt(index)}
+        empty={
+          <>
+            <Icon name="queue" />
+            <p>{t("queue.empty")}</p>
+          </>
+        }
+      />
+    </div>
+  );
+}
+
+interface Wish {
+  name: string;
+  library: LibraryName;
+}
+
+/** The server asks the player itself what it has queued, so nothing passes through this page. */
+async function save(house: House) {
+  const wish = await openDialog<Wish>((close) => <SaveDialog close={close} />);
+  if (!wish) return;
+  try {
+    await addPlaying(wish.name, wish.library, String(house.id));
+    notify({ text: t("queue.saved", { name: wish.name }) });
+  } catch (error) {
+    notifyFailure(t("queue.list_not_made"), error, () => void save(house));
+  }
+}
+
+function SaveDialog({ close }: { close: (wish?: Wish) => void }) {
+  const form = useRef<HTMLDivElement>(null);
+  const libraries: LibraryName[] = user.peek()?.personal_library ? ["shared", "personal"] : ["shared"];
+  const submit = () => {
+    const name = form.current?.querySelector("input")?.value.trim() ?? "";
+    const library = form.current?.querySelector("select")?.value === "personal" ? "personal" : "shared";
+    if (name !== "") close({ name, library });
+  };
+  return (
+    <Dialog
+      title={t("queue.save")}
+      close={() => close()}
+      onSubmit={submit}
+      buttons={<Buttons submit={t("queue.save_now")} close={close} />}
+    >
+      <div ref={form} class="queue-save">
+        <label class="field">
+          <span>{t("queue.name")}</span>
+          <input type="text" defaultValue={todaysName()} required />
+        </label>
+        {libraries.length > 1 && (
+          <label class="field">
+            <span>{t("queue.library")}</span>
+            <select>
+              {libraries.map((library) => (
+                <option key={library} value={library}>
+                  {t(`queue.${library}`)}
+                </option>
+              ))}
+            </select>
+          </label>
+        )}
+      </div>
+    </Dialog>
+  );
+}
