@@ -74,7 +74,7 @@ export function Frame() {
         {t("skip_to_content")}
       </button>
       <header class="top">
-        <a class="brand" href={linkTo(["albums"])}>
+        <a class="brand" href={linkTo(["albums"])} aria-label={t("app.name")}>
           <img src="icon.svg" alt="" width="24" height="24" />
           <span>{t("app.name")}</span>
         </a>

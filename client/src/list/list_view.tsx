@@ -14,6 +14,8 @@ import { type Place, useViewport } from "./viewport.ts";
 export interface Column<T> {
   key: string;
   label: string;
+  /** Its label is for screen readers alone. */
+  quiet?: boolean;
   /** A track of a CSS grid: "3rem", "minmax(8rem, 2fr)". */
   width: string;
   cell: (item: T, index: number) => ComponentChildren;
@@ -274,7 +276,7 @@ function Heading<T>({ columns, sort, onSort }: HeadingProps<T>) {
                 {isSorted && <Icon name={sort.down ? "down" : "up"} />}
               </button>
             ) : (
-              column.label
+              <span class={column.quiet ? "visually-hidden" : undefined}>{column.label}</span>
             )}
           </div>
         );
