@@ -1,7 +1,7 @@
-"""client_server.py [--player]: the web server that the client's browser tests talk to.
+"""client_server.py [--player] [--index FILE]: the web server that the client's browser tests talk to.
 
 Lays an empty device root with the demo tracks, ANNA (an administrator with a personal library) and BEN, and
-with --player an MPD and the player daemon. It prints where all is, as a line of JSON, then answers each
+with --player an MPD and the player daemon, with --index an index of songs that have no files. It prints where all is, as a line of JSON, then answers each
 line of standard input, {"do": NAME, ...}, by a line, and ends when the input does.
 """
 
@@ -33,14 +33,17 @@ def flac(seconds, tags):
 
 
 class ClientServer:
-    def __init__(self, with_player):
+    def __init__(self, player=False, index=None):
         self.stack = ExitStack()
         lay_root()
         playlistctl("account", "set", ANNA, "--admin", "on")
-        copy_demo_tracks()
-        for kind in (LIBRARY / "playlists", PERSONAL.folder):
-            kind.mkdir(parents=True, exist_ok=True)
-        if with_player:
+        for folder in (LIBRARY / "playlists", PERSONAL.folder):
+            folder.mkdir(parents=True, exist_ok=True)
+        if index:
+            (ROOT / "var/lib/vexo/index.db").symlink_to(index)
+        else:
+            copy_demo_tracks()
+        if player:
             self.start_player()
         self.port, self.web = free_port(), None
         self.start()
@@ -95,7 +98,8 @@ class ClientServer:
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--player", action="store_true")
-    with ClientServer(parser.parse_args().player) as server:
+    parser.add_argument("--index")
+    with ClientServer(**vars(parser.parse_args())) as server:
         print(json.dumps(server.places()), flush=True)
         for line in sys.stdin:
             print(json.dumps(server.answer(**json.loads(line))), flush=True)

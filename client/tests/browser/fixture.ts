@@ -60,6 +60,7 @@ export class House {
   private browser!: Browser;
   places!: Places;
 
+  // With the options of client_server.py.
   constructor(private readonly options: string[]) {}
 
   get url() {
