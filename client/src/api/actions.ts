@@ -95,8 +95,22 @@ export function downloadAddress(playlist: string, name: string) {
   return address("audio_playlist.cgi", { action: "download", playlist, filename: `${name}.zip` });
 }
 
-/** The same of songs. */
-export function songsDownloadAddress(ids: number[], name: string) {
-  const id_info_list = JSON.stringify(ids.map(String));
-  return address("audio_playlist.cgi", { action: "download", id_info_list, filename: name });
+/** Loads songs into the browser's downloads; however many, as a form has room for all. */
+export function songsDownload(ids: number[], name: string) {
+  const form = document.createElement("form");
+  form.method = "post";
+  form.action = address("audio_playlist.cgi");
+  form.target = "_blank"; // so that the page stays, should it be refused
+  const values = { action: "download", id_info_list: JSON.stringify(ids.map(String)), filename: name };
+  for (const [key, value] of Object.entries(values)) {
+    if (value === "") continue;
+    const input = document.createElement("input");
+    input.type = "hidden";
+    input.name = key;
+    input.value = value;
+    form.append(input);
+  }
+  document.body.append(form);
+  form.submit();
+  form.remove();
 }

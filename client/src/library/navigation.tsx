@@ -3,7 +3,7 @@ import { type TextKey, t } from "../text/index.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { linkTo, route } from "../ui/router.ts";
 
-const WAYS: { at: string; icon: IconName; label: TextKey }[] = [
+export const WAYS: { at: string; icon: IconName; label: TextKey }[] = [
   { at: "albums", icon: "album", label: "library.albums" },
   { at: "artists", icon: "artist", label: "library.artists" },
   { at: "songs", icon: "music", label: "library.songs" },

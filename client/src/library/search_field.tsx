@@ -1,16 +1,67 @@
-// Searches everything, from any view.
-import { useRef } from "preact/hooks";
+// Searches everything, from any view: what is found is the view, while one types.
+import { useEffect, useRef } from "preact/hooks";
 import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { useKeys } from "../ui/keys.tsx";
+import { goTo, replaceQuery, route } from "../ui/router.ts";
+import { focusFirstHit } from "./search_view.tsx";
+
+function isSearching() {
+  return route.peek().segments[0] === "search";
+}
+
+/** Whether the search has a step of its own in the browser's history, which leads back to where one was. */
+let hasStep = false;
+
+function search(text: string) {
+  const { query } = route.peek();
+  if (isSearching()) return replaceQuery({ q: text, library: query.get("library") ?? undefined });
+  hasStep = true;
+  goTo(["search"], { q: text, library: query.get("library") ?? undefined });
+}
+
+function leave(input: HTMLInputElement) {
+  input.value = "";
+  if (!isSearching()) return input.blur();
+  if (hasStep) history.back();
+  else search("");
+  hasStep = false;
+}
 
 export function SearchField() {
   const input = useRef<HTMLInputElement>(null);
-  useKeys({ "/": () => input.current?.focus() });
+  useKeys({
+    "/": () => {
+      input.current?.focus();
+      input.current?.select();
+    },
+  });
+  const { segments, query } = route.value;
+  const shown = segments[0] === "search" ? (query.get("q") ?? "") : "";
+  useEffect(() => {
+    if (input.current && input.current.value.trim() !== shown) input.current.value = shown;
+  }, [shown]);
+  const onKeyDown = (event: KeyboardEvent) => {
+    if (event.isComposing || !input.current) return;
+    if (event.key === "Escape") leave(input.current);
+    else if ((event.key !== "ArrowDown" && event.key !== "Enter") || !focusFirstHit()) return;
+    event.preventDefault();
+  };
   return (
     <search class="search">
       <Icon name="search" />
-      <input ref={input} type="search" aria-label={t("keys.search")} placeholder={t("keys.search")} />
+      <input
+        ref={input}
+        type="search"
+        aria-label={t("keys.search")}
+        placeholder={t("keys.search")}
+        autocomplete="off"
+        spellcheck={false}
+        maxLength={1000}
+        onInput={(event) => search(event.currentTarget.value.trim())}
+        onKeyDown={onKeyDown}
+      />
+      <kbd>/</kbd>
     </search>
   );
 }

@@ -1,46 +1,98 @@
-// All songs of a library.
-import { useEffect, useMemo } from "preact/hooks";
-import { get } from "../api/http.ts";
-import type { Page, Song } from "../api/types.ts";
-import { chosenSongs } from "../list/items.ts";
-import { type Column, ListView } from "../list/list_view.tsx";
-import { Selection } from "../list/selection.ts";
-import { PagedSource } from "../list/source.ts";
-import { play } from "../playback/commands.ts";
-import { formatDuration, t } from "../text/index.ts";
+// All songs of a library, or those that a query chooses.
+import type { Query } from "../api/http.ts";
+import type { Song } from "../api/types.ts";
+import type { Sort } from "../list/list_view.tsx";
+import { t } from "../text/index.ts";
+import { Icon } from "../ui/icon.tsx";
+import type { Route } from "../ui/router.ts";
+import { useTitle } from "../ui/title.ts";
+import { saveAs, shuffleSongs, songsMenu } from "./deeds.ts";
+import { Empty } from "./empty.tsx";
+import { changeQuery, FilterField, LibrarySwitch, MenuButton, ViewHead, Ways } from "./head.tsx";
+import { libraryOf, useList, useSteady } from "./lists.ts";
+import { openColumnsMenu } from "./song_columns.tsx";
+import { SongTable } from "./song_table.tsx";
+import { songsAt, songsBy } from "./songs.ts";
 
-function columns(): Column<Song>[] {
-  return [
-    { key: "title", label: t("library.title"), width: "minmax(8rem, 3fr)", cell: (song) => song.title },
-    { key: "artist", label: t("library.artist"), width: "minmax(6rem, 2fr)", cell: (song) => song.artist },
-    {
-      key: "duration",
-      label: "",
-      width: "4rem",
-      align: "end",
-      cell: (song) => formatDuration(song.duration),
-    },
-  ];
+/** Columns that go on with others, where they do not tell songs apart. */
+const ORDERS: Record<string, string> = {
+  artist: "artist,album,disc,track",
+  album: "album,disc,track",
+  album_artist: "album_artist,album,disc,track",
+  track: "track,album",
+  disc: "disc,album,track",
+};
+
+export interface SongOrder {
+  sort: Sort | undefined;
+  query: Query;
 }
 
-export function SongsView() {
-  const source = useMemo(
-    () =>
-      new PagedSource<Song>((offset, limit, signal) => get<Page<Song>>("songs", { offset, limit }, signal)),
-    [],
-  );
-  const selection = useMemo(() => new Selection(), []);
-  useEffect(() => {
-    document.title = t("library.songs");
-  }, []);
+/** The order that the address asks for. */
+export function songOrder({ query }: Route, usual?: string): SongOrder {
+  const key = query.get("sort") ?? usual;
+  const down = query.get("dir") === "desc";
+  const order = key && (ORDERS[key] ?? key);
+  return { sort: key ? { key, down } : undefined, query: { sort: order, dir: down ? "desc" : undefined } };
+}
+
+export function onSort({ key, down }: Sort) {
+  changeQuery({ sort: key, dir: down ? "desc" : undefined });
+}
+
+export function ColumnsButton() {
+  const label = t("library.columns");
   return (
-    <ListView
-      label={t("library.songs")}
-      source={source}
-      columns={columns()}
-      selection={selection}
-      header
-      onOpen={(song) => void play(chosenSongs([song]))}
-    />
+    <button
+      type="button"
+      class="icon-button columns-button"
+      aria-haspopup="menu"
+      aria-label={label}
+      title={label}
+      onClick={({ currentTarget }) => openColumnsMenu(currentTarget)}
+    >
+      <Icon name="columns" />
+    </button>
+  );
+}
+
+export function SongsView({ route }: { route: Route }) {
+  const library = libraryOf(route.query);
+  const q = route.query.get("q") ?? undefined;
+  const order = songOrder(route, "artist");
+  const query = { library, q, ...order.query };
+  const list = useSteady(useList<Song>("songs", query));
+  const name = q ?? t("library.songs");
+  const total = list.source.total.value;
+  useTitle(t("library.songs"));
+  const all = () => songsBy(query, name, total);
+  return (
+    <>
+      <ViewHead title={t("library.songs")} count={total}>
+        <LibrarySwitch shown={library} />
+        <FilterField />
+        <button type="button" class="button" disabled={!total} onClick={() => void shuffleSongs(all())}>
+          <Icon name="shuffle" />
+          {t("library.shuffle")}
+        </button>
+        <button type="button" class="button" disabled={!total} onClick={() => void saveAs(all())}>
+          <Icon name="list" />
+          {t("library.save_as")}
+        </button>
+        <ColumnsButton />
+        <MenuButton items={() => songsMenu(all())} />
+      </ViewHead>
+      <Ways at="songs" />
+      <SongTable
+        label={t("library.songs")}
+        name={name}
+        list={list}
+        songOf={(song) => song}
+        songsAt={(ranges) => songsAt(list.source, ranges, name)}
+        sort={order.sort}
+        onSort={onSort}
+        empty={<Empty isFiltered={q !== undefined} library={library} />}
+      />
+    </>
   );
 }

@@ -12,7 +12,6 @@ interface TileViewProps<T> {
   label: string;
   source: ListSource<T>;
   tile: (item: T) => ComponentChildren;
-  tileLabel: (item: T) => string;
   onOpen: (item: T) => void;
   onMenu?: (item: T, place: { x: number; y: number }) => void;
   onKey?: (event: KeyboardEvent, item: T) => boolean;
@@ -24,7 +23,7 @@ interface TileViewProps<T> {
 
 const NARROWEST = 152; // pixels of a tile and the room beside it
 const LINES = 60; // pixels of what stands under a picture, and the room below
-const EDGES = 32; // pixels of room left and right of all tiles
+const EDGES = 16; // pixels of room left and right of all tiles
 
 export function TileView<T>(props: TileViewProps<T>) {
   const { source, label } = props;
@@ -95,7 +94,6 @@ export function TileView<T>(props: TileViewProps<T>) {
         data-index={index}
         tabIndex={index === active.value ? 0 : -1}
         aria-colindex={(index % lanes.value) + 1}
-        aria-label={item && props.tileLabel(item)}
         style={{ width: `${tileWidth.value}px` }}
       >
         {item === undefined ? <span class="tile-skeleton" /> : props.tile(item)}

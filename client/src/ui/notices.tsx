@@ -44,8 +44,12 @@ export function announce(text: string) {
   announced.value = text;
 }
 
-/** Why a request failed, as a sentence for people. */
+/** Thrown for what cannot be done; its message is a sentence for people. */
+export class Refusal extends Error {}
+
+/** Why something failed, as a sentence for people. */
 export function reasonOf(error: unknown): string {
+  if (error instanceof Refusal) return error.message;
   if (!(error instanceof RequestError)) return t("error.unexpected");
   if (error.status === 0) return t("error.no_connection");
   const known: Record<string, TextKey> = {

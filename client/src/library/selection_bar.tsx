@@ -1,0 +1,61 @@
+// What can be done with what is selected, at the foot of its list.
+import { t } from "../text/index.ts";
+import { Icon, type IconName } from "../ui/icon.tsx";
+import {
+  addLabel,
+  addToOpen,
+  addToOther,
+  downloadSongs,
+  playSongs,
+  playSongsNext,
+  queueSongs,
+} from "./deeds.ts";
+import type { KeptList } from "./lists.ts";
+import type { Songs } from "./songs.ts";
+
+interface SelectionBarProps<T> {
+  list: KeptList<T>;
+  chosen: () => Songs | undefined;
+}
+
+/** It is there with a mouse also when nothing is selected, as a list must not move under a double click. */
+export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
+  const { source, selection } = list;
+  const count = selection.count.value;
+  if (count === 0) {
+    const total = source.total.value ?? 0;
+    return <p class="selection-bar none">{total > 0 && t("library.select_some")}</p>;
+  }
+  const button = (icon: IconName, label: string, deed: (songs: Songs) => void, primary = false) => (
+    <button
+      type="button"
+      class={primary ? "button primary" : "button"}
+      onClick={() => {
+        const songs = chosen();
+        if (songs) deed(songs);
+      }}
+    >
+      <Icon name={icon} />
+      {label}
+    </button>
+  );
+  return (
+    <div class="selection-bar" role="toolbar" aria-label={t("library.selection")}>
+      <button
+        type="button"
+        class="icon-button"
+        aria-label={t("library.clear_selection")}
+        onClick={() => selection.clear()}
+      >
+        <Icon name="close" />
+      </button>
+      <strong>{t("count.selected", { count })}</strong>
+      {button("add", addLabel(), addToOpen, true)}
+      {button("list", t("library.add_to"), addToOther)}
+      {button("play", t("library.play"), playSongs)}
+      {button("next", t("library.play_next"), playSongsNext)}
+      {button("queue", t("library.enqueue"), queueSongs)}
+      {button("download", t("library.download"), downloadSongs)}
+    </div>
+  );
+}

@@ -1,0 +1,154 @@
+// The columns of songs: which there are, which a person wants, and which of those there is room for.
+import { signal } from "@preact/signals";
+import type { ComponentChildren } from "preact";
+import type { Song } from "../api/types.ts";
+import type { Column } from "../list/list_view.tsx";
+import { formatDate, formatDuration, type TextKey, t } from "../text/index.ts";
+import { openMenu } from "../ui/menu.tsx";
+
+export interface SongColumn {
+  key: string;
+  label: TextKey;
+  /** Pixels below which it says nothing. */
+  least: number;
+  /** Its share of what room is left; 0: it is always as narrow as that. */
+  share: number;
+  cell: (song: Song) => ComponentChildren;
+  align?: "end";
+}
+
+/** Text that may be cut. */
+export function Cut({ text }: { text: string | undefined }) {
+  return <span title={text}>{text}</span>;
+}
+
+const number = (value: number | undefined) => value || "";
+
+/** The later ones make room first. */
+export const SONG_COLUMNS: SongColumn[] = [
+  { key: "title", label: "library.title", least: 160, share: 3, cell: ({ title }) => <Cut text={title} /> },
+  {
+    key: "duration",
+    label: "library.duration",
+    least: 64,
+    share: 0,
+    align: "end",
+    cell: ({ duration }) => formatDuration(duration),
+  },
+  {
+    key: "artist",
+    label: "library.artist",
+    least: 112,
+    share: 2,
+    cell: ({ artist }) => <Cut text={artist} />,
+  },
+  { key: "album", label: "library.album", least: 112, share: 2, cell: ({ album }) => <Cut text={album} /> },
+  {
+    key: "track",
+    label: "library.track",
+    least: 40,
+    share: 0,
+    align: "end",
+    cell: ({ track }) => number(track),
+  },
+  { key: "year", label: "library.year", least: 48, share: 0, align: "end", cell: ({ year }) => number(year) },
+  { key: "genre", label: "library.genre", least: 96, share: 1, cell: ({ genre }) => <Cut text={genre} /> },
+  {
+    key: "album_artist",
+    label: "library.album_artist",
+    least: 112,
+    share: 2,
+    cell: (song) => <Cut text={song.album_artist} />,
+  },
+  { key: "disc", label: "library.disc", least: 40, share: 0, align: "end", cell: ({ disc }) => number(disc) },
+  {
+    key: "added",
+    label: "library.added",
+    least: 104,
+    share: 0,
+    cell: ({ added }) => (added === undefined ? "" : formatDate(added)),
+  },
+  { key: "type", label: "library.type", least: 56, share: 0, cell: ({ type }) => type },
+];
+
+/** The order in which they stand. */
+const ORDER = [
+  "track",
+  "title",
+  "artist",
+  "album",
+  "album_artist",
+  "year",
+  "genre",
+  "disc",
+  "added",
+  "type",
+  "duration",
+];
+
+/** Below so many pixels all of a song stands in one column, in two lines. */
+const COMPACT = 520;
+const GAP = 12;
+const EDGES = 32;
+const KEPT = "columns.songs";
+const USUAL = ["title", "duration", "artist", "album", "year"];
+
+export const wanted = signal<string[]>(readWanted());
+
+function readWanted(): string[] {
+  const text = localStorage.getItem(KEPT);
+  return text === null ? USUAL : text.split(",").filter((key) => ORDER.includes(key));
+}
+
+function want(key: string, isWanted: boolean) {
+  const others = wanted.value.filter((other) => other !== key);
+  wanted.value = isWanted ? [...others, key] : others;
+  localStorage.setItem(KEPT, wanted.value.join(","));
+}
+
+/** Those of the keys that fit beside each other into `width` pixels, in the order in which they stand. */
+export function fittingColumns(keys: readonly string[], width: number): SongColumn[] {
+  let room = width - EDGES;
+  const fitting = SONG_COLUMNS.filter((column) => {
+    if (column.key !== "title" && !keys.includes(column.key)) return false;
+    room -= column.least + GAP;
+    return room + GAP >= 0 || column.key === "title";
+  });
+  return fitting.sort((a, b) => ORDER.indexOf(a.key) - ORDER.indexOf(b.key));
+}
+
+export function isCompact(width: number) {
+  return width < COMPACT;
+}
+
+/** For a list of rows of which some are songs. */
+export function listColumn<T>(column: SongColumn, songOf: (row: T) => Song | undefined): Column<T> {
+  const { key, label, least, share, align } = column;
+  return {
+    key,
+    label: t(label),
+    width: share === 0 ? `${least}px` : `minmax(${least}px, ${share}fr)`,
+    sortable: true,
+    ...(align && { align }),
+    cell: (row) => {
+      const song = songOf(row);
+      return song && column.cell(song);
+    },
+  };
+}
+
+/** Lets people choose columns. */
+export function openColumnsMenu(button: HTMLElement) {
+  const columns = ORDER.filter((key) => key !== "title").flatMap(
+    (key) => SONG_COLUMNS.find((column) => column.key === key) ?? [],
+  );
+  openMenu(
+    button,
+    t("library.columns"),
+    columns.map(({ key, label }) => ({
+      label: t(label),
+      checked: wanted.value.includes(key),
+      run: () => want(key, !wanted.value.includes(key)),
+    })),
+  );
+}

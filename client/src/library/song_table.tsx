@@ -1,0 +1,203 @@
+// The table of songs that all views share: selecting, playing, adding, dragging, and what is selected at its foot.
+import type { ComponentChildren } from "preact";
+import { useLayoutEffect, useRef, useState } from "preact/hooks";
+import type { Song } from "../api/types.ts";
+import type { Dragged } from "../list/drag.tsx";
+import { type Column, ListView, type Section, type Sort } from "../list/list_view.tsx";
+import { type Range, rangesOf } from "../list/selection.ts";
+import { formatDuration, t } from "../text/index.ts";
+import { Icon } from "../ui/icon.tsx";
+import { useKeys } from "../ui/keys.tsx";
+import { openMenu } from "../ui/menu.tsx";
+import { addToOpen, addToOther, MOST_QUEUED, onSongsKey, playSongs, songsMenu } from "./deeds.ts";
+import type { KeptList } from "./lists.ts";
+import { SelectionBar } from "./selection_bar.tsx";
+import { Cut, fittingColumns, isCompact, listColumn, wanted } from "./song_columns.tsx";
+import { songMenu } from "./song_menu.tsx";
+import type { Songs } from "./songs.ts";
+
+export interface SongTableProps<T> {
+  label: string;
+  list: KeptList<T>;
+  /** What all of them are called. */
+  name: string;
+  songOf: (row: T) => Song | undefined;
+  songsAt: (ranges: readonly Range[]) => Songs;
+  /** Keys of columns, where they are not those that people have chosen. */
+  columns?: string[];
+  /** What stands in the first column for a row that is no song, and what opens it. */
+  otherCell?: (row: T) => ComponentChildren;
+  onOpenOther?: (row: T) => void;
+  sort?: Sort | undefined;
+  onSort?: (sort: Sort) => void;
+  lead?: ComponentChildren;
+  sections?: Section[];
+  empty?: ComponentChildren;
+}
+
+export function SongTable<T>(props: SongTableProps<T>) {
+  const { list, songOf, songsAt } = props;
+  const { source, selection } = list;
+  const box = useRef<HTMLDivElement>(null);
+  const width = useWidth(box);
+  const compact = isCompact(width);
+
+  const chosen = (): Songs | undefined => {
+    if (selection.count.value > 0) return songsAt(selection.ranges.value);
+    return source.at(selection.active.value) ? songsAt(rangesOf([selection.active.value])) : undefined;
+  };
+  const withChosen = (deed: (songs: Songs) => void) => () => {
+    const songs = selection.count.value > 0 ? chosen() : undefined;
+    if (songs) deed(songs);
+  };
+  useKeys({ A: withChosen(addToOpen), L: withChosen(addToOther) });
+
+  const playFrom = (row: T, index: number) => {
+    if (!songOf(row)) return props.onOpenOther?.(row);
+    const total = source.total.peek() ?? 0;
+    const first = total <= MOST_QUEUED ? firstOf(props, index) : index;
+    void playSongs(songsAt([{ first, end: total }]), index - first);
+  };
+  const menuOf = (index: number) => {
+    const row = source.at(index);
+    const song = row && songOf(row);
+    const isOne = selection.count.value <= 1 || !selection.has(index);
+    const songs = isOne ? songsAt(rangesOf([index])) : chosen();
+    if (!songs) return [];
+    return song && isOne ? songMenu(song, songs) : songsMenu(songs);
+  };
+  const lift = (positions: number[]): Dragged | undefined => {
+    const isSelection = positions.length > 1;
+    const songs = songsAt(isSelection ? selection.ranges.value : rangesOf(positions));
+    const only = source.at(positions[0] ?? 0);
+    const title = only && (songOf(only)?.title ?? songs.name);
+    return {
+      chosen: songs,
+      label: isSelection ? t("count.songs", { count: positions.length }) : (title ?? ""),
+    };
+  };
+  const more = (index: number, button: HTMLElement) => openMenu(button, t("library.menu"), menuOf(index));
+  return (
+    <div ref={box} class="song-table">
+      <ListView
+        label={props.label}
+        source={source}
+        selection={selection}
+        place={list.place}
+        columns={columnsOf(props, width, more)}
+        header={!compact}
+        sort={props.sort}
+        {...(props.onSort && { onSort: props.onSort })}
+        onOpen={playFrom}
+        onKey={(event) => onSongsKey(event, chosen)}
+        onMenu={(index, place) => openMenu(place, t("library.menu"), menuOf(index))}
+        lift={lift}
+        lead={props.lead}
+        {...(props.sections && { sections: props.sections })}
+        empty={props.empty}
+      />
+      <SelectionBar list={list} chosen={chosen} />
+    </div>
+  );
+}
+
+/** Where the songs begin of which `index` is one: behind what else is listed. */
+function firstOf<T>({ list, songOf, otherCell }: SongTableProps<T>, index: number) {
+  if (!otherCell) return 0;
+  let first = index;
+  for (let row = list.source.at(first - 1); row && songOf(row); row = list.source.at(first - 1)) first--;
+  return first;
+}
+
+function useWidth(box: { readonly current: HTMLElement | null }) {
+  const [width, setWidth] = useState(0);
+  useLayoutEffect(() => {
+    const element = box.current;
+    if (!element) return;
+    const measure = () => setWidth(element.clientWidth);
+    const observer = new ResizeObserver(measure);
+    observer.observe(element);
+    measure();
+    return () => observer.disconnect();
+  }, [box]);
+  return width;
+}
+
+const MORE = 32; // pixels of the button at the end of a row
+
+function columnsOf<T>(
+  props: SongTableProps<T>,
+  width: number,
+  more: (index: number, button: HTMLElement) => void,
+): Column<T>[] {
+  const columns = isCompact(width)
+    ? compactColumns(props.songOf)
+    : fittingColumns(props.columns ?? wanted.value, width - MORE).map((column) =>
+        listColumn(column, props.songOf),
+      );
+  const name = columns.find(({ key }) => key === "title");
+  if (name && props.otherCell) name.cell = withOther(name.cell, props);
+  return [...columns, moreColumn(props.songOf, more)];
+}
+
+/** In its place, what a row says that is no song. */
+function withOther<T>(cell: Column<T>["cell"], { songOf, otherCell }: SongTableProps<T>): Column<T>["cell"] {
+  return (row, index) => (songOf(row) ? cell(row, index) : otherCell?.(row));
+}
+
+function compactColumns<T>(songOf: (row: T) => Song | undefined): Column<T>[] {
+  return [
+    {
+      key: "title",
+      label: t("library.title"),
+      width: "minmax(0, 1fr)",
+      cell: (row) => {
+        const song = songOf(row);
+        return song && <Lines song={song} />;
+      },
+    },
+    {
+      key: "duration",
+      label: t("library.duration"),
+      width: "auto",
+      align: "end",
+      cell: (row) => {
+        const song = songOf(row);
+        return song && <span class="soft small">{formatDuration(song.duration)}</span>;
+      },
+    },
+  ];
+}
+
+function Lines({ song }: { song: Song }) {
+  return (
+    <span class="lines">
+      <Cut text={song.title} />
+      <Cut text={[song.artist, song.album].filter(Boolean).join(" – ")} />
+    </span>
+  );
+}
+
+function moreColumn<T>(
+  songOf: (row: T) => Song | undefined,
+  more: (index: number, button: HTMLElement) => void,
+): Column<T> {
+  return {
+    key: "more",
+    label: t("library.menu"),
+    quiet: true,
+    width: "var(--control)",
+    cell: (row, index) => (
+      <button
+        type="button"
+        class="icon-button row-more"
+        tabIndex={-1}
+        aria-haspopup="menu"
+        aria-label={t("library.more_of", { name: songOf(row)?.title ?? "" })}
+        onClick={(event) => more(index, event.currentTarget)}
+      >
+        <Icon name="more" />
+      </button>
+    ),
+  };
+}
