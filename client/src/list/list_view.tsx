@@ -22,8 +22,6 @@ export interface Column<T> {
   /** Numbers stand at the end of their cell. */
   align?: "start" | "end";
   sortable?: boolean;
-  /** Its label is only for those who hear the page. */
-  quiet?: boolean;
 }
 
 export interface Sort {
