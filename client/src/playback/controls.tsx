@@ -11,7 +11,7 @@ import type { Repeat } from "./order.ts";
 import { player } from "./players.ts";
 
 export function coverAddress(item: Item | undefined, size: 96 | 320 | 640) {
-  return item?.song && address(`api/songs/${item.song.id}/cover`, { size });
+  return item?.song && address(`api/songs/${item.song.id}/cover`, { size, missing: "none" });
 }
 
 /** The picture of what plays, in a place that is there without one as well. */

@@ -1,7 +1,4 @@
 // How this browser asks for a song: as it is, or in another format where it cannot decode that one.
-import { address } from "../api/http.ts";
-import type { Song } from "../api/types.ts";
-import type { Item } from "../list/items.ts";
 
 /** What the browser is asked about, by the song's type, which is the ending of its file's name. */
 const MEDIA_TYPES: Record<string, string> = {
@@ -25,7 +22,6 @@ const MEDIA_TYPES: Record<string, string> = {
 };
 
 const OPUS = 'audio/ogg; codecs="opus"';
-const BITRATE = { opus: 128, mp3: 192 }; // kbit/s
 
 export interface Abilities {
   canPlay: (mediaType: string) => boolean;
@@ -41,28 +37,6 @@ export function formatFor(type: string | undefined, can: Abilities, failed = fal
   const decodes = !failed && (mediaType === undefined || can.canPlay(mediaType));
   if (decodes || !can.transcoding) return "as_it_is";
   return can.canPlay(OPUS) ? "opus" : "mp3";
-}
-
-/** Where the sound of an entry comes from. */
-export interface Source {
-  url: string;
-  format: Format | "stream";
-  /** The second of the song that the sound begins with. */
-  base: number;
-}
-
-/** A transcoded song begins where it is asked to; another one is sought in. */
-export function sourceOfSong(song: Pick<Song, "id">, format: Format, at: number): Source {
-  const path = `api/songs/${song.id}/stream`;
-  if (format === "as_it_is") return { url: address(path), format, base: 0 };
-  const base = Math.floor(at);
-  const query = { format, bitrate: BITRATE[format], offset_seconds: base || undefined };
-  return { url: address(path, query), format, base };
-}
-
-export function sourceOf(item: Item, at: number, can: Abilities, failed: boolean): Source | undefined {
-  if (item.song) return sourceOfSong(item.song, formatFor(item.song.type, can, failed), at);
-  return item.stream === undefined ? undefined : { url: item.stream, format: "stream", base: 0 };
 }
 
 const PLAYED_AFTER = 240; // seconds of a long song

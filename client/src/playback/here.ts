@@ -6,7 +6,7 @@ import { t } from "../text/index.ts";
 import { record } from "../ui/history.ts";
 import { notify } from "../ui/notices.tsx";
 import { overview, user } from "../ui/session.tsx";
-import { isHeard, type Source, sourceOf } from "./formats.ts";
+import { isHeard } from "./formats.ts";
 import { isBoolean, kept } from "./kept.ts";
 import { countPlay } from "./marks.ts";
 import type { Key, Order, Repeat } from "./order.ts";
@@ -15,6 +15,7 @@ import { BACK_TO_BEGINNING, type Player } from "./player.ts";
 import { isPlayable, MOST_ENTRIES, queue } from "./queue.ts";
 import { changed, keepQueue } from "./queue_sync.ts";
 import { Sound } from "./sound.ts";
+import { type Source, sourceOf } from "./source.ts";
 
 const isPercent = (value: unknown): value is number =>
   typeof value === "number" && value >= 0 && value <= 100;
@@ -42,7 +43,9 @@ class Here implements Player {
   private readonly foundDuration = signal<number | undefined>(undefined);
   private readonly pauses = new Pauses();
   private stalling = 0;
-  /** The entry that the sound is of. */
+  /** The entry that `elapsed` is of. */
+  private shown: Key | undefined;
+  /** The one that the sound is of; undefined while there is none. */
   private loaded: Key | undefined;
   /** Entries that the browser could not decode as they are. */
   private readonly undecodable = new Set<Key>();
@@ -112,6 +115,7 @@ class Here implements Player {
 
   /** Another entry has become the current one. */
   private turn(at = 0) {
+    this.shown = queue.order.peek().current;
     this.elapsed.value = at;
     this.heard = 0;
     this.attempts = 0;
@@ -166,7 +170,22 @@ class Here implements Player {
     if (shuffle) queue.shuffles.value = true;
     const first = startAt ?? (queue.shuffles.peek() ? Math.floor(Math.random() * items.length) : 0);
     this.failures = 0;
+    const before = queue.order.peek();
+    const gone = queue.isHandmade ? queue.itemsOf(before.keys) : new Map<Key, Item>();
     this.takeOver(items, first, 0, true);
+    if (gone.size > 1) this.offerBack(before, gone);
+  }
+
+  /** A queue that was put together by hand is not lost by a press on a song. */
+  private offerBack(before: Order, gone: Map<Key, Item>) {
+    const bringBack = () => {
+      queue.restore(queue.order.peek(), before, gone);
+      this.follow();
+    };
+    notify({
+      text: t("queue.replaced", { count: gone.size }),
+      action: { label: t("queue.bring_back"), run: bringBack },
+    });
   }
 
   /** Plays these from a place on, as another player has left them. */
@@ -219,6 +238,7 @@ class Here implements Player {
     this.halt();
     this.unload();
     this.undecodable.clear();
+    this.shown = queue.order.peek().current;
     this.heard = 0;
     this.elapsed.value = elapsed;
   }
@@ -227,10 +247,11 @@ class Here implements Player {
   follow() {
     const { current } = queue.order.peek();
     if (current === undefined) {
+      this.shown = undefined;
       this.halt();
       this.unload();
       this.elapsed.value = 0;
-    } else if (this.loaded !== undefined && this.loaded !== current) this.turn();
+    } else if (this.shown !== current) this.turn();
     else this.prepareNext();
   }
 

@@ -71,6 +71,8 @@ class Queue implements ListSource<Item> {
   });
 
   private readonly items = new Map<Key, Item>();
+  /** Whether people have changed it since it began to play. */
+  isHandmade = false;
   private nextKey = 0;
   /** The keys of entries that the server had when the queue was fetched; their positions there count from the first. */
   private fetchable = { first: 0, end: 0 };
@@ -86,6 +88,16 @@ class Queue implements ListSource<Item> {
 
   itemOfKey(key: Key) {
     return this.items.get(key);
+  }
+
+  /** Of those that are there. */
+  itemsOf(keys: readonly Key[]) {
+    const items = new Map<Key, Item>();
+    for (const key of keys) {
+      const item = this.items.get(key);
+      if (item) items.set(key, item);
+    }
+    return items;
   }
 
   want(first: number, end: number) {
@@ -198,6 +210,7 @@ class Queue implements ListSource<Item> {
 
   private change(order: Order, what: "items" | "place" = "items") {
     this.order.value = order;
+    if (what === "items") this.isHandmade = true;
     if (what === "items") this.revision.value++;
     this.onChange(what);
   }
@@ -211,6 +224,7 @@ class Queue implements ListSource<Item> {
     this.stopsAfter.value = false;
     this.isKnown.value = true;
     this.change(this.shuffles.peek() ? shuffled(order) : order);
+    this.isHandmade = false;
   }
 
   insert(items: readonly Item[], at: number): Key[] {

@@ -1,5 +1,5 @@
 // Two audio elements: one is heard, the other one loads what comes next, so that it goes on at once.
-import type { Source } from "./formats.ts";
+import type { Source } from "./source.ts";
 
 interface Deck {
   readonly audio: HTMLAudioElement;

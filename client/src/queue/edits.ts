@@ -26,8 +26,7 @@ async function remove(label: string, keys: readonly Key[]) {
   } catch (error) {
     return notifyFailure(t("queue.not_loaded"), error, () => void remove(label, keys));
   }
-  const gone = new Map(keys.map((key) => [key, queue.itemOfKey(key) as Item]));
-  edit(label, () => queue.remove(keys), gone);
+  edit(label, () => queue.remove(keys), queue.itemsOf(keys));
 }
 
 export function removeAt(positions: readonly number[]) {

@@ -331,6 +331,11 @@ export const de: Catalogue = {
   },
 
   // Queue
+  "queue.replaced": {
+    one: "Deine Warteschlange mit {count} Titel wurde ersetzt",
+    other: "Deine Warteschlange mit {count} Titeln wurde ersetzt",
+  },
+  "queue.bring_back": "Zurückholen",
   "queue.saved": "Gespeichert als „{name}“",
   "queue.list_not_made": "Die Playlist wurde nicht angelegt.",
   "queue.save_now": "Speichern",

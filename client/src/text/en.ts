@@ -325,6 +325,11 @@ export const en = {
   },
 
   // Queue
+  "queue.replaced": {
+    one: "Your queue of {count} song was replaced",
+    other: "Your queue of {count} songs was replaced",
+  },
+  "queue.bring_back": "Bring it back",
   "queue.saved": "Saved as “{name}”",
   "queue.list_not_made": "The playlist was not made.",
   "queue.save_now": "Save",

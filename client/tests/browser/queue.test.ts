@@ -1,0 +1,228 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import type { Page } from "playwright-core";
+import type { Queue, Song, Page as Stretch } from "../../src/api/types.ts";
+import { expectNoViolations, openHouse, PHONE, SIZES, THEMES, takePicture, type User } from "./fixture.ts";
+
+const house = openHouse();
+
+const ALBUM = ["Seed", "Rain on Glass", "Snail, Slowly", "Compost (Reprise)"];
+
+const bar = (page: Page) => page.getByRole("region", { name: "Player" });
+const button = (page: Page, name: string) => bar(page).getByRole("button", { name, exact: true });
+const grid = (page: Page) => page.getByRole("grid", { name: "Queue" });
+const row = (page: Page, title: string) => grid(page).getByRole("row", { name: title });
+const notice = (page: Page, text: string | RegExp) => page.locator(".notice").filter({ hasText: text });
+
+async function idsOf(titles: readonly string[]) {
+  const { items } = await house.get<Stretch<Song>>("api/songs?limit=1000");
+  return titles.map((title) => items.find((song) => song.title === title)?.id);
+}
+
+// What another device has left.
+async function leaveQueue(titles: readonly string[], place: object = {}, user: User = "anna") {
+  const items = (await idsOf(titles)).map((song) => ({ song }));
+  const body = JSON.stringify({ items, ...place });
+  const answer = await house.ask("api/queue", { method: "PUT", body }, user);
+  assert.equal(answer.status, 200);
+}
+
+async function titlesAtServer(user: User = "anna") {
+  const queue = await house.get<Queue>("api/queue?limit=1000", user);
+  return queue.items.map(({ song }) => song?.title);
+}
+
+async function titlesShown(page: Page) {
+  const labels = await grid(page)
+    .getByRole("row")
+    .evaluateAll((rows) => rows.map((each) => each.getAttribute("aria-label") ?? ""));
+  return labels.map((label) => ALBUM.find((title) => label.startsWith(title)));
+}
+
+// Does something that changes the queue, until the server has it.
+async function saved(page: Page, work: () => Promise<void>) {
+  const written = page.waitForResponse(
+    (answer) => answer.url().includes("api/queue") && answer.request().method() === "PUT",
+  );
+  await work();
+  assert.equal((await written).status(), 200);
+}
+
+async function hear(page: Page, seconds: number) {
+  await page.waitForFunction(
+    (least) => Number(document.querySelector<HTMLInputElement>(".seek input")?.value) >= least,
+    seconds,
+  );
+}
+
+for (const size of SIZES) {
+  for (const theme of THEMES) {
+    test(`the queue on a ${size.name}, ${theme}, full and empty`, async () => {
+      await leaveQueue(ALBUM, { position: 1, elapsed: 2 });
+      await house.visit({ size, theme, at: "#/queue" }, async (page) => {
+        await row(page, "Seed").waitFor();
+        await page.getByText("2 songs up next, 0:06").waitFor();
+        await takePicture(page, `queue-${size.name}-${theme}`);
+        await expectNoViolations(page, "main");
+      });
+      await leaveQueue([]);
+      await house.visit({ size, theme, at: "#/queue" }, async (page) => {
+        await page.getByText("The queue is empty.").waitFor();
+        await takePicture(page, `queue-empty-${size.name}-${theme}`);
+        await expectNoViolations(page, "main");
+      });
+    });
+  }
+}
+
+test("another device shows what was played, and goes on with it", async () => {
+  await leaveQueue(ALBUM, { position: 1, elapsed: 2.5 });
+  await house.visit({ at: "#/queue" }, async (page) => {
+    const offer = notice(page, "Played on another device: Rain on Glass – The Window Boxes, at 0:03");
+    await bar(page).getByRole("link", { name: "Rain on Glass" }).waitFor();
+    await offer.getByRole("button", { name: "Go on here" }).click();
+    await button(page, "Pause").waitFor();
+    await hear(page, 3);
+    await offer.waitFor({ state: "hidden" });
+  });
+});
+
+test("the queue is there after a reload, where it was", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await row(page, "Rain on Glass").dblclick();
+    await hear(page, 1);
+    await page.reload();
+    await bar(page).getByRole("link", { name: "Rain on Glass" }).waitFor();
+    await hear(page, 1);
+    await button(page, "Play").waitFor();
+    assert.deepEqual(await titlesShown(page), ALBUM);
+    assert.equal(await notice(page, "another device").count(), 0);
+  });
+});
+
+test("entries are moved by keys, to a position and by dragging, removed, and that is undone", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await row(page, "Seed").click();
+    await saved(page, () => page.keyboard.press("Alt+ArrowDown"));
+    assert.deepEqual(await titlesAtServer(), ["Rain on Glass", "Seed", "Snail, Slowly", "Compost (Reprise)"]);
+    await page.keyboard.press("m");
+    await page.getByLabel("Position, 1 to 4").fill("4");
+    await saved(page, () => page.keyboard.press("Enter"));
+    const atEnd = ["Rain on Glass", "Snail, Slowly", "Compost (Reprise)", "Seed"];
+    assert.deepEqual(await titlesAtServer(), atEnd);
+    await saved(page, async () => {
+      await row(page, "Seed").hover();
+      await page.mouse.down();
+      const first = await row(page, "Rain on Glass").boundingBox();
+      await page.mouse.move((first?.x ?? 0) + 200, (first?.y ?? 0) + 2, { steps: 5 });
+      await page.mouse.up();
+    });
+    assert.deepEqual(await titlesAtServer(), ALBUM);
+    await row(page, "Rain on Glass").click();
+    await page.keyboard.press("Shift+ArrowDown");
+    await saved(page, () => page.keyboard.press("Delete"));
+    assert.deepEqual(await titlesAtServer(), ["Seed", "Compost (Reprise)"]);
+    await saved(page, () => page.keyboard.press("Control+z"));
+    assert.deepEqual(await titlesAtServer(), ALBUM);
+    assert.deepEqual(await titlesShown(page), ALBUM);
+  });
+});
+
+test("a cleared queue comes back", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await row(page, "Seed").waitFor();
+    await page.getByRole("main").getByRole("button", { name: "More" }).click();
+    await saved(page, () => page.getByRole("menuitem", { name: "Clear" }).click());
+    await page.getByText("The queue is empty.").waitFor();
+    assert.deepEqual(await titlesAtServer(), []);
+    const undo = notice(page, "Cleared the queue of 4 songs").getByRole("button", { name: "Undo" });
+    await saved(page, () => undo.click());
+    assert.deepEqual(await titlesAtServer(), ALBUM);
+  });
+});
+
+test("when another device has gone on, the user says which queue holds", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue", errors: /412/ }, async (page) => {
+    await row(page, "Seed").click();
+    await leaveQueue(["Seed"]);
+    await page.keyboard.press("Delete");
+    const question = notice(page, "Another device went on with the queue.");
+    await saved(page, () => question.getByRole("button", { name: "Keep this one" }).click());
+    assert.deepEqual(await titlesAtServer(), ALBUM.slice(1));
+
+    await leaveQueue(["Seed"]);
+    await row(page, "Rain on Glass").click();
+    await page.keyboard.press("Delete");
+    await question.getByRole("button", { name: "Take the other one" }).click();
+    await row(page, "Seed").waitFor();
+    assert.deepEqual(await titlesAtServer(), ["Seed"]);
+    assert.deepEqual(await titlesShown(page), ["Seed"]);
+  });
+});
+
+test("an edit while the server is away is sent when it is back", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue", errors: /ERR_CONNECTION|Failed to load/ }, async (page) => {
+    await row(page, "Seed").click();
+    await house.stop();
+    const failed = page.waitForEvent("requestfailed");
+    await page.keyboard.press("Delete");
+    await failed;
+    await saved(page, () => house.start());
+    assert.deepEqual(await titlesAtServer(), ALBUM.slice(1));
+  });
+});
+
+test("a queue of 20,000 is shown, edited and played without freezing", async () => {
+  await leaveQueue(Array.from({ length: 20_000 }, (_, place) => ALBUM[place % 4] as string));
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await row(page, "Seed").first().waitFor();
+    await page.evaluate(() => {
+      const longest = { blocked: 0 };
+      Object.assign(window, { longest });
+      new PerformanceObserver((list) => {
+        for (const { duration } of list.getEntries()) longest.blocked = Math.max(longest.blocked, duration);
+      }).observe({ type: "longtask" });
+    });
+    await row(page, "Seed").first().click();
+    await page.keyboard.press("End");
+    await grid(page).getByText("20,000", { exact: true }).waitFor();
+    await page.keyboard.press("Enter");
+    await hear(page, 0.5);
+    await button(page, "Shuffle").click();
+    await saved(page, () => page.keyboard.press("Delete"));
+    await saved(page, () => page.keyboard.press("Control+z"));
+    const { total } = await house.get<Queue>("api/queue?limit=1");
+    assert.equal(total, 20_000);
+    const blocked = await page.evaluate(
+      () => (window as unknown as { longest: { blocked: number } }).longest.blocked,
+    );
+    console.error(`the page was blocked for at most ${Math.round(blocked)} ms`);
+    assert.ok(blocked < 500, `blocked for ${blocked} ms`);
+  });
+});
+
+test("on a phone an entry is moved by its handle", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ size: PHONE, at: "#/queue" }, async (page) => {
+    await row(page, "Seed").waitFor();
+    const from = await row(page, "Seed").locator(".handle").boundingBox();
+    const to = await row(page, "Snail, Slowly").boundingBox();
+    const touch = await page.context().newCDPSession(page);
+    const at = (x: number, y: number) => [{ x, y }];
+    const x = (from?.x ?? 0) + 8;
+    await touch.send("Input.dispatchTouchEvent", {
+      type: "touchStart",
+      touchPoints: at(x, (from?.y ?? 0) + 20),
+    });
+    await touch.send("Input.dispatchTouchEvent", { type: "touchMove", touchPoints: at(x, (to?.y ?? 0) + 4) });
+    await saved(page, () =>
+      touch.send("Input.dispatchTouchEvent", { type: "touchEnd", touchPoints: [] }).then(() => {}),
+    );
+    assert.deepEqual(await titlesAtServer(), ["Rain on Glass", "Seed", "Snail, Slowly", "Compost (Reprise)"]);
+  });
+});
