@@ -2,6 +2,7 @@
 
 #include "text/utf8.h"
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -69,6 +70,36 @@ void Clear(VEXOPlaylistRec &node) {
   record.bitrate = record.sampleRate = record.channels = 0;
   record.size = 0;
   node.next = nullptr;
+}
+
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+char *EndOfHeap() { return static_cast<char *>(sbrk(0)); }
+
+std::size_t ToNextHugePage(const char *place) {
+  return kHugePage - reinterpret_cast<std::uintptr_t>(place) % kHugePage;
+}
+
+/// Lets malloc() take what comes next from `size` bytes of whole huge pages, which the kernel is
+/// asked for as only some systems give them unasked. Where malloc() is another one, nothing grows.
+void GrowHeap(std::size_t size) {
+  constexpr int kLargestPiece = 32 << 20; // what malloc() takes from the heap, and no more
+  constexpr int kUsualStep = 128 << 10;
+  constexpr std::size_t kBorder = std::size_t{8} << 10;
+  [[maybe_unused]] static void *volatile gap; // nobody writes to it, so it takes no memory
+  mallopt(M_MMAP_THRESHOLD, kLargestPiece);
+  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+  char *first = EndOfHeap() + 2 * kBorder;
+  first += ToNextHugePage(first);
+  // What does not fit into the rest of the heap makes it grow, by the padding as well. It ends
+  // before the first huge page: one that was written to before it is asked for stays in pieces.
+  const std::size_t rest = mallinfo2().keepcost;
+  mallopt(M_TOP_PAD, static_cast<int>(size + 2 * kBorder));
+  gap = std::malloc(rest + static_cast<std::size_t>(first - EndOfHeap()) - kBorder);
+  if (EndOfHeap() > first) {
+    madvise(first, static_cast<std::size_t>(EndOfHeap() - first), MADV_HUGEPAGE);
+  }
+  mallopt(M_TOP_PAD, kUsualStep);
 }
 
 } // namespace
@@ -148,32 +179,13 @@ std::vector<playlists::NewEntry> NewEntries(const VEXOPlaylistRec *songs, std::s
 }
 
 void ReserveSongs(std::size_t count) noexcept {
-  constexpr std::size_t kHugePage = std::size_t{2} << 20;
   constexpr std::size_t kMost = std::size_t{1} << 30;
-  constexpr int kLargestPiece = 32 << 20; // what malloc() takes from the heap, and no more
-  constexpr int kUsualStep = 128 << 10;
   static std::size_t reserved = 0;
   const std::size_t size = std::min(count * kBytesOfSong, kMost);
-  if (size < 2 * kHugePage || size <= reserved) {
-    return;
+  if (size > kHugePage / 2 && size > reserved) {
+    reserved = size;
+    GrowHeap((size / kHugePage + 2) * kHugePage); // one for pages of the index
   }
-  reserved = size;
-  // The heap grows by the padding when a piece does not fit; then the kernel is asked for huge
-  // pages there, which only some systems give unasked. Where malloc() is another one, nothing
-  // grows.
-  mallopt(M_MMAP_THRESHOLD, kLargestPiece);
-  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
-  mallopt(M_TOP_PAD, static_cast<int>(size));
-  void *first = sbrk(0);
-  std::size_t room = 2 * kHugePage; // a place to begin is always found in it
-  std::align(kHugePage, kHugePage, first, room);
-  void *volatile piece = std::malloc(kHugePage);
-  std::free(piece);
-  const auto grown = static_cast<char *>(sbrk(0)) - static_cast<char *>(first);
-  if (grown > 0) {
-    madvise(first, static_cast<std::size_t>(grown), MADV_HUGEPAGE);
-  }
-  mallopt(M_TOP_PAD, kUsualStep);
 }
 
 __tag_VEXO_MEDIA_INFO &SongListBuilder::Append() {
