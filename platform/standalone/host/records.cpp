@@ -86,7 +86,7 @@ void GrowHeap(std::size_t size) {
   constexpr int kLargestPiece = 32 << 20; // what malloc() takes from the heap, and no more
   constexpr int kUsualStep = 128 << 10;
   constexpr std::size_t kBorder = std::size_t{8} << 10;
-  [[maybe_unused]] static void *volatile gap; // nobody writes to it, so it takes no memory
+  static void *volatile gap; // nobody writes to it, so it takes no memory
   mallopt(M_MMAP_THRESHOLD, kLargestPiece);
   mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
   char *first = EndOfHeap() + 2 * kBorder;
@@ -98,6 +98,8 @@ void GrowHeap(std::size_t size) {
   gap = std::malloc(rest + static_cast<std::size_t>(first - EndOfHeap()) - kBorder);
   if (EndOfHeap() > first) {
     madvise(first, static_cast<std::size_t>(EndOfHeap() - first), MADV_HUGEPAGE);
+  } else {
+    std::free(gap);
   }
   mallopt(M_TOP_PAD, kUsualStep);
 }

@@ -147,9 +147,28 @@ std::vector<M3uEntry> ParseM3u(std::string_view content) {
   return entries;
 }
 
+std::size_t MostM3uEntries(std::string_view content) {
+  constexpr std::size_t kBlock = 64; // a number that is known lets the compiler count many at once
+  std::size_t count = 1;
+  const auto begins_one = [&](std::size_t i) {
+    return static_cast<unsigned>(content[i] == '\n') & static_cast<unsigned>(content[i + 1] != '#');
+  };
+  std::size_t position = 0;
+  for (; position + kBlock < content.size(); position += kBlock) {
+    unsigned char lines = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+      lines = static_cast<unsigned char>(lines + begins_one(position + i));
+    }
+    count += lines;
+  }
+  for (; position + 1 < content.size(); ++position) {
+    count += begins_one(position);
+  }
+  return count;
+}
+
 std::size_t CountM3uEntries(std::string_view content) {
-  // As ForEachEntry() has them. A song appended to a long list takes as long as going through its
-  // lines, half of which are tags, which are told by their first byte.
+  // As ForEachEntry() has them. Half of the lines are tags, which are told by their first byte.
   std::size_t count = 0;
   while (!content.empty()) {
     const std::string_view line = content.substr(0, content.find('\n'));

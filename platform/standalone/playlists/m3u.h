@@ -30,6 +30,9 @@ std::vector<M3uEntry> ParseM3u(std::string_view content);
 /// How many entries ParseM3u() would give, without making them.
 std::size_t CountM3uEntries(std::string_view content);
 
+/// As many or more, in a third of the time: lines that do not begin as comments do.
+std::size_t MostM3uEntries(std::string_view content);
+
 /// The path that an entry's text stands for: without the "./" that protects it.
 std::string_view UnprotectPath(std::string_view text);
 

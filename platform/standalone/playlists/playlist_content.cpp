@@ -96,8 +96,10 @@ files::Pieces PlaylistContent::Appended(std::string_view songs) {
   if (pls_) {
     return Spliced(size(), size(), songs);
   }
-  // An entry takes two bytes at least: a short list need not be counted.
-  if ((text_.size() + songs.size()) / 2 >= kMaxEntries) {
+  // A song appended to a long list takes as long as going through its lines. An entry takes two
+  // bytes at least: a short list need not be counted.
+  if ((text_.size() + songs.size()) / 2 >= kMaxEntries &&
+      MostM3uEntries(text_) + MostM3uEntries(songs) > kMaxEntries) {
     RequireRoom(CountM3uEntries(text_) + CountM3uEntries(songs));
   }
   return AppendedM3u(text_, songs);

@@ -188,6 +188,18 @@ TEST_F(Files, AnEditOfManyPiecesWritesThemAll) {
   EXPECT_EQ(ReadBytes(path_), expected);
 }
 
+TEST_F(Files, AnEditOfLargePiecesWritesThemWhole) {
+  std::string content;
+  for (int i = 0; content.size() < std::size_t{5} << 20; ++i) {
+    content += std::to_string(i);
+  }
+  WriteBytes(path_, "old");
+  EXPECT_TRUE(EditDurably(path_, [&](std::string_view, const std::string &) {
+    return Pieces{"head", content, "", content, "end"};
+  }));
+  EXPECT_TRUE(ReadBytes(path_) == "head" + content + content + "end"); // not printed
+}
+
 TEST_F(Files, AnEditThatIsNotVerifiedIsNotMade) {
   WriteBytes(path_, "old");
   bool is_made = false;

@@ -196,6 +196,18 @@ TEST(M3u, AsManyEntriesAreCountedAsRead) {
            "file:///" + longest + "\nfile:///" + longest + longest + longest + longest,
        }) {
     EXPECT_EQ(CountM3uEntries(content), ParseM3u(content).size()) << content;
+    EXPECT_GE(MostM3uEntries(content), CountM3uEntries(content)) << content;
+  }
+}
+
+TEST(M3u, LinesOfTagsAreNotAmongTheMostEntriesThatAListMayHave) {
+  for (const std::size_t entries : {1U, 2U, 3U, 10U, 11U, 12U, 100U}) {
+    std::string content = "#EXTM3U";
+    for (std::size_t i = 0; i < entries; ++i) {
+      content += "\n#EXTINF:1,A - T\n/a";
+    }
+    EXPECT_EQ(MostM3uEntries(content), entries + 1);
+    EXPECT_EQ(MostM3uEntries(content + "\n"), entries + 1);
   }
 }
 
