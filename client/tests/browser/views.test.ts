@@ -1,0 +1,98 @@
+// Every view, as people see it: on each screen, light and dark, axe finds nothing wrong with it. With
+// VEXO_PICTURES=FOLDER it leaves a picture of each there.
+import { before, test } from "node:test";
+import type { Page } from "playwright-core";
+import {
+  expectNoViolations,
+  openHouse,
+  SIZES,
+  type Size,
+  THEMES,
+  type Theme,
+  takePicture,
+} from "./fixture.ts";
+
+const house = openHouse({ player: true });
+
+interface View {
+  name: string;
+  at: string;
+  shows: string; // a text that is there when the view is
+}
+const views: View[] = [];
+
+const LONG = "A name that goes on and on, longer than any screen is wide, ".repeat(4).slice(0, 200);
+
+async function furnish() {
+  await house.makeSongs([
+    song("Loose/markup.flac", {
+      TITLE: "<b>Bold</b> & <i>italic</i>",
+      ARTIST: "<script>alert(1)</script>",
+      ALBUM: "&amp;",
+    }),
+    song("Loose/long.flac", { TITLE: LONG, ARTIST: LONG, ALBUM: LONG }),
+    song("Loose/scripts.flac", {
+      TITLE: "שלום العالم नमस्ते 안녕",
+      ARTIST: "Ελλάδα",
+      ALBUM: "ไทย ქართული 日本",
+    }),
+  ]);
+  const list = await house.act<{ node: { id: string } }>({
+    action: "add",
+    type: "shared",
+    name: "Rainy Sunday",
+    id_info_list: ["1", "2", "3", "4", "5", "13", "14", "15", { res: "/gone/03 Snail, Slowly.ogg" }],
+  });
+  for (const name of [LONG, "<b>Not bold <img src=x>", "Крошки 小川"]) {
+    await house.act({ action: "add", type: "personal", name, id_info_list: ["2"] });
+  }
+  await house.ask("api/smart", {
+    method: "POST",
+    headers: { "Content-Type": "application/json" },
+    body: JSON.stringify({
+      name: "Snails",
+      library: "shared",
+      rule: 'title includes "snail" or year > 1990',
+    }),
+  });
+  return list.node.id;
+}
+
+function song(path: string, tags: Record<string, string>) {
+  return { path, seconds: 201, tags };
+}
+
+before(async () => {
+  await furnish();
+  views.push(
+    { name: "songs", at: "#/songs", shows: "Compost (Reprise)" },
+    { name: "playlists", at: "#/playlists", shows: "Rainy Sunday" },
+    { name: "queue", at: "#/queue", shows: "Queue" },
+  );
+});
+
+// Pictures of songs that are in view have come.
+async function picturesAreThere(page: Page) {
+  await page.waitForFunction(() => [...document.images].every((image) => image.complete));
+}
+
+async function look(page: Page, view: View, size: Size, theme: Theme) {
+  await page.goto(view.at);
+  await page.getByRole("main").getByText(view.shows).first().waitFor();
+  await picturesAreThere(page);
+  await takePicture(page, `${view.name}-${size.name}-${theme}`);
+  await expectNoViolations(page);
+}
+
+for (const size of SIZES) {
+  for (const theme of THEMES) {
+    test(`every view on a ${size.name}, ${theme}`, () =>
+      house.visit({ size, theme }, async (page) => {
+        const wrong: string[] = [];
+        for (const view of views) {
+          await look(page, view, size, theme).catch((error) => wrong.push(`${view.name}: ${error.message}`));
+        }
+        if (wrong.length > 0) throw new Error(wrong.join("\n\n"));
+      }));
+  }
+}
