@@ -14,7 +14,7 @@ import {
   watch,
   writeFileSync,
 } from "node:fs";
-import { dirname, join, resolve } from "node:path";
+import { basename, dirname, join, resolve } from "node:path";
 import { fileURLToPath } from "node:url";
 
 const here = dirname(fileURLToPath(import.meta.url));
@@ -48,21 +48,40 @@ function bundle(out) {
 
 function fill(made) {
   cpSync(join(here, "static"), made, { recursive: true });
-  esbuild("src/main.tsx", "--entry-names=app-[hash]", `--outdir=${made}`);
-  const assets = readdirSync(made).filter((name) => name.startsWith("app-"));
-  const named = (kind) => assets.find((name) => name.endsWith(kind));
-  const page = readFileSync(join(made, PAGE), "utf8")
-    .replace("app.js", named(".js"))
-    .replace("app.css", named(".css"));
+  const metafile = join(made, "meta.json");
+  esbuild(
+    "src/main.tsx",
+    "--splitting",
+    "--format=esm",
+    "--entry-names=app-[hash]",
+    "--chunk-names=app-part-[hash]",
+    `--metafile=${metafile}`,
+    `--outdir=${made}`,
+  );
+  const page = pageOf(readFileSync(join(made, PAGE), "utf8"), JSON.parse(readFileSync(metafile, "utf8")));
+  rmSync(metafile);
   writeFileSync(join(made, PAGE), page);
   const shell = ["./", ...readdirSync(made).filter((name) => name !== PAGE)];
-  const version = createHash("sha256").update(page).digest("hex").slice(0, 16);
+  const version = createHash("sha256").update(shell.join()).update(page).digest("hex").slice(0, 16);
   esbuild(
     "worker/service_worker.ts",
     `--define:SHELL=${JSON.stringify(shell)}`,
     `--define:VERSION=${JSON.stringify(version)}`,
     `--outfile=${join(made, "service_worker.js")}`,
   );
+}
+
+// The page with the names of its script, its style, and the parts that the script cannot begin without.
+function pageOf(template, { outputs }) {
+  const [script, { imports, cssBundle }] = Object.entries(outputs).find(
+    ([, { entryPoint }]) => entryPoint === "src/main.tsx",
+  );
+  const parts = imports.filter(({ kind }) => kind === "import-statement").map(({ path }) => basename(path));
+  const preloads = parts.map((name) => `<link rel="modulepreload" href="${name}" />`);
+  return template
+    .replace("app.js", basename(script))
+    .replace("app.css", basename(cssBundle))
+    .replace("<!-- parts -->", preloads.join("\n    "));
 }
 
 // Who opens the page meanwhile finds all that it names: it comes last, and what it no longer names goes then.

@@ -2,7 +2,7 @@ import { effect } from "@preact/signals";
 import { render } from "preact";
 import { Frame } from "./app/frame.tsx";
 import "./style/main.css";
-import { language, t } from "./text/index.ts";
+import { language, loadLanguage, t } from "./text/index.ts";
 import { Dialogs } from "./ui/dialog.tsx";
 import { Menus } from "./ui/menu.tsx";
 import { Notices, reasonOf } from "./ui/notices.tsx";
@@ -38,7 +38,7 @@ effect(() => {
   document.documentElement.lang = language.value;
 });
 void loadSession();
-render(<App />, document.body);
+void loadLanguage().then(() => render(<App />, document.body));
 
 // Where a browser has none (no TLS on another machine), the page works all the same.
 if ("serviceWorker" in navigator) void navigator.serviceWorker.register("service_worker.js").catch(() => {});

@@ -3,7 +3,6 @@
 import { useEffect } from "preact/hooks";
 import { connected } from "../api/http.ts";
 import { openListId } from "../editor/commands.ts";
-import { EditorPanel } from "../editor/editor_panel.tsx";
 import { LibraryNavigation } from "../library/navigation.tsx";
 import { SearchField } from "../library/search_field.tsx";
 import { DragGhost } from "../list/drag.tsx";
@@ -14,10 +13,13 @@ import { t } from "../text/index.ts";
 import { redo, undo } from "../ui/history.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { showKeys, useKeys } from "../ui/keys.tsx";
+import { lazy } from "../ui/lazy.tsx";
 import { linkTo, route } from "../ui/router.ts";
 import { user } from "../ui/session.tsx";
 import { UserMenuButton } from "./user_menu.tsx";
 import { View } from "./views.tsx";
+
+const EditorPanel = lazy(async () => (await import("../editor/editor_panel.tsx")).EditorPanel);
 
 /** Whether the view is one of these rooms, by its first segment; the first page is the library's. */
 const PLACES: {

@@ -48,7 +48,7 @@ function items(): MenuItem[] {
     label: names.of(name) ?? name,
     checked: language.value === name,
     divided: place === 0,
-    run: () => setLanguage(name),
+    run: () => void setLanguage(name),
   }));
   return [
     ...themes,

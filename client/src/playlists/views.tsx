@@ -1,8 +1,10 @@
 // The views of this room, by the first segment of their address.
 import type { ComponentType } from "preact";
+import { lazy } from "../ui/lazy.tsx";
 import type { Route } from "../ui/router.ts";
-import { ListsView } from "./lists_view.tsx";
-import { PlaylistView } from "./playlist_view.tsx";
+
+const ListsView = lazy(async () => (await import("./lists_view.tsx")).ListsView);
+const PlaylistView = lazy(async () => (await import("./playlist_view.tsx")).PlaylistView);
 
 function Playlists({ route }: { route: Route }) {
   return route.segments.length > 1 ? <PlaylistView route={route} /> : <ListsView route={route} />;

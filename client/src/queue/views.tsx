@@ -1,9 +1,11 @@
 // The views of this room, by the first segment of their address.
 import type { ComponentType } from "preact";
 import { house } from "../playback/players.ts";
+import { lazy } from "../ui/lazy.tsx";
 import type { Route } from "../ui/router.ts";
-import { HouseQueueView } from "./house_queue_view.tsx";
-import { QueueView } from "./queue_view.tsx";
+
+const HouseQueueView = lazy(async () => (await import("./house_queue_view.tsx")).HouseQueueView);
+const QueueView = lazy(async () => (await import("./queue_view.tsx")).QueueView);
 
 /** That of the player that is chosen. */
 function ChosenQueueView() {

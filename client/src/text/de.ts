@@ -27,6 +27,8 @@ export const de: Catalogue = {
   "error.name_with_comma":
     "Eine Playlist mit einem Komma im Namen muss umbenannt werden, bevor sie gelöscht werden kann.",
   "error.not_done": "Nicht geschehen: {what}.",
+  "error.not_loaded": "Es gibt eine neuere Fassung der Seite, oder keine Verbindung.",
+  reload: "Neu laden",
   "error.not_found": "Unter dieser Adresse gibt es nichts.",
 
   // Logging in

@@ -27,6 +27,8 @@ export const en = {
   "error.name_empty": "Please give it a name.",
   "error.name_with_comma": "A playlist with a comma in its name has to be renamed before it can be deleted.",
   "error.not_done": "Not done: {what}.",
+  "error.not_loaded": "A newer version of the page is there, or no connection.",
+  reload: "Load again",
   "error.not_found": "There is nothing at this address.",
 
   // Logging in

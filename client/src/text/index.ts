@@ -1,6 +1,5 @@
 // The language of the page. A language is a file beside this one; see client/README.md.
 import { computed, signal } from "@preact/signals";
-import { de } from "./de.ts";
 import { en } from "./en.ts";
 
 /** A text, or one for each plural category of its number `count` (CLDR's, as Intl.PluralRules has them). */
@@ -8,7 +7,11 @@ export type Text = string | { one: string; other: string; few?: string; many?: s
 export type Catalogue = Record<keyof typeof en, Text>;
 export type TextKey = keyof typeof en;
 
-const catalogues: Record<string, Catalogue> = { en, de };
+/** All but English are fetched when somebody reads them. */
+const catalogues: Record<string, () => Promise<Catalogue>> = {
+  en: async () => en,
+  de: async () => (await import("./de.ts")).de,
+};
 export const languages = Object.keys(catalogues);
 
 const KEPT = "language";
@@ -18,11 +21,25 @@ function preferred() {
   return wished.find((name) => name !== undefined && name in catalogues) ?? "en";
 }
 
-export const language = signal(preferred());
+export const language = signal("en");
+const catalogue = signal<Catalogue>(en);
+
+/** Where its texts cannot be had, the language stays as it is. */
+async function use(name: string) {
+  const texts = await catalogues[name]?.().catch(() => undefined);
+  if (!texts) return;
+  catalogue.value = texts;
+  language.value = name;
+}
+
+/** Until it is done, texts are English. */
+export function loadLanguage() {
+  return use(preferred());
+}
 
 export function setLanguage(name: string) {
   localStorage.setItem(KEPT, name);
-  language.value = name;
+  return use(name);
 }
 
 /** For dates, times and numbers: the browser's own variant of the language, if it has one. */
@@ -37,7 +54,7 @@ type Values = Record<string, string | number>;
 
 /** The text of this name, with the values in the places of {their names}. */
 export function t(key: TextKey, values: Values = {}): string {
-  const text: Text = (catalogues[language.value] ?? en)[key];
+  const text: Text = catalogue.value[key];
   const form = typeof text === "string" ? text : formOf(text, Number(values.count));
   return form.replace(/\{(\w+)\}/g, (_, name: string) => {
     const value = values[name];
