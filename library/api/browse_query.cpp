@@ -50,7 +50,7 @@ std::optional<int> ReadOwner(Request &request) {
 
 std::string IndexETag(const Request &request) {
   // Of how answers look; to be counted up when that changes.
-  constexpr const char *kForm = "1-";
+  constexpr const char *kForm = "2-";
   return MakeETag(kForm + std::to_string(index::ProcessIndex().Revision()) + "-" +
                   std::to_string(request.User().id));
 }

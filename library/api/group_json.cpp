@@ -43,9 +43,14 @@ Json::Value NameJson(const index::Group &name) {
   return json;
 }
 
+std::string NameOfFolder(const index::Group &folder, const catalog::Library &library) {
+  const std::string path = catalog::PathInLibrary(folder, library);
+  return path.substr(path.rfind('/') + 1);
+}
+
 Json::Value FolderJson(const index::Group &folder, const catalog::Library &library) {
   const std::string path = catalog::PathInLibrary(folder, library);
-  Json::Value json = GroupJson(folder, path.substr(path.rfind('/') + 1));
+  Json::Value json = GroupJson(folder, NameOfFolder(folder, library));
   json["path"] = path;
   AddNumber(json, "parent_id", path.empty() ? 0 : folder.parent_id);
   return json;

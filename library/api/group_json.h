@@ -9,6 +9,8 @@ namespace vexo::api {
 Json::Value AlbumJson(const index::Group &album);
 /// An artist, genre, composer or year.
 Json::Value NameJson(const index::Group &name);
+/// Its last part; empty for the folder of the library itself.
+std::string NameOfFolder(const index::Group &folder, const catalog::Library &library);
 Json::Value FolderJson(const index::Group &folder, const catalog::Library &library);
 
 /// "shared" or "personal".

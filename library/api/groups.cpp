@@ -140,6 +140,12 @@ Answer FolderAnswer(const Request &request, const Group &folder, const Page &pag
   }
   Json::Value document = ListOf(content.total, page, std::move(items));
   document["folder"] = FolderJson(folder, library);
+  document["parents"] = ItemsJson(catalog::ParentsOf(folder, library), [&](const Group &parent) {
+    Json::Value json(Json::objectValue);
+    json["id"] = parent.id;
+    json["name"] = NameOfFolder(parent, library);
+    return json;
+  });
   return JsonAnswer(document, etag);
 }
 

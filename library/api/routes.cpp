@@ -6,8 +6,8 @@ namespace vexo::api {
 namespace {
 
 constexpr std::string_view kSongParameters =
-    "library q album artist album_artist genre composer folder year_from year_to type sort dir "
-    "offset limit";
+    "library q album artist album_artist genre composer folder below year_from year_to type sort "
+    "dir offset limit";
 constexpr std::string_view kAlbumParameters =
     "library q artist album_artist genre composer folder year_from year_to sort dir offset limit";
 constexpr std::string_view kNameParameters = "library q sort dir offset limit";

@@ -52,6 +52,7 @@ std::optional<Problem> ReadGroups(Request &request, index::SongList &list) {
   list.groups.genre = groups.Read("genre", GroupKind::kGenre);
   list.groups.composer = groups.Read("composer", GroupKind::kComposer);
   list.groups.folder = groups.Read("folder", GroupKind::kFolder);
+  list.below = groups.Read("below", GroupKind::kFolder);
   list.owner = groups.owner();
   return groups.problem();
 }

@@ -98,6 +98,18 @@ std::string PathInLibrary(const Group &folder, const Library &library) {
   return folder.name.size() <= top ? std::string() : folder.name.substr(top + 1);
 }
 
+std::vector<Group> ParentsOf(const Group &folder, const Library &library) {
+  std::vector<Group> parents;
+  std::optional<Group> parent = FindIn(library, GroupKind::kFolder, folder.parent_id);
+  while (parent) {
+    const int32_t above = parent->parent_id;
+    parents.push_back(*std::move(parent));
+    parent = FindIn(library, GroupKind::kFolder, above);
+  }
+  std::reverse(parents.begin(), parents.end());
+  return parents;
+}
+
 Library LibraryOf(const accounts::Account &user, int owner) {
   for (Library &library : LibrariesOf(user)) {
     if (library.owner == owner) {

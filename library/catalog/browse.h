@@ -33,6 +33,9 @@ std::optional<index::Group> TopFolder(const Library &library);
 /// Where a folder lies in the library, without slashes at the ends; empty for the library's own.
 std::string PathInLibrary(const index::Group &folder, const Library &library);
 
+/// The folders that a folder of the library lies in, the library's own first.
+std::vector<index::Group> ParentsOf(const index::Group &folder, const Library &library);
+
 /// The user's library that a group is of.
 Library LibraryOf(const accounts::Account &user, int owner);
 

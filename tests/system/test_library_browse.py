@@ -238,6 +238,7 @@ class Folders(BrowseTest):
         self.assertEqual(top["folder"]["path"], "")
         self.assertEqual(top["folder"]["songs"], 16)
         self.assertNotIn("parent_id", top["folder"])
+        self.assertEqual(top["parents"], [])
         names = [item["folder"]["name"] for item in top["items"]]
         self.assertEqual(names, ["Åke Öberg", "Loose", "The Window Boxes", "Twice", "Various", "小川楽団"])
         twice = top["items"][3]["folder"]
@@ -247,6 +248,24 @@ class Folders(BrowseTest):
                          ["Twice/CD 1", "Twice/CD 2"])
         disc = self.anna.get(f"/folders/{discs['items'][0]['folder']['id']}").json
         self.assertEqual([item["song"]["title"] for item in disc["items"]], ["Seed", "Rain on Glass"])
+        self.assertEqual(disc["parents"], [{"id": top["folder"]["id"], "name": ""},
+                                           {"id": twice["id"], "name": "Twice"}])
+
+    def test_have_songs_in_folders_below(self):
+        folders = [item["folder"] for item in self.items("/folders")]
+        twice, = [folder for folder in folders if folder["name"] == "Twice"]
+        songs = self.items("/songs", below=twice["id"], sort="path")
+        paths = [self.anna.get(f"/songs/{song['id']}").json["path"] for song in songs]
+        self.assertEqual(paths, [f"Twice/CD {disc}/{track}" for disc in (1, 2)
+                                 for track in ("01 Seed.mp3", "02 Rain on Glass.mp3")])
+        self.assertEqual(self.items("/songs", below=twice["id"], sort="path", offset=1, limit=2),
+                         songs[1:3])
+        self.assertEqual(self.items("/songs", folder=twice["id"]), [])
+        self.assertEqual(self.titles(below=twice["id"], q="seed"), ["Seed", "Seed"])
+        top = self.anna.get("/folders").json["folder"]
+        self.assertEqual(self.anna.get("/songs", below=top["id"]).json["total"], top["songs"])
+        for folder in (999999, "x", top["id"] - 1):
+            self.problem(self.anna.get("/songs", below=folder), 404, "below")
 
     def test_come_in_pages_folders_first(self):
         shutil.copy(LIBRARY / "The Window Boxes/Garden Pieces/01 Seed.mp3", LIBRARY / "top.mp3")
@@ -282,7 +301,9 @@ class Libraries(BrowseTest):
                      f"/years/{year['id']}", f"/folders/{song['folder_id']}"):
             self.assertEqual(self.anna.get(path).status, 200)
             self.problem(self.ben.get(path), 404, "id")
+        self.assertEqual(self.items("/songs", below=song["folder_id"]), [song])
         self.problem(self.ben.get("/songs", album=song["album_id"]), 404, "album")
+        self.problem(self.ben.get("/songs", below=song["folder_id"]), 404, "below")
         self.problem(self.ben.get("/albums", artist=song["artist_id"]), 404, "artist")
         for path in ("/songs", "/albums", "/artists", "/genres", "/years", "/composers", "/folders"):
             self.problem(self.ben.get(path, library="personal"), 400, "library")

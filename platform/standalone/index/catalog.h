@@ -82,6 +82,7 @@ struct SongList {
   int owner = 0;
   std::string words;
   SongGroups groups;
+  int32_t below = 0; ///< the folder that they lie in, or in folders in it; 0: anywhere
   std::optional<int32_t> year_from, year_to;
   std::string type; ///< empty: any
   std::vector<Field> sort;

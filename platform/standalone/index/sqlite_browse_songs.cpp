@@ -31,6 +31,7 @@ public:
   /// The ids of those that may be, ascending; nothing: all songs of the owner.
   std::optional<IdSet> Choose() {
     ChooseByGroups();
+    ChooseByFolder();
     ChooseByYear();
     for (const std::string &word : FoldedWords(list_.words)) {
       sets_.push_back(WithWord(word));
@@ -62,6 +63,25 @@ private:
     if (groups.album_artist != 0) {
       sets_.push_back(Members(database_, groups.album_artist, Membership::kAlbumArtistSongs));
     }
+  }
+
+  /// By the paths of the songs: what folders list are the songs that lie in them themselves.
+  void ChooseByFolder() {
+    if (list_.below == 0) {
+      return;
+    }
+    Statement folder(database_, "SELECT name FROM song_groups WHERE id = ?1 AND kind = ?2");
+    folder.Bind(1, int64_t{list_.below}).Bind(2, static_cast<int64_t>(GroupKind::kFolder));
+    std::string first = folder.Step() ? folder.Text(0) : "";
+    if (!first.ends_with('/')) {
+      first += '/';
+    }
+    std::string end = first;
+    ++end.back();
+    Statement songs(database_,
+                    "SELECT id FROM songs WHERE path >= ?1 AND path < ?2 AND owner = ?3");
+    songs.Bind(1, first).Bind(2, end).Bind(3, int64_t{list_.owner});
+    sets_.push_back(ToSet(ReadIds(songs)));
   }
 
   void ChooseByYear() {

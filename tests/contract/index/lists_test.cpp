@@ -249,6 +249,28 @@ TEST_P(Lists, SongsAreChosenByWhatIsAskedFor) {
   EXPECT_THAT(find([](SongList &l) { l.owner = 6; }), IsEmpty());
 }
 
+TEST_P(Lists, SongsBelowAFolderAreThoseOfItsFoldersToo) {
+  Write({Track("/m/a/1", "1"), Track("/m/a/b/c/2", "2"), Track("/m/a b/3", "3"),
+         Track("/m/a0", "4"), Track("/m/a/5", "5", "", "", 5)});
+  const auto below = [&](const std::string &folder, int owner = 0) {
+    SongList list = SortedBy({Field::kTitle});
+    list.owner = owner;
+    list.below = index().GroupNamed(owner, GroupKind::kFolder, folder);
+    EXPECT_NE(list.below, 0) << folder;
+    return Paths(list);
+  };
+  EXPECT_THAT(below("/m/a"), ElementsAre("/m/a/1", "/m/a/b/c/2"));
+  EXPECT_THAT(below("/m/a/b"), ElementsAre("/m/a/b/c/2"));
+  EXPECT_THAT(below("/m/a", 5), ElementsAre("/m/a/5"));
+  EXPECT_THAT(below("/"), ElementsAre("/m/a/1", "/m/a/b/c/2", "/m/a b/3", "/m/a0"));
+  SongList list = SortedBy({Field::kTitle});
+  list.below = index().GroupNamed(0, GroupKind::kFolder, "/m/a");
+  list.groups.folder = index().GroupNamed(0, GroupKind::kFolder, "/m/a/b/c");
+  EXPECT_THAT(Paths(list), ElementsAre("/m/a/b/c/2"));
+  list.below = index().GroupNamed(0, GroupKind::kFolder, "/m/a b");
+  EXPECT_THAT(Paths(list), IsEmpty());
+}
+
 TEST_P(Lists, AnotherOwnersSongIsNotFound) {
   Write({Track("/1", "1", "", "", 3)});
   EXPECT_TRUE(index().FindSong(3, IdOf("/1")));

@@ -86,6 +86,21 @@ TEST_F(Browse, AnEmptyLibraryHasNothing) {
   EXPECT_EQ(CountLibrary(LibraryOf(anna_, 0)).songs, 0);
 }
 
+TEST_F(Browse, AFolderHasParentsUpToTheLibrarys) {
+  Add("a/b/c/1", 0, "");
+  const Library library = LibraryOf(anna_, 0);
+  std::vector<std::string> paths;
+  Group folder = Top(0);
+  EXPECT_THAT(ParentsOf(folder, library), ElementsAre());
+  for (int depth = 0; depth < 3; ++depth) {
+    folder = ReadFolder(folder, {0, 1}).folders.at(0);
+  }
+  for (const Group &parent : ParentsOf(folder, library)) {
+    paths.push_back(PathInLibrary(parent, library));
+  }
+  EXPECT_THAT(paths, ElementsAre("", "a", "a/b"));
+}
+
 TEST_F(Browse, AFolderIsReadFoldersFirst) {
   for (const auto *const path : {"b/1", "a/2", "a/x/3", "song 2", "song 1"}) {
     Add(path, 0, "");
