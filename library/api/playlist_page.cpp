@@ -107,6 +107,18 @@ std::optional<Answer> NotModifiedAsKnown(const Demand &demand) {
   return known ? NotModified(MakeETag(known->version)) : std::nullopt;
 }
 
+/// The list as the list of playlists tells it: without count and length where somebody has changed
+/// the file since this version of it was read.
+Json::Value ListOfVersion(const Demand &demand, const std::string &version) {
+  const auto facts = catalog::FactsReader(demand.user).Of(demand.playlist);
+  if (facts && facts->version == version) {
+    return ListJson(demand.playlist, facts);
+  }
+  Json::Value json = PlaylistJson(demand.playlist);
+  json["version"] = version;
+  return json;
+}
+
 Answer ListPage(const Demand &demand) {
   std::optional<Answer> as_known = NotModifiedAsKnown(demand);
   if (as_known && !demand.IsExport()) {
@@ -127,8 +139,7 @@ Answer ListPage(const Demand &demand) {
   }
   Json::Value document = ListOf(static_cast<int64_t>(list.size()), demand.page,
                                 EntriesJson(demand.user, list, demand.page));
-  document["playlist"] = PlaylistJson(demand.playlist);
-  document["playlist"]["version"] = version;
+  document["playlist"] = ListOfVersion(demand, version);
   return JsonAnswer(document, MakeETag(version));
 }
 

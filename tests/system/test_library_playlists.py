@@ -66,6 +66,8 @@ class ThePlaylists(PlaylistTest):
                     "duration": 90, "size": kind.file("Known").stat().st_size,
                     "changed": int(kind.file("Known").stat().st_mtime), "version": item["version"]})
                 self.assertEqual(len(item["version"]), 32)
+                page = self.api_of(kind).get(f"/playlists/{made}", limit=1).json
+                self.assertEqual(page["playlist"], item)
 
     def test_of_an_edit_are_told_anew(self):
         made = self.make(SHARED, "Edited", ["/one"])
@@ -81,12 +83,14 @@ class ThePlaylists(PlaylistTest):
         self.assertNotEqual(last["version"], first["version"])
 
     def test_play_as_long_as_the_file_tells_or_else_the_index(self):
-        self.make(SHARED, "Length", ["#EXTINF:90,told", self.tracks[0], self.tracks[0], "/gone.mp3",
-                                     "http://radio.example/", str(self.hers)])
+        made = self.make(SHARED, "Length", ["#EXTINF:90,told", self.tracks[0], self.tracks[0], "/gone.mp3",
+                                            "http://radio.example/", str(self.hers)])
         known = self.entries_of("Length")[0]["song"]["duration"]
         for pause in (1.1, 0, 0):  # not kept before it is settled; then kept; then found again
             self.assertAlmostEqual(self.only(self.ben, q="length")["duration"], 90 + known, 2)
             self.assertAlmostEqual(self.only(self.anna, q="length")["duration"], 90 + 2 * known, 2)
+            page = self.anna.get(f"/playlists/{made}", limit=0).json
+            self.assertAlmostEqual(page["playlist"]["duration"], 90 + 2 * known, 2)
             time.sleep(pause)
 
     def entries_of(self, name):
