@@ -22,19 +22,15 @@ constexpr std::size_t kLargestQueueBody = std::size_t{16} << 20U;
 constexpr double kMostElapsed = 1e7; ///< seconds
 constexpr std::size_t kLongestText = 1000;
 
-Problem BadItem(Json::ArrayIndex position, const std::string &why) {
-  return {400, "Item " + std::to_string(position) + ": " + why, "items"};
-}
-
 bool IsOneLine(const std::string &text) {
   return text::IsUtf8(text) && std::none_of(text.begin(), text.end(), [](char c) {
            return static_cast<unsigned char>(c) < ' ' || c == 0x7F;
          });
 }
 
-/// The text of a stream's member; empty without one, nothing for what is none.
-std::optional<std::string> OptionalText(const Json::Value &item, const char *name) {
-  const Json::Value &value = item[name];
+/// The title of an item; empty without one, nothing for what is none.
+std::optional<std::string> TitleOf(const Json::Value &item) {
+  const Json::Value &value = item["title"];
   if (value.isNull()) {
     return "";
   }
@@ -44,24 +40,24 @@ std::optional<std::string> OptionalText(const Json::Value &item, const char *nam
   return value.asString();
 }
 
-/// The entry of an item that is a stream's address; nothing for what is wrong.
-std::optional<QueueEntry> StreamOf(const Json::Value &item) {
-  const Json::Value &address = item["stream"];
-  const auto title = OptionalText(item, "title");
-  if (!address.isString() || !title || item["song"] != Json::Value()) {
-    return std::nullopt;
-  }
-  const std::string text = address.asString();
+/// An entry that is no song any more. The file of a queue needs a path: nothing lies at this one.
+QueueEntry MissingEntry(const std::string &title) {
+  return {.path = "/missing", .artist = {}, .title = title};
+}
+
+/// The entry of a stream's address; nothing for what is none.
+std::optional<QueueEntry> StreamEntry(const Json::Value &address, const std::string &title) {
+  const std::string text = address.isString() ? address.asString() : "";
   if (text.size() > playlists::kMaxPathBytes || !IsOneLine(text) || !catalog::IsStream(text)) {
     return std::nullopt;
   }
-  return QueueEntry{.path = text, .artist = {}, .title = *title};
+  return QueueEntry{.path = text, .artist = {}, .title = title};
 }
 
 /// The id of an item that is a song; 0 for another item.
 int32_t SongIdOf(const Json::Value &item) {
-  const Json::Value &id = item["song"];
-  return item.size() == 1 && id.isInt() && id.asInt() > 0 ? id.asInt() : 0;
+  const Json::Value &id = item.isObject() ? item["song"] : Json::Value::nullSingleton();
+  return id.isInt() && id.asInt() > 0 ? id.asInt() : 0;
 }
 
 /// The songs that a queue names, which the user sees, by id.
@@ -69,7 +65,7 @@ std::unordered_map<int32_t, index::Song> SongsOf(const accounts::Account &user,
                                                  const Json::Value &items) {
   std::vector<int32_t> ids;
   for (const Json::Value &item : items) {
-    if (item.isObject() && SongIdOf(item) != 0) {
+    if (SongIdOf(item) != 0) {
       ids.push_back(SongIdOf(item));
     }
   }
@@ -86,6 +82,22 @@ QueueEntry EntryOf(const index::Song &song) {
   return {song.path, song.artist, song.title, song.duration_seconds};
 }
 
+/// The entry of an item, which is one of a song, a stream and what is missing, perhaps with a
+/// title; nothing for what is wrong. A song that the user does not see is missing: it may have gone
+/// since the client heard of it.
+std::optional<QueueEntry> EntryOf(const Json::Value &item,
+                                  const std::unordered_map<int32_t, index::Song> &songs) {
+  const std::optional<std::string> title = item.isObject() ? TitleOf(item) : std::nullopt;
+  if (!title || item.size() != (item.isMember("title") ? 2U : 1U)) {
+    return std::nullopt;
+  }
+  if (const int32_t id = SongIdOf(item); id != 0) {
+    const auto song = songs.find(id);
+    return song != songs.end() ? EntryOf(song->second) : MissingEntry(*title);
+  }
+  return item["missing"] == true ? MissingEntry(*title) : StreamEntry(item["stream"], *title);
+}
+
 std::variant<Entries, Problem> EntriesOf(const accounts::Account &user, const Json::Value &items) {
   if (!items.isArray() || items.size() > playlists::kMaxEntries) {
     return Problem{400, "The items are no array of at most 100000.", "items"};
@@ -93,21 +105,12 @@ std::variant<Entries, Problem> EntriesOf(const accounts::Account &user, const Js
   const auto songs = SongsOf(user, items);
   Entries entries;
   for (const Json::Value &item : items) {
-    const Json::ArrayIndex position = static_cast<Json::ArrayIndex>(entries.size());
-    const int32_t id = item.isObject() ? SongIdOf(item) : 0;
-    std::optional<QueueEntry> entry;
-    if (const auto song = songs.find(id); song != songs.end()) {
-      entry = EntryOf(song->second);
-    } else if (id != 0) {
-      return BadItem(position, "there is no song " + std::to_string(id) + ".");
-    } else if (item.isObject()) {
-      entry = StreamOf(item);
-    }
+    std::optional<QueueEntry> entry = EntryOf(item, songs);
     if (!entry) {
-      return BadItem(position, "it is neither a song nor a stream.");
-    }
-    if (entry->path.find_first_of("\r\n") != std::string::npos) {
-      return BadItem(position, "the song's file has a line break in its name.");
+      return Problem{400,
+                     "Item " + std::to_string(entries.size()) +
+                         " is neither a song nor a stream nor missing.",
+                     "items"};
     }
     entries.push_back(*std::move(entry));
   }

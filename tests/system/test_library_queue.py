@@ -139,7 +139,21 @@ class TheQueue(ServerTest):
         song = self.anna.get(f"/playlists/{made.id}").json["items"][0]["song"]["id"]
         self.put([{"song": song}])
         self.assertEqual(self.anna.get("/queue").json["items"][0]["song"]["library"], "personal")
-        self.problem(self.ben.put("/queue", {"items": [{"song": song}]}), 400, "items")
+        self.assertEqual(self.ben.put("/queue", {"items": [{"song": song}]}).status, 200)
+        self.assertEqual(self.ben.get("/queue").json["items"], [{"position": 0, "missing": True}])
+        self.assertEqual(self.ben.put("/queue", {"items": []}).status, 200)
+
+    def test_keeps_what_is_missing(self):
+        one = self.ids[self.tracks[0]]
+        self.put([{"song": 999999, "title": "Räd"}, {"song": one, "title": "ignored"},
+                  {"song": 999998}, {"missing": True, "title": "long gone"}], position=3)
+        queue = self.anna.get("/queue").json
+        self.assertEqual((queue["total"], queue["position"]), (4, 3))
+        self.assertEqual(queue["items"][1]["song"]["id"], one)
+        del queue["items"][1]
+        self.assertEqual(queue["items"], [{"position": 0, "title": "Räd", "missing": True},
+                                          {"position": 2, "missing": True},
+                                          {"position": 3, "title": "long gone", "missing": True}])
 
     def test_tells_a_song_that_has_gone(self):
         QUEUE.write_text("[playlist]\nFile1=/gone.mp3\nTitle1=A - B\nLength1=9\nX-Position=7\n")
@@ -158,8 +172,11 @@ class TheQueue(ServerTest):
         before = QUEUE.read_text()
         one = self.ids[self.tracks[0]]
         for body, parameter in (
-                ({"items": [{"song": 999999}]}, "items"), ({"items": [{"song": "1"}]}, "items"),
-                ({"items": [{"song": one, "title": "x"}]}, "items"), ({"items": [1]}, "items"),
+                ({"items": [{"song": -1}]}, "items"), ({"items": [{"song": "1"}]}, "items"),
+                ({"items": [{"song": one, "title": 1}]}, "items"), ({"items": [1]}, "items"),
+                ({"items": [{"song": one, "name": "x"}]}, "items"),
+                ({"items": [{"song": one, "missing": True}]}, "items"),
+                ({"items": [{"missing": False}]}, "items"), ({"items": [{"title": "x"}]}, "items"),
                 ({"items": [{"song": one, "stream": STREAM}]}, "items"), ({"items": {}}, "items"),
                 ({"items": [{"stream": "/etc/passwd"}]}, "items"), ({"items": [{}]}, "items"),
                 ({"items": [{"stream": "file:///etc/passwd"}]}, "items"),
