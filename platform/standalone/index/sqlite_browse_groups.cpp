@@ -28,10 +28,10 @@ std::optional<IdSet> Candidates(Database &database, const GroupList &list) {
     sets.push_back(ReadIds(albums.Bind(1, int64_t{group})));
   }
   if (list.artist_id != 0) {
-    sets.push_back(Members(database, list.artist_id, Membership::kAlbums));
+    sets.push_back(MemberReader(database).Of(list.artist_id, Membership::kAlbums));
   }
   if (list.parent_id != 0) {
-    sets.push_back(Members(database, list.parent_id, Membership::kChildren));
+    sets.push_back(MemberReader(database).Of(list.parent_id, Membership::kChildren));
   }
   return sets.empty() ? std::nullopt : std::optional(Intersection(std::move(sets)));
 }

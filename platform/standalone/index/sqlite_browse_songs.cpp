@@ -57,11 +57,11 @@ private:
     for (const int32_t group :
          {groups.album, groups.artist, groups.genre, groups.composer, groups.folder}) {
       if (group != 0) {
-        sets_.push_back(Members(database_, group, Membership::kSongs));
+        sets_.push_back(Members().Of(group, Membership::kSongs));
       }
     }
     if (groups.album_artist != 0) {
-      sets_.push_back(Members(database_, groups.album_artist, Membership::kAlbumArtistSongs));
+      sets_.push_back(Members().Of(groups.album_artist, Membership::kAlbumArtistSongs));
     }
   }
 
@@ -104,11 +104,9 @@ private:
 
   /// Those of an album or an artist of the owner.
   void AddSongsOf(int32_t group, IdSet &ids) {
-    kind_.Bind(1, int64_t{group}).Bind(2, int64_t{list_.owner});
-    const int64_t kind = kind_.Step() ? kind_.Int64(0) : 0;
-    kind_.Reset();
+    const int64_t kind = KindOf(group);
     const auto add = [&](Membership membership) {
-      const IdSet more = Members(database_, group, membership);
+      const IdSet more = Members().Of(group, membership);
       ids.insert(ids.end(), more.begin(), more.end());
     };
     if (kind == static_cast<int64_t>(GroupKind::kAlbum)) {
@@ -118,6 +116,18 @@ private:
       add(Membership::kAlbumArtistSongs);
     }
   }
+
+  /// Of a group of the owner; 0: not the owner's.
+  int64_t KindOf(int32_t group) {
+    if (!kind_) {
+      kind_.emplace(database_, "SELECT kind FROM song_groups WHERE id = ?1 AND owner = ?2");
+    }
+    const Reading reading(*kind_);
+    kind_->Bind(1, int64_t{group}).Bind(2, int64_t{list_.owner});
+    return kind_->Step() ? kind_->Int64(0) : 0;
+  }
+
+  MemberReader &Members() { return members_ ? *members_ : members_.emplace(database_); }
 
   IdSet OfType(IdSet ids) {
     Statement type(database_, "SELECT type FROM songs WHERE id = ?1");
@@ -132,7 +142,9 @@ private:
   Database &database_;
   const SongList &list_;
   std::vector<IdSet> sets_;
-  Statement kind_{database_, "SELECT kind FROM song_groups WHERE id = ?1 AND owner = ?2"};
+  // Most lists need none of these.
+  std::optional<Statement> kind_;
+  std::optional<MemberReader> members_;
 };
 
 const SongOrder *ServingOrder(const SongList &list) {

@@ -200,9 +200,12 @@ void WalkList(Database &database, int64_t list, bool ascending,
   }
 }
 
-IdSet Members(Database &database, int32_t group, Membership membership) {
-  Statement entries(database, "SELECT id FROM entries WHERE list = ?1 AND key = x'' ORDER BY id");
-  return ReadIds(entries.Bind(1, MemberList(group, membership)));
+MemberReader::MemberReader(Database &database)
+    : entries_(database, "SELECT id FROM entries WHERE list = ?1 AND key = x'' ORDER BY id") {}
+
+IdSet MemberReader::Of(int32_t group, Membership membership) {
+  const Reading reading(entries_);
+  return ReadIds(entries_.Bind(1, MemberList(group, membership)));
 }
 
 IdSet IdsBetween(Database &database, int64_t list, const std::string &first,

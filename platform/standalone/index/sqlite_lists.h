@@ -79,8 +79,17 @@ Page<int32_t> ReadList(Database &database, int64_t list, bool ascending, const R
 void WalkList(Database &database, int64_t list, bool ascending,
               const std::function<bool(int32_t)> &visit);
 
-/// The members of a group, as a set.
-IdSet Members(Database &database, int32_t group, Membership membership);
+/// Reads the members of groups.
+class MemberReader {
+public:
+  explicit MemberReader(Database &database);
+
+  /// The members of a group, as a set.
+  IdSet Of(int32_t group, Membership membership);
+
+private:
+  Statement entries_;
+};
 
 /// The ids of the entries with keys from `first` on and before `end`, ascending by id.
 IdSet IdsBetween(Database &database, int64_t list, const std::string &first,
