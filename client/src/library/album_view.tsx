@@ -11,8 +11,8 @@ import { type KeptList, useAnswer, useList } from "./lists.ts";
 import { SongTable } from "./song_table.tsx";
 import { songsAt, songsOfAlbum } from "./songs.ts";
 
-const COLUMNS = ["track", "title", "artist", "duration"];
-const COLUMNS_OF_ONE_ARTIST = ["track", "title", "duration"];
+const COLUMNS = ["track", "title", "artist", "duration", "star"];
+const COLUMNS_OF_ONE_ARTIST = ["track", "title", "duration", "star"];
 
 export function AlbumView({ id }: { id: string }) {
   const path = `albums/${encodeURIComponent(id)}`;

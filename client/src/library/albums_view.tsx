@@ -132,7 +132,7 @@ export function AlbumTile({ album, artist }: { album: Album; artist?: number | u
           tabIndex={-1}
           aria-hidden="true"
           title={t("library.play_it", { name: albumName(album) })}
-          onClick={() => void playSongs(songsOfAlbum(album))}
+          onClick={() => playSongs(songsOfAlbum(album))}
         >
           <Icon name="play" />
         </button>

@@ -1,26 +1,18 @@
 // What can be done with songs, wherever they were chosen: the items of menus, and the same by buttons and keys.
 import { songsDownload } from "../api/actions.ts";
 import { openListId } from "../editor/commands.ts";
+import { documentOf } from "../editor/documents.ts";
 import type { Item } from "../list/items.ts";
 import { enqueue, play, playNext } from "../playback/commands.ts";
 import { addToOpenList, addToOtherList, saveAsList } from "../playlists/commands.ts";
 import { t } from "../text/index.ts";
 import type { MenuItem } from "../ui/menu.tsx";
-import { notify, notifyFailure, Refusal } from "../ui/notices.tsx";
+import { notify, notifyFailure } from "../ui/notices.tsx";
 import { sampleParts } from "./sample.ts";
 import { Songs } from "./songs.ts";
 
 /** As many songs as are queued at once: enough for days, and there within a second. */
 export const MOST_QUEUED = 2000;
-
-/** Tells a failure, and offers to do it again. */
-async function attempt(work: () => Promise<unknown>): Promise<void> {
-  try {
-    await work();
-  } catch (error) {
-    notifyFailure("", error, error instanceof Refusal ? undefined : () => void attempt(work));
-  }
-}
 
 /** As many as are queued at once; says so if that is not all. */
 function queued(songs: Songs) {
@@ -40,37 +32,46 @@ function shuffled(songs: Songs) {
   });
 }
 
-export const playSongs = (songs: Songs, startAt = 0) => attempt(() => play(queued(songs), { startAt }));
-export const shuffleSongs = (songs: Songs) => attempt(() => play(shuffled(songs), { shuffle: true }));
-export const playSongsNext = (songs: Songs) => attempt(() => playNext(queued(songs)));
-export const queueSongs = (songs: Songs) => attempt(() => enqueue(queued(songs)));
-export const addToOpen = (songs: Songs) => attempt(() => addToOpenList(songs));
-export const addToOther = (songs: Songs) => attempt(() => addToOtherList(songs));
-export const saveAs = (songs: Songs) => attempt(() => saveAsList(songs, songs.name));
+export const playSongs = (songs: Songs, startAt = 0) => void play(queued(songs), { startAt });
+export const shuffleSongs = (songs: Songs) => void play(shuffled(songs), { shuffle: true });
+export const playSongsNext = (songs: Songs) => void playNext(queued(songs));
+export const queueSongs = (songs: Songs) => void enqueue(queued(songs));
+export const addToOpen = (songs: Songs) => void addToOpenList(songs);
+export const addToOther = (songs: Songs) => void addToOtherList(songs);
+export const saveAs = (songs: Songs) => void saveAsList(songs, songs.name);
 
 /** The files: one as it is, several in an archive. */
-export function downloadSongs(songs: Songs) {
-  return attempt(async () => {
+export async function downloadSongs(songs: Songs) {
+  try {
     const ids = (await songs.load()).flatMap(({ song }) => (song ? [song.id] : []));
-    songsDownload(ids, ids.length === 1 ? "" : `${songs.name}.zip`);
-  });
+    songsDownload(ids, `${songs.name}.zip`);
+  } catch (error) {
+    notifyFailure(t("library.not_downloaded"), error, () => void downloadSongs(songs));
+  }
 }
 
 /** "Add to Rainy Sunday", as long as that is open. */
 export function addLabel() {
-  return openListId.value === undefined ? t("library.add_to_open") : t("library.add_to_open");
+  const id = openListId.value;
+  const name = id === undefined ? undefined : documentOf(id).playlist.value?.name;
+  return name === undefined ? t("library.add_to") : t("library.add_to_named", { name });
+}
+
+function addItems(songs: Songs): MenuItem[] {
+  const other = { label: t("library.add_to"), icon: "list", key: "L", run: () => addToOther(songs) } as const;
+  if (openListId.value === undefined) return [{ ...other, divided: true }];
+  return [{ label: addLabel(), icon: "add", key: "A", divided: true, run: () => addToOpen(songs) }, other];
 }
 
 /** All of them, for a menu. */
 export function songsMenu(songs: Songs): MenuItem[] {
   return [
-    { label: t("library.play"), icon: "play", run: () => void playSongs(songs) },
-    { label: t("library.shuffle"), icon: "shuffle", run: () => void shuffleSongs(songs) },
-    { label: t("library.play_next"), icon: "next", run: () => void playSongsNext(songs) },
-    { label: t("library.enqueue"), icon: "queue", run: () => void queueSongs(songs) },
-    { label: addLabel(), icon: "add", key: "A", divided: true, run: () => void addToOpen(songs) },
-    { label: t("library.add_to"), icon: "list", key: "L", run: () => void addToOther(songs) },
-    { label: t("library.save_as"), icon: "edit", run: () => void saveAs(songs) },
+    { label: t("library.play"), icon: "play", run: () => playSongs(songs) },
+    { label: t("library.shuffle"), icon: "shuffle", run: () => shuffleSongs(songs) },
+    { label: t("library.play_next"), icon: "next", run: () => playSongsNext(songs) },
+    { label: t("library.enqueue"), icon: "queue", run: () => queueSongs(songs) },
+    ...addItems(songs),
+    { label: t("library.save_as"), icon: "edit", run: () => saveAs(songs) },
     { label: t("library.download"), icon: "download", divided: true, run: () => void downloadSongs(songs) },
   ];
 }
@@ -81,6 +82,6 @@ export function onSongsKey(event: KeyboardEvent, songs: () => Songs | undefined)
   const deed = { a: addToOpen, l: addToOther }[event.key.toLowerCase()];
   const chosen = deed && songs();
   if (!deed || !chosen) return false;
-  void deed(chosen);
+  deed(chosen);
   return true;
 }

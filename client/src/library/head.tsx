@@ -1,4 +1,6 @@
 // What stands above what a view shows: its name, how much there is, and what can be done with all of it.
+
+import { signal } from "@preact/signals";
 import type { ComponentChildren } from "preact";
 import { useEffect, useId, useRef } from "preact/hooks";
 import type { LibraryName } from "../api/types.ts";
@@ -10,6 +12,13 @@ import { user } from "../ui/session.tsx";
 import { addLabel, addToOpen, playSongs, shuffleSongs, songsMenu } from "./deeds.ts";
 import { WAYS } from "./navigation.tsx";
 import type { Songs } from "./songs.ts";
+
+const narrow = matchMedia("(max-width: 699px)");
+/** Whether it is a phone. */
+export const isNarrow = signal(narrow.matches);
+narrow.addEventListener("change", () => {
+  isNarrow.value = narrow.matches;
+});
 
 interface ViewHeadProps {
   title: string;
@@ -30,8 +39,10 @@ export function ViewHead({ title, count, children }: ViewHeadProps) {
 
 /** The ways into the library, where there is no room for them at the left. */
 export function Ways({ at }: { at: string }) {
+  const nav = useRef<HTMLElement>(null);
+  useEffect(() => nav.current?.querySelector("[aria-current]")?.scrollIntoView({ inline: "center" }), []);
   return (
-    <nav class="tabs" aria-label={t("frame.library")}>
+    <nav ref={nav} class="tabs" aria-label={t("frame.library")}>
       {WAYS.map((way) => (
         <a key={way.at} href={linkTo([way.at])} aria-current={way.at === at ? "page" : undefined}>
           {t(way.label)}
@@ -168,17 +179,17 @@ export function MenuButton({ items, label = t("more") }: { items: () => MenuItem
 export function SongsButtons({ songs, more = [] }: { songs: Songs; more?: MenuItem[] }) {
   return (
     <div class="songs-buttons">
-      <button type="button" class="button primary" onClick={() => void playSongs(songs)}>
+      <button type="button" class="button primary" onClick={() => playSongs(songs)}>
         <Icon name="play" />
         {t("library.play")}
       </button>
-      <button type="button" class="button" onClick={() => void shuffleSongs(songs)}>
+      <button type="button" class="button" onClick={() => shuffleSongs(songs)}>
         <Icon name="shuffle" />
-        {t("library.shuffle")}
+        <span class="button-label">{t("library.shuffle")}</span>
       </button>
-      <button type="button" class="button" onClick={() => void addToOpen(songs)}>
+      <button type="button" class="button" onClick={() => addToOpen(songs)}>
         <Icon name="add" />
-        {addLabel()}
+        <span class="button-label">{addLabel()}</span>
       </button>
       <MenuButton items={() => [...songsMenu(songs), ...more]} />
     </div>

@@ -1,16 +1,15 @@
 // An artist, a genre, a composer or a year: the albums of it, or all songs.
-import { get } from "../api/http.ts";
-import type { Album, Name, Page, Song } from "../api/types.ts";
+import type { Album, Name, Song } from "../api/types.ts";
 import { t } from "../text/index.ts";
 import type { Route } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
 import { AlbumTiles } from "./albums_view.tsx";
 import { AnswerFailure } from "./answer_failure.tsx";
 import { changeQuery, SongsButtons, ViewHead } from "./head.tsx";
-import { libraryOf, useAnswer, useList, useSteady } from "./lists.ts";
+import { useAnswer, useList, useSteady } from "./lists.ts";
 import { nameText } from "./names_view.tsx";
 import { SongTable } from "./song_table.tsx";
-import { type NameKind, queryOf, songsAt, songsBy } from "./songs.ts";
+import { type NameKind, queryOf, singular, songsAt, songsBy } from "./songs.ts";
 import { ColumnsButton, onSort, songOrder } from "./songs_view.tsx";
 
 interface NameViewProps {
@@ -20,43 +19,35 @@ interface NameViewProps {
 }
 
 export function NameView({ kind, id, route }: NameViewProps) {
-  const library = libraryOf(route.query);
-  const answer = useAnswer<Name | undefined>(`${kind}/${id}`, { library }, (stop) =>
-    kind === "years" ? findYear(id, library, stop) : findName(kind, id, stop),
-  );
-  const name = answer.body.value;
-  const title = name ? nameText(kind, name) : "";
-  useTitle(title);
+  const answer = useAnswer<Record<string, Name>>(`${kind}/${encodeURIComponent(id)}`, { limit: 0 });
+  const name = answer.body.value?.[singular(kind)];
+  useTitle(name ? nameText(kind, name) : "");
   if (answer.error.value) return <AnswerFailure answer={answer} />;
+  if (!name) return null;
+  return <Named kind={kind} name={name} route={route} />;
+}
+
+function Named({ kind, name, route }: { kind: NameKind; name: Name; route: Route }) {
+  const title = nameText(kind, name);
   const showsSongs = route.query.get("show") === "songs";
-  const query = queryOf(kind, id, library);
+  const query = queryOf(kind, name);
   return (
     <>
       <ViewHead title={title}>
         {showsSongs && <ColumnsButton />}
         <Switch showsSongs={showsSongs} name={name} />
-        <SongsButtons songs={songsBy({ ...query, ...songOrder(route).query }, title, name?.songs)} />
+        <SongsButtons songs={songsBy({ ...query, ...songOrder(route).query }, title, name.songs)} />
       </ViewHead>
       {showsSongs ? (
         <SongsOf title={title} query={query} route={route} />
       ) : (
-        <AlbumsOf title={title} query={query} artist={kind === "artists" ? Number(id) : undefined} />
+        <AlbumsOf title={title} query={query} {...(kind === "artists" && { artist: name.id })} />
       )}
     </>
   );
 }
 
-async function findName(kind: "artists" | "genres" | "composers", id: string, stop: AbortSignal) {
-  const answer = await get<Record<string, Name>>(`${kind}/${encodeURIComponent(id)}`, { limit: 0 }, stop);
-  return answer[kind.slice(0, -1)];
-}
-
-async function findYear(year: string, library: string, stop: AbortSignal) {
-  const years = await get<Page<Name>>("years", { library, q: year }, stop);
-  return years.items.find(({ name }) => name === year);
-}
-
-function Switch({ showsSongs, name }: { showsSongs: boolean; name: Name | undefined }) {
+function Switch({ showsSongs, name }: { showsSongs: boolean; name: Name }) {
   const button = (show: boolean, label: string) => (
     <button
       type="button"
@@ -68,15 +59,15 @@ function Switch({ showsSongs, name }: { showsSongs: boolean; name: Name | undefi
   );
   return (
     <div class="segments" role="group" aria-label={t("library.show")}>
-      {button(false, t("count.albums", { count: name?.albums ?? 0 }))}
-      {button(true, t("count.songs", { count: name?.songs ?? 0 }))}
+      {button(false, t("count.albums", { count: name.albums }))}
+      {button(true, t("count.songs", { count: name.songs }))}
     </div>
   );
 }
 
 type Of = { title: string; query: ReturnType<typeof queryOf> };
 
-function AlbumsOf({ title, query, artist }: Of & { artist: number | undefined }) {
+function AlbumsOf({ title, query, artist }: Of & { artist?: number }) {
   const list = useList<Album>("albums", { ...query, sort: "year,name" });
   return (
     <AlbumTiles

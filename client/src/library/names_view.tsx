@@ -9,9 +9,9 @@ import { useTitle } from "../ui/title.ts";
 import { Cover } from "./cover.tsx";
 import { onSongsKey, songsMenu } from "./deeds.ts";
 import { Empty } from "./empty.tsx";
-import { changeQuery, FilterField, LibrarySwitch, ViewHead, Ways } from "./head.tsx";
+import { changeQuery, FilterField, isNarrow, LibrarySwitch, ViewHead, Ways } from "./head.tsx";
 import { libraryOf, useList, useSteady } from "./lists.ts";
-import { idOf, type NameKind, songsOfName } from "./songs.ts";
+import { type NameKind, songsOfName } from "./songs.ts";
 
 export const ICONS: Record<NameKind, IconName> = {
   artists: "artist",
@@ -24,15 +24,15 @@ export function nameText(kind: NameKind, { name }: { name: string }) {
   return name || t(`library.no_${kind}`);
 }
 
-function columns(kind: NameKind): Column<Name>[] {
-  return [
+function columns(kind: NameKind, isCompact: boolean): Column<Name>[] {
+  const all: Column<Name>[] = [
     {
       key: "name",
       label: t("library.name"),
       width: "minmax(0, 1fr)",
       sortable: true,
       cell: (name) => (
-        <a class="with-cover" tabIndex={-1} href={linkTo([kind, idOf(kind, name)])}>
+        <a class="with-cover" tabIndex={-1} href={linkTo([kind, name.id])}>
           <Cover song={name.cover_song} size={96} icon={ICONS[kind]} round={kind === "artists"} />
           <span class="cut" title={nameText(kind, name)}>
             {nameText(kind, name)}
@@ -65,6 +65,7 @@ function columns(kind: NameKind): Column<Name>[] {
       cell: ({ duration }) => <span class="soft">{formatDuration(duration)}</span>,
     },
   ];
+  return isCompact ? all.filter(({ key }) => key === "name" || key === "songs") : all;
 }
 
 export function NamesView({ kind, route }: { kind: NameKind; route: Route }) {
@@ -86,11 +87,11 @@ export function NamesView({ kind, route }: { kind: NameKind; route: Route }) {
         label={label}
         source={list.source}
         place={list.place}
-        columns={columns(kind)}
+        columns={columns(kind, isNarrow.value)}
         header
         sort={{ key, down }}
         onSort={(sort) => changeQuery({ sort: sort.key, dir: sort.down ? "desc" : undefined })}
-        onOpen={(name) => goTo([kind, idOf(kind, name)])}
+        onOpen={(name) => goTo([kind, name.id])}
         onMenu={(at, place) => {
           const name = list.source.at(at);
           if (name) openMenu(place, nameText(kind, name), songsMenu(songsOfName(kind, name)));

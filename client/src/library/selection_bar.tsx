@@ -1,4 +1,5 @@
 // What can be done with what is selected, at the foot of its list.
+import { openListId } from "../editor/commands.ts";
 import { t } from "../text/index.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import {
@@ -51,7 +52,7 @@ export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
       </button>
       <strong>{t("count.selected", { count })}</strong>
       {button("add", addLabel(), addToOpen, true)}
-      {button("list", t("library.add_to"), addToOther)}
+      {openListId.value !== undefined && button("list", t("library.add_to"), addToOther)}
       {button("play", t("library.play"), playSongs)}
       {button("next", t("library.play_next"), playSongsNext)}
       {button("queue", t("library.enqueue"), queueSongs)}

@@ -3,6 +3,8 @@ import { signal } from "@preact/signals";
 import type { ComponentChildren } from "preact";
 import type { Song } from "../api/types.ts";
 import type { Column } from "../list/list_view.tsx";
+import { markOf } from "../playback/marks.ts";
+import { StarButton } from "../playback/star_button.tsx";
 import { formatDate, formatDuration, type TextKey, t } from "../text/index.ts";
 import { openMenu } from "../ui/menu.tsx";
 
@@ -15,11 +17,22 @@ export interface SongColumn {
   share: number;
   cell: (song: Song) => ComponentChildren;
   align?: "end";
+  quiet?: true;
 }
 
 /** Text that may be cut. */
 export function Cut({ text }: { text: string | undefined }) {
   return <span title={text}>{text}</span>;
+}
+
+function Stars({ rating }: { rating: number }) {
+  if (rating === 0) return null;
+  return (
+    <span class="stars">
+      <span aria-hidden="true">{"★".repeat(rating)}</span>
+      <span class="visually-hidden">{t("playing.stars", { count: rating })}</span>
+    </span>
+  );
 }
 
 const number = (value: number | undefined) => value || "";
@@ -51,6 +64,14 @@ export const SONG_COLUMNS: SongColumn[] = [
     align: "end",
     cell: ({ track }) => number(track),
   },
+  {
+    key: "star",
+    label: "library.star",
+    least: 32,
+    share: 0,
+    quiet: true,
+    cell: (song) => <StarButton song={song} tabIndex={-1} />,
+  },
   { key: "year", label: "library.year", least: 48, share: 0, align: "end", cell: ({ year }) => number(year) },
   { key: "genre", label: "library.genre", least: 96, share: 1, cell: ({ genre }) => <Cut text={genre} /> },
   {
@@ -68,6 +89,13 @@ export const SONG_COLUMNS: SongColumn[] = [
     share: 0,
     cell: ({ added }) => (added === undefined ? "" : formatDate(added)),
   },
+  {
+    key: "rating",
+    label: "library.rating",
+    least: 80,
+    share: 0,
+    cell: (song) => <Stars rating={markOf(song.id).rating} />,
+  },
   { key: "type", label: "library.type", least: 56, share: 0, cell: ({ type }) => type },
 ];
 
@@ -83,15 +111,20 @@ const ORDER = [
   "disc",
   "added",
   "type",
+  "rating",
   "duration",
+  "star",
 ];
+
+/** What the index does not know, and cannot sort by. */
+const OF_PERSON = ["star", "rating"];
 
 /** Below so many pixels all of a song stands in one column, in two lines. */
 const COMPACT = 520;
 const GAP = 12;
 const EDGES = 32;
 const KEPT = "columns.songs";
-const USUAL = ["title", "duration", "artist", "album", "year"];
+const USUAL = ["title", "duration", "artist", "album", "star", "year"];
 
 export const wanted = signal<string[]>(readWanted());
 
@@ -123,13 +156,14 @@ export function isCompact(width: number) {
 
 /** For a list of rows of which some are songs. */
 export function listColumn<T>(column: SongColumn, songOf: (row: T) => Song | undefined): Column<T> {
-  const { key, label, least, share, align } = column;
+  const { key, label, least, share, align, quiet } = column;
   return {
     key,
     label: t(label),
     width: share === 0 ? `${least}px` : `minmax(${least}px, ${share}fr)`,
-    sortable: true,
+    sortable: !OF_PERSON.includes(key),
     ...(align && { align }),
+    ...(quiet && { quiet }),
     cell: (row) => {
       const song = songOf(row);
       return song && column.cell(song);

@@ -3,6 +3,8 @@ import type { ComponentChildren } from "preact";
 import { useEffect, useState } from "preact/hooks";
 import { get } from "../api/http.ts";
 import type { Song, WholeSong } from "../api/types.ts";
+import { markOf, setStar } from "../playback/marks.ts";
+import { Rating, StarButton } from "../playback/star_button.tsx";
 import { formatDuration, formatNumber, formatSize, formatTime, type TextKey, t } from "../text/index.ts";
 import { Dialog, openDialog } from "../ui/dialog.tsx";
 import type { MenuItem } from "../ui/menu.tsx";
@@ -24,8 +26,15 @@ export function songMenu(song: Song, songs: Songs): MenuItem[] {
       if (id === undefined) return [];
       return [{ label: t(label), icon, divided: place === 0, run: () => goTo([room, id]) } as MenuItem];
     }),
-    { label: t("library.details"), icon: "more", divided: true, run: () => showSong(song.id) },
+    starItem(song),
+    { label: t("library.details"), icon: "more", run: () => showSong(song.id) },
   ];
+}
+
+function starItem(song: Song): MenuItem {
+  const { star } = markOf(song.id);
+  const label = t(star ? "playing.take_star" : "playing.give_star");
+  return { label, icon: "heart", divided: true, run: () => void setStar(song.id, !star) };
 }
 
 export function showSong(id: number) {
@@ -45,7 +54,11 @@ function Details({ id, close }: { id: number; close: () => void }) {
       {error !== undefined && <p role="alert">{reasonOf(error)}</p>}
       {song && (
         <div class="details">
-          <Cover song={song.id} size={320} />
+          <div class="details-mark">
+            <Cover song={song.id} size={320} />
+            <StarButton song={song} />
+            <Rating song={song} />
+          </div>
           <dl class="facts">
             {factsOf(song).map(([label, fact]) => (
               <div key={label}>
@@ -60,6 +73,10 @@ function Details({ id, close }: { id: number; close: () => void }) {
   );
 }
 
+function yearOf({ year, library }: Song) {
+  return { year_from: year, year_to: year, library: library === "personal" ? library : undefined };
+}
+
 /** Those that the song has. */
 function factsOf(song: WholeSong): [TextKey, ComponentChildren][] {
   const link = (room: string, id: number | undefined, text: string | undefined) =>
@@ -71,7 +88,7 @@ function factsOf(song: WholeSong): [TextKey, ComponentChildren][] {
     ["library.album_artist", link("artists", song.album_artist_id, song.album_artist)],
     ["library.composer", link("composers", song.composer_id, song.composer)],
     ["library.genre", link("genres", song.genre_id, song.genre)],
-    ["library.year", song.year && link("years", song.year, String(song.year))],
+    ["library.year", song.year && <a href={linkTo(["albums"], yearOf(song))}>{song.year}</a>],
     ["library.track", song.track && String(song.track)],
     ["library.disc", song.disc && String(song.disc)],
     ["library.duration", song.duration !== undefined && formatDuration(song.duration)],

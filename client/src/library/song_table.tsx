@@ -5,6 +5,7 @@ import type { Song } from "../api/types.ts";
 import type { Dragged } from "../list/drag.tsx";
 import { type Column, ListView, type Section, type Sort } from "../list/list_view.tsx";
 import { type Range, rangesOf } from "../list/selection.ts";
+import { currentSongId } from "../playback/commands.ts";
 import { formatDuration, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { useKeys } from "../ui/keys.tsx";
@@ -56,7 +57,7 @@ export function SongTable<T>(props: SongTableProps<T>) {
     if (!songOf(row)) return props.onOpenOther?.(row);
     const total = source.total.peek() ?? 0;
     const first = total <= MOST_QUEUED ? firstOf(props, index) : index;
-    void playSongs(songsAt([{ first, end: total }]), index - first);
+    playSongs(songsAt([{ first, end: total }]), index - first);
   };
   const menuOf = (index: number) => {
     const row = source.at(index);
@@ -92,6 +93,7 @@ export function SongTable<T>(props: SongTableProps<T>) {
         onKey={(event) => onSongsKey(event, chosen)}
         onMenu={(index, place) => openMenu(place, t("library.menu"), menuOf(index))}
         lift={lift}
+        rowClass={(row) => (songOf(row)?.id === currentSongId.value ? "current" : "")}
         lead={props.lead}
         {...(props.sections && { sections: props.sections })}
         empty={props.empty}

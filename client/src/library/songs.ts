@@ -2,17 +2,7 @@
 // something is done with them.
 import { get, isAborted, type Query } from "../api/http.ts";
 import { playlistPath } from "../api/playlists.ts";
-import type {
-  Album,
-  Entry,
-  Folder,
-  FolderItem,
-  LibraryName,
-  Name,
-  Page,
-  Playlist,
-  Song,
-} from "../api/types.ts";
+import type { Album, Entry, Folder, FolderItem, Name, Page, Playlist, Song } from "../api/types.ts";
 import { type Chosen, type Item, itemOf } from "../list/items.ts";
 import type { Range } from "../list/selection.ts";
 import type { PagedSource } from "../list/source.ts";
@@ -104,18 +94,18 @@ export function songsOfAlbum({ id, name, songs }: Album) {
 export type NameKind = "artists" | "genres" | "composers" | "years";
 
 /** What chooses the songs and the albums of an artist, a genre, a composer or a year. */
-export function queryOf(kind: NameKind, id: string, library: LibraryName): Query {
-  if (kind === "years") return { library, year_from: id, year_to: id };
-  return { [kind.slice(0, -1)]: id };
+export function queryOf(kind: NameKind, { id, name, library }: Name): Query {
+  if (kind === "years") return { library, year_from: name, year_to: name };
+  return { [singular(kind)]: id };
 }
 
-/** A year is told by its digits, all else by its id. */
-export function idOf(kind: NameKind, name: Name) {
-  return kind === "years" ? name.name : String(name.id);
+/** As parameters and answers call it. */
+export function singular(kind: NameKind) {
+  return kind.slice(0, -1);
 }
 
 export function songsOfName(kind: NameKind, name: Name) {
-  return songsBy(queryOf(kind, idOf(kind, name), name.library), name.name, name.songs);
+  return songsBy(queryOf(kind, name), name.name, name.songs);
 }
 
 export function songsOfFolder({ id, name, songs }: Folder) {

@@ -71,11 +71,11 @@ export function SongsView({ route }: { route: Route }) {
       <ViewHead title={t("library.songs")} count={total}>
         <LibrarySwitch shown={library} />
         <FilterField />
-        <button type="button" class="button" disabled={!total} onClick={() => void shuffleSongs(all())}>
+        <button type="button" class="button" disabled={!total} onClick={() => shuffleSongs(all())}>
           <Icon name="shuffle" />
           {t("library.shuffle")}
         </button>
-        <button type="button" class="button" disabled={!total} onClick={() => void saveAs(all())}>
+        <button type="button" class="button wide-button" disabled={!total} onClick={() => saveAs(all())}>
           <Icon name="list" />
           {t("library.save_as")}
         </button>

@@ -196,7 +196,7 @@ export function ListView<T>(props: ListViewProps<T>) {
         aria-rowcount={source.total.value === undefined ? -1 : total + (header ? 1 : 0)}
         aria-colcount={columns.length}
         aria-multiselectable={props.selection ? true : undefined}
-        aria-busy={source.total.value === undefined}
+        aria-busy={source.total.value === undefined && !source.error.value}
         tabIndex={total === 0 ? 0 : -1}
         onKeyDown={(event) => act.onKey(event, active, viewport.pageRows)}
         onFocusIn={(event) => {

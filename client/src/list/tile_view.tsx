@@ -125,7 +125,7 @@ export function TileView<T>(props: TileViewProps<T>) {
         aria-label={label}
         aria-rowcount={source.total.value === undefined ? -1 : Math.ceil(total / lanes.value)}
         aria-colcount={lanes.value}
-        aria-busy={source.total.value === undefined}
+        aria-busy={source.total.value === undefined && !source.error.value}
         tabIndex={total === 0 ? 0 : -1}
         onKeyDown={onKeyDown}
         onFocusIn={(event) => void itemOf(event)}

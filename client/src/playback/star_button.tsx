@@ -6,13 +6,17 @@ import { markOf, setRating, setStar } from "./marks.ts";
 
 type Marked = Pick<Song, "id" | "title">;
 
-/** For rows as well: it asks for its mark together with those that are drawn with it. */
-export function StarButton({ song }: { song: Marked }) {
+/**
+ * For rows as well: it asks for its mark together with those that are drawn with it. There the row has the focus, so
+ * `tabIndex` is -1.
+ */
+export function StarButton({ song, tabIndex = 0 }: { song: Marked; tabIndex?: number }) {
   const { star } = markOf(song.id);
   return (
     <button
       type="button"
       class="icon-button star-button"
+      tabIndex={tabIndex}
       aria-pressed={star}
       aria-label={t("playing.star", { title: song.title })}
       title={t(star ? "playing.take_star" : "playing.give_star")}
