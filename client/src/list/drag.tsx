@@ -148,7 +148,9 @@ export function watchForDrag(down: PointerEvent, lift: () => Dragged | undefined
   document.addEventListener("pointerup", () => end(true), listen);
   document.addEventListener("pointercancel", () => end(false), listen);
   document.addEventListener("lostpointercapture", () => {}, listen);
-  window.addEventListener("blur", () => end(false), listen);
+  // A row that gets the focus takes it from another element, which tells the window too.
+  const onBlur = (event: FocusEvent) => event.target === window && end(false);
+  window.addEventListener("blur", onBlur, listen);
   document.addEventListener(
     "keydown",
     (event) => {

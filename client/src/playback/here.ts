@@ -14,6 +14,7 @@ import { Pauses } from "./pauses.ts";
 import { BACK_TO_BEGINNING, type Player } from "./player.ts";
 import { isPlayable, MOST_ENTRIES, queue } from "./queue.ts";
 import { changed, keepQueue } from "./queue_sync.ts";
+import { withDetails } from "./song_details.ts";
 import { Sound } from "./sound.ts";
 import { type Source, sourceOf } from "./source.ts";
 
@@ -26,7 +27,7 @@ const STREAM_ATTEMPTS = 5;
 
 class Here implements Player {
   readonly name = signal(undefined);
-  readonly item = queue.current;
+  readonly item = withDetails(queue.current);
   readonly isPlaying = signal(false);
   readonly isWaiting = signal(false);
   readonly trouble = signal<string | undefined>(undefined);

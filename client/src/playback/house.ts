@@ -1,7 +1,7 @@
 // A player of the house, which the server speaks to.
-import { computed, effect, signal } from "@preact/signals";
+import { computed, signal } from "@preact/signals";
 import { ask, get, RequestError } from "../api/http.ts";
-import type { Page, PlayerEntry, PlayerStatus, WholeSong } from "../api/types.ts";
+import type { Page, PlayerEntry, PlayerStatus } from "../api/types.ts";
 import type { Chosen, Item } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { notify, notifyFailure, reasonOf } from "../ui/notices.tsx";
@@ -9,6 +9,7 @@ import { shuffle } from "./order.ts";
 import { Pauses } from "./pauses.ts";
 import { BACK_TO_BEGINNING, type Player } from "./player.ts";
 import { MOST_ENTRIES } from "./queue.ts";
+import { withDetails } from "./song_details.ts";
 
 const EVERY = 1000; // milliseconds between two looks at what it does
 const LARGEST_PAGE = 1000;
@@ -25,12 +26,9 @@ export class House implements Player {
   readonly isMuted = signal(false);
   readonly shuffles = signal(undefined);
   readonly repeat = signal(undefined);
-  /** What the library knows of the song that plays. */
-  private readonly details = signal<WholeSong | undefined>(undefined);
-  readonly item = computed(() => itemOfEntry(this.status.value?.song, this.details.value));
+  readonly item = withDetails(computed(() => itemOfEntry(this.status.value?.song)));
   /** Grows when its queue is changed from here. */
   readonly edits = signal(0);
-  private readonly songId = computed(() => this.status.value?.song?.song);
 
   private readonly pauses = new Pauses();
   private timer = 0;
@@ -42,7 +40,6 @@ export class House implements Player {
     name: string,
   ) {
     this.name.value = name;
-    effect(() => void this.fetchDetails(this.songId.value));
   }
 
   /** Looks at what it does, until that is not wanted any more. */
@@ -88,14 +85,6 @@ export class House implements Player {
 
   private path(command = "") {
     return command === "" ? `players/${this.id}` : `players/${this.id}/${command}`;
-  }
-
-  private async fetchDetails(id: number | undefined) {
-    if (id === undefined || this.details.peek()?.id === id) return;
-    try {
-      const song = await get<WholeSong>(`songs/${id}`);
-      if (this.songId.peek() === id) this.details.value = song;
-    } catch {} // the player's own words have to do
   }
 
   private async post(command: string, body?: object) {
@@ -219,10 +208,10 @@ function songsOf(items: readonly Item[]): number[] {
   return items.flatMap(({ song }) => (song ? [song.id] : [])).slice(0, MOST_ENTRIES);
 }
 
-/** What a player tells, as the library would, with `details` if they are of the same song. */
-export function itemOfEntry(entry: PlayerEntry | undefined, details?: WholeSong): Item | undefined {
+/** What a player tells, as the library would. */
+export function itemOfEntry(entry: PlayerEntry | undefined): Item | undefined {
   if (!entry) return undefined;
   const { song: id, stream, title = "", ...rest } = entry;
   if (id === undefined) return { title, ...rest, ...(stream !== undefined && { stream }) };
-  return { song: details?.id === id ? details : { id, library: "shared", title, ...rest } };
+  return { song: { id, library: "shared", title, ...rest } };
 }

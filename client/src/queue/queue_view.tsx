@@ -14,6 +14,7 @@ import { formatDate, formatDuration, formatNumber, t } from "../text/index.ts";
 import { askForText } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { keyOf } from "../ui/keys.tsx";
+import { isNarrow } from "../ui/media.ts";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { useTitle } from "../ui/title.ts";
 import { clear, insertAt, moveBefore, removeAt } from "./edits.ts";
@@ -39,15 +40,28 @@ function wholeQueue(): Chosen {
   return chosenAt(keys.map((_, position) => position));
 }
 
+function Title({ item }: { item: Item }) {
+  const title = titleOf(item);
+  const artist = item.missing ? t("queue.gone") : artistOf(item);
+  if (!isNarrow.value) return <span title={title}>{title}</span>;
+  return (
+    <div class="two-lines">
+      <span title={title}>{title}</span>
+      <span class="small">{artist}</span>
+    </div>
+  );
+}
+
 function columns(): Column<Item>[] {
-  return [
+  const all: (Column<Item> & { wide?: boolean })[] = [
     {
       key: "number",
       label: "",
-      width: "4rem",
+      width: isNarrow.value ? "3.5rem" : "4rem",
       align: "end",
       cell: (_, index) => (
         <span class="handle" title={t("queue.handle")}>
+          <Icon name="grip" />
           <span class="number">{formatNumber(index + 1)}</span>
         </span>
       ),
@@ -56,16 +70,18 @@ function columns(): Column<Item>[] {
       key: "title",
       label: t("library.title"),
       width: "minmax(0, 3fr)",
-      cell: (item) => <span title={titleOf(item)}>{titleOf(item)}</span>,
+      cell: (item) => <Title item={item} />,
     },
     {
       key: "artist",
+      wide: true,
       label: t("library.artist"),
       width: "minmax(0, 2fr)",
       cell: (item) => <span class="soft">{item.missing ? t("queue.gone") : artistOf(item)}</span>,
     },
     {
       key: "star",
+      wide: true,
       label: "",
       width: "var(--control)",
       cell: (item) => item.song && <StarButton song={item.song} />,
@@ -73,7 +89,7 @@ function columns(): Column<Item>[] {
     {
       key: "duration",
       label: "",
-      width: "3.5rem",
+      width: "3rem",
       align: "end",
       cell: (item) => formatDuration(durationOf(item)),
     },
@@ -94,6 +110,7 @@ function columns(): Column<Item>[] {
       ),
     },
   ];
+  return isNarrow.value ? all.filter(({ wide }) => !wide) : all;
 }
 
 /** What can be done with what is selected. */
@@ -235,8 +252,11 @@ function Head() {
   const remaining = useComputed(() => upNext(queue.order.value).length);
   const { secondsUpNext, stopsAfter } = queue;
   const hasSongs = (queue.total.value ?? 0) > 0;
+  const save = () => void saveAsList(wholeQueue(), todaysName());
   const more = (event: MouseEvent) => {
+    const saving: MenuItem[] = isNarrow.peek() ? [{ label: t("queue.save"), icon: "list", run: save }] : [];
     const items: MenuItem[] = [
+      ...saving,
       {
         label: t("queue.stop_after"),
         checked: stopsAfter.peek(),
@@ -261,15 +281,12 @@ function Head() {
         </p>
       </div>
       <span class="spacer" />
-      <button
-        type="button"
-        class="button"
-        disabled={!hasSongs}
-        onClick={() => void saveAsList(wholeQueue(), todaysName())}
-      >
-        <Icon name="list" />
-        {t("queue.save")}
-      </button>
+      {!isNarrow.value && (
+        <button type="button" class="button" disabled={!hasSongs} onClick={save}>
+          <Icon name="list" />
+          {t("queue.save")}
+        </button>
+      )}
       <button
         type="button"
         class="icon-button"

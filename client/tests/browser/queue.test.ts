@@ -151,6 +151,7 @@ test("when another device has gone on, the user says which queue holds", async (
     await leaveQueue(["Seed"]);
     await page.keyboard.press("Delete");
     const question = notice(page, "Another device went on with the queue.");
+    await question.waitFor();
     await saved(page, () => question.getByRole("button", { name: "Keep this one" }).click());
     assert.deepEqual(await titlesAtServer(), ALBUM.slice(1));
 
