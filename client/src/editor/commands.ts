@@ -3,6 +3,7 @@ import { effect, signal } from "@preact/signals";
 import type { Item } from "../list/items.ts";
 import { idNow } from "../ui/history.ts";
 import { documentOf } from "./documents.ts";
+import { addTo } from "./list_edits.ts";
 
 const KEPT = "open_list";
 
@@ -27,5 +28,5 @@ export function closeList() {
 export async function appendTo(id: string, items: Item[]) {
   const document = documentOf(id);
   await document.ready();
-  document.insert(items);
+  await addTo(document, items);
 }

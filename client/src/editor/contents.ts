@@ -2,7 +2,7 @@
 // there, or added here.
 import { ask, isAborted, RequestError } from "../api/http.ts";
 import { type PlaylistPage, playlistPath } from "../api/playlists.ts";
-import { type Item, itemOf } from "../list/items.ts";
+import { type Item, identityOf, itemOf } from "../list/items.ts";
 import { EMPTY, type Order } from "./order.ts";
 
 const STRETCH = 100;
@@ -24,6 +24,7 @@ export class OtherVersion extends Error {}
 
 export class Contents {
   private readonly items = new Map<number, Item>();
+  private readonly keys = new Map<number, string>();
   private places: Map<number, number> | undefined;
   private placesAreOf: Order = EMPTY;
   private asked = new Map<number, AbortController>();
@@ -37,8 +38,14 @@ export class Contents {
     return this.items.get(id);
   }
 
+  /** The same for entries that stand for the same song. */
+  keyOf(id: number): string | undefined {
+    return this.keys.get(id);
+  }
+
   set(id: number, item: Item) {
     this.items.set(id, item);
+    this.keys.set(id, identityOf(item));
   }
 
   hasAll(ids: Order): boolean {
@@ -109,7 +116,7 @@ export class Contents {
     if (body.total !== order.length && version !== undefined) throw new RequestError(500, undefined);
     body.items.forEach((entry, at) => {
       const id = order[offset + at];
-      if (id !== undefined) this.items.set(id, itemOf(entry));
+      if (id !== undefined) this.set(id, itemOf(entry));
     });
     this.forgetMany();
   }
@@ -118,7 +125,9 @@ export class Contents {
     if (this.items.size <= MOST_KEPT) return;
     for (const id of this.items.keys()) {
       if (this.items.size <= MOST_KEPT / 2) break;
-      if (this.placeOf(id) !== undefined) this.items.delete(id);
+      if (this.placeOf(id) === undefined) continue;
+      this.items.delete(id);
+      this.keys.delete(id);
     }
   }
 }

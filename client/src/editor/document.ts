@@ -4,13 +4,15 @@ import { batch, computed, type Signal, signal } from "@preact/signals";
 import { ask, RequestError } from "../api/http.ts";
 import { type PlaylistPage, playlistPath, readWhole } from "../api/playlists.ts";
 import type { Playlist } from "../api/types.ts";
-import { durationOf, type Item, identityOf } from "../list/items.ts";
+import { type Chosen, type Item, identityOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { idNow, record } from "../ui/history.ts";
 import { notify } from "../ui/notices.tsx";
 import { Contents, OtherVersion, type ServerState } from "./contents.ts";
+import { factsOf } from "./facts.ts";
 import { type Matched, match, movedBetween } from "./match.ts";
 import { type Change, changeBetween, merge } from "./merge.ts";
+import { Candidates } from "./missing.ts";
 import {
   consecutive,
   EMPTY,
@@ -51,6 +53,7 @@ export class ListDocument implements Saved {
   readonly contents: Contents;
   readonly canEdit = computed(() => this.playlist.value?.kind === "list");
   readonly views = new Set<InView>();
+  readonly candidates = new Candidates(this);
   server: ServerState = { order: EMPTY, version: undefined };
   readonly saver = new Saver(this);
   private readonly firstId: string;
@@ -204,6 +207,29 @@ export class ListDocument implements Saved {
         stop,
       );
     }
+  }
+
+  /** What it holds, or what is at these positions, to be played or added elsewhere. */
+  chosen(positions?: readonly number[]): Chosen {
+    const ids = positions?.map((at) => this.idAt(at));
+    const load = (stop?: AbortSignal) =>
+      ids ? this.loadAt(this.positionsOf(ids), stop) : this.loadAll(stop);
+    return { count: positions?.length ?? this.total.peek(), name: this.playlist.peek()?.name ?? "", load };
+  }
+
+  /** Where these entries are now, in ascending order. */
+  positionsOf(ids: readonly number[]): number[] {
+    const wanted = new Set(ids);
+    const positions: number[] = [];
+    this.order.peek().forEach((id, at) => {
+      if (wanted.has(id)) positions.push(at);
+    });
+    return positions;
+  }
+
+  isNamed(name: string) {
+    const playlist = this.playlist.peek();
+    if (playlist) this.playlist.value = { ...playlist, id: this.listId, name };
   }
 
   // Editing
@@ -369,10 +395,7 @@ export class ListDocument implements Saved {
 
   /** What the server had, and the list's new entries found in it: of all that it may have had, by the nearest. */
   private nearest(doubts: readonly Order[], keys: readonly string[]): { base: Order; found: Matched } {
-    const keyOf = (id: number) => {
-      const item = this.contents.get(id);
-      return item && identityOf(item);
-    };
+    const keyOf = (id: number) => this.contents.keyOf(id);
     const tries = [...doubts, this.server.order].map((base) => ({
       base,
       found: match(base, keyOf, keys, () => this.nextId++),
@@ -402,14 +425,8 @@ export class ListDocument implements Saved {
     };
   }
 
-  /** Seconds, of the entries that are known. */
-  readonly duration = computed(() => {
+  readonly facts = computed(() => {
     void this.revision.value;
-    let sum = 0;
-    for (const id of this.order.value) {
-      const item = this.contents.get(id);
-      if (item) sum += durationOf(item) ?? 0;
-    }
-    return sum;
+    return factsOf(this.order.value, this.contents);
   });
 }

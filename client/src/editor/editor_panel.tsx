@@ -1,66 +1,152 @@
-// The playlist that is being made, at the right.
-import { useEffect, useMemo } from "preact/hooks";
-import { artistOf, durationOf, type Item, titleOf } from "../list/items.ts";
-import { type Column, ListView } from "../list/list_view.tsx";
+// The playlist that is being made: at the right, or as a view of its own.
+import { useSignalEffect } from "@preact/signals";
+import { useEffect, useMemo, useRef } from "preact/hooks";
+import type { Dragged } from "../list/drag.tsx";
+import type { Item } from "../list/items.ts";
+import { ListView } from "../list/list_view.tsx";
 import { Selection } from "../list/selection.ts";
-import { formatDuration, t } from "../text/index.ts";
-import { closeList } from "./commands.ts";
+import { play } from "../playback/commands.ts";
+import { t } from "../text/index.ts";
+import { Icon } from "../ui/icon.tsx";
+import { keyOf } from "../ui/keys.tsx";
+import type { ListDocument } from "./document.ts";
 import { DocumentView } from "./document_view.ts";
 import { documentOf } from "./documents.ts";
+import { EntryActions } from "./entry_actions.ts";
+import { columnsOf, labelOf, rowClassOf } from "./entry_row.tsx";
+import { follow } from "./following.ts";
+import { addTo } from "./list_edits.ts";
+import { renameList } from "./list_menu.ts";
+import { PanelHead } from "./panel_head.tsx";
+import { useWidth } from "./width.ts";
 
-function columns(): Column<Item>[] {
-  return [
-    {
-      key: "title",
-      label: t("library.title"),
-      width: "minmax(0, 1fr)",
-      cell: (item) => `${titleOf(item)} ${artistOf(item)}`,
-    },
-    {
-      key: "duration",
-      label: "",
-      width: "4rem",
-      align: "end",
-      cell: (item) => formatDuration(durationOf(item)),
-    },
-  ];
-}
+const WIDE = 720; // pixels, where artist and album have columns of their own
 
 export function EditorPanel({ id }: { id: string }) {
-  const document = documentOf(id);
+  return <Panel key={documentOf(id).listId} document={documentOf(id)} />;
+}
+
+function Panel({ document }: { document: ListDocument }) {
   const view = useMemo(() => new DocumentView(document), [document]);
   useEffect(() => () => view.leave(), [view]);
-  const selection = useMemo(() => new Selection(), [document]);
+  const selection = useMemo(() => new Selection(), []);
+  const actions = useMemo(() => new EntryActions(document, selection), [document, selection]);
+  useFollowing(document, selection);
+  useCandidates(document);
+  const panel = useRef<HTMLElement>(null);
+  const isWide = useWidth(panel) >= WIDE;
+  const canEdit = document.canEdit.value;
+  const name = document.playlist.value?.name ?? "";
+  const onKeyDown = (event: KeyboardEvent) => {
+    if (keyOf(event) !== "F2" || !canEdit) return;
+    event.preventDefault();
+    void renameList(document);
+  };
+  return (
+    <section ref={panel} class="list-editor" aria-label={name} onKeyDown={onKeyDown}>
+      <PanelHead document={document} selection={selection} />
+      <ListView<Item>
+        label={t("editor.entries", { name })}
+        source={view}
+        columns={columnsOf(document, isWide)}
+        selection={selection}
+        rowClass={(item, index) => rowClassOf(document, item, index)}
+        rowLabel={(item) => labelOf(item)}
+        onOpen={(_, index) => void play(document.chosen(), { startAt: index })}
+        onMenu={(index, place) => actions.openMenu(index, place)}
+        onKey={(event, active) => actions.onKey(event, active)}
+        {...(canEdit && dropping(document))}
+        lift={(positions) => liftedFrom(document, positions)}
+        empty={<Invitation canEdit={canEdit} />}
+      />
+      <SelectionBar actions={actions} />
+    </section>
+  );
+}
+
+function Invitation({ canEdit }: { canEdit: boolean }) {
   return (
     <>
-      <header>
-        <h2>{document.playlist.value?.name}</h2>
-        <p>{document.saveState.value.kind}</p>
-        <button type="button" class="button" onClick={closeList}>
-          {t("close")}
-        </button>
-      </header>
-      <ListView
-        label={document.playlist.value?.name ?? ""}
-        source={view}
-        columns={columns()}
-        selection={selection}
-        lift={(positions) => ({
-          chosen: { count: positions.length, load: () => document.loadAt(positions) },
-          label: t("count.songs", { count: positions.length }),
-          origin: { source: document, positions },
-        })}
-        onDrop={(dragged, at) => {
-          if (dragged.origin?.source === document) document.move(dragged.origin.positions, at);
-          else void dragged.chosen.load().then((items) => document.insert(items, at));
-        }}
-        onKey={(event) => {
-          if (event.key !== "Delete") return false;
-          document.remove(selection.positions());
-          selection.clear();
-          return true;
-        }}
-      />
+      <Icon name="music" />
+      <p>{canEdit ? t("editor.empty") : t("editor.empty_read_only")}</p>
     </>
+  );
+}
+
+/** What is dragged from a list knows its entries, as they may stand elsewhere when it lands. */
+const liftedIds = new WeakMap<Dragged, number[]>();
+
+function liftedFrom(document: ListDocument, positions: number[]): Dragged {
+  const dragged: Dragged = {
+    chosen: document.chosen(positions),
+    label: t("count.songs", { count: positions.length }),
+    origin: { source: document, positions },
+  };
+  liftedIds.set(
+    dragged,
+    positions.map((at) => document.idAt(at)),
+  );
+  return dragged;
+}
+
+function dropping(document: ListDocument) {
+  return {
+    onDrop: (dragged: Dragged, at: number) => {
+      if (dragged.origin?.source === document)
+        document.move(document.positionsOf(liftedIds.get(dragged) ?? []), at);
+      else void dragged.chosen.load().then((items) => addTo(document, items, at));
+    },
+  };
+}
+
+function useFollowing(document: ListDocument, selection: Selection) {
+  const before = useRef(document.order.peek());
+  useSignalEffect(() => {
+    const after = document.order.value;
+    const order = before.current;
+    before.current = after;
+    follow(selection, order, after);
+  });
+}
+
+/** Looks for the songs that missing entries may mean, once such an entry is seen. */
+function useCandidates(document: ListDocument) {
+  useSignalEffect(() => {
+    const unsought = document.facts.value.missing.some((id) => document.candidates.of(id) === undefined);
+    if (unsought && document.canEdit.value && document.saveState.value.kind === "saved") {
+      void document.candidates.load().catch(() => {}); // the list shows what is missing all the same
+    }
+  });
+}
+
+function SelectionBar({ actions }: { actions: EntryActions }) {
+  const count = actions.selection.count.value;
+  if (count === 0) return null;
+  const canEdit = actions.document.canEdit.value;
+  return (
+    <div class="selection-bar" role="toolbar" aria-label={t("editor.selection")}>
+      <span class="selection-count">{t("count.selected", { count })}</span>
+      <button type="button" class="icon-button" aria-label={t("editor.play")} onClick={() => actions.play()}>
+        <Icon name="play" />
+      </button>
+      {canEdit && (
+        <>
+          <button type="button" class="button" onClick={() => void actions.askWhereTo()}>
+            {t("editor.move_to_short")}
+          </button>
+          <button type="button" class="button" onClick={() => actions.remove()}>
+            {t("editor.remove")}
+          </button>
+        </>
+      )}
+      <button
+        type="button"
+        class="icon-button"
+        aria-label={t("editor.clear_selection")}
+        onClick={() => actions.selection.clear()}
+      >
+        <Icon name="close" />
+      </button>
+    </div>
   );
 }

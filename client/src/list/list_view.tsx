@@ -110,13 +110,19 @@ export function ListView<T>(props: ListViewProps<T>) {
     viewport.show(index);
   };
   useLayoutEffect(() => {
+    const at = document.activeElement;
+    const isLeftBehind =
+      at instanceof HTMLElement && body.current?.contains(at) && at.dataset.index !== undefined
+        ? Number(at.dataset.index) !== active
+        : false;
+    if (isLeftBehind) moveTo(active); // what had the focus is elsewhere now
     if (!focusNow.current) return;
     const row = body.current?.querySelector<HTMLElement>(
       `[aria-rowindex="${active + 1 + (header ? 1 : 0)}"]`,
     );
-    if (!row) return;
+    if (!row && total > 0) return;
     focusNow.current = false;
-    row.focus({ preventScroll: true });
+    (row ?? body.current?.parentElement)?.focus({ preventScroll: true });
   });
 
   const act = listActions(props, selection, total, moveTo);
@@ -198,7 +204,12 @@ export function ListView<T>(props: ListViewProps<T>) {
         aria-multiselectable={props.selection ? true : undefined}
         aria-busy={source.total.value === undefined && !source.error.value}
         tabIndex={total === 0 ? 0 : -1}
-        onKeyDown={(event) => act.onKey(event, active, viewport.pageRows)}
+        onKeyDown={(event) => {
+          if (act.onKey(event, active, viewport.pageRows)) focusNow.current = true;
+        }}
+        onFocusOut={(event) => {
+          if (event.relatedTarget) focusNow.current = false;
+        }}
         onFocusIn={(event) => {
           const row = rowOf(event);
           if (row !== undefined && row !== active) selection.active.value = row;
@@ -345,11 +356,13 @@ function listActions<T>(
       if (canSelect) onOpen(index);
     },
     onKey: (event: KeyboardEvent, active: number, page: number) => {
-      if (total === 0 || (isControl(event) && event.key === "Enter")) return;
-      if ((event.target as Element).matches("input, select, textarea")) return;
-      if (!props.onKey?.(event, active) && !onOwnKey(event, active, page)) return;
+      if (total === 0 || (isControl(event) && event.key === "Enter")) return false;
+      if ((event.target as Element).matches("input, select, textarea")) return false;
+      const isOwn = props.onKey?.(event, active) ?? false;
+      if (!isOwn && !onOwnKey(event, active, page)) return false;
       event.preventDefault();
       event.stopPropagation();
+      return isOwn;
     },
     onClick: (event: MouseEvent, index: number | undefined) => {
       if (index === undefined || isControl(event)) return;

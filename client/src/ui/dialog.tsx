@@ -8,6 +8,8 @@ import { Icon } from "./icon.tsx";
 interface Open {
   id: number;
   render: () => JSX.Element;
+  /** It is gone, and the focus is where it was before. */
+  onGone: () => void;
 }
 
 const dialogs = signal<Open[]>([]);
@@ -20,22 +22,29 @@ let lastId = 0;
 export function openDialog<T>(render: (close: (answer?: T) => void) => JSX.Element): Promise<T | undefined> {
   return new Promise((resolve) => {
     const id = ++lastId;
+    let given: T | undefined;
     const close = (answer?: T) => {
+      given = answer;
       dialogs.value = dialogs.value.filter((other) => other.id !== id);
-      resolve(answer);
     };
-    dialogs.value = [...dialogs.value, { id, render: () => render(close) }];
+    const onGone = () => resolve(given);
+    dialogs.value = [...dialogs.value, { id, render: () => render(close), onGone }];
   });
 }
 
 export function Dialogs() {
   return (
     <>
-      {dialogs.value.map(({ id, render: Render }) => (
-        <Render key={id} />
+      {dialogs.value.map((open) => (
+        <Shown key={open.id} open={open} />
       ))}
     </>
   );
+}
+
+function Shown({ open }: { open: Open }) {
+  useEffect(() => open.onGone, [open]);
+  return open.render();
 }
 
 interface DialogProps {

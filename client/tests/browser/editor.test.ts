@@ -1,41 +1,314 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import type { Page } from "playwright-core";
-import { openHouse } from "./fixture.ts";
+import type { Locator, Page } from "playwright-core";
+import { entriesOf, idOf, makeList, openInPanel, panelOf, songsOf, titlesOf } from "./editor_support.ts";
+import {
+  DESKTOP,
+  expectNoViolations,
+  openHouse,
+  PHONE,
+  SIZES,
+  TABLET,
+  THEMES,
+  takePicture,
+} from "./fixture.ts";
 
 const house = openHouse();
 
-/** A shared list of the first songs; its id. */
-async function makeList(name: string, count: number): Promise<string> {
-  const { items } = await house.get<{ items: { id: number }[] }>(`api/songs?sort=title&limit=${count}`);
-  const songs = items.map(({ id }) => String(id));
-  const { node } = await house.act<{ node: { id: string } }>({
-    action: "add",
-    type: "shared",
-    name,
-    id_info_list: songs,
-  });
-  return node.id;
+async function middleOf(element: Locator) {
+  const box = await element.boundingBox();
+  if (!box) throw new Error("it is not to be seen");
+  return { x: box.x + box.width / 2, y: box.y + box.height / 2, top: box.y, bottom: box.y + box.height };
 }
 
-async function open(page: Page, id: string) {
-  await page.evaluate((list) => localStorage.setItem("open_list", list), id);
-  await page.reload();
-  await page.getByRole("complementary").getByRole("row").first().waitFor();
+async function drag(page: Page, from: Locator, to: { x: number; y: number }, drop = true) {
+  const at = await middleOf(from);
+  await page.mouse.move(at.x, at.y);
+  await page.mouse.down();
+  await page.mouse.move(at.x, at.y + 10);
+  await page.mouse.move(to.x, to.y, { steps: 5 });
+  if (drop) await page.mouse.up();
 }
 
-test("a list is shown and edited", async () => {
-  const id = await makeList("First", 6);
+test("songs are removed, and that is undone and done again", async () => {
+  const id = await makeList(house, "Removing", 6);
+  const before = await titlesOf(house, id);
   await house.visit({}, async (page) => {
-    await open(page, id);
-    const rows = page.getByRole("complementary").getByRole("row");
-    assert.equal(await rows.count(), 6);
-    await rows.first().click();
-    const saved = page.waitForResponse(/audio_playlist.cgi/);
+    const { row, titles, saved, panel } = await openInPanel(page, id);
+    await row(1).click();
+    await row(3).click({ modifiers: ["Control"] });
     await page.keyboard.press("Delete");
-    assert.equal(await rows.count(), 5);
-    assert.equal((await saved).status(), 200);
+    const left = before.filter((_, at) => at !== 1 && at !== 3);
+    assert.deepEqual(await titles(), left);
+    await page.getByText("Removed 2 songs").waitFor();
+    assert.equal(await page.evaluate(() => document.activeElement?.getAttribute("data-index")), "2");
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), left);
+
+    await page.keyboard.press("Control+z");
+    await panel.getByText("6 songs").waitFor();
+    assert.deepEqual(await titles(), before);
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), before);
+
+    await page.keyboard.press("Control+Shift+Z");
+    await panel.getByText("4 songs").waitFor();
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), left);
   });
-  const list = await house.get<{ total: number }>(`api/playlists/${id}`);
-  assert.equal(list.total, 5);
 });
+
+test("songs are moved by keys, and keep focus and selection", async () => {
+  const id = await makeList(house, "Moving", 6);
+  const [a, b, c, d, e, f] = await titlesOf(house, id);
+  await house.visit({}, async (page) => {
+    const { row, titles, saved } = await openInPanel(page, id);
+    const selected = () =>
+      page
+        .locator("[aria-selected=true]")
+        .evaluateAll((rows) => rows.map((one) => (one as HTMLElement).dataset.index));
+    await row(1).click();
+    await page.keyboard.press("Shift+ArrowDown");
+    await page.keyboard.press("Alt+ArrowDown");
+    await page.getByText("Moved to 3 of 6").waitFor({ state: "attached" });
+    assert.deepEqual(await titles(), [a, d, b, c, e, f]);
+    assert.deepEqual(await selected(), ["2", "3"]);
+    assert.equal(await page.evaluate(() => document.activeElement?.getAttribute("data-index")), "3");
+    await page.keyboard.press("Alt+ArrowUp");
+    await page.keyboard.press("Alt+ArrowUp");
+    assert.deepEqual(await titles(), [b, c, a, d, e, f]);
+    await page.keyboard.press("m");
+    await page.getByLabel("Position of the first, 1 to 5").fill("9");
+    await page.keyboard.press("Enter");
+    await page.getByText("Please give a number from 1 to 5.").waitFor();
+    await page.getByLabel("Position of the first").fill("5");
+    await page.keyboard.press("Enter");
+    assert.deepEqual(await titles(), [a, d, e, f, b, c]);
+    assert.deepEqual(await selected(), ["4", "5"]);
+    await page.waitForFunction(() => document.activeElement?.getAttribute("data-index") === "5");
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), [a, d, e, f, b, c]);
+  });
+});
+
+test("songs are dragged to their place, and Escape puts them back", async () => {
+  const id = await makeList(house, "Dragging", 6);
+  const before = await titlesOf(house, id);
+  const [a, b, c, d, e, f] = before;
+  await house.visit({}, async (page) => {
+    const { row, titles, saved } = await openInPanel(page, id);
+    await row(0).click();
+    await row(2).click({ modifiers: ["Control"] });
+    const below = await middleOf(row(4));
+    await drag(page, row(0), { x: below.x, y: below.bottom - 2 }, false);
+    await page.locator(".drop-line").waitFor();
+    assert.equal(await page.locator(".drag-ghost").textContent(), "2 songs");
+    await takePicture(page, "editor-dragging");
+    await page.keyboard.press("Escape");
+    await page.locator(".drop-line").waitFor({ state: "detached" });
+    await page.mouse.up();
+    assert.deepEqual(await titles(), before);
+
+    const sent = page.waitForRequest(/audio_playlist\.cgi/);
+    await drag(page, row(2), { x: below.x, y: below.bottom - 2 });
+    assert.deepEqual(await titles(), [b, d, e, a, c, f]);
+    const edit = new URLSearchParams((await sent).postData() ?? "");
+    assert.deepEqual([edit.get("action"), edit.get("start"), edit.get("limit")], ["update", "0", "5"]);
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), [b, d, e, a, c, f]);
+  });
+});
+
+test("a finger drags by the handle on a phone, and scrolls elsewhere", async () => {
+  const id = await makeList(house, "Touch", 6);
+  const [a, b, c, d, e, f] = await titlesOf(house, id);
+  await house.visit({ size: PHONE }, async (page) => {
+    const { row, titles, saved } = await openInPanel(page, id);
+    const from = await middleOf(row(0).locator(".handle"));
+    const to = await middleOf(row(2));
+    const client = await page.context().newCDPSession(page);
+    const touch = (type: "touchStart" | "touchMove" | "touchEnd", x: number, y: number) =>
+      client.send("Input.dispatchTouchEvent", { type, touchPoints: type === "touchEnd" ? [] : [{ x, y }] });
+    await touch("touchStart", from.x, from.y);
+    for (const part of [0.2, 0.5, 0.8, 1]) {
+      await touch("touchMove", from.x + 40 * part, from.y + (to.bottom - 4 - from.y) * part);
+    }
+    await page.locator(".drop-line").waitFor();
+    await touch("touchEnd", 0, 0);
+    await page.locator(".drop-line").waitFor({ state: "detached" });
+    assert.deepEqual(await titles(), [b, c, a, d, e, f]);
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), [b, c, a, d, e, f]);
+    await takePicture(page, "editor-phone");
+  });
+});
+
+test("songs are dragged from the library between two rows", async () => {
+  const songs = await songsOf(house);
+  const id = await makeList(
+    house,
+    "Dropping",
+    songs.slice(0, 3).map((song) => song.id),
+  );
+  await house.visit({ at: "#/songs" }, async (page) => {
+    const { row, titles, saved } = await openInPanel(page, id);
+    const wanted = songs[5]?.title ?? "";
+    const song = page.getByRole("main").getByRole("row").filter({ hasText: wanted });
+    const below = await middleOf(row(0));
+    await drag(page, song, { x: below.x, y: below.bottom });
+    await page.getByText("Added 1 song to Dropping").waitFor();
+    const expected = [songs[0]?.title, wanted, songs[1]?.title, songs[2]?.title];
+    assert.deepEqual(await titles(), expected);
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), expected);
+  });
+});
+
+test("what is not found is repaired: the best, a chosen one, all that are certain; and undone", async () => {
+  const songs = await songsOf(house);
+  const path = async (at: number) =>
+    (await house.get<{ path: string }>(`api/songs/${songs[at]?.id}`)).path.replace(/^.*\//, "");
+  await house.writePlaylist("Lost", [
+    `../Gone/${await path(0)}`,
+    `#EXTINF:3,Somebody - ${songs[1]?.title}`,
+    "../Gone/Other.mp3",
+    `../Gone/${await path(2)}`,
+    "../Gone/Nothing like it.mp3",
+  ]);
+  const id = await idOf(house, "Lost");
+  await house.visit({}, async (page) => {
+    const { panel, row, saved } = await openInPanel(page, id);
+    await panel.getByText("4 songs were not found.").waitFor();
+    await row(0)
+      .getByRole("button", { name: /^not found – \d+ candidate/ })
+      .waitFor();
+    await expectNoViolations(page, "aside");
+    await takePicture(page, "editor-missing");
+
+    await row(0).getByRole("button", { name: /^Take/ }).click();
+    await panel.getByText("3 songs were not found.").waitFor();
+    await saved();
+    await row(1)
+      .getByRole("button", { name: /candidate/ })
+      .click();
+    await page.getByRole("dialog").getByRole("radio").first().waitFor();
+    await expectNoViolations(page, "dialog");
+    await takePicture(page, "editor-candidates");
+    await page.getByRole("button", { name: "Take this one" }).click();
+    await panel.getByText("2 songs were not found.").waitFor();
+    await saved();
+    await panel.getByRole("button", { name: /^Repair/ }).click();
+    await panel.getByText("1 song was not found.").waitFor();
+    await saved();
+    const repaired = (await entriesOf(house, id)).map(({ song }) => song?.id);
+    assert.deepEqual([repaired[0], repaired[2], repaired[3]], [songs[0]?.id, songs[2]?.id, undefined]);
+
+    for (const count of [2, 3, 4]) {
+      await page.keyboard.press("Control+z");
+      await panel.getByText(`${count} songs were not found.`).waitFor();
+    }
+    await saved();
+    assert.equal((await entriesOf(house, id)).filter(({ missing }) => missing).length, 4);
+  });
+});
+
+test("duplicates are marked, asked about, and removed", async () => {
+  const songs = await songsOf(house);
+  const [a, b, c] = songs.map((song) => song.id) as [number, number, number];
+  const id = await makeList(house, "Twice", [a, b, a]);
+  await house.visit({ at: "#/songs" }, async (page) => {
+    const { panel, row, rows, saved, titles } = await openInPanel(page, id);
+    await row(2).getByText("twice").waitFor();
+    const main = page.getByRole("main").getByRole("row");
+    const dropBoth = async () => {
+      await main.filter({ hasText: songs[0]?.title ?? "" }).click();
+      await main.filter({ hasText: songs[2]?.title ?? "" }).click({ modifiers: ["Control"] });
+      await drag(page, main.filter({ hasText: songs[2]?.title ?? "" }), await middleOf(row(1)));
+      await page.getByText("1 of 2 are in the list already.").waitFor();
+    };
+    await dropBoth();
+    await expectNoViolations(page, "dialog");
+    await takePicture(page, "editor-duplicates");
+    await page.getByRole("button", { name: "Skip them, add 1" }).click();
+    await panel.getByText("4 songs").waitFor();
+    assert.equal((await titles()).filter((title) => title === songs[2]?.title).length, 1);
+    await saved();
+    await dropBoth();
+    await page.getByRole("button", { name: "Add all" }).click();
+    await panel.getByText("6 songs").waitFor();
+    await panel.getByRole("button", { name: "Menu" }).click();
+    await page.getByRole("menuitem", { name: "Remove duplicates" }).click();
+    await panel.getByText("3 songs").waitFor();
+    await page.getByText("Removed 3 duplicates").waitFor();
+    assert.equal(await rows.count(), 3);
+    await saved();
+    assert.deepEqual(new Set((await entriesOf(house, id)).map(({ song }) => song?.id)), new Set([a, b, c]));
+  });
+});
+
+test("a list is sorted and shuffled as one edit, renamed, and its history undoes each of them", async () => {
+  const songs = await songsOf(house);
+  const id = await makeList(
+    house,
+    "Whole",
+    songs
+      .slice(0, 8)
+      .map((song) => song.id)
+      .reverse(),
+  );
+  const before = await titlesOf(house, id);
+  await house.visit({}, async (page) => {
+    const { panel, titles, saved, row } = await openInPanel(page, id);
+    const choose = async (name: string) => {
+      await panel.getByRole("button", { name: "Menu" }).click();
+      await page.getByRole("menuitem", { name, exact: true }).click();
+    };
+    await choose("Sort by title");
+    await page.getByText("Sorted by title").waitFor();
+    const sorted = await titles();
+    assert.deepEqual([...sorted].sort(), [...before].sort());
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), sorted);
+    await choose("Shuffle");
+    await saved();
+    await row(0).click();
+    await page.keyboard.press("F2");
+    await page.getByLabel("Name", { exact: true }).fill("Another name");
+    await page.keyboard.press("Enter");
+    await panel.getByRole("heading", { name: "Another name" }).waitFor();
+
+    await choose("History");
+    await expectNoViolations(page, "dialog");
+    await takePicture(page, "editor-history");
+    await page.getByRole("button", { name: "Undo: Shuffled" }).click();
+    await page.getByRole("button", { name: "Do again: Shuffled" }).waitFor();
+    await page.getByRole("dialog").getByRole("button", { name: "Close" }).click();
+    assert.deepEqual(await titles(), sorted);
+    await choose("History");
+    await page.getByRole("button", { name: "Undo: Renamed Whole to Another name" }).click();
+    await panel.getByRole("heading", { name: "Whole" }).waitFor({ state: "attached" });
+    await page.getByRole("dialog").getByRole("button", { name: "Close" }).click();
+    await saved();
+  });
+});
+
+for (const size of SIZES) {
+  for (const theme of THEMES) {
+    test(`the panel on a ${size.name}, ${theme}`, async () => {
+      const id = await makeList(house, `Picture ${size.name} ${theme}`, 12);
+      const empty = await makeList(house, `Empty ${size.name} ${theme}`, 0);
+      await house.visit({ size, theme, at: "#/songs" }, async (page) => {
+        const { row, panel } = await openInPanel(page, id);
+        await row(0).waitFor();
+        await expectNoViolations(page, "aside");
+        await takePicture(page, `editor-${size.name}-${theme}`);
+        await openInPanel(page, empty);
+        await panel.getByText("Drag songs here, or select some and press A.").waitFor();
+        await expectNoViolations(page, "aside");
+        await takePicture(page, `editor-empty-${size.name}-${theme}`);
+      });
+    });
+  }
+}
+
+void [DESKTOP, TABLET, panelOf];

@@ -1,0 +1,103 @@
+// What can be done with the whole list.
+import { rename } from "../api/actions.ts";
+import type { Selection } from "../list/selection.ts";
+import { enqueue, play } from "../playback/commands.ts";
+import { t } from "../text/index.ts";
+import { askForText } from "../ui/dialog.tsx";
+import { giveNewId, record } from "../ui/history.ts";
+import type { MenuItem } from "../ui/menu.tsx";
+import { notifyFailure } from "../ui/notices.tsx";
+import { goTo } from "../ui/router.ts";
+import { openListId } from "./commands.ts";
+import type { ListDocument } from "./document.ts";
+import { showHistory } from "./history_dialog.tsx";
+import { removeDuplicates, removeMissing, SORT_KEYS, shuffle, sortBy } from "./list_edits.ts";
+
+/** Edits that have to load the list first may fail. */
+function attempt(work: () => Promise<void>) {
+  const run = () => void work().catch((error) => notifyFailure("", error, run));
+  return run;
+}
+
+async function giveName(document: ListDocument, name: string) {
+  const before = document.listId;
+  const { id } = await rename(before, name);
+  if (id !== undefined && id !== before) {
+    giveNewId(before, id);
+    if (openListId.peek() === before) openListId.value = id;
+  }
+  document.isNamed(name);
+}
+
+export async function renameList(document: ListDocument) {
+  const before = document.playlist.peek()?.name ?? "";
+  const label = t("editor.name");
+  const name = await askForText({ title: t("keys.rename"), label, value: before, submit: t("keys.rename") });
+  if (name === undefined || name === before) return;
+  try {
+    await giveName(document, name);
+  } catch (error) {
+    return notifyFailure(t("editor.not_renamed"), error, () => void renameList(document));
+  }
+  record({
+    label: t("editor.renamed", { before, name }),
+    playlist: document.listId,
+    undo: () => giveName(document, before),
+    redo: () => giveName(document, name),
+  });
+}
+
+export function listMenu(document: ListDocument, selection: Selection): MenuItem[] {
+  const isEmpty = (document.total.peek() ?? 0) === 0;
+  const playing: MenuItem[] = [
+    { label: t("editor.play"), icon: "play", disabled: isEmpty, run: () => void play(document.chosen()) },
+    {
+      label: t("editor.enqueue"),
+      icon: "queue",
+      disabled: isEmpty,
+      run: () => void enqueue(document.chosen()),
+    },
+    {
+      label: t("keys.select_all"),
+      icon: "check",
+      key: "Ctrl+A",
+      disabled: isEmpty,
+      run: () => selection.all(document.total.peek() ?? 0),
+    },
+  ];
+  const away: MenuItem[] = [
+    {
+      label: t("editor.full_width"),
+      icon: "list",
+      divided: true,
+      run: () => goTo(["playlists", document.listId]),
+    },
+  ];
+  return document.canEdit.peek()
+    ? [...playing, ...editing(document, isEmpty), ...away]
+    : [...playing, ...away];
+}
+
+function editing(document: ListDocument, isEmpty: boolean): MenuItem[] {
+  const sorting = SORT_KEYS.map(
+    (key, place): MenuItem => ({
+      label: t(`editor.sort_by_${key}`),
+      divided: place === 0,
+      disabled: isEmpty,
+      run: attempt(() => sortBy(document, key)),
+    }),
+  );
+  return [
+    { label: t("keys.rename"), icon: "edit", key: "F2", divided: true, run: () => void renameList(document) },
+    { label: t("editor.history"), icon: "history", run: () => showHistory(document) },
+    ...sorting,
+    { label: t("editor.shuffle"), icon: "shuffle", disabled: isEmpty, run: () => shuffle(document) },
+    {
+      label: t("editor.remove_duplicates"),
+      divided: true,
+      disabled: isEmpty,
+      run: attempt(() => removeDuplicates(document)),
+    },
+    { label: t("editor.remove_missing"), disabled: isEmpty, run: attempt(() => removeMissing(document)) },
+  ];
+}

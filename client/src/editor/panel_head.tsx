@@ -1,0 +1,161 @@
+// The head of a list: what it is, whether it is saved, and what can be done with all of it.
+import { useRef } from "preact/hooks";
+import type { Selection } from "../list/selection.ts";
+import { formatDuration, t } from "../text/index.ts";
+import { redo, undo } from "../ui/history.ts";
+import { Icon, type IconName } from "../ui/icon.tsx";
+import { openMenu } from "../ui/menu.tsx";
+import { reasonOf } from "../ui/notices.tsx";
+import { route } from "../ui/router.ts";
+import { closeList, openListId } from "./commands.ts";
+import type { ListDocument } from "./document.ts";
+import { deedsOf } from "./history_dialog.tsx";
+import { listMenu } from "./list_menu.ts";
+import { TheirEditLine } from "./their_edit.tsx";
+
+interface HeadProps {
+  document: ListDocument;
+  selection: Selection;
+}
+
+export function PanelHead({ document, selection }: HeadProps) {
+  const name = document.playlist.value?.name ?? "";
+  return (
+    <header class="list-head">
+      <div class="list-head-line">
+        <h2 title={name}>{name || " "}</h2>
+        <Tools document={document} selection={selection} />
+      </div>
+      <p class="list-facts">
+        <Totals document={document} />
+        <SaveLine document={document} />
+      </p>
+      <TheirEditLine document={document} />
+      <MissingLine document={document} />
+    </header>
+  );
+}
+
+function Tool({
+  icon,
+  label,
+  run,
+  disabled,
+}: {
+  icon: IconName;
+  label: string;
+  run: () => void;
+  disabled?: boolean;
+}) {
+  return (
+    <button
+      type="button"
+      class="icon-button"
+      aria-label={label}
+      title={label}
+      disabled={disabled}
+      onClick={run}
+    >
+      <Icon name={icon} />
+    </button>
+  );
+}
+
+function Tools({ document, selection }: HeadProps) {
+  const more = useRef<HTMLButtonElement>(null);
+  const { done, undone } = deedsOf(document);
+  const isAtTheRight = openListId.value === document.listId && route.value.segments[1] !== document.listId;
+  return (
+    <div class="list-tools">
+      {document.canEdit.value && (
+        <>
+          <Tool
+            icon="undo"
+            label={t("undo")}
+            disabled={done.length === 0}
+            run={() => void undo(done.at(-1))}
+          />
+          <Tool
+            icon="redo"
+            label={t("keys.redo")}
+            disabled={undone.length === 0}
+            run={() => void redo(undone.at(-1))}
+          />
+        </>
+      )}
+      <button
+        ref={more}
+        type="button"
+        class="icon-button"
+        aria-label={t("menu")}
+        aria-haspopup="menu"
+        onClick={() => more.current && openMenu(more.current, t("menu"), listMenu(document, selection))}
+      >
+        <Icon name="more" />
+      </button>
+      {isAtTheRight && <Tool icon="close" label={t("editor.close")} run={closeList} />}
+    </div>
+  );
+}
+
+function Totals({ document }: { document: ListDocument }) {
+  const { total, facts, playlist } = document;
+  if (total.value === undefined) return <span>&nbsp;</span>;
+  const isWhole = facts.value.known === total.value;
+  const duration = isWhole ? facts.value.duration : playlist.value?.duration;
+  return (
+    <span>
+      {t("count.songs", { count: total.value })}
+      {duration !== undefined && ` · ${formatDuration(duration)}`}
+    </span>
+  );
+}
+
+function SaveLine({ document }: { document: ListDocument }) {
+  if (!document.canEdit.value)
+    return document.total.value === undefined ? null : <span>{t("editor.read_only")}</span>;
+  const state = document.saveState.value;
+  const isFailed = state.kind === "waiting" || state.kind === "refused";
+  return (
+    <>
+      <span role="status" class={isFailed ? "save-state failed" : "save-state"}>
+        {textOf(state)}
+      </span>
+      {isFailed && (
+        <button type="button" class="link" onClick={() => void document.saver.run()}>
+          {t("retry")}
+        </button>
+      )}
+      {state.kind === "refused" && (
+        <button type="button" class="link" onClick={() => void document.discard()}>
+          {t("editor.discard")}
+        </button>
+      )}
+    </>
+  );
+}
+
+function textOf(state: ListDocument["saveState"]["value"]) {
+  if (state.kind === "saved") return t("editor.saved");
+  if (!("error" in state)) return t("editor.saving");
+  if (state.kind === "waiting" && state.error.status === 0) return t("editor.not_saved_offline");
+  const reason = reasonOf(state.error);
+  return t(state.kind === "waiting" ? "editor.not_saved_yet" : "editor.not_saved", { reason });
+}
+
+function MissingLine({ document }: { document: ListDocument }) {
+  const { missing } = document.facts.value;
+  if (missing.length === 0 || !document.canEdit.value) return null;
+  const certain = document.candidates.certain();
+  return (
+    <div class="list-line">
+      <Icon name="missing" />
+      <span>{t("editor.count_missing", { count: missing.length })}</span>
+      {certain.size > 0 && (
+        <button type="button" class="link" onClick={() => document.candidates.repair(certain)}>
+          {t("editor.repair_certain", { count: certain.size })}
+        </button>
+      )}
+    </div>
+  );
+}
