@@ -62,9 +62,9 @@ test("songs are moved by keys, and keep focus and selection", async () => {
   const id = await makeList(house, "Moving", 6);
   const [a, b, c, d, e, f] = await titlesOf(house, id);
   await house.visit({}, async (page) => {
-    const { row, titles, saved } = await openInPanel(page, id);
+    const { panel, row, titles, saved } = await openInPanel(page, id);
     const selected = () =>
-      page
+      panel
         .locator("[aria-selected=true]")
         .evaluateAll((rows) => rows.map((one) => (one as HTMLElement).dataset.index));
     await row(1).click();
@@ -220,20 +220,20 @@ test("duplicates are marked, asked about, and removed", async () => {
     const { panel, row, rows, saved, titles } = await openInPanel(page, id);
     await row(2).getByText("twice").waitFor();
     const main = page.getByRole("main").getByRole("row");
-    const dropBoth = async () => {
+    const dropBoth = async (question: string) => {
       await main.filter({ hasText: songs[0]?.title ?? "" }).click();
       await main.filter({ hasText: songs[2]?.title ?? "" }).click({ modifiers: ["Control"] });
       await drag(page, main.filter({ hasText: songs[2]?.title ?? "" }), await middleOf(row(1)));
-      await page.getByText("1 of 2 are in the list already.").waitFor();
+      await page.getByText(question).waitFor();
     };
-    await dropBoth();
+    await dropBoth("1 of 2 are in the list already.");
     await expectNoViolations(page, "dialog");
     await takePicture(page, "editor-duplicates");
     await page.getByRole("button", { name: "Skip them, add 1" }).click();
     await panel.getByText("4 songs").waitFor();
     assert.equal((await titles()).filter((title) => title === songs[2]?.title).length, 1);
     await saved();
-    await dropBoth();
+    await dropBoth("All 2 are in the list already.");
     await page.getByRole("button", { name: "Add all" }).click();
     await panel.getByText("6 songs").waitFor();
     await panel.getByRole("button", { name: "Menu" }).click();
