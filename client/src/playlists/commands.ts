@@ -3,10 +3,8 @@ import type { LibraryName } from "../api/types.ts";
 import { appendTo, openListId } from "../editor/commands.ts";
 import type { Chosen, Item } from "../list/items.ts";
 import { t } from "../text/index.ts";
+import { withPart } from "../ui/lazy.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
-import { chooseLists } from "./add_dialog.tsx";
-import { makeList } from "./edits.ts";
-import { askForName } from "./name_dialog.tsx";
 import { rememberUse } from "./recent.ts";
 
 /** Loads what was chosen; a failure is told, with a way to try again. */
@@ -32,29 +30,32 @@ export async function addToOpenList(chosen: Chosen) {
 }
 
 /** Asks for lists, or a new one, and adds to them. */
-export async function addToOtherList(chosen: Chosen) {
-  const answer = await chooseLists(chosen);
-  if (!answer) return;
-  if ("name" in answer) return void (await saveAsList(chosen, answer.name || (chosen.name ?? "")));
-  await withItems(chosen, async (items) => {
-    for (const id of answer.ids) {
-      rememberUse(id);
-      await appendTo(id, items);
+export function addToOtherList(chosen: Chosen) {
+  return withPart(
+    () => import("./add_dialog.tsx"),
+    async ({ chooseLists }) => {
+      const answer = await chooseLists(chosen);
+      if (!answer) return;
+      if ("name" in answer) await saveAsList(chosen, answer.name || (chosen.name ?? ""));
+      else await addToEach(answer.ids, chosen);
+    },
+  );
+}
+
+function addToEach(ids: string[], chosen: Chosen) {
+  return withItems(chosen, async (items) => {
+    while (ids[0] !== undefined) {
+      await appendTo(ids[0], items);
+      rememberUse(ids[0]);
+      ids.shift(); // so that trying again adds to the others only
     }
   });
 }
 
-/** Asks for a name and a library, and makes a list of these; the answer is its id. */
+/** Asks for a name and a library, and makes a list of these. */
 export function saveAsList(chosen: Chosen, name: string, library: LibraryName = "personal") {
-  return askForName({
-    title: t("playlists.save_as"),
-    name,
-    library,
-    submit: t("playlists.save"),
-    take: async (newName, itsLibrary) => {
-      const id = await makeList({ name: newName, library: itsLibrary, items: await chosen.load() });
-      rememberUse(id);
-      return id;
-    },
-  });
+  return withPart(
+    () => import("./save_dialog.ts"),
+    ({ askToSave }) => askToSave(chosen, name, library),
+  );
 }

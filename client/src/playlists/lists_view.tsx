@@ -10,16 +10,9 @@ import { Icon } from "../ui/icon.tsx";
 import { isNarrow } from "../ui/media.ts";
 import { type Route, replaceQuery } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
+import { linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
 import { matcher } from "./order.ts";
-import {
-  askForRename,
-  deleteAll,
-  linkToPlaylist,
-  nameOf,
-  openPlaylist,
-  showMenu,
-  showNewMenu,
-} from "./playlist_actions.ts";
+import { askForRename, deleteAll, showMenu, showNewMenu } from "./playlist_actions.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";
 
 const COMPARISONS: Record<string, (a: Playlist, b: Playlist) => number> = {

@@ -1,19 +1,18 @@
 // What people do with whole playlists, from the tree and the views alike.
 import { downloadAddress } from "../api/actions.ts";
 import { address, RequestError } from "../api/http.ts";
-import { playlistPath, readWhole } from "../api/playlists.ts";
+import { playlistPath } from "../api/playlists.ts";
 import type { LibraryName, Playlist } from "../api/types.ts";
 import { openList } from "../editor/commands.ts";
-import { type Chosen, itemOf } from "../list/items.ts";
 import { enqueue, play, playNext } from "../playback/commands.ts";
 import { t } from "../text/index.ts";
-import { isWide } from "../ui/media.ts";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { notify, notifyFailure } from "../ui/notices.tsx";
-import { goTo, linkTo } from "../ui/router.ts";
+import { goTo } from "../ui/router.ts";
 import { addToOtherList, saveAsList } from "./commands.ts";
 import { deletePlaylists, duplicate, makeList, otherLibrary, renamePlaylist } from "./edits.ts";
 import { askForName } from "./name_dialog.tsx";
+import { chosenPlaylist, nameOf, openPlaylist } from "./opening.ts";
 
 /** As the server writes them. */
 const FORMATS = ["m3u8", "m3u", "pls", "xspf", "jspf"] as const;
@@ -21,29 +20,6 @@ const FORMATS = ["m3u8", "m3u", "pls", "xspf", "jspf"] as const;
 const QUICK_DELETES = 5;
 
 type Place = HTMLElement | { x: number; y: number };
-
-export function linkToPlaylist(id: string) {
-  return linkTo(["playlists", id]);
-}
-
-export function nameOf(playlist: Playlist) {
-  return playlist.kind === "random" ? t("playlists.random") : playlist.name;
-}
-
-/** All that a playlist holds; a smart or random one is asked for what it has now. */
-export function chosenPlaylist(playlist: Playlist): Chosen {
-  return {
-    count: playlist.count,
-    name: nameOf(playlist),
-    load: async (stop) => (await readWhole(playlist.id, stop)).entries.map(itemOf),
-  };
-}
-
-/** In the editor where there is room beside the view, else as the view. */
-export function openPlaylist(playlist: Playlist) {
-  if (playlist.kind === "list" && isWide.peek()) openList(playlist.id);
-  else goTo(["playlists", playlist.id]);
-}
 
 export async function newList(library: LibraryName = "personal", name = "") {
   const id = await askForName({

@@ -19,7 +19,8 @@ import { linkTo, type Route, replaceQuery } from "../ui/router.ts";
 import { user } from "../ui/session.tsx";
 import { useTitle } from "../ui/title.ts";
 import { addToOpenList, addToOtherList, saveAsList } from "./commands.ts";
-import { chosenPlaylist, nameOf, showMenu } from "./playlist_actions.ts";
+import { chosenPlaylist, nameOf } from "./opening.ts";
+import { showMenu } from "./playlist_actions.ts";
 import { playlistOf, playlists, RANDOM } from "./store.ts";
 
 /** So many are fetched at once, so that what is seen is what is played, though chosen by chance. */

@@ -7,23 +7,15 @@ import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "../l
 import { useViewport } from "../list/viewport.ts";
 import { compareNames, formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
+import { withPart } from "../ui/lazy.tsx";
 import { isCoarse } from "../ui/media.ts";
 import { openMenu } from "../ui/menu.tsx";
 import { announce, reasonOf } from "../ui/notices.tsx";
 import { linkTo, route } from "../ui/router.ts";
 import { addTo, saveAsList } from "./commands.ts";
 import { isTexts, keptForUser } from "./kept.ts";
+import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
 import { matcher, type Order, placedBefore, sorted } from "./order.ts";
-import {
-  askForRename,
-  chosenPlaylist,
-  deleteAll,
-  linkToPlaylist,
-  nameOf,
-  openPlaylist,
-  showMenu,
-  showNewMenu,
-} from "./playlist_actions.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";
 import { groupOf, rowsOf, type TreeRow } from "./tree_rows.ts";
 
@@ -34,6 +26,11 @@ const ownOrder = keptForUser<string[]>("playlist_order", [], isTexts);
 const order = keptForUser<Order>("order_of_playlists", "name", (value): value is Order =>
   ORDERS.includes(value as Order),
 );
+
+/** What the menus do; the first page does without it. */
+function act(use: (actions: typeof import("./playlist_actions.ts")) => unknown) {
+  void withPart(() => import("./playlist_actions.ts"), use);
+}
 
 /** What is dragged when it is a row of the tree: its playlist. */
 const carried: { playlist: Playlist | undefined } = { playlist: undefined };
@@ -82,7 +79,7 @@ export function PlaylistTree() {
           aria-haspopup="menu"
           aria-label={t("playlists.new")}
           title={t("playlists.new")}
-          onClick={(event) => showNewMenu(event.currentTarget)}
+          onClick={({ currentTarget }) => act(({ showNewMenu }) => showNewMenu(currentTarget))}
         >
           <Icon name="add" />
         </button>
@@ -228,8 +225,8 @@ function onGroupKey(key: string, { name, open }: TreeRow & { kind: "group" }, go
 function onListKey(key: string, { playlist, group }: TreeRow & { kind: "list" }, goOut: () => void) {
   if (key === "ArrowLeft" && group) goOut();
   else if (key === "Enter") openPlaylist(playlist);
-  else if (key === "F2" && group) void askForRename(playlist);
-  else if (key === "Delete" && group) void deleteAll([playlist]);
+  else if (key === "F2" && group) act(({ askForRename }) => askForRename(playlist));
+  else if (key === "Delete" && group) act(({ deleteAll }) => deleteAll([playlist]));
   else return false;
   return true;
 }
@@ -377,7 +374,8 @@ function ListRow({ row, common }: { row: TreeRow & { kind: "list" }; common: Com
       }}
       onContextMenu={(event) => {
         event.preventDefault();
-        showMenu(playlist, placeOf(event));
+        const at = placeOf(event);
+        act(({ showMenu }) => showMenu(playlist, at));
       }}
     >
       <Icon name={playlist.kind === "smart" ? "smart" : playlist.kind === "random" ? "shuffle" : "list"} />

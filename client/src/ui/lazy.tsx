@@ -3,6 +3,7 @@ import { signal } from "@preact/signals";
 import type { ComponentType } from "preact";
 import { useEffect } from "preact/hooks";
 import { t } from "../text/index.ts";
+import { notify } from "./notices.tsx";
 
 /** A component that stands for the one that `load` fetches. Until that is there, nothing is shown. */
 export function lazy<P extends object>(load: () => Promise<ComponentType<P>>): ComponentType<P> {
@@ -22,6 +23,19 @@ export function lazy<P extends object>(load: () => Promise<ComponentType<P>>): C
     if (Loaded) return <Loaded {...props} />;
     return failed ? <NotLoaded retry={fetch} /> : null;
   };
+}
+
+/** The same for what is no component: does something with it when it is there. */
+export async function withPart<T>(load: () => Promise<T>, use: (part: T) => unknown) {
+  let part: T;
+  try {
+    part = await load();
+  } catch {
+    const again = () => void withPart(load, use);
+    notify({ text: t("error.not_loaded"), kind: "error", action: { label: t("retry"), run: again } });
+    return;
+  }
+  await use(part);
 }
 
 /** The server has a newer client, which names other files, or no connection. */
