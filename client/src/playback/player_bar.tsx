@@ -3,6 +3,7 @@ import { t } from "../text/index.ts";
 import { openDialog } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { useKeys } from "../ui/keys.tsx";
+import { notifyFailure } from "../ui/notices.tsx";
 import { linkTo } from "../ui/router.ts";
 import {
   Cover,
@@ -18,9 +19,17 @@ import {
 } from "./controls.tsx";
 import "./media_session.ts";
 import { PlayerMenuButton } from "./player_menu.tsx";
-import { PlayerSheet } from "./player_sheet.tsx";
 import { player } from "./players.ts";
 import { StarButton } from "./star_button.tsx";
+
+async function openSheet() {
+  try {
+    const { PlayerSheet } = await import("./player_sheet.tsx");
+    await openDialog((close) => <PlayerSheet close={close} />);
+  } catch (error) {
+    notifyFailure("", error, () => void openSheet());
+  }
+}
 
 export function PlayerBar() {
   useKeys({ Space: toggle });
@@ -38,7 +47,7 @@ export function PlayerBar() {
           class="sheet-opener"
           aria-label={t("playing.open_sheet")}
           disabled={!now}
-          onClick={() => void openDialog((close) => <PlayerSheet close={close} />)}
+          onClick={() => void openSheet()}
         />
       </div>
       <div class="player-middle">
