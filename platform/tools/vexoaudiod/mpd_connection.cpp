@@ -10,7 +10,9 @@ namespace vexo::audiod {
 
 namespace {
 
-constexpr unsigned kTimeoutMilliseconds = 3000;
+unsigned Milliseconds(std::chrono::seconds time) {
+  return static_cast<unsigned>(std::chrono::milliseconds(time).count());
+}
 
 std::string WithoutLinks(const std::string &path) {
   std::error_code error;
@@ -20,8 +22,8 @@ std::string WithoutLinks(const std::string &path) {
 
 } // namespace
 
-MpdConnection::MpdConnection(PlayerSettings settings, std::chrono::seconds answer_time)
-    : settings_(std::move(settings)), answer_time_(answer_time) {}
+MpdConnection::MpdConnection(PlayerSettings settings, Patience patience)
+    : settings_(std::move(settings)), patience_(patience) {}
 
 MpdConnection::~MpdConnection() { Disconnect(); }
 
@@ -34,9 +36,13 @@ void MpdConnection::Abort() {
 }
 
 bool MpdConnection::Begin() {
-  deadline_ = std::chrono::steady_clock::now() + answer_time_;
+  deadline_ = std::chrono::steady_clock::now() + patience_.answer;
   bytes_left_ = kMostAnswerBytes;
-  return connection_ != nullptr;
+  if (connection_ == nullptr) {
+    return false;
+  }
+  mpd_connection_set_timeout(connection_.get(), Milliseconds(patience_.line));
+  return true;
 }
 
 void MpdConnection::Connect() {
@@ -49,7 +55,7 @@ void MpdConnection::Connect() {
 void MpdConnection::Open() {
   const bool is_socket = settings_.host.starts_with('/') || settings_.host.starts_with('@');
   std::unique_ptr<mpd_connection, Close> connection(mpd_connection_new(
-      settings_.host.c_str(), is_socket ? 0 : settings_.port, kTimeoutMilliseconds));
+      settings_.host.c_str(), is_socket ? 0 : settings_.port, Milliseconds(patience_.line)));
   {
     const std::lock_guard lock(abort_mutex_);
     connection_ = std::move(connection);
@@ -85,6 +91,11 @@ void MpdConnection::FindMusicDirectory() {
     Check(is_told || mpd_connection_clear_error(connection_.get()));
   }
   real_music_directory_ = music_directory_.empty() ? "" : WithoutLinks(music_directory_);
+}
+
+void MpdConnection::ExpectCommand() {
+  deadline_ = std::chrono::steady_clock::now() + patience_.command;
+  mpd_connection_set_timeout(connection_.get(), Milliseconds(patience_.command));
 }
 
 MpdConnection::Pair MpdConnection::NextPair() {

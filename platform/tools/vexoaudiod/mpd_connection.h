@@ -30,14 +30,20 @@ private:
   Kind kind_;
 };
 
+/// How long MPD is waited for. A conversation ends by the time of its answer, or a line's later,
+/// which is before its client gives up.
+struct Patience {
+  std::chrono::seconds line{3};
+  std::chrono::seconds answer{6};
+  std::chrono::seconds command{9}; ///< for either, once MPD has to do something
+};
+
 class MpdConnection {
 public:
-  /// A conversation ends by then, or a line's time-out later, which is before its client gives up.
-  static constexpr std::chrono::seconds kAnswerTime{6};
   /// A page of entries has some 100 KiB.
   static constexpr std::size_t kMostAnswerBytes = std::size_t{4} << 20;
 
-  explicit MpdConnection(PlayerSettings settings, std::chrono::seconds answer_time = kAnswerTime);
+  explicit MpdConnection(PlayerSettings settings, Patience patience = {});
   ~MpdConnection();
   MpdConnection(const MpdConnection &) = delete;
   MpdConnection &operator=(const MpdConnection &) = delete;
@@ -82,6 +88,9 @@ public:
   using Pair = std::unique_ptr<mpd_pair, Return>;
 
   [[nodiscard]] mpd_connection *get() const { return connection_.get(); }
+  /// Has more patience for the rest of the conversation: MPD may hold "next", for instance, until a
+  /// short song has ended.
+  void ExpectCommand();
   /// Reads a line of an answer; null: there is no further one. Every line is read here, as every
   /// line counts: throws where an answer takes too long or is too long.
   [[nodiscard]] Pair NextPair();
@@ -103,7 +112,7 @@ private:
   [[nodiscard]] MpdError Failure() const;
 
   PlayerSettings settings_;
-  const std::chrono::seconds answer_time_;
+  const Patience patience_;
   std::unique_ptr<mpd_connection, Close> connection_;
   std::chrono::steady_clock::time_point deadline_; ///< of this conversation
   std::size_t bytes_left_ = 0;                     ///< that its answers may still have

@@ -145,6 +145,7 @@ PlayerStatus ControlMpd(MpdConnection &mpd, Control control, unsigned value) {
               mpd_send_status(connection) && mpd_send_current_song(connection) &&
               mpd_command_list_end(connection));
     if (control != Control::kStatus) {
+      mpd.ExpectCommand();
       mpd.SkipRest();
       mpd.Check(mpd_response_next(connection));
     }
@@ -156,6 +157,7 @@ PlayerStatus ControlMpd(MpdConnection &mpd, Control control, unsigned value) {
 
 LoadResult LoadIntoMpd(MpdConnection &mpd, const std::vector<std::string> &songs, bool replaces) {
   return mpd.Converse([&] {
+    mpd.ExpectCommand();
     const std::vector<std::string> uris = UrisOf(mpd, songs);
     LoadResult result = Load(mpd, uris, replaces);
     result.refused += songs.size() - uris.size();

@@ -89,6 +89,25 @@ TEST_F(MpdControlsTest, WhatThePlayerRefusesIsSaidSo) {
   }
 }
 
+TEST_F(MpdControlsTest, ACommandIsWaitedForLongerThanAQuestion) {
+  constexpr Patience kPatience{.line = std::chrono::seconds(1), .command = std::chrono::seconds(2)};
+  Mpd([](const std::string &) { return ScriptedMpd::kHang; });
+  MpdConnection connection({path(), 0, "", "/music"}, kPatience);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_THROW((void)ControlMpd(connection, Control::kNext, 0), MpdError);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, kPatience.command);
+}
+
+TEST_F(MpdControlsTest, TheAnswerToACommandMayComeLaterThanThatToAQuestion) {
+  constexpr Patience kNone{.answer = std::chrono::seconds(0)};
+  Mpd([](const std::string &command) {
+    return command.starts_with("next") ? std::string("list_OK\n") + kPlaying : kPlaying;
+  });
+  MpdConnection connection({path(), 0, "", "/music"}, kNone);
+  EXPECT_STREQ(ControlMpd(connection, Control::kNext, 0).state, "play");
+  EXPECT_THROW((void)ControlMpd(connection, Control::kStatus, 0), MpdError);
+}
+
 TEST_F(MpdControlsTest, SongsAreNamedAsMpdNamesThem) {
   ScriptedMpd &server = MpdThatSays("OK\n");
   const LoadResult result =

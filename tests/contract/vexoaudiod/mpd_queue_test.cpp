@@ -262,7 +262,7 @@ TEST_F(MpdQueueTest, AnswersWithoutAnEndAreErrors) {
 
 TEST_F(MpdQueueTest, AnAnswerMustEndInItsTime) {
   Mpd(QueueOfFiles(2));
-  MpdConnection mpd(Settings(), std::chrono::seconds(0));
+  MpdConnection mpd(Settings(), {.answer = std::chrono::seconds(0)});
   try {
     FetchQueue(mpd, 0, 2);
     ADD_FAILURE();
