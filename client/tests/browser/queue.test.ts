@@ -1,36 +1,15 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
-import type { Queue, Song, Page as Stretch } from "../../src/api/types.ts";
-import { expectNoViolations, openHouse, PHONE, SIZES, THEMES, takePicture, type User } from "./fixture.ts";
+import type { Queue } from "../../src/api/types.ts";
+import { expectNoViolations, openHouse, PHONE, SIZES, THEMES, takePicture } from "./fixture.ts";
+import { ALBUM, bar, button, hear, leaveQueue as leave, notice, titlesAtServer } from "./player_steps.ts";
 
 const house = openHouse();
 
-const ALBUM = ["Seed", "Rain on Glass", "Snail, Slowly", "Compost (Reprise)"];
-
-const bar = (page: Page) => page.getByRole("region", { name: "Player" });
-const button = (page: Page, name: string) => bar(page).getByRole("button", { name, exact: true });
 const grid = (page: Page) => page.getByRole("grid", { name: "Queue" });
 const row = (page: Page, title: string) => grid(page).getByRole("row", { name: title });
-const notice = (page: Page, text: string | RegExp) => page.locator(".notice").filter({ hasText: text });
-
-async function idsOf(titles: readonly string[]) {
-  const { items } = await house.get<Stretch<Song>>("api/songs?limit=1000");
-  return titles.map((title) => items.find((song) => song.title === title)?.id);
-}
-
-// What another device has left.
-async function leaveQueue(titles: readonly string[], place: object = {}, user: User = "anna") {
-  const items = (await idsOf(titles)).map((song) => ({ song }));
-  const body = JSON.stringify({ items, ...place });
-  const answer = await house.ask("api/queue", { method: "PUT", body }, user);
-  assert.equal(answer.status, 200);
-}
-
-async function titlesAtServer(user: User = "anna") {
-  const queue = await house.get<Queue>("api/queue?limit=1000", user);
-  return queue.items.map(({ song }) => song?.title);
-}
+const leaveQueue = (titles: readonly string[], place: object = {}) => leave(house, titles, place);
 
 async function titlesShown(page: Page) {
   const labels = await grid(page)
@@ -46,13 +25,6 @@ async function saved(page: Page, work: () => Promise<void>) {
   );
   await work();
   assert.equal((await written).status(), 200);
-}
-
-async function hear(page: Page, seconds: number) {
-  await page.waitForFunction(
-    (least) => Number(document.querySelector<HTMLInputElement>(".seek input")?.value) >= least,
-    seconds,
-  );
 }
 
 for (const size of SIZES) {
@@ -106,12 +78,17 @@ test("entries are moved by keys, to a position and by dragging, removed, and tha
   await house.visit({ at: "#/queue" }, async (page) => {
     await row(page, "Seed").click();
     await saved(page, () => page.keyboard.press("Alt+ArrowDown"));
-    assert.deepEqual(await titlesAtServer(), ["Rain on Glass", "Seed", "Snail, Slowly", "Compost (Reprise)"]);
+    assert.deepEqual(await titlesAtServer(house), [
+      "Rain on Glass",
+      "Seed",
+      "Snail, Slowly",
+      "Compost (Reprise)",
+    ]);
     await page.keyboard.press("m");
     await page.getByLabel("Position, 1 to 4").fill("4");
     await saved(page, () => page.keyboard.press("Enter"));
     const atEnd = ["Rain on Glass", "Snail, Slowly", "Compost (Reprise)", "Seed"];
-    assert.deepEqual(await titlesAtServer(), atEnd);
+    assert.deepEqual(await titlesAtServer(house), atEnd);
     await saved(page, async () => {
       await row(page, "Seed").hover();
       await page.mouse.down();
@@ -119,13 +96,13 @@ test("entries are moved by keys, to a position and by dragging, removed, and tha
       await page.mouse.move((first?.x ?? 0) + 200, (first?.y ?? 0) + 2, { steps: 5 });
       await page.mouse.up();
     });
-    assert.deepEqual(await titlesAtServer(), ALBUM);
+    assert.deepEqual(await titlesAtServer(house), ALBUM);
     await row(page, "Rain on Glass").click();
     await page.keyboard.press("Shift+ArrowDown");
     await saved(page, () => page.keyboard.press("Delete"));
-    assert.deepEqual(await titlesAtServer(), ["Seed", "Compost (Reprise)"]);
+    assert.deepEqual(await titlesAtServer(house), ["Seed", "Compost (Reprise)"]);
     await saved(page, () => page.keyboard.press("Control+z"));
-    assert.deepEqual(await titlesAtServer(), ALBUM);
+    assert.deepEqual(await titlesAtServer(house), ALBUM);
     assert.deepEqual(await titlesShown(page), ALBUM);
   });
 });
@@ -137,10 +114,10 @@ test("a cleared queue comes back", async () => {
     await page.getByRole("main").getByRole("button", { name: "More" }).click();
     await saved(page, () => page.getByRole("menuitem", { name: "Clear" }).click());
     await page.getByText("The queue is empty.").waitFor();
-    assert.deepEqual(await titlesAtServer(), []);
+    assert.deepEqual(await titlesAtServer(house), []);
     const undo = notice(page, "Cleared the queue of 4 songs").getByRole("button", { name: "Undo" });
     await saved(page, () => undo.click());
-    assert.deepEqual(await titlesAtServer(), ALBUM);
+    assert.deepEqual(await titlesAtServer(house), ALBUM);
   });
 });
 
@@ -153,14 +130,14 @@ test("when another device has gone on, the user says which queue holds", async (
     const question = notice(page, "Another device went on with the queue.");
     await question.waitFor();
     await saved(page, () => question.getByRole("button", { name: "Keep this one" }).click());
-    assert.deepEqual(await titlesAtServer(), ALBUM.slice(1));
+    assert.deepEqual(await titlesAtServer(house), ALBUM.slice(1));
 
     await leaveQueue(["Seed"]);
     await row(page, "Rain on Glass").click();
     await page.keyboard.press("Delete");
     await question.getByRole("button", { name: "Take the other one" }).click();
     await row(page, "Seed").waitFor();
-    assert.deepEqual(await titlesAtServer(), ["Seed"]);
+    assert.deepEqual(await titlesAtServer(house), ["Seed"]);
     assert.deepEqual(await titlesShown(page), ["Seed"]);
   });
 });
@@ -174,7 +151,7 @@ test("an edit while the server is away is sent when it is back", async () => {
     await page.keyboard.press("Delete");
     await failed;
     await saved(page, () => house.start());
-    assert.deepEqual(await titlesAtServer(), ALBUM.slice(1));
+    assert.deepEqual(await titlesAtServer(house), ALBUM.slice(1));
   });
 });
 
@@ -224,6 +201,11 @@ test("on a phone an entry is moved by its handle", async () => {
     await saved(page, () =>
       touch.send("Input.dispatchTouchEvent", { type: "touchEnd", touchPoints: [] }).then(() => {}),
     );
-    assert.deepEqual(await titlesAtServer(), ["Rain on Glass", "Seed", "Snail, Slowly", "Compost (Reprise)"]);
+    assert.deepEqual(await titlesAtServer(house), [
+      "Rain on Glass",
+      "Seed",
+      "Snail, Slowly",
+      "Compost (Reprise)",
+    ]);
   });
 });
