@@ -8,6 +8,7 @@ import { SearchField } from "../library/search_field.tsx";
 import { DragGhost } from "../list/drag.tsx";
 import { PlayerBar } from "../playback/player_bar.tsx";
 import { PlayerMenuButton } from "../playback/player_menu.tsx";
+import { FileDrop } from "../playlists/file_drop.tsx";
 import { PlaylistTree } from "../playlists/tree.tsx";
 import { t } from "../text/index.ts";
 import { redo, undo } from "../ui/history.ts";
@@ -106,6 +107,7 @@ export function Frame() {
         <Places />
       </footer>
       <DragGhost />
+      <FileDrop />
     </div>
   );
 }
