@@ -1,9 +1,9 @@
-// The list in the editor.
+// The list in the editor. What edits is loaded when something is edited.
 import { effect, signal } from "@preact/signals";
 import type { Item } from "../list/items.ts";
 import { idNow } from "../ui/history.ts";
-import { documentOf } from "./documents.ts";
-import { addTo } from "./list_edits.ts";
+import { user } from "../ui/session.tsx";
+import { listsWithPending } from "./pending.ts";
 
 const KEPT = "open_list";
 
@@ -26,7 +26,23 @@ export function closeList() {
 
 /** Adds to the end of a list, whether it is open or not, and remembers that for undo. */
 export async function appendTo(id: string, items: Item[]) {
+  const [{ documentOf }, { addTo }] = await Promise.all([
+    import("./documents.ts"),
+    import("./list_edits.ts"),
+  ]);
   const document = documentOf(id);
   await document.ready();
   await addTo(document, items);
+}
+
+// What an earlier page could not send goes on its way as soon as somebody is here.
+effect(() => {
+  if (user.value) void resumeEdits();
+});
+
+async function resumeEdits() {
+  const lists = await listsWithPending();
+  if (lists.length === 0) return;
+  const { documentOf } = await import("./documents.ts");
+  for (const list of lists) documentOf(list);
 }

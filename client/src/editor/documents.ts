@@ -4,21 +4,23 @@ import { connected } from "../api/http.ts";
 import { idNow } from "../ui/history.ts";
 import { user } from "../ui/session.tsx";
 import { ListDocument } from "./document.ts";
-import { listsWithPending } from "./pending.ts";
+
+const LOOKS_EVERY = 30_000; // milliseconds
 
 const documents = signal<ReadonlyMap<string, ListDocument>>(new Map());
 
 export function documentOf(id: string): ListDocument {
   const now = idNow(id);
-  for (const document of documents.peek().values()) if (document.listId === now) return document;
+  const all = documents.peek();
+  for (const document of all.values()) if (document.listId === now) return document;
   const document = new ListDocument(now);
-  documents.value = new Map(documents.peek()).set(now, document);
+  documents.value = new Map(all).set(now, document);
   void document.open();
   return document;
 }
 
 /** How many lists have edits that the server does not have yet. */
-export const unsaved = computed(
+const unsaved = computed(
   () => [...documents.value.values()].filter(({ saveState }) => saveState.value.kind !== "saved").length,
 );
 
@@ -26,21 +28,24 @@ window.addEventListener("beforeunload", (event) => {
   if (unsaved.peek() > 0) event.preventDefault();
 });
 
-function saveAll() {
+function resume() {
   for (const document of documents.peek().values()) {
     if (document.error.peek()) document.retry();
     else if (!document.saver.isDone) void document.saver.run();
   }
 }
 
-window.addEventListener("online", saveAll);
+window.addEventListener("online", resume);
 effect(() => {
-  if (connected.value) saveAll();
+  if (connected.value && user.value) resume();
 });
 
-// What an earlier page could not send goes on its way as soon as somebody is here.
-effect(() => {
-  if (!user.value) return;
-  void listsWithPending().then((lists) => lists.forEach(documentOf));
-  saveAll();
-});
+/** Looks what others did to the lists that are shown. */
+function look() {
+  if (window.document.hidden) return;
+  for (const document of documents.peek().values()) if (document.views.size > 0) void document.refresh();
+}
+
+window.addEventListener("focus", look);
+window.document.addEventListener("visibilitychange", look);
+setInterval(look, LOOKS_EVERY);

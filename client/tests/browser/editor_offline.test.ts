@@ -1,0 +1,174 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import type { Page } from "playwright-core";
+import { makeList, openInPanel, panelOf, songsOf, titlesOf } from "./editor_support.ts";
+import { expectNoViolations, openHouse, takePicture } from "./fixture.ts";
+
+const house = openHouse();
+const FAILED = /Failed to load resource|ERR_/;
+
+const isAction = (url: URL) => url.pathname.endsWith("audio_playlist.cgi");
+
+/** Does to the server what was asked, and loses the answer. */
+async function loseAnswers(page: Page) {
+  await page.route(isAction, async (route) => {
+    await route.fetch();
+    await route.abort();
+  });
+}
+
+test("without a connection edits wait, visibly, and are sent when it is back", async () => {
+  const id = await makeList(house, "Waiting", 5);
+  const [a, b, c, d, e] = await titlesOf(house, id);
+  await house.visit({ errors: FAILED }, async (page) => {
+    const { panel, row, titles, saved } = await openInPanel(page, id);
+    await page.context().setOffline(true);
+    await row(0).click();
+    await page.keyboard.press("Delete");
+    await panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    await page.keyboard.press("Alt+ArrowDown");
+    assert.deepEqual(await titles(), [c, b, d, e]);
+    await expectNoViolations(page, "aside");
+    await takePicture(page, "editor-offline");
+    assert.deepEqual(await titlesOf(house, id), [a, b, c, d, e]);
+    await page.context().setOffline(false);
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), [c, b, d, e]);
+  });
+});
+
+test("a server that dies in the middle of edits, and comes back", async () => {
+  const id = await makeList(house, "Dying", 6);
+  const before = await titlesOf(house, id);
+  await house.visit({ errors: FAILED }, async (page) => {
+    const { panel, row, saved, titles } = await openInPanel(page, id);
+    await house.stop();
+    await row(5).click();
+    await page.keyboard.press("Alt+ArrowUp");
+    await page.keyboard.press("Alt+ArrowUp");
+    await row(0).click();
+    await page.keyboard.press("Delete");
+    await panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    const wanted = await titles();
+    assert.deepEqual([...wanted].sort(), before.slice(1).sort());
+    await house.start();
+    await panel.getByRole("button", { name: "Try again" }).click();
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), wanted);
+  });
+});
+
+test("an edit whose answer was lost is not done twice", async () => {
+  const songs = await songsOf(house);
+  const id = await makeList(
+    house,
+    "Twice",
+    songs.slice(0, 2).map((song) => song.id),
+  );
+  await house.visit({ at: "#/songs", errors: /412|Failed to load resource|ERR_/ }, async (page) => {
+    const { panel, saved } = await openInPanel(page, id);
+    const add = async (at: number) => {
+      await page
+        .getByRole("main")
+        .getByRole("row")
+        .filter({ hasText: songs[at]?.title ?? "" })
+        .click();
+      await page.keyboard.press("a");
+    };
+    await loseAnswers(page);
+    await add(4);
+    await panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    await add(5); // while nobody knows what became of the first
+    await panel.getByText("4 songs").waitFor();
+    await page.unroute(isAction);
+    await saved();
+    assert.deepEqual(
+      await titlesOf(house, id),
+      [0, 1, 4, 5].map((at) => songs[at]?.title),
+    );
+    assert.equal(await panel.getByText("Somebody changed").count(), 0); // it was not somebody else
+  });
+});
+
+test("a lost answer and somebody else's edit after it", async () => {
+  const songs = await songsOf(house);
+  const id = await makeList(
+    house,
+    "Lost and changed",
+    songs.slice(0, 3).map((song) => song.id),
+  );
+  await house.visit({ at: "#/songs", errors: /412|Failed to load resource|ERR_/ }, async (page) => {
+    const { panel, row, saved } = await openInPanel(page, id);
+    await loseAnswers(page);
+    await page
+      .getByRole("main")
+      .getByRole("row")
+      .filter({ hasText: songs[4]?.title ?? "" })
+      .click();
+    await page.keyboard.press("a");
+    await panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    await house.act({ action: "removesongs", playlist: id, seq_list: "0" });
+    await row(2).click();
+    await page.keyboard.press("Delete");
+    await page.unroute(isAction);
+    await panel.getByText("Somebody changed this list: 1 removed.").waitFor();
+    await saved();
+    assert.deepEqual(await titlesOf(house, id), [songs[1]?.title, songs[4]?.title]);
+  });
+});
+
+test("edits that wait survive a reload, and leaving asks", async () => {
+  const id = await makeList(house, "Reloaded", 5);
+  const before = await titlesOf(house, id);
+  await house.visit({ errors: FAILED }, async (page) => {
+    const { panel, row, titles } = await openInPanel(page, id);
+    await page.route(isAction, (route) => route.abort());
+    await row(1).click();
+    await page.keyboard.press("Alt+ArrowDown");
+    await panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    const wanted = await titles();
+    assert.notDeepEqual(wanted, before);
+    const asked = page.waitForEvent("dialog");
+    const reloaded = page.reload();
+    const dialog = await asked;
+    assert.equal(dialog.type(), "beforeunload");
+    await dialog.accept();
+    await reloaded;
+    await panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    assert.deepEqual(await titles(), wanted);
+    assert.deepEqual(await titlesOf(house, id), before);
+    await page.unroute(isAction);
+    await panel.getByRole("button", { name: "Try again" }).click();
+    await panelOf(page).saved();
+    assert.deepEqual(await titlesOf(house, id), wanted);
+  });
+});
+
+test("an edit that was done, but whose answer was lost with the page, is not done again", async () => {
+  const songs = await songsOf(house);
+  const id = await makeList(
+    house,
+    "Crashed",
+    songs.slice(0, 2).map((song) => song.id),
+  );
+  await house.visit({ at: "#/songs", errors: /412|Failed to load resource|ERR_/ }, async (page) => {
+    const { panel } = await openInPanel(page, id);
+    await loseAnswers(page);
+    await page
+      .getByRole("main")
+      .getByRole("row")
+      .filter({ hasText: songs[6]?.title ?? "" })
+      .click();
+    await page.keyboard.press("a");
+    await panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    page.once("dialog", (dialog) => void dialog.accept());
+    await page.unroute(isAction);
+    await page.reload();
+    await panelOf(page).saved();
+    await panel.getByText("3 songs").waitFor();
+    assert.deepEqual(
+      await titlesOf(house, id),
+      [0, 1, 6].map((at) => songs[at]?.title),
+    );
+  });
+});
