@@ -29,7 +29,7 @@ function NotFound() {
   }, []);
   return (
     <div class="empty">
-      <p>{t("error.not_found")}</p>
+      <h1>{t("error.not_found")}</h1>
     </div>
   );
 }

@@ -133,11 +133,7 @@ function GroupsFound({ groups, songs }: { groups: Groups | undefined; songs: num
       </Group>
       <Group label={t("frame.lists")} page={playlists}>
         {playlists.items.map((playlist) => (
-          <Hit
-            key={playlist.id}
-            href={linkTo(["playlists", ...playlist.id.split("/")])}
-            songs={songsOfPlaylist(playlist)}
-          >
+          <Hit key={playlist.id} href={linkTo(["playlists", playlist.id])} songs={songsOfPlaylist(playlist)}>
             <Chip text={playlist.name} icon={playlist.kind === "list" ? "list" : "smart"} />
           </Hit>
         ))}

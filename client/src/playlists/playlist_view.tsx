@@ -39,9 +39,11 @@ export function PlaylistView({ route }: { route: Route }) {
 }
 
 function ListPage({ id }: { id: string }) {
-  useTitle(playlistOf(id)?.name ?? t("frame.lists"));
+  const name = playlistOf(id)?.name ?? t("frame.lists");
+  useTitle(name);
   return (
     <div class="editor-page">
+      <h1 class="visually-hidden">{name}</h1>
       <EditorPanel id={id} />
     </div>
   );

@@ -37,11 +37,12 @@ async function furnish() {
       ALBUM: "ไทย ქართული 日本",
     }),
   ]);
-  const list = await house.act<{ node: { id: string } }>({
+  const songs = (await house.get<{ items: Named[] }>("api/songs")).items.map(({ id }) => String(id));
+  await house.act({
     action: "add",
     type: "shared",
     name: "Rainy Sunday",
-    id_info_list: ["1", "2", "3", "4", "5", "13", "14", "15", { res: "/gone/03 Snail, Slowly.ogg" }],
+    id_info_list: [...songs, { res: "/gone/03 Snail, Slowly.ogg" }],
   });
   for (const name of [LONG, "<b>Not bold <img src=x>", "Крошки 小川"]) {
     await house.act({ action: "add", type: "personal", name, id_info_list: ["2"] });
@@ -55,19 +56,45 @@ async function furnish() {
       rule: 'title includes "snail" or year > 1990',
     }),
   });
-  return list.node.id;
 }
 
 function song(path: string, tags: Record<string, string>) {
   return { path, seconds: 201, tags };
 }
 
+interface Named {
+  id: number | string;
+  name: string;
+}
+
+// A table of things and the page of one of them.
+async function family(kind: string, one: string, shows: string): Promise<View[]> {
+  const { items } = await house.get<{ items: Named[] }>(`api/${kind}?limit=1000`);
+  const found = items.find(({ name }) => name === one);
+  if (!found) throw new Error(`no ${one} among the ${kind}`);
+  return [
+    { name: kind, at: `#/${kind}`, shows: one },
+    { name: `${kind}-one`, at: `#/${kind}/${encodeURIComponent(found.id)}`, shows },
+  ];
+}
+
 before(async () => {
   await furnish();
+  const [loose] = (await house.get<{ items: { folder_id: number }[] }>("api/songs?q=untagged")).items;
   views.push(
+    ...(await family("albums", "Garden Pieces", "Compost (Reprise)")),
+    ...(await family("artists", "The Window Boxes", "Garden Pieces")),
+    ...(await family("genres", "Folk", "Garden Pieces")),
+    ...(await family("years", "2019", "Garden Pieces")),
+    { name: "folders", at: "#/folders", shows: "Loose" },
+    { name: "folders-one", at: `#/folders/${loose?.folder_id}`, shows: "untagged" },
+    ...(await family("playlists", "Rainy Sunday", "Compost (Reprise)")),
     { name: "songs", at: "#/songs", shows: "Compost (Reprise)" },
-    { name: "playlists", at: "#/playlists", shows: "Rainy Sunday" },
+    { name: "search", at: "#/search?q=garden", shows: "Garden Pieces" },
+    { name: "search-nothing", at: "#/search?q=qqqq", shows: "qqqq" },
+    { name: "scan", at: "#/scan", shows: "Scan the folder of music" },
     { name: "queue", at: "#/queue", shows: "Queue" },
+    { name: "nowhere", at: "#/no/such/view", shows: "nothing at this address" },
   );
 });
 
@@ -78,7 +105,7 @@ async function picturesAreThere(page: Page) {
 
 async function look(page: Page, view: View, size: Size, theme: Theme) {
   await page.goto(view.at);
-  await page.getByRole("main").getByText(view.shows).first().waitFor();
+  await page.getByRole("main").getByText(view.shows).filter({ visible: true }).first().waitFor();
   await picturesAreThere(page);
   await takePicture(page, `${view.name}-${size.name}-${theme}`);
   await expectNoViolations(page);
