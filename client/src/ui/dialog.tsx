@@ -47,6 +47,10 @@ function Shown({ open }: { open: Open }) {
   return open.render();
 }
 
+/** What one begins with: the first field, or else the button that the dialog is for. */
+const FIRST =
+  ".dialog-body :is(input, select, textarea):not(:disabled), footer button:last-child, .dialog-body button";
+
 interface DialogProps {
   title: string;
   close: () => void;
@@ -64,6 +68,7 @@ export function Dialog({ title, close, children, buttons, onSubmit, wide }: Dial
   useEffect(() => {
     const before = document.activeElement;
     dialog.current?.showModal();
+    dialog.current?.querySelector<HTMLElement>(FIRST)?.focus();
     return () => {
       if (before instanceof HTMLElement) before.focus();
     };
