@@ -97,6 +97,12 @@ Answer ExportOf(const Demand &demand, catalog::List &list) {
   return ExportAnswer(exported, demand.playlist.name, demand.format);
 }
 
+/// Of a page of the list: besides its version it tells the state of the index, whose songs the page
+/// shows. An edit takes the version alone of it.
+std::string ListETag(const std::string &version) {
+  return MakeETag(version + "-" + std::to_string(index::ProcessIndex().Revision()));
+}
+
 /// 304, without a look into the file, where its version was kept and the client has that.
 std::optional<Answer> NotModifiedAsKnown(const Demand &demand) {
   if (!web::Variable("HTTP_IF_NONE_MATCH")) {
@@ -104,7 +110,7 @@ std::optional<Answer> NotModifiedAsKnown(const Demand &demand) {
   }
   const std::optional<catalog::ListFacts> known =
       catalog::FactsReader(demand.user).Known(demand.playlist);
-  return known ? NotModified(MakeETag(known->version)) : std::nullopt;
+  return known ? NotModified(ListETag(known->version)) : std::nullopt;
 }
 
 /// The list as the list of playlists tells it: without count and length where somebody has changed
@@ -129,7 +135,8 @@ Answer ListPage(const Demand &demand) {
     return ProblemAnswer({404, "The playlist's file is missing.", "playlist"});
   }
   const std::string version = playlists::ContentVersion(*bytes);
-  std::optional<Answer> not_modified = NotModified(MakeETag(version));
+  const std::string etag = ListETag(version);
+  std::optional<Answer> not_modified = NotModified(etag);
   if (not_modified && !demand.IsExport()) {
     return *std::move(not_modified);
   }
@@ -140,7 +147,7 @@ Answer ListPage(const Demand &demand) {
   Json::Value document = ListOf(static_cast<int64_t>(list.size()), demand.page,
                                 EntriesJson(demand.user, list, demand.page));
   document["playlist"] = ListOfVersion(demand, version);
-  return JsonAnswer(document, MakeETag(version));
+  return JsonAnswer(document, etag);
 }
 
 /// The same where the file is no list: bytes that are no text, or more of them than may be, or a

@@ -60,8 +60,14 @@ void HoldRemoved(const web::Parameters &parameters, const Account &account) {
   }
 }
 
+/// What an entity tag tells behind the version is not of the playlist's content.
+constexpr char kVersionEnd = '-';
+
 playlists::Condition ConditionOf(std::string_view if_match) {
   web::EntityTags tags = web::ParseEntityTags(if_match).value_or(web::EntityTags());
+  for (std::string &tag : tags.strong) {
+    tag.resize(std::min(tag.find(kVersionEnd), tag.size()));
+  }
   return {tags.any, std::move(tags.strong)};
 }
 
