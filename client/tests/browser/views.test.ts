@@ -103,11 +103,20 @@ async function picturesAreThere(page: Page) {
   await page.waitForFunction(() => [...document.images].every((image) => image.complete));
 }
 
+// Nothing makes the page itself scroll: it is as large as the screen.
+async function fits(page: Page, size: Size) {
+  const [width, height] = (await page.evaluate(
+    "[document.documentElement.scrollWidth, document.documentElement.scrollHeight]",
+  )) as [number, number];
+  if (width > size.width || height > size.height) throw new Error(`the page is ${width} x ${height}`);
+}
+
 async function look(page: Page, view: View, size: Size, theme: Theme) {
   await page.goto(view.at);
   await page.getByRole("main").getByText(view.shows).filter({ visible: true }).first().waitFor();
   await picturesAreThere(page);
   await takePicture(page, `${view.name}-${size.name}-${theme}`);
+  await fits(page, size);
   await expectNoViolations(page);
 }
 
