@@ -22,6 +22,7 @@ const isPercent = (value: unknown): value is number =>
   typeof value === "number" && value >= 0 && value <= 100;
 const LONGEST_TICK = 2; // seconds between two reports of the time, when nobody has sought
 const STALLS = 15_000; // milliseconds without sound, after which it is asked for anew
+const TOO_EARLY = 10; // seconds before the end that the tags tell of, which may be wrong by less
 const MOST_FAILURES = 5; // songs one after the other, after which playing ends
 const STREAM_ATTEMPTS = 5;
 
@@ -309,7 +310,16 @@ class Here implements Player {
     if (key !== undefined && !item) void queue.load(key).catch(() => {}); // it is tried again in its turn
   }
 
+  /** Some browsers take what they cannot decode, or what breaks off, for the end. */
+  private endsTooEarly() {
+    const { source } = this.sound;
+    const end = this.duration.peek();
+    if (source?.format === "stream" || end === undefined) return false;
+    return this.elapsed.peek() < Math.min(end / 2, end - TOO_EARLY);
+  }
+
   private onEnded() {
+    if (this.endsTooEarly()) return void this.onFailed();
     const isOnce = queue.stopsAfter.peek();
     queue.stopsAfter.value = false;
     if (!isOnce && queue.repeat.peek() === "one") return this.turn();

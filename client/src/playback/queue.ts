@@ -185,11 +185,8 @@ class Queue implements ListSource<Item> {
     }
   }
 
-  /** All entries, once all are there; what cannot be played is none any more. */
+  /** All entries, once all are there. */
   entries(): Item[] {
-    const { keys } = this.order.peek();
-    const gone = keys.filter((key) => !isPlayable(this.items.get(key) ?? {}));
-    if (gone.length > 0) this.order.value = removed(this.order.peek(), new Set(gone));
     return this.order.peek().keys.map((key) => this.items.get(key) as Item);
   }
 

@@ -54,7 +54,9 @@ function contentOf(what: "items" | "place"): Place & { items?: object[] } {
 
 /** As the server takes it. */
 function entryOf({ song, stream, title }: Item) {
-  return song ? { song: song.id } : { stream, ...(title !== undefined && { title }) };
+  if (song) return { song: song.id };
+  const what = stream === undefined ? { missing: true } : { stream };
+  return { ...what, ...(title !== undefined && { title }) };
 }
 
 function remember({ position, elapsed }: Place) {

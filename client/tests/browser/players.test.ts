@@ -1,0 +1,149 @@
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import type { Page } from "playwright-core";
+import type { PlayerEntry, PlayerStatus, Page as Stretch } from "../../src/api/types.ts";
+import { expectNoViolations, openHouse, SIZES, THEMES, takePicture } from "./fixture.ts";
+import { ALBUM, bar, button, hear, leaveQueue, notice, record, shows, songOf } from "./player_steps.ts";
+
+const house = openHouse({ player: true });
+
+const status = () => house.get<PlayerStatus>("api/players/0");
+const grid = (page: Page) => page.getByRole("grid", { name: "Queue of Player 0" });
+
+async function give(titles: readonly string[]) {
+  const songs = await Promise.all(titles.map(async (title) => (await songOf(house, title)).id));
+  const answer = await house.ask("api/players/0/queue", { method: "POST", body: JSON.stringify({ songs }) });
+  assert.equal(answer.status, 200);
+}
+
+const stop = () => house.ask("api/players/0/stop", { method: "POST" });
+
+async function chooseInMenu(page: Page, name: string | RegExp) {
+  await page
+    .getByRole("banner")
+    .getByRole("button", { name: /^Plays on/ })
+    .click();
+  await page.getByRole("menu").getByText(name).click();
+}
+
+// Chooses the player and waits until the bar tells what it does.
+async function choosePlayer(page: Page) {
+  await chooseInMenu(page, /^Player 0/);
+  await page.waitForResponse(/api\/players\/0$/);
+}
+
+for (const size of SIZES) {
+  for (const theme of THEMES) {
+    test(`a player of the house on a ${size.name}, ${theme}`, async () => {
+      await give(ALBUM);
+      await stop();
+      await house.visit({ size, theme, at: "#/queue" }, async (page) => {
+        await page
+          .getByRole("banner")
+          .getByRole("button", { name: /^Plays on/ })
+          .click();
+        await takePicture(page, `players-menu-${size.name}-${theme}`);
+        await expectNoViolations(page, ".menu");
+        await page.getByRole("menuitemcheckbox", { name: "Player 0" }).click();
+        await grid(page).getByText("Snail, Slowly").waitFor();
+        await takePicture(page, `players-${size.name}-${theme}`);
+        await expectNoViolations(page, "main");
+        await expectNoViolations(page, ".player-bar");
+      });
+    });
+  }
+}
+
+test("the bar shows and steers a player of the house", async () => {
+  await record(house, "Long/evening.flac", 600, { title: "A Long Evening" });
+  await give(["A Long Evening", "Seed"]);
+  await house.visit({}, async (page) => {
+    await choosePlayer(page);
+    await shows(page, "A Long Evening");
+    await button(page, "Pause").click();
+    await button(page, "Play").waitFor();
+    assert.equal((await status()).state, "pause");
+    await button(page, "Play").click();
+    await button(page, "Pause").waitFor();
+    const sought = page.waitForResponse(/players\/0\/seek/);
+    await bar(page).getByRole("slider", { name: "Position in the song" }).fill("300");
+    await sought;
+    await hear(page, 301);
+    const set = page.waitForResponse(/players\/0\/volume/);
+    await bar(page).getByRole("slider", { name: "Volume" }).fill("60");
+    await set;
+    assert.equal((await status()).volume, 60);
+    await button(page, "Next").click();
+    await shows(page, "Seed");
+    await page.reload();
+    await page.getByRole("banner").getByRole("button", { name: "Plays on: Player 0" }).waitFor();
+  });
+});
+
+test("songs and whole playlists are played there", async () => {
+  await house.writePlaylist("Sunday", ["../The Window Boxes/Garden Pieces/01 Seed.mp3"]);
+  await house.visit({ at: "#/songs" }, async (page) => {
+    await choosePlayer(page);
+    await page.getByRole("grid", { name: "Songs" }).getByText("Rain on Glass").dblclick();
+    await shows(page, "Rain on Glass");
+    assert.equal((await status()).state, "play");
+  });
+});
+
+test("its queue is shown, played from any place, and saved as a playlist", async () => {
+  await give(ALBUM);
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await choosePlayer(page);
+    await grid(page).getByText("Snail, Slowly").dblclick();
+    await shows(page, "Snail, Slowly");
+    await grid(page).locator(".row.current").getByText("Snail, Slowly").waitFor();
+    await page.getByRole("button", { name: "Save as playlist" }).click();
+    await page.getByLabel("Name").fill("Heard");
+    await page.getByLabel("Library").selectOption("personal");
+    await page.getByRole("button", { name: "Save", exact: true }).click();
+    await notice(page, "Saved as “Heard”").waitFor();
+    const { items } = await house.get<Stretch<{ name: string; count: number }>>("api/playlists");
+    assert.equal(items.find(({ name }) => name === "Heard")?.count, 4);
+  });
+});
+
+test("what plays here moves there, and back", async () => {
+  await record(house, "Long/night.flac", 600, { title: "A Long Night" });
+  await leaveQueue(house, ["Seed", "A Long Night", "Rain on Glass"], { position: 1, elapsed: 200 });
+  await house.visit({}, async (page) => {
+    await shows(page, "A Long Night");
+    await button(page, "Play").click();
+    await hear(page, 200);
+    await chooseInMenu(page, "Move what plays to Player 0");
+    await notice(page, "Goes on: Player 0").waitFor();
+    const there = await status();
+    assert.equal(there.state, "play");
+    assert.equal(there.position, 1);
+    assert.ok((there.elapsed ?? 0) >= 200, `${there.elapsed}`);
+    const { items } = await house.get<Stretch<PlayerEntry>>("api/players/0/queue");
+    assert.deepEqual(
+      items.map(({ title }) => title),
+      ["Seed", "A Long Night", "Rain on Glass"],
+    );
+    await shows(page, "A Long Night");
+    await chooseInMenu(page, "Move what plays to this browser");
+    await notice(page, "Goes on: This browser").waitFor();
+    await button(page, "Pause").waitFor();
+    await hear(page, 201);
+    assert.equal((await status()).state, "pause");
+    await button(page, "Next").click();
+    await shows(page, "Rain on Glass");
+  });
+});
+
+test("what the player cannot do is told", async () => {
+  await give(["untagged"]);
+  await house.visit({ errors: /409/ }, async (page) => {
+    await choosePlayer(page);
+    await shows(page, "untagged");
+    await stop();
+    await button(page, "Play").waitFor();
+    await button(page, "Next").click();
+    await notice(page, "Player 0 did not do that.").waitFor();
+  });
+});
