@@ -34,7 +34,7 @@ def flac(seconds, tags):
 
 class ClientServer:
     def __init__(self, player=False, index=None):
-        self.stack = ExitStack()
+        self.stack, self.player = ExitStack(), None
         lay_root()
         playlistctl("account", "set", ANNA, "--admin", "on")
         for folder in (LIBRARY / "playlists", PERSONAL.folder):
@@ -57,7 +57,8 @@ class ClientServer:
 
     def start_player(self):
         (ROOT / "etc/vexo/playlist.conf").write_text(f"[player 0]\nhost={ROOT}/tmp/mpd.sock\n")
-        for server in (PlayerMpd(), Daemon()):
+        self.player = PlayerMpd()
+        for server in (self.player, Daemon()):
             self.stack.callback(server.stop)
 
     def places(self):
@@ -75,9 +76,11 @@ class ClientServer:
             self.web.stop()
         self.web = None
 
-    @staticmethod
-    def scan():
+    def scan(self):
+        """The player has an index of its own."""
         playlistctl("scan")
+        if self.player:
+            self.player.mpc("--wait", "update")
 
     def songs(self, songs):
         """Makes songs, each a `path` below the library, its `seconds` and `tags`."""

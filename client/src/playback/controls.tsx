@@ -35,6 +35,12 @@ export function Cover({ item, size }: { item: Item | undefined; size: 96 | 320 |
   );
 }
 
+/** What stands there when nothing plays. */
+export function Nothing() {
+  const name = player.value.name.value;
+  return <p class="soft">{name === undefined ? t("playing.nothing") : t("players.silent", { name })}</p>;
+}
+
 /** Title and artist; both lead to where the song is from. */
 export function What({ item }: { item: Item }) {
   const { song } = item;
@@ -70,8 +76,8 @@ export function toggle() {
   else now.play();
 }
 
-export function PlayButton({ disabled }: { disabled: boolean }) {
-  const { isPlaying, isWaiting } = player.value;
+export function PlayButton() {
+  const { canPlay, isPlaying, isWaiting } = player.value;
   const label = t(isPlaying.value ? "playing.pause" : "playing.play");
   return (
     <button
@@ -79,7 +85,7 @@ export function PlayButton({ disabled }: { disabled: boolean }) {
       class={isPlaying.value && isWaiting.value ? "play-button waits" : "play-button"}
       aria-label={label}
       title={label}
-      disabled={disabled}
+      disabled={!canPlay.value}
       onClick={toggle}
     >
       <Icon name={isPlaying.value ? "pause" : "play"} />
@@ -87,7 +93,7 @@ export function PlayButton({ disabled }: { disabled: boolean }) {
   );
 }
 
-export function StepButton({ way, disabled }: { way: "previous" | "next"; disabled: boolean }) {
+export function StepButton({ way }: { way: "previous" | "next" }) {
   const label = t(`playing.${way}`);
   return (
     <button
@@ -95,7 +101,7 @@ export function StepButton({ way, disabled }: { way: "previous" | "next"; disabl
       class="icon-button"
       aria-label={label}
       title={label}
-      disabled={disabled}
+      disabled={!player.value.canPlay.value}
       onClick={() => player.peek()[way]()}
     >
       <Icon name={way} />

@@ -29,6 +29,7 @@ const STREAM_ATTEMPTS = 5;
 class Here implements Player {
   readonly name = signal(undefined);
   readonly item = withDetails(queue.current);
+  readonly canPlay = computed(() => queue.order.value.keys.length > 0);
   readonly isPlaying = signal(false);
   readonly isWaiting = signal(false);
   readonly trouble = signal<string | undefined>(undefined);

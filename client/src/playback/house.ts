@@ -20,8 +20,9 @@ export class House implements Player {
   readonly trouble = signal<string | undefined>(undefined);
   readonly isPlaying = computed(() => this.status.value?.state === "play");
   readonly isWaiting = computed(() => this.status.value === undefined && this.trouble.value === undefined);
+  readonly canPlay = computed(() => (this.status.value?.queue_length ?? 0) > 0);
   readonly elapsed = computed(() => this.status.value?.elapsed ?? 0);
-  readonly duration = computed(() => this.status.value?.duration ?? this.status.value?.song?.duration);
+  readonly duration = computed(() => this.status.value?.duration || this.status.value?.song?.duration);
   readonly volume = computed(() => this.status.value?.volume);
   readonly isMuted = signal(false);
   readonly shuffles = signal(undefined);

@@ -8,6 +8,8 @@ export interface Player {
   readonly name: ReadonlySignal<string | undefined>;
   /** What plays, or would when it goes on. */
   readonly item: ReadonlySignal<Item | undefined>;
+  /** Something is queued. */
+  readonly canPlay: ReadonlySignal<boolean>;
   readonly isPlaying: ReadonlySignal<boolean>;
   /** It wants to play and has to wait: for sound, or for a connection. */
   readonly isWaiting: ReadonlySignal<boolean>;

@@ -7,6 +7,7 @@ import { notifyFailure } from "../ui/notices.tsx";
 import { linkTo } from "../ui/router.ts";
 import {
   Cover,
+  Nothing,
   PlayButton,
   RepeatButton,
   SeekBar,
@@ -40,7 +41,7 @@ export function PlayerBar() {
     <section class="player-bar" aria-label={t("frame.player")}>
       <div class="playing-now">
         <CoverLink />
-        {now ? <What item={now} /> : <p class="soft">{t("playing.nothing")}</p>}
+        {now ? <What item={now} /> : <Nothing />}
         {now?.song && <StarButton song={now.song} />}
         <button
           type="button"
@@ -53,9 +54,9 @@ export function PlayerBar() {
       <div class="player-middle">
         <div class="player-buttons">
           <ShuffleButton />
-          <StepButton way="previous" disabled={!now} />
-          <PlayButton disabled={!now} />
-          <StepButton way="next" disabled={!now} />
+          <StepButton way="previous" />
+          <PlayButton />
+          <StepButton way="next" />
           <RepeatButton />
         </div>
         {trouble ? <p class="player-trouble">{trouble}</p> : <SeekBar />}

@@ -24,7 +24,7 @@ function items(all: PlayerStatus[]): MenuItem[] {
       run: () => choosePlayer(other),
     })),
   ];
-  if (!player.peek().item.peek()) return choices;
+  if (!player.peek().canPlay.peek()) return choices;
   const targets: MenuItem[] = all
     .filter(({ id, state }) => id !== now?.id && state !== "unreachable")
     .map((other) => ({

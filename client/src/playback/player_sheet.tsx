@@ -5,6 +5,7 @@ import { Icon } from "../ui/icon.tsx";
 import { linkTo } from "../ui/router.ts";
 import {
   Cover,
+  Nothing,
   PlayButton,
   RepeatButton,
   SeekBar,
@@ -40,7 +41,7 @@ export function PlayerSheet({ close }: { close: () => void }) {
       </header>
       <Cover item={now} size={640} />
       <div class="sheet-what">
-        {now ? <What item={now} /> : <p class="soft">{t("playing.nothing")}</p>}
+        {now ? <What item={now} /> : <Nothing />}
         {now?.song && <StarButton song={now.song} />}
       </div>
       {now?.song && <Rating song={now.song} />}
@@ -48,9 +49,9 @@ export function PlayerSheet({ close }: { close: () => void }) {
       <p class="player-trouble">{trouble}</p>
       <div class="player-buttons">
         <ShuffleButton />
-        <StepButton way="previous" disabled={!now} />
-        <PlayButton disabled={!now} />
-        <StepButton way="next" disabled={!now} />
+        <StepButton way="previous" />
+        <PlayButton />
+        <StepButton way="next" />
         <RepeatButton />
       </div>
       <Volume />

@@ -3,22 +3,20 @@ import { useEffect, useMemo, useRef } from "preact/hooks";
 import { addPlaying } from "../api/actions.ts";
 import { get } from "../api/http.ts";
 import type { LibraryName, Page, PlayerEntry } from "../api/types.ts";
-import { artistOf, durationOf, type Item, titleOf } from "../list/items.ts";
 import { type Column, ListView } from "../list/list_view.tsx";
 import { PagedSource } from "../list/source.ts";
 import { type House, itemOfEntry } from "../playback/house.ts";
 import { moveTo } from "../playback/players.ts";
-import { StarButton } from "../playback/star_button.tsx";
-import { formatDuration, formatNumber, t } from "../text/index.ts";
+import { formatNumber, t } from "../text/index.ts";
 import { Buttons, Dialog, openDialog } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
+import { isNarrow } from "../ui/media.ts";
 import { notify, notifyFailure } from "../ui/notices.tsx";
 import { user } from "../ui/session.tsx";
 import { useTitle } from "../ui/title.ts";
-import { todaysName } from "./queue_view.tsx";
+import { itemColumns, todaysName } from "./columns.tsx";
 
 function columns(): Column<PlayerEntry>[] {
-  const item = (entry: PlayerEntry): Item => itemOfEntry(entry) ?? {};
   return [
     {
       key: "number",
@@ -27,31 +25,7 @@ function columns(): Column<PlayerEntry>[] {
       align: "end",
       cell: (_, index) => <span class="number">{formatNumber(index + 1)}</span>,
     },
-    {
-      key: "title",
-      label: t("library.title"),
-      width: "minmax(0, 3fr)",
-      cell: (entry) => <span title={titleOf(item(entry))}>{titleOf(item(entry))}</span>,
-    },
-    {
-      key: "artist",
-      label: t("library.artist"),
-      width: "minmax(0, 2fr)",
-      cell: (entry) => <span class="soft">{artistOf(item(entry))}</span>,
-    },
-    {
-      key: "star",
-      label: "",
-      width: "var(--control)",
-      cell: ({ song: id, title = "" }) => id !== undefined && <StarButton song={{ id, title }} />,
-    },
-    {
-      key: "duration",
-      label: "",
-      width: "3.5rem",
-      align: "end",
-      cell: (entry) => formatDuration(durationOf(item(entry))),
-    },
+    ...itemColumns<PlayerEntry>((entry) => itemOfEntry(entry) ?? {}),
   ];
 }
 
@@ -83,9 +57,15 @@ export function HouseQueueView({ house }: { house: House }) {
           <Icon name="play" />
           {t("queue.play_here")}
         </button>
-        <button type="button" class="button" disabled={isEmpty} onClick={() => void save(house)}>
+        <button
+          type="button"
+          class={isNarrow.value ? "icon-button" : "button"}
+          disabled={isEmpty}
+          aria-label={t("queue.save")}
+          onClick={() => void save(house)}
+        >
           <Icon name="list" />
-          {t("queue.save")}
+          {!isNarrow.value && t("queue.save")}
         </button>
       </header>
       <ListView

@@ -2,28 +2,24 @@
 import { useComputed } from "@preact/signals";
 import { useEffect, useMemo } from "preact/hooks";
 import type { Chosen, Item } from "../list/items.ts";
-import { artistOf, durationOf, titleOf } from "../list/items.ts";
+import { artistOf, titleOf } from "../list/items.ts";
 import { type Column, ListView } from "../list/list_view.tsx";
 import { Selection } from "../list/selection.ts";
 import { here } from "../playback/here.ts";
 import { upNext } from "../playback/order.ts";
 import { isPlayable, queue } from "../playback/queue.ts";
-import { StarButton } from "../playback/star_button.tsx";
 import { addToOpenList, addToOtherList, saveAsList } from "../playlists/commands.ts";
-import { formatDate, formatDuration, formatNumber, t } from "../text/index.ts";
+import { formatDuration, formatNumber, t } from "../text/index.ts";
 import { askForText } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { keyOf } from "../ui/keys.tsx";
 import { isNarrow } from "../ui/media.ts";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { useTitle } from "../ui/title.ts";
+import { itemColumns, todaysName } from "./columns.tsx";
 import { clear, insertAt, moveBefore, removeAt } from "./edits.ts";
 
 const WHOLE_UP_TO = 10_000; // entries, of which the time is told even if they have to be fetched for it
-
-export function todaysName() {
-  return t("queue.saved_name", { date: formatDate(Date.now() / 1000) });
-}
 
 function chosenAt(positions: readonly number[]): Chosen {
   return {
@@ -40,20 +36,8 @@ function wholeQueue(): Chosen {
   return chosenAt(keys.map((_, position) => position));
 }
 
-function Title({ item }: { item: Item }) {
-  const title = titleOf(item);
-  const artist = item.missing ? t("queue.gone") : artistOf(item);
-  if (!isNarrow.value) return <span title={title}>{title}</span>;
-  return (
-    <div class="two-lines">
-      <span title={title}>{title}</span>
-      <span class="small">{artist}</span>
-    </div>
-  );
-}
-
 function columns(): Column<Item>[] {
-  const all: (Column<Item> & { wide?: boolean })[] = [
+  return [
     {
       key: "number",
       label: "",
@@ -66,33 +50,7 @@ function columns(): Column<Item>[] {
         </span>
       ),
     },
-    {
-      key: "title",
-      label: t("library.title"),
-      width: "minmax(0, 3fr)",
-      cell: (item) => <Title item={item} />,
-    },
-    {
-      key: "artist",
-      wide: true,
-      label: t("library.artist"),
-      width: "minmax(0, 2fr)",
-      cell: (item) => <span class="soft">{item.missing ? t("queue.gone") : artistOf(item)}</span>,
-    },
-    {
-      key: "star",
-      wide: true,
-      label: "",
-      width: "var(--control)",
-      cell: (item) => item.song && <StarButton song={item.song} />,
-    },
-    {
-      key: "duration",
-      label: "",
-      width: "3rem",
-      align: "end",
-      cell: (item) => formatDuration(durationOf(item)),
-    },
+    ...itemColumns<Item>((item) => item),
     {
       key: "remove",
       label: "",
@@ -110,7 +68,6 @@ function columns(): Column<Item>[] {
       ),
     },
   ];
-  return isNarrow.value ? all.filter(({ wide }) => !wide) : all;
 }
 
 /** What can be done with what is selected. */

@@ -624,6 +624,9 @@ export const de: Catalogue = {
   },
 
   // Queue
+  "queue.duration": "Dauer",
+  "queue.star": "Favorit",
+  "players.silent": "{name} ist still. Wähle einen Titel.",
   "queue.replaced": {
     one: "Deine Warteschlange mit {count} Titel wurde ersetzt",
     other: "Deine Warteschlange mit {count} Titeln wurde ersetzt",

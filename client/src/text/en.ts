@@ -605,6 +605,9 @@ export const en = {
   },
 
   // Queue
+  "queue.duration": "Time",
+  "queue.star": "Favourite",
+  "players.silent": "{name} is silent. Choose a song.",
   "queue.replaced": {
     one: "Your queue of {count} song was replaced",
     other: "Your queue of {count} songs was replaced",

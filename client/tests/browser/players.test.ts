@@ -137,12 +137,11 @@ test("what plays here moves there, and back", async () => {
 });
 
 test("what the player cannot do is told", async () => {
-  await give(["untagged"]);
+  await give(["Seed"]);
+  await stop();
   await house.visit({ errors: /409/ }, async (page) => {
     await choosePlayer(page);
-    await shows(page, "untagged");
-    await stop();
-    await button(page, "Play").waitFor();
+    await shows(page, "Seed");
     await button(page, "Next").click();
     await notice(page, "Player 0 did not do that.").waitFor();
   });
