@@ -35,8 +35,17 @@ async function leave(everywhere: boolean) {
   }
 }
 
+async function askForPassword() {
+  const { changePassword } = await import("./password_dialog.tsx");
+  await changePassword();
+}
+
+/** As who speaks a language calls it. */
+function ownNameOf(tongue: string) {
+  return new Intl.DisplayNames([tongue], { type: "language" }).of(tongue) ?? tongue;
+}
+
 function items(): MenuItem[] {
-  const names = new Intl.DisplayNames(languages, { type: "language" });
   const themes = THEMES.map((name) => ({
     label: t(`user.theme_${name}`),
     checked: theme.value === name,
@@ -45,7 +54,7 @@ function items(): MenuItem[] {
     },
   }));
   const tongues = languages.map((name, place) => ({
-    label: names.of(name) ?? name,
+    label: ownNameOf(name),
     checked: language.value === name,
     divided: place === 0,
     run: () => void setLanguage(name),
@@ -54,6 +63,7 @@ function items(): MenuItem[] {
     ...themes,
     ...tongues,
     { label: t("keys.title"), key: "?", divided: true, run: showKeys },
+    { label: t("password.title"), divided: true, run: () => void askForPassword() },
     { label: t("user.log_out"), divided: true, run: () => void leave(false) },
     { label: t("user.log_out_everywhere"), run: () => void leave(true) },
   ];
