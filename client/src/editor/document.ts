@@ -164,10 +164,11 @@ export class ListDocument implements Saved {
     await this.open();
     if (this.error.peek()) return;
     const order = this.order.peek();
-    const ids = [...this.views].flatMap(({ first, end }) => [...order.subarray(first, end)]);
+    const ids = Int32Array.from([...this.views].flatMap(({ first, end }) => [...order.subarray(first, end)]));
+    const isThere = this.contents.hasAll(ids);
     try {
-      await this.contents.want(Int32Array.from(ids));
-      this.revision.value++;
+      await this.contents.want(ids);
+      if (!isThere) this.revision.value++;
     } catch (error) {
       if (error instanceof OtherVersion) return this.refresh();
       if (!(error instanceof RequestError)) throw error;
@@ -419,7 +420,7 @@ export class ListDocument implements Saved {
       applied: {
         added: itemsOf(ours.filter((id) => !inBase.has(id) && !isLost.has(id))),
         removed: itemsOf(base.filter((id) => !inOurs.has(id))),
-        movedCount: movedBetween(base, ours),
+        movedCount: movedBetween(base, ours) - lost.filter((id) => inBase.has(id)).length,
       },
       lost: itemsOf(lost),
     };
