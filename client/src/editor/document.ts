@@ -4,7 +4,7 @@ import { batch, computed, type Signal, signal } from "@preact/signals";
 import { ask, RequestError } from "../api/http.ts";
 import { type PlaylistPage, playlistPath, readWhole } from "../api/playlists.ts";
 import type { Playlist } from "../api/types.ts";
-import { type Chosen, type Item, identityOf } from "../list/items.ts";
+import { type Chosen, durationOf, type Item, identityOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { idNow, record } from "../ui/history.ts";
 import { notify } from "../ui/notices.tsx";
@@ -312,10 +312,17 @@ export class ListDocument implements Saved {
   // What the saver asks
 
   accept(server: ServerState) {
-    this.server = server;
     const playlist = this.playlist.peek();
-    if (playlist && server.version !== undefined)
-      this.playlist.value = { ...playlist, version: server.version };
+    const duration = this.durationWith(server.order);
+    this.server = server;
+    if (playlist && server.version !== undefined) {
+      this.playlist.value = {
+        ...playlist,
+        version: server.version,
+        ...(duration !== undefined && { duration }),
+      };
+    }
+    void this.fetchInView();
   }
 
   keep(doubts: readonly Order[]) {
@@ -430,4 +437,22 @@ export class ListDocument implements Saved {
     void this.revision.value;
     return factsOf(this.order.value, this.contents);
   });
+
+  /** Of all entries, in seconds. */
+  readonly duration = computed(() => {
+    const { known, duration } = this.facts.value;
+    return known === this.order.value.length ? duration : this.durationWith(this.order.value);
+  });
+
+  /** The length that the server told, and what another order makes it more or less. */
+  private durationWith(order: Order): number | undefined {
+    const told = this.playlist.value?.duration;
+    if (told === undefined) return undefined;
+    const { before, after } = changeBetween(this.server.order, order);
+    return told + this.durationOfEntries(after) - this.durationOfEntries(before);
+  }
+
+  private durationOfEntries(ids: Order): number {
+    return ids.reduce((sum, id) => sum + (durationOf(this.contents.get(id) ?? {}) ?? 0), 0);
+  }
 }

@@ -22,11 +22,13 @@ import { useWidth } from "./width.ts";
 
 const WIDE = 720; // pixels, where artist and album have columns of their own
 
-export function EditorPanel({ id }: { id: string }) {
-  return <Panel key={documentOf(id).listId} document={documentOf(id)} />;
+/** `isPage`: it is the view itself, not beside it. */
+export function EditorPanel({ id, isPage = false }: { id: string; isPage?: boolean }) {
+  const document = documentOf(id);
+  return <Panel key={document.listId} document={document} isPage={isPage} />;
 }
 
-function Panel({ document }: { document: ListDocument }) {
+function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }) {
   const view = useMemo(() => new DocumentView(document), [document]);
   useEffect(() => () => view.leave(), [view]);
   const selection = useMemo(() => new Selection(), []);
@@ -44,14 +46,14 @@ function Panel({ document }: { document: ListDocument }) {
   };
   return (
     <section ref={panel} class="list-editor" aria-label={name} onKeyDown={onKeyDown}>
-      <PanelHead document={document} selection={selection} />
+      <PanelHead document={document} selection={selection} isPage={isPage} />
       <ListView<Item>
         label={t("editor.entries", { name })}
         source={view}
         columns={columnsOf(document, isWide)}
         selection={selection}
-        rowClass={(item, index) => rowClassOf(document, item, index)}
-        rowLabel={(item) => labelOf(item)}
+        rowClass={rowClassOf}
+        rowLabel={labelOf}
         onOpen={(_, index) => void play(document.chosen(), { startAt: index })}
         onMenu={(index, place) => actions.openMenu(index, place)}
         onKey={(event, active) => actions.onKey(event, active)}

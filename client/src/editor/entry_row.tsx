@@ -1,8 +1,10 @@
 // How an entry of a list looks.
 import { artistOf, durationOf, type Item, titleOf } from "../list/items.ts";
 import type { Column } from "../list/list_view.tsx";
+import { currentSongId } from "../playback/commands.ts";
 import { formatDuration, formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
+import { isCoarse } from "../ui/media.ts";
 import type { ListDocument } from "./document.ts";
 import { chooseCandidate } from "./repair_dialog.tsx";
 
@@ -38,7 +40,7 @@ export function columnsOf(document: ListDocument, isWide: boolean): Column<Item>
       label: t("editor.duration"),
       width: "3.75rem",
       align: "end",
-      cell: (item) => formatDuration(durationOf(item)),
+      cell: (item, index) => <Duration document={document} item={item} index={index} />,
     },
   ];
   return document.canEdit.value ? [handle, ...columns] : columns;
@@ -71,9 +73,11 @@ function Title({ document, item, index, isWide }: TitleProps) {
   return (
     <span class="entry" title={artist ? `${title} – ${artist}` : title}>
       {item.missing && <Icon name="missing" />}
-      <span class="entry-title">{title}</span>
-      {!isWide && artist && !item.missing && <span class="entry-artist">{artist}</span>}
-      {item.missing && <Missing document={document} id={id} />}
+      <span class="entry-text">
+        <span class="entry-title">{title}</span>
+        {item.missing && <NotFound document={document} id={id} isWide={isWide} />}
+        {!isWide && artist && !item.missing && <span class="entry-artist">{artist}</span>}
+      </span>
       {document.facts.value.duplicates.has(id) && (
         <span class="entry-mark" title={t("editor.duplicate")}>
           {t("editor.duplicate_short")}
@@ -83,33 +87,42 @@ function Title({ document, item, index, isWide }: TitleProps) {
   );
 }
 
-/** That nothing plays it, and what may stand in its place. */
-function Missing({ document, id }: { document: ListDocument; id: number }) {
-  const candidates = document.candidates.of(id);
-  const best = candidates?.[0];
-  if (!best || !document.canEdit.value) return <span class="entry-missing">{t("editor.not_found")}</span>;
-  const take = () => document.candidates.repair(new Map([[id, { song: best.song }]]));
+/** That nothing plays it, and how many songs it may mean. */
+function NotFound({ document, id, isWide }: { document: ListDocument; id: number; isWide: boolean }) {
+  const count = document.candidates.of(id)?.length ?? 0;
+  if (count === 0 || !document.canEdit.value) return <span class="entry-note">{t("editor.not_found")}</span>;
+  const whole = t("editor.candidates", { count });
   return (
-    <span class="entry-missing">
-      <button type="button" class="link" tabIndex={-1} onClick={() => void chooseCandidate(document, id)}>
-        {t("editor.candidates", { count: candidates.length })}
-      </button>
-      <button
-        type="button"
-        class="icon-button"
-        tabIndex={-1}
-        title={t("editor.take", { title: best.song.title })}
-        aria-label={t("editor.take", { title: best.song.title })}
-        onClick={take}
-      >
-        <Icon name="check" />
-      </button>
-    </span>
+    <button
+      type="button"
+      class="link entry-note"
+      tabIndex={-1}
+      aria-label={whole}
+      title={whole}
+      onClick={() => void chooseCandidate(document, id)}
+    >
+      {isWide || isCoarse.value ? whole : t("editor.candidates_short", { count })}
+    </button>
   );
 }
 
-export function rowClassOf(_document: ListDocument, item: Item, _index: number) {
-  return item.missing ? "missing" : "";
+/** How long it is; of what is not found, the best that may stand in its place. */
+function Duration({ document, item, index }: { document: ListDocument; item: Item; index: number }) {
+  const id = document.idAt(index);
+  const best = item.missing && document.canEdit.value ? document.candidates.of(id)?.[0] : undefined;
+  if (!best) return <>{formatDuration(durationOf(item))}</>;
+  const label = t("editor.take", { title: best.song.title });
+  const take = () => document.candidates.repair(new Map([[id, { song: best.song }]]));
+  return (
+    <button type="button" class="icon-button" tabIndex={-1} title={label} aria-label={label} onClick={take}>
+      <Icon name="check" />
+    </button>
+  );
+}
+
+export function rowClassOf({ missing, song }: Item) {
+  if (missing) return "missing";
+  return song && song.id === currentSongId.value ? "current" : "";
 }
 
 export function labelOf(item: Item) {

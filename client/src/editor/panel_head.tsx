@@ -6,8 +6,7 @@ import { redo, undo } from "../ui/history.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { openMenu } from "../ui/menu.tsx";
 import { reasonOf } from "../ui/notices.tsx";
-import { route } from "../ui/router.ts";
-import { closeList, openListId } from "./commands.ts";
+import { closeList } from "./commands.ts";
 import type { ListDocument } from "./document.ts";
 import { deedsOf } from "./history_dialog.tsx";
 import { listMenu } from "./list_menu.ts";
@@ -16,15 +15,17 @@ import { TheirEditLine } from "./their_edit.tsx";
 interface HeadProps {
   document: ListDocument;
   selection: Selection;
+  isPage: boolean;
 }
 
-export function PanelHead({ document, selection }: HeadProps) {
+export function PanelHead({ document, selection, isPage }: HeadProps) {
   const name = document.playlist.value?.name ?? "";
+  const Name = isPage ? "h1" : "h2";
   return (
     <header class="list-head">
       <div class="list-head-line">
-        <h2 title={name}>{name || " "}</h2>
-        <Tools document={document} selection={selection} />
+        <Name title={name}>{name || " "}</Name>
+        <Tools document={document} selection={selection} isPage={isPage} />
       </div>
       <p class="list-facts">
         <Totals document={document} />
@@ -61,10 +62,9 @@ function Tool({
   );
 }
 
-function Tools({ document, selection }: HeadProps) {
+function Tools({ document, selection, isPage }: HeadProps) {
   const more = useRef<HTMLButtonElement>(null);
   const { done, undone } = deedsOf(document);
-  const isAtTheRight = openListId.value === document.listId && route.value.segments[1] !== document.listId;
   return (
     <div class="list-tools">
       {document.canEdit.value && (
@@ -93,20 +93,18 @@ function Tools({ document, selection }: HeadProps) {
       >
         <Icon name="more" />
       </button>
-      {isAtTheRight && <Tool icon="close" label={t("editor.close")} run={closeList} />}
+      {!isPage && <Tool icon="close" label={t("editor.close")} run={closeList} />}
     </div>
   );
 }
 
 function Totals({ document }: { document: ListDocument }) {
-  const { total, facts, playlist } = document;
+  const { total, duration } = document;
   if (total.value === undefined) return <span>&nbsp;</span>;
-  const isWhole = facts.value.known === total.value;
-  const duration = isWhole ? facts.value.duration : playlist.value?.duration;
   return (
     <span>
       {t("count.songs", { count: total.value })}
-      {duration !== undefined && ` · ${formatDuration(duration)}`}
+      {duration.value !== undefined && ` · ${formatDuration(duration.value)}`}
     </span>
   );
 }

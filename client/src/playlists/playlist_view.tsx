@@ -44,7 +44,7 @@ function ListPage({ id }: { id: string }) {
   return (
     <div class="editor-page">
       <h1 class="visually-hidden">{name}</h1>
-      <EditorPanel id={id} />
+      <EditorPanel id={id} isPage />
     </div>
   );
 }

@@ -404,6 +404,7 @@ export const de: Catalogue = {
     one: "nicht gefunden – {count} Kandidat",
     other: "nicht gefunden – {count} Kandidaten",
   },
+  "editor.candidates_short": { one: "{count} Kandidat", other: "{count} Kandidaten" },
   "editor.candidates_label": "Kandidaten",
   "editor.take": "{title} nehmen",
   "editor.choose": "Titel finden…",

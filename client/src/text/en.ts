@@ -389,6 +389,7 @@ export const en = {
   "editor.duplicate_short": "twice",
   "editor.not_found": "not found",
   "editor.candidates": { one: "not found – {count} candidate", other: "not found – {count} candidates" },
+  "editor.candidates_short": { one: "{count} candidate", other: "{count} candidates" },
   "editor.candidates_label": "Candidates",
   "editor.take": "Take {title}",
   "editor.choose": "Find the song…",
