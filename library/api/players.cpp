@@ -1,13 +1,9 @@
 // The players of the house: what they play, and telling them what to do.
-#include "catalog/players.h"
+#include "api/player_answers.h"
 #include "api/resources.h"
-#include "catalog/playlists.h"
-#include "playlists/playlist_text.h"
 #include "web/request.h"
-#include <algorithm>
 #include <array>
 #include <cmath>
-#include <memory>
 
 namespace vexo::api {
 namespace {
@@ -18,99 +14,10 @@ using system::PlayerCommand;
 
 constexpr double kMostSeconds = 1'000'000;
 
-std::optional<Player> FindPlayer(const Request &request) {
-  for (const Player &player : catalog::ConfiguredPlayers()) {
-    if (request.variables[0] == std::to_string(player.number)) {
-      return player;
-    }
-  }
-  return std::nullopt;
-}
-
-Answer NoPlayer() { return ProblemAnswer(NotFound("There is no such player.")); }
-
-/// What the daemon tells, as a document; a null one when it tells nothing.
-Json::Value Parsed(const std::optional<std::string> &reply) {
-  Json::Value document;
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  if (!reply || !reader->parse(reply->data(), reply->data() + reply->size(), &document, nullptr) ||
-      !document.isObject()) {
-    return {};
-  }
-  return document;
-}
-
-/// Why a player does not do what it was told; nothing when it does.
-std::optional<Problem> FailureOf(const Json::Value &reply) {
-  if (reply.isNull()) {
-    return Problem{503, "The player daemon does not answer.", {}};
-  }
-  if (reply.isMember("error")) {
-    return Problem{502, "The player does not answer: " + reply["error"].asString(), {}};
-  }
-  if (reply.isMember("refused") && !reply.isMember("added")) {
-    return Problem{409, "The player does not do that now: " + reply["refused"].asString(), {}};
-  }
-  return std::nullopt;
-}
-
-/// The id in the index that an entry of a queue tells; 0: none.
-int32_t SongOf(const Json::Value &entry) {
-  const std::string id = entry.get("item_id", "").asString();
-  return static_cast<int32_t>(
-      std::strtol(id.c_str() + std::min(id.find('@') + 1, id.size()), nullptr, 10));
-}
-
-/// An entry of a queue as a client sees it. What is no song that the user sees has no id, and only
-/// a stream's address is told.
-Json::Value EntryOf(const Json::Value &entry, const std::set<int32_t> &visible) {
-  Json::Value shown(Json::objectValue);
-  const int32_t song = SongOf(entry);
-  if (visible.count(song) != 0) {
-    shown["song"] = song;
-  }
-  const std::string address = entry.get("res", "").asString();
-  if (address.starts_with("http://") || address.starts_with("https://")) {
-    shown["stream"] = address;
-  }
-  for (const char *name :
-       {"title", "artist", "album", "genre", "duration", "track", "disc", "year"}) {
-    if (entry.isMember(name)) {
-      shown[name] = entry[name];
-    }
-  }
-  return shown;
-}
-
-Json::Value StatusOf(const Player &player, const Json::Value &reply, const Request &request) {
-  Json::Value status(Json::objectValue);
-  for (const char *name :
-       {"state", "queue_length", "elapsed", "duration", "repeat", "random", "volume", "position"}) {
-    if (reply.isMember(name)) {
-      status[name] = reply[name];
-    }
-  }
-  if (reply.isMember("song")) {
-    status["song"] =
-        EntryOf(reply["song"], catalog::VisibleSongs(request.User(), {SongOf(reply["song"])}));
-  }
-  status["id"] = player.number;
-  status["name"] = player.name;
-  return status;
-}
-
-Answer Told(const Player &player, const Json::Value &reply, const Request &request) {
-  if (const std::optional<Problem> problem = FailureOf(reply)) {
-    return ProblemAnswer(*problem);
-  }
-  return JsonAnswer(StatusOf(player, reply, request));
-}
-
 /// Tells the player of the path something that needs no further word.
 Answer Tell(const Request &request, PlayerCommand command) {
   const std::optional<Player> player = FindPlayer(request);
-  return player ? Told(*player, Parsed(PlayerQuestion(command, {player->number}).Answer()), request)
-                : NoPlayer();
+  return player ? Told(*player, {command, {player->number}}, request) : NoPlayer();
 }
 
 /// Tells the player of the path a number in [0, most] that the member `name` of the body is, times
@@ -133,82 +40,7 @@ Answer TellNumber(const Request &request, PlayerCommand command, std::string_vie
          std::string(name)});
   }
   const int64_t value = std::llround(number.asDouble() * scale);
-  return Told(*player, Parsed(PlayerQuestion(command, {player->number, value}).Answer()), request);
-}
-
-/// The entries [offset, offset + limit) of a player's queue, which come a few at a time; a problem
-/// when one page fails. `total` becomes the length of the queue.
-std::variant<Json::Value, Problem> FetchEntries(const Player &player, const Page &page,
-                                                int64_t &total) {
-  Json::Value entries(Json::arrayValue);
-  for (int64_t offset = page.offset; offset < page.offset + std::max<int64_t>(page.limit, 1);) {
-    const int64_t left = page.offset + page.limit - offset;
-    const Json::Value reply =
-        Parsed(PlayerQuestion(PlayerCommand::kQueue, {player.number, offset, left}).Answer());
-    if (std::optional<Problem> problem = FailureOf(reply)) {
-      return *std::move(problem);
-    }
-    total = reply["total"].asInt64();
-    for (const Json::Value &entry : reply["uris"]) {
-      entries.append(entry);
-    }
-    offset += reply["uris"].size();
-    if (reply["uris"].empty()) {
-      break;
-    }
-  }
-  return entries;
-}
-
-std::set<int32_t> VisibleSongs(const Request &request, const Json::Value &entries) {
-  std::vector<int32_t> ids;
-  for (const Json::Value &entry : entries) {
-    ids.push_back(SongOf(entry));
-  }
-  return catalog::VisibleSongs(request.User(), ids);
-}
-
-using SongPaths = std::variant<std::vector<std::string>, Problem>;
-
-SongPaths SongsOfIds(const Request &request, const Json::Value &array) {
-  if (!array.isArray() || array.empty() || array.size() > catalog::kMostPlayed) {
-    return Problem{400, "The member is no array of 1 to 100,000 ids of songs.", "songs"};
-  }
-  std::vector<int32_t> ids;
-  for (const Json::Value &id : array) {
-    if (!id.isInt() || id.asInt() <= 0) {
-      return Problem{400, "An element is no id of a song.", "songs"};
-    }
-    ids.push_back(id.asInt());
-  }
-  return catalog::PathsOfSongs(request.User(), ids);
-}
-
-SongPaths SongsOfPlaylist(const Request &request, const Json::Value &id) {
-  const std::optional<catalog::Playlist> playlist =
-      id.isString() ? catalog::FindPlaylist(request.User(), id.asString()) : std::nullopt;
-  if (!playlist) {
-    return Problem{404, "There is no such playlist.", "playlist"};
-  }
-  try {
-    return catalog::PathsOfPlaylist(request.User(), *playlist);
-  } catch (const playlists::UnreadableError &error) {
-    return Problem{409, std::string("The playlist cannot be read: ") + error.what(), "playlist"};
-  }
-}
-
-/// The songs that the body names, or why it names none.
-SongPaths SongsOf(const Request &request, const Json::Value &body) {
-  if (body.isMember("playlist") == body.isMember("songs")) {
-    return Problem{400, "The body has to have one of songs and playlist.", "songs"};
-  }
-  SongPaths songs = body.isMember("playlist") ? SongsOfPlaylist(request, body["playlist"])
-                                              : SongsOfIds(request, body["songs"]);
-  const auto *const found = std::get_if<std::vector<std::string>>(&songs);
-  if (found != nullptr && found->empty()) {
-    return NotFound("There is nothing of it to play.");
-  }
-  return songs;
+  return Told(*player, {command, {player->number, value}}, request);
 }
 
 } // namespace
@@ -249,34 +81,9 @@ Answer SeekPlayer(Request &request) {
   return TellNumber(request, PlayerCommand::kSeek, "seconds", kMostSeconds, 1000);
 }
 
-Answer SetPlayerVolume(Request &request) {
-  return TellNumber(request, PlayerCommand::kVolume, "percent", 100, 1);
-}
-
-Answer GetPlayerQueue(Request &request) {
-  const std::optional<Player> player = FindPlayer(request);
-  const Page page = ReadPage(request.query);
-  if (!player) {
-    return NoPlayer();
-  }
-  if (request.query.problem()) {
-    return ProblemAnswer(*request.query.problem());
-  }
-  int64_t total = 0;
-  const std::variant<Json::Value, Problem> entries = FetchEntries(*player, page, total);
-  if (const Problem *problem = std::get_if<Problem>(&entries)) {
-    return ProblemAnswer(*problem);
-  }
-  Json::Value items(Json::arrayValue);
-  const std::set<int32_t> visible = VisibleSongs(request, std::get<Json::Value>(entries));
-  for (const Json::Value &entry : std::get<Json::Value>(entries)) {
-    items.append(EntryOf(entry, visible));
-  }
-  return JsonAnswer(ListOf(total, page, std::move(items)));
-}
-
-Answer FillPlayerQueue(Request &request) {
-  constexpr std::array<std::string_view, 3> kMembers = {"songs", "playlist", "mode"};
+Answer SetPlayerMode(Request &request) {
+  constexpr std::array<std::string_view, 2> kMembers = {"repeat", "random"};
+  constexpr std::array kCommands = {PlayerCommand::kRepeat, PlayerCommand::kRandom};
   const std::optional<Player> player = FindPlayer(request);
   if (!player) {
     return NoPlayer();
@@ -285,24 +92,28 @@ Answer FillPlayerQueue(Request &request) {
   if (const Problem *problem = std::get_if<Problem>(&body)) {
     return ProblemAnswer(*problem);
   }
-  const Json::Value &document = std::get<Json::Value>(body);
-  const Json::Value mode = document.get("mode", "replace");
-  if (mode != "replace" && mode != "append") {
-    return ProblemAnswer({400, "The member is neither replace nor append.", "mode"});
+  const Json::Value &modes = std::get<Json::Value>(body);
+  for (const std::string &name : modes.getMemberNames()) {
+    if (!modes[name].isBool()) {
+      return ProblemAnswer({400, "The member is neither true nor false.", name});
+    }
   }
-  const SongPaths songs = SongsOf(request, document);
-  if (const Problem *problem = std::get_if<Problem>(&songs)) {
-    return ProblemAnswer(*problem);
+  Answer answer = ProblemAnswer({400, "The body has neither repeat nor random.", "repeat"});
+  for (std::size_t i = 0; i < kMembers.size(); ++i) {
+    const std::string name(kMembers[i]);
+    if (modes.isMember(name)) {
+      answer =
+          Told(*player, {kCommands[i], {player->number, modes[name].asBool() ? 1 : 0}}, request);
+      if (answer.status != 200) {
+        return answer;
+      }
+    }
   }
-  const PlayerCommand command =
-      mode == "append" ? PlayerCommand::kAppendToQueue : PlayerCommand::kReplaceQueue;
-  const Json::Value reply =
-      Parsed(PlayerQuestion(command, {player->number}, &std::get<std::vector<std::string>>(songs))
-                 .Answer());
-  if (const std::optional<Problem> problem = FailureOf(reply)) {
-    return ProblemAnswer(*problem);
-  }
-  return JsonAnswer(reply);
+  return answer;
+}
+
+Answer SetPlayerVolume(Request &request) {
+  return TellNumber(request, PlayerCommand::kVolume, "percent", 100, 1);
 }
 
 } // namespace vexo::api

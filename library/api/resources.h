@@ -32,8 +32,13 @@ Answer PlayNext(Request &request);
 Answer PlayPrevious(Request &request);
 Answer SeekPlayer(Request &request);
 Answer SetPlayerVolume(Request &request);
+Answer SetPlayerMode(Request &request);
+
+// player_queue.cpp
 Answer GetPlayerQueue(Request &request);
 Answer FillPlayerQueue(Request &request);
+Answer RemoveFromPlayerQueue(Request &request);
+Answer MoveInPlayerQueue(Request &request);
 
 // covers.cpp
 Answer SongCover(Request &request);

@@ -113,18 +113,6 @@ std::vector<std::string> PathsOfRule(const accounts::Account &user, const Playli
           .songs);
 }
 
-/// Whether a stream comes by the network. A player knows more kinds of addresses, which open its
-/// machine's microphones, drives and shares.
-bool ComesByNetwork(std::string_view address) {
-  constexpr std::array<std::string_view, 11> kSchemes = {
-      "http", "https", "mms", "mmsh", "mmst", "mmsu", "rtmp", "rtmps", "rtmpt", "rtp", "rtsp"};
-  const std::string_view scheme = address.substr(0, address.find(':'));
-  return std::ranges::any_of(kSchemes, [scheme](std::string_view known) {
-    return scheme.size() == known.size() &&
-           strncasecmp(scheme.data(), known.data(), known.size()) == 0;
-  });
-}
-
 std::vector<std::string> PathsOfList(const accounts::Account &user, const Playlist &playlist) {
   std::vector<std::string> paths;
   std::optional<std::string> bytes = ReadList(playlist);
@@ -137,9 +125,7 @@ std::vector<std::string> PathsOfList(const accounts::Account &user, const Playli
   for (ListEntry &entry : entries) {
     const bool is_played =
         entry.is_stream ? ComesByNetwork(entry.path) : songs.Find(entry.path) != nullptr;
-    if (is_played) {
-      paths.push_back(std::move(entry.path));
-    }
+    paths.push_back(is_played ? std::move(entry.path) : std::string());
   }
   return paths;
 }
@@ -187,13 +173,23 @@ std::vector<std::string> PathsOfSongs(const accounts::Account &user,
       paths.emplace(song.id, std::move(song.path));
     }
   }
-  std::vector<std::string> found;
+  std::vector<std::string> in_order;
+  in_order.reserve(ids.size());
   for (const int32_t id : ids) {
-    if (const auto path = paths.find(id); path != paths.end()) {
-      found.push_back(path->second);
-    }
+    const auto path = paths.find(id);
+    in_order.push_back(path == paths.end() ? std::string() : path->second);
   }
-  return found;
+  return in_order;
+}
+
+bool ComesByNetwork(std::string_view address) {
+  constexpr std::array<std::string_view, 11> kSchemes = {
+      "http", "https", "mms", "mmsh", "mmst", "mmsu", "rtmp", "rtmps", "rtmpt", "rtp", "rtsp"};
+  const std::string_view scheme = address.substr(0, address.find(':'));
+  return std::ranges::any_of(kSchemes, [scheme](std::string_view known) {
+    return scheme.size() == known.size() &&
+           strncasecmp(scheme.data(), known.data(), known.size()) == 0;
+  });
 }
 
 std::vector<std::string> PathsOfPlaylist(const accounts::Account &user, const Playlist &playlist) {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vexo::catalog {
@@ -40,13 +41,17 @@ private:
   bool is_sent_ = false;
 };
 
-/// The paths of those songs that the user sees, in the order of the ids.
+/// The paths of songs, in the order of the ids; empty ones for songs that the user does not see.
 std::vector<std::string> PathsOfSongs(const accounts::Account &user,
                                       const std::vector<int32_t> &ids);
 
 /// The paths and addresses of a playlist in its order: of its streams, and of those songs that the
-/// user sees. At most kMostPlayed. Throws playlists::UnreadableError.
+/// user sees; empty ones for other entries. At most kMostPlayed. Throws playlists::UnreadableError.
 std::vector<std::string> PathsOfPlaylist(const accounts::Account &user, const Playlist &playlist);
+
+/// Whether a stream comes by the network. A player knows more kinds of addresses, which open its
+/// machine's microphones, drives and shares.
+bool ComesByNetwork(std::string_view address);
 
 /// Those of the ids that are songs of the user's libraries.
 std::set<int32_t> VisibleSongs(const accounts::Account &user, const std::vector<int32_t> &ids);

@@ -83,11 +83,12 @@ void TakeNumber(std::string_view line, std::string_view key, int64_t &number) {
 } // namespace
 
 std::string FormatQueue(const std::vector<QueueEntry> &entries, const QueuePlace &place) {
+  constexpr std::string_view kMissing = "/missing"; // the file needs a path: nothing lies there
   std::vector<playlists::NewEntry> lines;
   lines.reserve(entries.size());
   for (const QueueEntry &entry : entries) {
-    lines.push_back(
-        {entry.path, entry.artist, entry.title, static_cast<float>(entry.duration_seconds)});
+    lines.push_back({entry.path.empty() ? kMissing : std::string_view(entry.path), entry.artist,
+                     entry.title, static_cast<float>(entry.duration_seconds)});
   }
   const std::string songs = playlists::M3uEntries(lines);
   std::string text;

@@ -22,7 +22,7 @@ struct QueuePlace {
   friend bool operator==(const QueuePlace &, const QueuePlace &) = default;
 };
 
-/// An entry to write: the path of a song, or an address.
+/// An entry to write: the path of a song, or an address; an empty one for what is missing.
 struct QueueEntry {
   std::string path, artist, title;
   double duration_seconds = 0; ///< 0: not known

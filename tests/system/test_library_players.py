@@ -9,7 +9,8 @@ from server import BEN, LIBRARY, PERSONAL, ROOT, SHARED, ServerTest, playlistctl
 STREAM = "http://127.0.0.1:9/live"
 # All that a player can be told.
 COMMANDS = {"play": None, "pause": None, "stop": None, "next": None, "previous": None,
-            "seek": {"seconds": 1}, "volume": {"percent": 1}, "queue": {"songs": [1]}}
+            "seek": {"seconds": 1}, "volume": {"percent": 1}, "queue": {"songs": [1]},
+            "mode": {"repeat": True}, "remove": {"position": 0}, "move": {"from": 0, "to": 0}}
 
 
 class Players(ServerTest):
@@ -32,6 +33,8 @@ class Players(ServerTest):
 
     def setUp(self):
         self.mpd.mpc("clear")
+        self.mpd.mpc("repeat", "off")
+        self.mpd.mpc("random", "off")
 
     def fill(self, *ids, **members):
         return self.api.post("/players/0/queue", {"songs": list(ids), **members})
@@ -73,6 +76,63 @@ class Players(ServerTest):
         self.assertEqual(queue["items"][1]["stream"], STREAM)
         part = self.api.get("/players/0/queue", offset=2, limit=1).json
         self.assertEqual((part["total"], len(part["items"])), (4, 1))
+
+    def queue(self):
+        """The ids of the songs of the queue, None for what has none."""
+        return [item.get("song") for item in self.api.get("/players/0/queue").json["items"]]
+
+    def test_songs_that_come_next_go_behind_the_one_that_plays(self):
+        self.fill(1, 2, 3, position=1)
+        self.api.post("/players/0/pause")
+        self.assertEqual(self.fill(4, 5, mode="next").json, {"added": 2, "refused": 0})
+        self.assertEqual(self.queue(), [1, 2, 4, 5, 3])
+        self.assertEqual(self.api.post("/players/0/next").json["song"]["song"], 4)
+        self.api.post("/players/0/pause")
+        self.api.post("/players/0/mode", {"random": True})
+        self.fill(6, mode="next")
+        self.assertEqual(self.queue(), [1, 2, 4, 6, 5, 3])
+        self.assertEqual(self.api.post("/players/0/next").json["song"]["song"], 6)
+        self.mpd.mpc("clear")
+        self.fill(3, mode="append")
+        self.fill(1, mode="next")
+        self.assertEqual(self.queue(), [1, 3])
+
+    def test_a_new_queue_begins_where_it_is_asked_to(self):
+        items = [{"stream": "alsa://hw:0"}, {"song": 2, "title": "Two"}, {"song": 4000},
+                 {"missing": True}, {"stream": STREAM}, {"song": 3}]
+        for position, song, place in ((0, 2, 0), (1, 2, 0), (5, 3, 2)):
+            answer = self.api.post("/players/0/queue", {"items": items, "position": position})
+            self.assertEqual(answer.json, {"added": 3, "refused": 0})
+            status = self.api.post("/players/0/pause").json
+            self.assertEqual((status["song"].get("song"), status["position"]), (song, place))
+            self.assertEqual(self.queue(), [2, None, 3])
+        self.assertEqual(self.api.get("/players/0/queue").json["items"][1]["stream"], STREAM)
+        made = self.server.add(SHARED, "begins late", ["3", {"res": "/gone.mp3"}, "1"])
+        self.api.post("/players/0/queue", {"playlist": made.id, "position": 2})
+        self.assertEqual(self.api.post("/players/0/pause").json["song"]["song"], 1)
+        answer = self.api.post("/players/0/queue", {"items": [{"song": 4000}, {"missing": True}]})
+        self.assertEqual(answer.status, 404)
+
+    def test_are_told_to_repeat_and_in_which_order_to_play(self):
+        status = self.api.post("/players/0/mode", {"repeat": True}).json
+        self.assertEqual((status["repeat"], status["random"]), (True, False))
+        status = self.api.post("/players/0/mode", {"repeat": False, "random": True}).json
+        self.assertEqual((status["repeat"], status["random"]), (False, True))
+        self.assertEqual(self.api.get("/players/0").json["random"], True)
+
+    def test_a_queue_is_edited(self):
+        self.fill(1, 2, 3, 4, 5)
+        self.api.post("/players/0/stop")
+        status = self.api.post("/players/0/move", {"from": 4, "to": 1}).json
+        self.assertEqual(status["queue_length"], 5)
+        self.assertEqual(self.queue(), [1, 5, 2, 3, 4])
+        self.assertEqual(self.api.post("/players/0/remove", {"position": 0}).json["queue_length"], 4)
+        self.api.post("/players/0/remove", {"position": 1, "count": 2})
+        self.assertEqual(self.queue(), [5, 4])
+        for name, body in (("remove", {"position": 7}), ("move", {"from": 0, "to": 7}),
+                           ("move", {"from": 7, "to": 0})):
+            self.assertEqual(self.api.post(f"/players/0/{name}", body).status, 409, body)
+        self.assertEqual(self.queue(), [5, 4])
 
     def test_a_long_queue_comes_whole(self):
         ids = [number % 12 + 1 for number in range(900)]
@@ -147,6 +207,20 @@ class Players(ServerTest):
                 ("/players/0/queue", {"songs": ["1"]}, 400, "songs"),
                 ("/players/0/queue", {"songs": [4_000]}, 404, None),
                 ("/players/0/queue", {"songs": [1], "mode": "eject"}, 400, "mode"),
+                ("/players/0/queue", {"songs": [1], "mode": ["next"]}, 400, "mode"),
+                ("/players/0/queue", {"songs": [1], "items": [{"song": 1}]}, 400, "songs"),
+                ("/players/0/queue", {"items": [{"song": "1"}]}, 400, "items"),
+                ("/players/0/queue", {"items": []}, 404, None),
+                ("/players/0/queue", {"songs": [1], "position": 1}, 400, "position"),
+                ("/players/0/queue", {"songs": [1], "position": -1}, 400, "position"),
+                ("/players/0/queue", {"songs": [1], "position": 0, "mode": "next"}, 400, "position"),
+                ("/players/0/mode", {}, 400, "repeat"), ("/players/0/mode", {"repeat": 1}, 400, "repeat"),
+                ("/players/0/mode", {"single": True}, 400, "single"),
+                ("/players/0/remove", {}, 400, "position"),
+                ("/players/0/remove", {"position": 0, "count": 0}, 400, "count"),
+                ("/players/0/remove", {"position": 100_001}, 400, "position"),
+                ("/players/0/move", {"from": 0}, 400, "to"),
+                ("/players/0/move", {"from": 0.5, "to": 0}, 400, "from"),
                 ("/players/0/queue", {}, 400, "songs")):
             with self.subTest(path=path, body=body):
                 answer = self.api.post(path, body)
@@ -156,7 +230,8 @@ class Players(ServerTest):
             self.assertEqual(self.api.get(path).status, 404)
         for name in ("pause", "stop", "next", "previous"):
             self.assertEqual(self.api.post(f"/players/9/{name}").status, 404)
-        for name, body in (("seek", {"seconds": 1}), ("volume", {"percent": 1})):
+        for name in ("seek", "volume", "mode", "remove", "move"):
+            body = COMMANDS[name]
             self.assertEqual(self.api.post(f"/players/9/{name}", body).status, 404)
 
     def test_what_a_player_cannot_do_now_is_a_conflict(self):
@@ -189,7 +264,7 @@ class Players(ServerTest):
 
     def test_a_body_that_is_too_large_is_refused(self):
         body = b" " * ((64 << 20) + 1)
-        for name in ("seek", "volume", "queue"):
+        for name in ("seek", "volume", "queue", "mode", "remove", "move"):
             self.assertEqual(self.api.post(f"/players/0/{name}", body).status, 413, name)
 
 

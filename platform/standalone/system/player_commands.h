@@ -38,10 +38,16 @@ enum class PlayerCommand : int32_t {
   kPrevious = 1008,
   kSeek = 1009,   ///< player, milliseconds
   kVolume = 1010, ///< player, percent
-  /// Player. The songs come along in a sealed memory file (memfd_create(2), SCM_RIGHTS): paths and
-  /// addresses, a line each. They take the place of the queue, and play.
+  /// Player, position. The songs come along in a sealed memory file (memfd_create(2), SCM_RIGHTS):
+  /// paths and addresses, a line each. They take the place of the queue, and play from the one at
+  /// the position on.
   kReplaceQueue = 1011,
-  kAppendToQueue = 1012, ///< the same, behind what is there
+  kAppendToQueue = 1012, ///< player; the songs go behind what is there
+  kPlayNext = 1013,      ///< player; the songs go behind the one that plays
+  kRepeat = 1014,        ///< player, 0 or 1; so is the next
+  kRandom = 1015,
+  kRemove = 1016, ///< player, position in the queue, number of songs
+  kMove = 1017,   ///< player, position in the queue, position then
 };
 
 } // namespace vexo::system

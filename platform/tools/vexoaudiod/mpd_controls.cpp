@@ -1,7 +1,9 @@
 #include "vexoaudiod/mpd_controls.h"
 #include "vexoaudiod/mpd_queue.h"
 #include <algorithm>
+#include <optional>
 #include <span>
+#include <utility>
 
 namespace vexo::audiod {
 
@@ -22,8 +24,9 @@ const char *NameOf(mpd_state state) {
 }
 
 /// Sends what tells a player something, as a part of a command list.
-bool Send(mpd_connection *connection, Control control, unsigned value) {
-  switch (control) {
+bool Send(mpd_connection *connection, const ControlPlayer &command) {
+  const unsigned value = command.value;
+  switch (command.control) {
   case Control::kStatus:
     return true;
   case Control::kPlay:
@@ -42,6 +45,14 @@ bool Send(mpd_connection *connection, Control control, unsigned value) {
     return mpd_send_seek_current(connection, static_cast<float>(value) / 1000, false);
   case Control::kVolume:
     return mpd_send_set_volume(connection, value);
+  case Control::kRepeat:
+    return mpd_send_repeat(connection, value != 0);
+  case Control::kRandom:
+    return mpd_send_random(connection, value != 0);
+  case Control::kRemove:
+    return mpd_send_delete_range(connection, value, value + command.second);
+  case Control::kMove:
+    return mpd_send_move(connection, value, command.second);
   }
   return false;
 }
@@ -80,14 +91,21 @@ bool FitsCommand(const std::string &uri) {
          uri.size() + static_cast<std::size_t>(escapes) <= kLongest;
 }
 
-/// The names of the songs that MPD can be told.
-std::vector<std::string> UrisOf(const MpdConnection &mpd, const std::vector<std::string> &songs) {
+/// The names of the songs that MPD can be told. `begin`, the position of a song, becomes its
+/// position among these.
+std::vector<std::string> UrisOf(const MpdConnection &mpd, const std::vector<std::string> &songs,
+                                std::size_t &begin) {
   std::vector<std::string> uris;
   uris.reserve(songs.size());
-  for (const std::string &song : songs) {
-    uris.push_back(UriOf(mpd, song));
+  const std::size_t wanted = begin;
+  for (std::size_t i = 0; i < songs.size(); ++i) {
+    std::string uri = UriOf(mpd, songs[i]);
+    if (FitsCommand(uri)) {
+      uris.push_back(std::move(uri));
+    } else {
+      begin -= i < wanted ? 1 : 0;
+    }
   }
-  std::erase_if(uris, [](const std::string &uri) { return !FitsCommand(uri); });
   return uris;
 }
 
@@ -96,12 +114,21 @@ struct Added {
   bool is_full = false;  ///< the queue has no room for more
 };
 
-/// Adds songs in one command list, `clears` first.
-Added AddUpToRefusal(MpdConnection &mpd, std::span<const std::string> songs, bool clears) {
+/// Where songs go in MPD's queue.
+struct Target {
+  bool clears = false;        ///< the queue before
+  std::optional<unsigned> at; ///< the position of the first one; nothing: at the end
+};
+
+/// Adds songs in one command list.
+Added AddUpToRefusal(MpdConnection &mpd, std::span<const std::string> songs, const Target &target) {
   mpd_connection *const connection = mpd.get();
-  mpd.Check(mpd_command_list_begin(connection, false) && (!clears || mpd_send_clear(connection)));
+  mpd.Check(mpd_command_list_begin(connection, false) &&
+            (!target.clears || mpd_send_clear(connection)));
+  unsigned at = target.at.value_or(0);
   for (const std::string &song : songs) {
-    mpd.Check(mpd_send_add(connection, song.c_str()));
+    mpd.Check(target.at ? mpd_send_add_id_to(connection, song.c_str(), at++)
+                        : mpd_send_add(connection, song.c_str()));
   }
   mpd.Check(mpd_command_list_end(connection));
   mpd.SkipRest();
@@ -111,40 +138,78 @@ Added AddUpToRefusal(MpdConnection &mpd, std::span<const std::string> songs, boo
   mpd.Check(mpd_connection_get_error(connection) == MPD_ERROR_SERVER);
   const bool is_full = mpd_connection_get_server_error(connection) == MPD_SERVER_ERROR_PLAYLIST_MAX;
   const std::size_t done = mpd_connection_get_server_error_location(connection);
-  const std::size_t before = clears ? 1 : 0;
+  const std::size_t before = target.clears ? 1 : 0;
   mpd.Check(done >= before && mpd_connection_clear_error(connection));
   return {std::min(done - before, songs.size() - 1), is_full};
 }
 
 /// MPD ends a list with the first song that it refuses, and the rest goes to it again. Where it has
-/// refused one, the next lists are short, so that many cost no more than a list each.
-LoadResult Load(MpdConnection &mpd, std::span<const std::string> songs, bool replaces) {
+/// refused one, the next lists are short, so that many cost no more than a list each. `begin`, the
+/// position of a song, becomes its position among those that were added.
+LoadResult Load(MpdConnection &mpd, std::span<const std::string> songs, Target target,
+                std::size_t &begin) {
   LoadResult result;
-  bool clears = replaces;
+  const std::size_t wanted = begin;
   std::size_t most = kMostOfAList;
   while (!songs.empty()) {
     const auto some = songs.first(std::min(songs.size(), most));
-    const Added added = AddUpToRefusal(mpd, some, clears);
+    const Added added = AddUpToRefusal(mpd, some, target);
     const std::size_t left = songs.size() - added.count;
     const std::size_t refused = added.is_full ? left : added.count < some.size() ? 1 : 0;
     most = refused > 0 ? added.count + 1 : std::min(2 * most, kMostOfAList);
+    begin -= result.added + result.refused + added.count < wanted && refused == 1 ? 1 : 0;
     result.added += added.count;
     result.refused += refused;
     songs = songs.last(left - refused);
-    clears = false;
+    target.clears = false;
+    target.at =
+        target.at ? std::optional(*target.at + static_cast<unsigned>(added.count)) : std::nullopt;
+  }
+  return result;
+}
+
+Status AskStatus(MpdConnection &mpd) {
+  mpd_connection *const connection = mpd.get();
+  mpd.Check(mpd_command_list_begin(connection, true) && mpd_send_status(connection) &&
+            mpd_command_list_end(connection));
+  Status status = ReceiveStatus(mpd);
+  mpd.Check(mpd_response_finish(connection));
+  return status;
+}
+
+/// Behind the song that plays, which in random order says nothing of what plays next: there the
+/// priority does.
+LoadResult LoadNext(MpdConnection &mpd, std::span<const std::string> uris) {
+  constexpr int kFirstOfAll = 255;
+  const Status status = AskStatus(mpd);
+  const auto at = static_cast<unsigned>(mpd_status_get_song_pos(status.get()) + 1);
+  std::size_t begin = 0;
+  const LoadResult result = Load(mpd, uris, {.clears = false, .at = at}, begin);
+  if (mpd_status_get_random(status.get()) && result.added > 0) {
+    const auto end = at + static_cast<unsigned>(result.added);
+    mpd.Check(mpd_run_prio_range(mpd.get(), kFirstOfAll, at, end));
+  }
+  return result;
+}
+
+LoadResult Replace(MpdConnection &mpd, std::span<const std::string> uris, std::size_t begin) {
+  const LoadResult result = Load(mpd, uris, {.clears = true, .at = {}}, begin);
+  if (result.added > 0) {
+    const auto position = static_cast<unsigned>(std::min(begin, result.added - 1));
+    mpd.Check(mpd_run_play_pos(mpd.get(), position));
   }
   return result;
 }
 
 } // namespace
 
-PlayerStatus ControlMpd(MpdConnection &mpd, Control control, unsigned value) {
+PlayerStatus ControlMpd(MpdConnection &mpd, const ControlPlayer &command) {
   return mpd.Converse([&] {
     mpd_connection *const connection = mpd.get();
-    mpd.Check(mpd_command_list_begin(connection, true) && Send(connection, control, value) &&
+    mpd.Check(mpd_command_list_begin(connection, true) && Send(connection, command) &&
               mpd_send_status(connection) && mpd_send_current_song(connection) &&
               mpd_command_list_end(connection));
-    if (control != Control::kStatus) {
+    if (command.control != Control::kStatus) {
       mpd.ExpectCommand();
       mpd.SkipRest();
       mpd.Check(mpd_response_next(connection));
@@ -155,15 +220,16 @@ PlayerStatus ControlMpd(MpdConnection &mpd, Control control, unsigned value) {
   });
 }
 
-LoadResult LoadIntoMpd(MpdConnection &mpd, const std::vector<std::string> &songs, bool replaces) {
+LoadResult LoadIntoMpd(MpdConnection &mpd, const std::vector<std::string> &songs, Place place,
+                       std::size_t begin) {
   return mpd.Converse([&] {
     mpd.ExpectCommand();
-    const std::vector<std::string> uris = UrisOf(mpd, songs);
-    LoadResult result = Load(mpd, uris, replaces);
+    std::size_t position = begin;
+    const std::vector<std::string> uris = UrisOf(mpd, songs, position);
+    LoadResult result = place == Place::kNext      ? LoadNext(mpd, uris)
+                        : place == Place::kReplace ? Replace(mpd, uris, position)
+                                                   : Load(mpd, uris, {}, position);
     result.refused += songs.size() - uris.size();
-    if (replaces && result.added > 0) {
-      mpd.Check(mpd_run_play_pos(mpd.get(), 0));
-    }
     return result;
   });
 }

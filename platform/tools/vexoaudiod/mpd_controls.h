@@ -23,16 +23,18 @@ struct PlayerStatus {
 
 /// Tells the player something, and gives its status then: both in one conversation. Throws
 /// MpdError, also for what the player cannot do, as seeking while it stands still.
-PlayerStatus ControlMpd(MpdConnection &mpd, Control control, unsigned value);
+PlayerStatus ControlMpd(MpdConnection &mpd, const ControlPlayer &command);
 
 struct LoadResult {
   std::size_t added = 0;
   std::size_t refused = 0; ///< those that MPD does not know, or has no room for
 };
 
-/// Puts songs into the queue, in the place of what is there (and plays them) or behind it. A song
-/// that MPD cannot play is passed over. `songs` are paths or addresses. Throws MpdError when MPD
-/// fails.
-LoadResult LoadIntoMpd(MpdConnection &mpd, const std::vector<std::string> &songs, bool replaces);
+/// Puts songs into the queue. A song that MPD cannot play is passed over. Songs that take the place
+/// of the queue play from the one at `begin` on, or from the next one that MPD can play. Where
+/// songs play in random order, those that come next do so before all others. `songs` are paths or
+/// addresses. Throws MpdError when MPD fails.
+LoadResult LoadIntoMpd(MpdConnection &mpd, const std::vector<std::string> &songs, Place place,
+                       std::size_t begin = 0);
 
 } // namespace vexo::audiod

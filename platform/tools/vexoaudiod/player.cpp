@@ -99,13 +99,13 @@ std::string Player::Answer(const GetQueue &command, const PlayerRequest & /*requ
 }
 
 std::string Player::Answer(const ControlPlayer &command, const PlayerRequest & /*request*/) {
-  PlayerStatus status = ControlMpd(mpd_, command.control, command.value);
+  PlayerStatus status = ControlMpd(mpd_, command);
   song_ids_.Complete(status.song, mpd_);
   return StatusReply(status);
 }
 
 std::string Player::Answer(const LoadSongs &command, const PlayerRequest &request) {
-  return LoadReply(LoadIntoMpd(mpd_, ReadSongs(request.songs), command.replaces));
+  return LoadReply(LoadIntoMpd(mpd_, ReadSongs(request.songs), command.place, command.begin));
 }
 
 void Player::LogOnce(const std::string &failure) {

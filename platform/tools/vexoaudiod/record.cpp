@@ -49,9 +49,12 @@ Command GetQueueOfPlayer(Numbers numbers) {
   return GetQueue{numbers[0], Natural(numbers[1]), Natural(numbers[2])};
 }
 template <Control control> Command ControlOf(Numbers numbers) {
-  return ControlPlayer{numbers[0], control, numbers.size() > 1 ? Natural(numbers[1]) : 0};
+  return ControlPlayer{numbers[0], control, numbers.size() > 1 ? Natural(numbers[1]) : 0,
+                       numbers.size() > 2 ? Natural(numbers[2]) : 0};
 }
-template <bool replaces> Command LoadOf(Numbers numbers) { return LoadSongs{numbers[0], replaces}; }
+template <Place place> Command LoadOf(Numbers numbers) {
+  return LoadSongs{numbers[0], place, numbers.size() > 1 ? Natural(numbers[1]) : 0};
+}
 
 struct Form {
   PlayerCommand code;
@@ -62,6 +65,8 @@ struct Form {
 };
 
 constexpr const char *kNoPlayer = "the argument is no player number";
+constexpr const char *kNoPosition = "the argument is not a player and a position";
+constexpr const char *kNoSwitch = "the argument is not a player and a switch";
 
 constexpr std::array kForms = {
     Form{PlayerCommand::kSelect, 1, true, SelectPlayerOf, kNoPlayer},
@@ -70,8 +75,7 @@ constexpr std::array kForms = {
     Form{PlayerCommand::kStatus, 1, true, ControlOf<Control::kStatus>, kNoPlayer},
     Form{PlayerCommand::kQueue, 3, true, GetQueueOfPlayer,
          "the argument is not a player, an offset and a limit"},
-    Form{PlayerCommand::kPlay, 2, true, ControlOf<Control::kPlay>,
-         "the argument is not a player and a position"},
+    Form{PlayerCommand::kPlay, 2, true, ControlOf<Control::kPlay>, kNoPosition},
     Form{PlayerCommand::kResume, 1, true, ControlOf<Control::kResume>, kNoPlayer},
     Form{PlayerCommand::kPause, 1, true, ControlOf<Control::kPause>, kNoPlayer},
     Form{PlayerCommand::kStop, 1, true, ControlOf<Control::kStop>, kNoPlayer},
@@ -81,8 +85,15 @@ constexpr std::array kForms = {
          "the argument is not a player and milliseconds"},
     Form{PlayerCommand::kVolume, 2, true, ControlOf<Control::kVolume>,
          "the argument is not a player and percent"},
-    Form{PlayerCommand::kReplaceQueue, 1, true, LoadOf<true>, kNoPlayer},
-    Form{PlayerCommand::kAppendToQueue, 1, true, LoadOf<false>, kNoPlayer},
+    Form{PlayerCommand::kReplaceQueue, 2, true, LoadOf<Place::kReplace>, kNoPosition},
+    Form{PlayerCommand::kAppendToQueue, 1, true, LoadOf<Place::kAppend>, kNoPlayer},
+    Form{PlayerCommand::kPlayNext, 1, true, LoadOf<Place::kNext>, kNoPlayer},
+    Form{PlayerCommand::kRepeat, 2, true, ControlOf<Control::kRepeat>, kNoSwitch},
+    Form{PlayerCommand::kRandom, 2, true, ControlOf<Control::kRandom>, kNoSwitch},
+    Form{PlayerCommand::kRemove, 3, true, ControlOf<Control::kRemove>,
+         "the argument is not a player, a position and a number of songs"},
+    Form{PlayerCommand::kMove, 3, true, ControlOf<Control::kMove>,
+         "the argument is not a player and two positions"},
 };
 
 Command ParseArgument(const Form &form, std::string_view argument) {

@@ -21,21 +21,42 @@ struct GetQueue {
 };
 
 /// What a player can be told.
-enum class Control { kStatus, kPlay, kResume, kPause, kStop, kNext, kPrevious, kSeek, kVolume };
+enum class Control {
+  kStatus,
+  kPlay,
+  kResume,
+  kPause,
+  kStop,
+  kNext,
+  kPrevious,
+  kSeek,
+  kVolume,
+  kRepeat,
+  kRandom,
+  kRemove,
+  kMove
+};
 
 /// Tells a player something; the answer is its status then.
 struct ControlPlayer {
   int player;
   Control control;
-  unsigned value; ///< kPlay: a position; kSeek: milliseconds; kVolume: percent
+  /// kPlay, kRemove, kMove: a position; kSeek: milliseconds; kVolume: percent; kRepeat, kRandom: 0
+  /// for no.
+  unsigned value;
+  unsigned second; ///< kRemove: how many; kMove: the position then
 };
 
-/// Puts songs into a player's queue; the answer is its status then. Their paths and addresses, a
-/// line each, are the content of a sealed memory file that comes with the record (memfd_create(2),
-/// SCM_RIGHTS).
+/// Where songs go: in the place of the queue, behind it, or behind the song that plays.
+enum class Place { kReplace, kAppend, kNext };
+
+/// Puts songs into a player's queue; the answer is how many went there. Their paths and addresses,
+/// a line each, are the content of a sealed memory file that comes with the record
+/// (memfd_create(2), SCM_RIGHTS).
 struct LoadSongs {
   int player;
-  bool replaces; ///< the queue, and plays; else they are appended
+  Place place;
+  unsigned begin; ///< kReplace: the position of the song that plays then
 };
 
 /// What is no command of this daemon, and why.

@@ -28,6 +28,15 @@ TEST(QueueText, TakesAnotherPlaceAndKeepsItsEntries) {
   EXPECT_EQ(playlists::PlaylistContent(FormatQueue({}, {}), "/queue.pls").size(), 0U);
 }
 
+TEST(QueueText, KeepsThePlaceOfWhatIsMissing) {
+  const std::string text =
+      FormatQueue({{.path = {}, .artist = {}, .title = "Gone"}, kEntries[0]}, {});
+  playlists::PlaylistContent content(text, "/queue.pls");
+  ASSERT_EQ(content.size(), 2U);
+  EXPECT_EQ(content.At(0).title, "Gone");
+  EXPECT_EQ(content.At(1).path, "/a.mp3");
+}
+
 TEST(QueueText, OfAnybodyHasSomePlace) {
   for (const char *text : {"", "X-Position=", "X-Position=-1\nX-Elapsed-Ms=x\n", "\n\nX-Updated",
                            "X-Position=99999999999999999999\n"}) {

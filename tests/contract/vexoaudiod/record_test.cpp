@@ -41,21 +41,29 @@ TEST(RecordTest, OurOwnCommandsNameTheirPlayer) {
     const char *argument;
     Control control;
     unsigned value;
+    unsigned second = 0;
   };
   for (const Row &row :
        {Row{1001, "2", Control::kStatus, 0}, Row{1003, "2 7", Control::kPlay, 7},
         Row{1004, "2", Control::kResume, 0}, Row{1005, "2", Control::kPause, 0},
         Row{1006, "2", Control::kStop, 0}, Row{1007, "2", Control::kNext, 0},
         Row{1008, "2", Control::kPrevious, 0}, Row{1009, "2 61500", Control::kSeek, 61500},
-        Row{1010, "2 40", Control::kVolume, 40}}) {
+        Row{1010, "2 40", Control::kVolume, 40}, Row{1014, "2 1", Control::kRepeat, 1},
+        Row{1015, "2 0", Control::kRandom, 0}, Row{1016, "2 3 4", Control::kRemove, 3, 4},
+        Row{1017, "2 3 1", Control::kMove, 3, 1}}) {
     const Command command = ParseRecord(RecordWithRubbish(row.code, row.argument));
     ASSERT_TRUE(std::holds_alternative<ControlPlayer>(command)) << row.code;
     EXPECT_EQ(std::get<ControlPlayer>(command).player, 2) << row.code;
     EXPECT_EQ(std::get<ControlPlayer>(command).control, row.control) << row.code;
     EXPECT_EQ(std::get<ControlPlayer>(command).value, row.value) << row.code;
+    EXPECT_EQ(std::get<ControlPlayer>(command).second, row.second) << row.code;
   }
-  EXPECT_TRUE(std::get<LoadSongs>(ParseRecord(RecordWithRubbish(1011, "0"))).replaces);
-  EXPECT_FALSE(std::get<LoadSongs>(ParseRecord(RecordWithRubbish(1012, "0"))).replaces);
+  const auto replacing = std::get<LoadSongs>(ParseRecord(RecordWithRubbish(1011, "0 5")));
+  EXPECT_EQ(replacing.place, Place::kReplace);
+  EXPECT_EQ(replacing.begin, 5U);
+  for (const auto &[code, place] : {std::pair{1012, Place::kAppend}, {1013, Place::kNext}}) {
+    EXPECT_EQ(std::get<LoadSongs>(ParseRecord(RecordWithRubbish(code, "0"))).place, place);
+  }
 }
 
 struct RefusedRow {
@@ -95,6 +103,14 @@ TEST(RecordTest, WhatIsNoCommandIsRefusedWithItsReason) {
       {"no player to pause", RecordWithRubbish(1005, ""), no_player},
       {"a volume without a player", RecordWithRubbish(1010, "40"),
        "the argument is not a player and percent"},
+      {"a move to nowhere", RecordWithRubbish(1017, "0 1"),
+       "the argument is not a player and two positions"},
+      {"songs to remove before the queue", RecordWithRubbish(1016, "0 -1 1"),
+       "the argument is not a player, a position and a number of songs"},
+      {"a replacement without a beginning", RecordWithRubbish(1011, "0"),
+       "the argument is not a player and a position"},
+      {"a repetition of unknown kind", RecordWithRubbish(1014, "0 yes"),
+       "the argument is not a player and a switch"},
       {"a negative time", RecordWithRubbish(1009, "0 -1"),
        "the argument is not a player and milliseconds"},
       {"a page without a player", RecordWithRubbish(1002, "0 5"),

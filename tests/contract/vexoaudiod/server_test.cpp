@@ -200,10 +200,10 @@ TEST_F(ServerTest, TakesSongsInAMemoryFile) {
   constexpr int kSealed = F_SEAL_WRITE | F_SEAL_SHRINK | F_SEAL_GROW;
   Mpd(0, [](const std::string &) { return "OK\n"; });
   Start({0});
-  EXPECT_EQ(AskWith(1011, "0", MemoryFile("/music/a\n\n/music/b", kSealed).get()),
+  EXPECT_EQ(AskWith(1011, "0 0", MemoryFile("/music/a\n\n/music/b", kSealed).get()),
             "{\"added\":2,\"refused\":0}");
   const std::string refused = ErrorReply("no sealed memory file came with the songs");
-  EXPECT_EQ(AskWith(1011, "0", MemoryFile("/music/a\n", F_SEAL_GROW).get()), refused);
+  EXPECT_EQ(AskWith(1011, "0 0", MemoryFile("/music/a\n", F_SEAL_GROW).get()), refused);
   EXPECT_EQ(Ask(1012, "0"), refused);
 }
 
