@@ -6,7 +6,8 @@ import { Icon } from "../ui/icon.tsx";
 import { showKeys } from "../ui/keys.tsx";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
-import { logOut } from "../ui/session.tsx";
+import { goTo } from "../ui/router.ts";
+import { logOut, user } from "../ui/session.tsx";
 
 const THEMES = ["auto", "light", "dark"] as const;
 type Theme = (typeof THEMES)[number];
@@ -64,6 +65,7 @@ function items(): MenuItem[] {
     ...tongues,
     { label: t("keys.title"), key: "?", divided: true, run: showKeys },
     { label: t("password.title"), divided: true, run: () => void askForPassword() },
+    ...(user.value?.admin ? [{ label: t("scan.title"), run: () => goTo(["scan"]) }] : []),
     { label: t("user.log_out"), divided: true, run: () => void leave(false) },
     { label: t("user.log_out_everywhere"), run: () => void leave(true) },
   ];

@@ -3,9 +3,11 @@
 import type { LibraryName } from "../api/types.ts";
 import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
+import { lazy } from "../ui/lazy.tsx";
 import { linkTo } from "../ui/router.ts";
 import { overview, user } from "../ui/session.tsx";
-import { ScanButton } from "./scan.tsx";
+
+const ScanButton = lazy(async () => (await import("./scan.tsx")).ScanButton);
 
 interface EmptyProps {
   /** Something was looked for. */

@@ -7,10 +7,10 @@ import type { LibraryName } from "../api/types.ts";
 import { formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
-import { linkTo, type Route, replaceQuery, route } from "../ui/router.ts";
+import { type Route, replaceQuery, route } from "../ui/router.ts";
 import { user } from "../ui/session.tsx";
 import { addLabel, addToOpen, playSongs, shuffleSongs, songsMenu } from "./deeds.ts";
-import { WAYS } from "./navigation.tsx";
+import { linkToWay, WAYS } from "./navigation.tsx";
 import type { Songs } from "./songs.ts";
 
 const narrow = matchMedia("(max-width: 699px)");
@@ -40,11 +40,16 @@ export function ViewHead({ title, count, children }: ViewHeadProps) {
 /** The ways into the library, where there is no room for them at the left. */
 export function Ways({ at }: { at: string }) {
   const nav = useRef<HTMLElement>(null);
-  useEffect(() => nav.current?.querySelector("[aria-current]")?.scrollIntoView({ inline: "center" }), []);
+  useEffect(() => {
+    const current = nav.current?.querySelector<HTMLElement>("[aria-current]");
+    if (nav.current && current) {
+      nav.current.scrollLeft = current.offsetLeft - (nav.current.clientWidth - current.offsetWidth) / 2;
+    }
+  }, []);
   return (
     <nav ref={nav} class="tabs" aria-label={t("frame.library")}>
       {WAYS.map((way) => (
-        <a key={way.at} href={linkTo([way.at])} aria-current={way.at === at ? "page" : undefined}>
+        <a key={way.at} href={linkToWay(way.at)} aria-current={way.at === at ? "page" : undefined}>
           {t(way.label)}
         </a>
       ))}

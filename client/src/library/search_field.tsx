@@ -4,7 +4,7 @@ import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { useKeys } from "../ui/keys.tsx";
 import { goTo, replaceQuery, route } from "../ui/router.ts";
-import { focusFirstHit } from "./search_view.tsx";
+import { focusFirstHit } from "./hits.ts";
 
 function isSearching() {
   return route.peek().segments[0] === "search";

@@ -14,6 +14,7 @@ import { albumName } from "./albums_view.tsx";
 import { Cover } from "./cover.tsx";
 import { onSongsKey, songsMenu } from "./deeds.ts";
 import { LibrarySwitch, MenuButton, ViewHead } from "./head.tsx";
+import { focusLastLink, focusSearchField, hits } from "./hits.ts";
 import { type KeptAnswer, type KeptList, libraryOf, useAnswer, useList, useSteady } from "./lists.ts";
 import { SongTable } from "./song_table.tsx";
 import { type Songs, songsAt, songsBy, songsOfAlbum, songsOfName, songsOfPlaylist } from "./songs.ts";
@@ -99,6 +100,7 @@ function Found({ q, route }: { q: string; route: Route }) {
         songsAt={(ranges) => songsAt(songs.source, ranges, q)}
         sort={order.sort}
         onSort={onSort}
+        onUp={focusLastLink}
         lead={<GroupsFound groups={found} songs={total} />}
         empty={isNothing && <p>{t("search.nothing", { q })}</p>}
       />
@@ -231,24 +233,12 @@ function Hit({ href, songs, kind = "chip", children }: HitProps) {
   );
 }
 
-/** All that was found, in the order in which it stands: links, and then the row of a song that has the focus. */
-function hits() {
-  return [...document.querySelectorAll<HTMLElement>("main .hit, main .list-grid [tabindex='0']")];
-}
-
-/** False when there is none. */
-export function focusFirstHit() {
-  const first = hits()[0];
-  first?.focus();
-  return first !== undefined;
-}
-
 function onHitsKey(event: KeyboardEvent) {
   const step = { ArrowDown: 1, ArrowRight: 1, ArrowUp: -1, ArrowLeft: -1 }[event.key];
   if (step === undefined || event.altKey || event.ctrlKey || event.metaKey) return;
   event.preventDefault();
   const all = hits();
   const next = all.indexOf(document.activeElement as HTMLElement) + step;
-  if (next < 0) document.querySelector<HTMLElement>(".search input")?.focus();
+  if (next < 0) focusSearchField();
   else all[next]?.focus();
 }

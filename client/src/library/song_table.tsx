@@ -34,6 +34,8 @@ export interface SongTableProps<T> {
   lead?: ComponentChildren;
   sections?: Section[];
   empty?: ComponentChildren;
+  /** The row above the first one is wanted; true when there is such a thing. */
+  onUp?: () => boolean;
 }
 
 export function SongTable<T>(props: SongTableProps<T>) {
@@ -90,7 +92,9 @@ export function SongTable<T>(props: SongTableProps<T>) {
         sort={props.sort}
         {...(props.onSort && { onSort: props.onSort })}
         onOpen={playFrom}
-        onKey={(event) => onSongsKey(event, chosen)}
+        onKey={(event, active) =>
+          (event.key === "ArrowUp" && active === 0 && props.onUp?.()) || onSongsKey(event, chosen)
+        }
         onMenu={(index, place) => openMenu(place, t("library.menu"), menuOf(index))}
         lift={lift}
         rowClass={(row) => (songOf(row)?.id === currentSongId.value ? "current" : "")}

@@ -1,17 +1,19 @@
-// The views of the library, by the first segment of their address.
+// The views of the library, by the first segment of their address. The first page has the albums only.
 import type { ComponentType } from "preact";
+import { lazy } from "../ui/lazy.tsx";
 import type { Route } from "../ui/router.ts";
-import { AlbumView } from "./album_view.tsx";
 import { AlbumsView } from "./albums_view.tsx";
-import { FolderView } from "./folder_view.tsx";
-import { NameView } from "./name_view.tsx";
-import { NamesView } from "./names_view.tsx";
-import { ScanView } from "./scan.tsx";
-import { SearchView } from "./search_view.tsx";
 import type { NameKind } from "./songs.ts";
-import { SongsView } from "./songs_view.tsx";
 
 type View = ComponentType<{ route: Route }>;
+
+const AlbumView = lazy(async () => (await import("./album_view.tsx")).AlbumView);
+const FolderView = lazy(async () => (await import("./folder_view.tsx")).FolderView);
+const NamesView = lazy(async () => (await import("./names_view.tsx")).NamesView);
+const NameView = lazy(async () => (await import("./name_view.tsx")).NameView);
+const ScanView = lazy(async () => (await import("./scan.tsx")).ScanView);
+const SearchView = lazy(async () => (await import("./search_view.tsx")).SearchView);
+const SongsView = lazy(async () => (await import("./songs_view.tsx")).SongsView);
 
 /** All of a kind, or one that the address names. */
 function namesOrOne(kind: NameKind): View {
@@ -37,5 +39,5 @@ export const libraryViews: Record<string, View> = {
   songs: SongsView,
   folders: ({ route }) => <FolderView id={route.segments[1]} route={route} />,
   search: SearchView,
-  scan: ScanView,
+  scan: () => <ScanView />,
 };

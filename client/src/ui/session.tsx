@@ -30,6 +30,16 @@ export async function loadOverview() {
   overview.value = (await ask<Overview>("")).body;
 }
 
+const LOOKS_EVERY = 60_000; // milliseconds
+let looked = Date.now();
+
+// What others have changed in the index is noticed by who comes back to the page.
+document.addEventListener("visibilitychange", () => {
+  if (document.hidden || !user.peek() || Date.now() - looked < LOOKS_EVERY) return;
+  looked = Date.now();
+  loadOverview().catch(() => {}); // the frame tells that there is no connection
+});
+
 export async function logIn(name: string, password: string) {
   await ask("session", {}, { method: "POST", body: { name, password } });
   await loadSession();
