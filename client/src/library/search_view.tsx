@@ -188,7 +188,7 @@ interface GroupProps {
 function Group({ label, page, all, kind = "chips", children }: GroupProps) {
   if (page.total === 0) return null;
   return (
-    <section class="group" aria-label={label}>
+    <div class="group" role="group" aria-label={label}>
       <h2>
         {label}
         {all && page.total > page.items.length && (
@@ -199,7 +199,7 @@ function Group({ label, page, all, kind = "chips", children }: GroupProps) {
         {!all && <span class="soft">{formatNumber(page.total)}</span>}
       </h2>
       <div class={`strip ${kind}`}>{children}</div>
-    </section>
+    </div>
   );
 }
 

@@ -49,6 +49,9 @@ function Details({ id, close }: { id: number; close: () => void }) {
     get<WholeSong>(`songs/${id}`, {}, stop.signal).then(setSong, setError);
     return () => stop.abort();
   }, [id]);
+  const closeByLink = (event: Event) => {
+    if ((event.target as Element).closest("a")) close();
+  };
   return (
     <Dialog title={song?.title ?? t("library.details")} close={close} wide>
       {error !== undefined && <p role="alert">{reasonOf(error)}</p>}
@@ -59,7 +62,7 @@ function Details({ id, close }: { id: number; close: () => void }) {
             <StarButton song={song} />
             <Rating song={song} />
           </div>
-          <dl class="facts">
+          <dl class="facts" onClick={closeByLink}>
             {factsOf(song).map(([label, fact]) => (
               <div key={label}>
                 <dt>{t(label)}</dt>
@@ -94,7 +97,7 @@ function factsOf(song: WholeSong): [TextKey, ComponentChildren][] {
     ["library.duration", song.duration !== undefined && formatDuration(song.duration)],
     ["library.comment", song.comment],
     ["library.type", song.type],
-    ["library.bitrate", song.bitrate && t("library.kbit", { count: song.bitrate })],
+    ["library.bitrate", song.bitrate && t("library.kbit", { count: Math.round(song.bitrate / 1000) })],
     ["library.sample_rate", song.sample_rate && t("library.hertz", { count: song.sample_rate })],
     ["library.channels", song.channels && formatNumber(song.channels)],
     ["library.size", formatSize(song.size)],
