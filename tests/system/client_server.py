@@ -82,6 +82,12 @@ class ClientServer:
         if self.player:
             self.player.mpc("--wait", "update")
 
+    def stop_player(self):
+        self.player.stop()
+
+    def start_player_again(self):
+        self.player.start()
+
     def songs(self, songs):
         """Makes songs, each a `path` below the library, its `seconds` and `tags`."""
         for song in songs:
@@ -93,7 +99,8 @@ class ClientServer:
     def answer(self, do, **arguments):
         try:
             return {"done": {"start": self.start, "stop": self.stop, "scan": self.scan,
-                             "songs": self.songs}[do](**arguments)}
+                             "songs": self.songs, "stop player": self.stop_player,
+                             "start player": self.start_player_again}[do](**arguments)}
         except Exception:  # pylint: disable=broad-exception-caught
             return {"error": traceback.format_exc()}
 

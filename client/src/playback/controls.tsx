@@ -7,7 +7,6 @@ import { formatDuration, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { announce } from "../ui/notices.tsx";
 import { linkTo } from "../ui/router.ts";
-import type { Repeat } from "./order.ts";
 import { player } from "./players.ts";
 
 export function coverAddress(item: Item | undefined, size: 96 | 320 | 640) {
@@ -217,9 +216,8 @@ export function ShuffleButton() {
   );
 }
 
-const NEXT_REPEAT: Record<Repeat, Repeat> = { off: "all", all: "one", one: "off" };
-
 export function RepeatButton() {
+  const { repeats } = player.value;
   const repeat = player.value.repeat.value;
   const label = t(`playing.repeat_${repeat ?? "off"}`);
   return (
@@ -231,7 +229,7 @@ export function RepeatButton() {
       aria-pressed={repeat !== undefined && repeat !== "off"}
       disabled={repeat === undefined}
       onClick={() => {
-        const next = NEXT_REPEAT[repeat ?? "off"];
+        const next = repeats[(repeats.indexOf(repeat ?? "off") + 1) % repeats.length] ?? "off";
         player.peek().setRepeat(next);
         announce(t(`playing.repeat_${next}`));
       }}

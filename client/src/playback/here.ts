@@ -42,6 +42,7 @@ class Here implements Player {
   readonly isMuted = kept("player.muted", false, isBoolean);
   readonly shuffles = queue.shuffles;
   readonly repeat = queue.repeat;
+  readonly repeats: readonly Repeat[] = ["off", "all", "one"];
 
   private readonly foundDuration = signal<number | undefined>(undefined);
   private readonly pauses = new Pauses();

@@ -5,10 +5,10 @@ import type { Page, PlayerEntry, PlayerStatus } from "../api/types.ts";
 import type { Chosen, Item } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { notify, notifyFailure, reasonOf } from "../ui/notices.tsx";
-import { shuffle } from "./order.ts";
+import type { Repeat } from "./order.ts";
 import { Pauses } from "./pauses.ts";
 import { BACK_TO_BEGINNING, type Player } from "./player.ts";
-import { MOST_ENTRIES } from "./queue.ts";
+import { entriesOf, MOST_ENTRIES } from "./queue.ts";
 import { withDetails } from "./song_details.ts";
 
 const EVERY = 1000; // milliseconds between two looks at what it does
@@ -25,8 +25,12 @@ export class House implements Player {
   readonly duration = computed(() => this.status.value?.duration || this.status.value?.song?.duration);
   readonly volume = computed(() => this.status.value?.volume);
   readonly isMuted = signal(false);
-  readonly shuffles = signal(undefined);
-  readonly repeat = signal(undefined);
+  readonly shuffles = computed(() => this.status.value?.random);
+  readonly repeat = computed((): Repeat | undefined => {
+    const repeats = this.status.value?.repeat;
+    return repeats === undefined ? undefined : repeats ? "all" : "off";
+  });
+  readonly repeats: readonly Repeat[] = ["off", "all"];
   readonly item = withDetails(computed(() => itemOfEntry(this.status.value?.song)));
   /** Grows when its queue is changed from here. */
   readonly edits = signal(0);
@@ -133,31 +137,25 @@ export class House implements Player {
 
   setMuted() {}
 
-  setShuffles() {}
-
-  setRepeat() {}
-
-  async playItems(chosen: Chosen, { startAt = 0, shuffle: mixes = false }) {
-    if (chosen.playlist !== undefined && startAt === 0 && !mixes) {
-      return this.give({ playlist: chosen.playlist });
-    }
-    const items = await chosen.load();
-    const songs = songsOf(items);
-    // Those before the first one that the player cannot have are not in its queue.
-    const position = songsOf(items.slice(0, startAt)).length;
-    await this.give({ songs: mixes ? shuffle(songs) : songs }, items.length - songs.length);
-    if (position > 0) await this.post("play", { position: Math.min(position, songs.length - 1) });
+  setShuffles(on: boolean) {
+    void this.command("mode", { random: on });
   }
 
-  async insertNext(chosen: Chosen) {
-    await this.append(chosen);
+  setRepeat(repeat: Repeat) {
+    void this.command("mode", { repeat: repeat !== "off" });
   }
 
-  async append(chosen: Chosen) {
-    if (chosen.playlist !== undefined) return this.give({ playlist: chosen.playlist, mode: "append" });
-    const items = await chosen.load();
-    const songs = songsOf(items);
-    await this.give({ songs, mode: "append" }, items.length - songs.length);
+  async playItems(chosen: Chosen, { startAt = 0, shuffle = false }) {
+    if (shuffle) await this.post("mode", { random: true });
+    await this.give(chosen, { mode: "replace", position: startAt });
+  }
+
+  insertNext(chosen: Chosen) {
+    return this.give(chosen, { mode: "next" });
+  }
+
+  append(chosen: Chosen) {
+    return this.give(chosen, { mode: "append" });
   }
 
   /** Plays these from a place on, as another player has left them. */
@@ -167,18 +165,17 @@ export class House implements Player {
     if (!plays) await this.post("pause");
   }
 
-  private async give(what: Given, left = 0) {
-    if (what.songs?.length === 0) return void notify({ text: t("queue.nothing_to_play") });
-    const answer = await ask<{ added: number; refused: number }>(
-      this.path("queue"),
-      {},
-      { method: "POST", body: what },
-    );
-    const { added } = answer.body;
-    const refused = answer.body.refused + left;
+  /** A whole playlist goes there by its name, so that nothing of it passes through this page. */
+  private async give(chosen: Chosen, how: { mode: "replace" | "append" | "next"; position?: number }) {
+    const { playlist } = chosen;
+    const what = playlist === undefined ? { items: entriesOf(await chosen.load()) } : { playlist };
+    if (what.items?.length === 0) return void notify({ text: t("queue.nothing_to_play") });
+    const body = { ...what, ...how };
+    const answer = await ask<Given>(this.path("queue"), {}, { method: "POST", body });
+    const { added, refused } = answer.body;
     const name = this.name.peek() ?? "";
     if (refused > 0) notify({ text: t("players.some_refused", { name, count: refused }), kind: "error" });
-    else if (what.mode) notify({ text: t("players.added", { name, count: added }), lasts: 4 });
+    else if (how.mode !== "replace") notify({ text: t("players.added", { name, count: added }), lasts: 4 });
     this.edits.value++;
     if (this.isWatched) this.take(await get<PlayerStatus>(this.path()));
   }
@@ -198,15 +195,10 @@ export class House implements Player {
   }
 }
 
-/** What a player gets: songs or a playlist, instead of its queue or behind it. */
+/** How many entries a player has taken, and how many it does not know. */
 interface Given {
-  songs?: number[];
-  playlist?: string;
-  mode?: "append";
-}
-
-function songsOf(items: readonly Item[]): number[] {
-  return items.flatMap(({ song }) => (song ? [song.id] : [])).slice(0, MOST_ENTRIES);
+  added: number;
+  refused: number;
 }
 
 /** What a player tells, as the library would. */

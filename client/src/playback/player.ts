@@ -24,6 +24,8 @@ export interface Player {
   /** Undefined when it cannot be changed from here. */
   readonly shuffles: ReadonlySignal<boolean | undefined>;
   readonly repeat: ReadonlySignal<Repeat | undefined>;
+  /** What can be chosen, in turn. */
+  readonly repeats: readonly Repeat[];
 
   play(): void;
   pause(): void;

@@ -38,6 +38,15 @@ export function isPlayable(item: Item) {
   return item.song !== undefined || item.stream !== undefined;
 }
 
+/** As the server takes them; what is not in the library now stays an entry, which is passed over. */
+export function entriesOf(items: readonly Item[]) {
+  return items.map(({ song, stream, title }) => {
+    if (song) return { song: song.id };
+    const what = stream === undefined ? { missing: true } : { stream };
+    return { ...what, ...(title !== undefined && { title }) };
+  });
+}
+
 class Queue implements ListSource<Item> {
   readonly order = signal<Order>(EMPTY);
   readonly shuffles = kept("player.shuffles", false, isBoolean);

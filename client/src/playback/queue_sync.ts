@@ -7,7 +7,7 @@ import { formatDuration, t } from "../text/index.ts";
 import { notify, notifyFailure } from "../ui/notices.tsx";
 import { user } from "../ui/session.tsx";
 import { Pauses } from "./pauses.ts";
-import { queue } from "./queue.ts";
+import { entriesOf, queue } from "./queue.ts";
 
 const SETTLES = 300; // milliseconds, in which several changes become one request
 const LARGEST_KEEPALIVE = 60_000; // bytes that browsers send when the page is left
@@ -49,14 +49,7 @@ function placeNow(): Place {
 }
 
 function contentOf(what: "items" | "place"): Place & { items?: object[] } {
-  return what === "place" ? placeNow() : { items: queue.entries().map(entryOf), ...placeNow() };
-}
-
-/** As the server takes it. */
-function entryOf({ song, stream, title }: Item) {
-  if (song) return { song: song.id };
-  const what = stream === undefined ? { missing: true } : { stream };
-  return { ...what, ...(title !== undefined && { title }) };
+  return what === "place" ? placeNow() : { items: entriesOf(queue.entries()), ...placeNow() };
 }
 
 function remember({ position, elapsed }: Place) {

@@ -20,6 +20,7 @@ export function chosenPlaylist(playlist: Playlist): Chosen {
   return {
     count: playlist.count,
     name: nameOf(playlist),
+    playlist: playlist.id,
     load: async (stop) => (await readWhole(playlist.id, stop)).entries.map(itemOf),
   };
 }

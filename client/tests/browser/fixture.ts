@@ -102,6 +102,10 @@ export class House {
   stop = () => this.command({ do: "stop" });
   start = () => this.command({ do: "start" });
 
+  // The same of the player, which forgets its queue.
+  stopPlayer = () => this.command({ do: "stop player" });
+  startPlayer = () => this.command({ do: "start player" });
+
   // Brings the index up to date with the files.
   scan = () => this.command({ do: "scan" });
 

@@ -146,3 +146,36 @@ test("what the player cannot do is told", async () => {
     await notice(page, "Player 0 did not do that.").waitFor();
   });
 });
+
+test("a player that does not answer is told, and found again", async () => {
+  await give(["Seed"]);
+  await stop();
+  await house.visit({ errors: /502|503/ }, async (page) => {
+    await choosePlayer(page);
+    await shows(page, "Seed");
+    await house.stopPlayer();
+    await bar(page).getByText("Player 0 does not answer.").waitFor();
+    await takePicture(page, "players-unreachable");
+    await house.startPlayer();
+    await bar(page).getByText("Player 0 does not answer.").waitFor({ state: "hidden" });
+  });
+});
+
+test("shuffle and repeat are the player's own", async () => {
+  await give(ALBUM);
+  await stop();
+  await house.visit({}, async (page) => {
+    await choosePlayer(page);
+    await shows(page, "Seed");
+    await button(page, "Shuffle").click();
+    await page.locator('.player-bar [aria-label="Shuffle"][aria-pressed="true"]').waitFor();
+    assert.equal((await status()).random, true);
+    await button(page, "Repeat: off").click();
+    await button(page, "Repeat: all").waitFor();
+    assert.equal((await status()).repeat, true);
+    await button(page, "Repeat: all").click();
+    await button(page, "Repeat: off").waitFor();
+    await button(page, "Shuffle").click();
+    await page.locator('.player-bar [aria-label="Shuffle"][aria-pressed="false"]').waitFor();
+  });
+});
