@@ -3,9 +3,9 @@ import { render } from "preact";
 import { Frame } from "./app/frame.tsx";
 import "./style/main.css";
 import { language, loadLanguage, t } from "./text/index.ts";
-import { Dialogs } from "./ui/dialog.tsx";
-import { Menus } from "./ui/menu.tsx";
-import { Notices, reasonOf } from "./ui/notices.tsx";
+import { Dialogs, leaveDialogs } from "./ui/dialog.tsx";
+import { closeMenu, Menus } from "./ui/menu.tsx";
+import { closeNotices, Notices, reasonOf } from "./ui/notices.tsx";
 import { failure, LoginPage, loadSession, user } from "./ui/session.tsx";
 
 function Page() {
@@ -36,6 +36,13 @@ function App() {
 
 effect(() => {
   document.documentElement.lang = language.value;
+});
+// What was open shows things of who was here.
+effect(() => {
+  if (user.value) return;
+  leaveDialogs();
+  closeMenu();
+  closeNotices();
 });
 void loadSession();
 void loadLanguage().then(() => render(<App />, document.body));

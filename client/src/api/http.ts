@@ -28,6 +28,29 @@ export const connected = signal(true);
 /** Grows when a request was refused for want of a session. */
 export const refusals = signal(0);
 
+const LOGGED_IN = "logged_in";
+let speaker: string | undefined;
+
+/** From now on this page asks in the name of this user, and of nobody else; undefined: who was here has logged out. */
+export function speakFor(name: string | undefined) {
+  speaker = name ?? speaker;
+  if (name === undefined) localStorage.removeItem(LOGGED_IN);
+  else localStorage.setItem(LOGGED_IN, name);
+}
+
+/** All pages of a browser share a session: somebody else may have logged in at another one. */
+function isSomebodyElseHere() {
+  const name = localStorage.getItem(LOGGED_IN);
+  return speaker !== undefined && name !== null && name !== speaker;
+}
+
+/** Calls `run` when somebody logs in or out at another page of this browser. */
+export function onOtherLogin(run: () => void) {
+  window.addEventListener("storage", ({ key }) => {
+    if (key === LOGGED_IN || key === null) run();
+  });
+}
+
 export interface Answer<T> {
   body: T;
   /** Without quotes; undefined when the answer has none. */
@@ -45,6 +68,8 @@ export interface Options {
   signal?: AbortSignal | undefined;
   /** Goes on when the page is left. */
   keepalive?: boolean;
+  /** Whoever is logged in may ask it. */
+  asAnybody?: boolean;
 }
 
 const BASE = new URL(".", document.baseURI);
@@ -69,6 +94,10 @@ function encode(body: unknown): { content?: BodyInit; type?: string } {
 }
 
 export async function send(url: string, options: Options): Promise<Response> {
+  if (!options.asAnybody && isSomebodyElseHere()) {
+    refusals.value++;
+    throw new RequestError(401, undefined);
+  }
   const headers = new Headers();
   const { content, type } = encode(options.body);
   if (type) headers.set("Content-Type", type);

@@ -19,7 +19,8 @@ const FIRST = "albums";
 
 export function View() {
   const { segments, query } = route.value;
-  const Shown = views[segments[0] ?? FIRST];
+  const name = segments[0] ?? FIRST;
+  const Shown = Object.hasOwn(views, name) ? views[name] : undefined;
   return Shown ? <Shown key={segments.join("/")} route={{ segments, query }} /> : <NotFound />;
 }
 

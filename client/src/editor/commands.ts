@@ -1,19 +1,17 @@
 // The list in the editor. What edits is loaded when something is edited.
-import { effect, signal } from "@preact/signals";
+import { effect } from "@preact/signals";
 import type { Item } from "../list/items.ts";
 import { idNow } from "../ui/history.ts";
+import { keptForUser } from "../ui/kept.ts";
 import { user } from "../ui/session.tsx";
 import { listsWithPending } from "./pending.ts";
 
-const KEPT = "open_list";
-
 /** The node id of the list in the editor, at the right; undefined when that is closed. */
-export const openListId = signal<string | undefined>(localStorage.getItem(KEPT) ?? undefined);
-
-effect(() => {
-  if (openListId.value === undefined) localStorage.removeItem(KEPT);
-  else localStorage.setItem(KEPT, openListId.value);
-});
+export const openListId = keptForUser<string | undefined>(
+  "open_list",
+  undefined,
+  (value) => typeof value === "string",
+);
 
 /** Opens a list in the editor. */
 export function openList(id: string) {

@@ -24,8 +24,9 @@ const unsaved = computed(
   () => [...documents.value.values()].filter(({ saveState }) => saveState.value.kind !== "saved").length,
 );
 
+// Who is logged out has nothing to wait for: the edits are kept until they come back.
 window.addEventListener("beforeunload", (event) => {
-  if (unsaved.peek() > 0) event.preventDefault();
+  if (user.peek() && unsaved.peek() > 0) event.preventDefault();
 });
 
 function resume() {

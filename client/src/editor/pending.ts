@@ -1,7 +1,7 @@
 // Edits that the server does not have yet, kept in this browser: they survive a reload.
 
 import type { Item } from "../list/items.ts";
-import { user } from "../ui/session.tsx";
+import { ownerOfPage } from "../ui/session.tsx";
 import type { Order } from "./order.ts";
 
 export interface Pending {
@@ -45,7 +45,7 @@ async function store(mode: IDBTransactionMode) {
 const PART = "\n";
 
 function keyOf(list: string) {
-  return `${user.peek()?.name ?? ""}${PART}${list}`;
+  return `${ownerOfPage() ?? ""}${PART}${list}`;
 }
 
 /** A browser may have no room, or no database at all: then edits last as long as the page. */

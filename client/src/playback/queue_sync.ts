@@ -216,6 +216,7 @@ export function keepQueue(player: {
     name = now;
     version = undefined;
     unsent = undefined;
+    isContested.value = false;
     if (now === undefined) queue.close();
     else void restore();
   });

@@ -1,5 +1,5 @@
 // Which lists were added to last.
-import { isTexts, keptForUser } from "./kept.ts";
+import { isTexts, keptForUser } from "../ui/kept.ts";
 
 const MOST = 20;
 

@@ -7,13 +7,13 @@ import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "../l
 import { useViewport } from "../list/viewport.ts";
 import { compareNames, formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
+import { isTexts, keptForUser } from "../ui/kept.ts";
 import { withPart } from "../ui/lazy.tsx";
 import { isCoarse } from "../ui/media.ts";
 import { openMenu } from "../ui/menu.tsx";
 import { announce, reasonOf } from "../ui/notices.tsx";
 import { linkTo, route } from "../ui/router.ts";
 import { addTo, saveAsList } from "./commands.ts";
-import { isTexts, keptForUser } from "./kept.ts";
 import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
 import { matcher, type Order, placedBefore, sorted } from "./order.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";

@@ -32,6 +32,11 @@ export function openDialog<T>(render: (close: (answer?: T) => void) => JSX.Eleme
   });
 }
 
+/** Leaves all that are open. */
+export function leaveDialogs() {
+  dialogs.value = [];
+}
+
 export function Dialogs() {
   return (
     <>

@@ -33,6 +33,10 @@ export function openMenu(place: Place, label: string, items: MenuItem[]) {
   menu.value = { items, place, label };
 }
 
+export function closeMenu() {
+  menu.value = undefined;
+}
+
 export function Menus() {
   return menu.value ? <Menu key={menu.value} menu={menu.value} /> : null;
 }

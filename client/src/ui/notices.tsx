@@ -39,6 +39,11 @@ export function notify(notice: Notice): () => void {
   return close;
 }
 
+/** Takes all lines away. */
+export function closeNotices() {
+  notices.value = [];
+}
+
 /** Tells those who hear the page. */
 export function announce(text: string) {
   announced.value = text;

@@ -1,7 +1,7 @@
 // Who is here. Without a session there is only the page to log in.
 import { effect, signal, useSignal } from "@preact/signals";
 import { useRef } from "preact/hooks";
-import { ask, RequestError, refusals } from "../api/http.ts";
+import { ask, onOtherLogin, RequestError, refusals, speakFor } from "../api/http.ts";
 import type { Login, Overview } from "../api/types.ts";
 import { t } from "../text/index.ts";
 import { reasonOf } from "./notices.tsx";
@@ -13,16 +13,35 @@ export const overview = signal<Overview | undefined>(undefined);
 /** Why neither is known. */
 export const failure = signal<unknown>(undefined);
 
+let owner: string | undefined;
+
+/**
+ * Whose page this is, also when the session has ended: unsent edits, say, are theirs. The page of one user never becomes
+ * that of another: it is loaded anew.
+ */
+export function ownerOfPage() {
+  return owner;
+}
+
 export async function loadSession() {
   failure.value = undefined;
   try {
-    const login = (await ask<Login>("session")).body;
+    const login = (await ask<Login>("session", {}, { asAnybody: true })).body;
+    if (owner !== undefined && owner !== login.name) return leaveTo(login.name);
+    owner = login.name;
+    speakFor(owner);
     overview.value = (await ask<Overview>("")).body;
     user.value = login;
   } catch (error) {
     if (error instanceof RequestError && error.status === 401) user.value = null;
-    else failure.value = error;
+    else if (!user.peek()) failure.value = error;
   }
+}
+
+function leaveTo(name: string) {
+  user.value = null;
+  speakFor(name);
+  location.reload();
 }
 
 /** Asks anew what the server has, as after a scan. */
@@ -41,14 +60,17 @@ document.addEventListener("visibilitychange", () => {
 });
 
 export async function logIn(name: string, password: string) {
-  await ask("session", {}, { method: "POST", body: { name, password } });
+  await ask("session", {}, { method: "POST", body: { name, password }, asAnybody: true });
   await loadSession();
 }
 
 export async function logOut(everywhere = false) {
   await ask("session", { everywhere: everywhere || undefined }, { method: "DELETE" });
   user.value = null;
+  speakFor(undefined);
 }
+
+onOtherLogin(() => void loadSession());
 
 // A session that has ended is noticed by whichever request is refused first.
 effect(() => {

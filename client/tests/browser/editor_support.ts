@@ -71,7 +71,9 @@ export function panelOf(page: Page) {
 
 /** Opens a list in the panel. */
 export async function openInPanel(page: Page, id: string) {
-  await page.evaluate((list) => localStorage.setItem("open_list", list), id);
+  await page.evaluate((list) => {
+    localStorage.setItem(`open_list:${localStorage.getItem("logged_in")}`, JSON.stringify(list));
+  }, id);
   await page.reload();
   const opened = panelOf(page);
   await opened.saved();

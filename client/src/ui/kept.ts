@@ -1,7 +1,7 @@
-// What this browser keeps for the user: the order of playlists, which were used last, which groups are folded. The
+// What this browser keeps for each of its users: the order of playlists, which were used last, which one is open. The
 // server has no place for it.
 import { effect, type Signal, signal } from "@preact/signals";
-import { user } from "../ui/session.tsx";
+import { user } from "./session.tsx";
 
 /** A signal whose value is kept for each user. */
 export function keptForUser<T>(name: string, initial: T, isRight: (value: unknown) => value is T): Signal<T> {
@@ -15,8 +15,10 @@ export function keptForUser<T>(name: string, initial: T, isRight: (value: unknow
     key = now;
   });
   effect(() => {
-    const text = JSON.stringify(kept.value);
-    if (key !== undefined) localStorage.setItem(key, text);
+    const { value } = kept;
+    if (key === undefined) return;
+    if (value === undefined) localStorage.removeItem(key);
+    else localStorage.setItem(key, JSON.stringify(value));
   });
   return kept;
 }
