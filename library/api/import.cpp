@@ -1,10 +1,13 @@
 // Playlists that clients bring along.
 #include "catalog/import.h"
 #include "api/candidate_json.h"
+#include "api/jspf.h"
 #include "api/resources.h"
 #include "api/song_json.h"
 #include "playlists/playlist_text.h"
+#include "web/answer.h"
 #include "web/header_value.h"
+#include "web/output.h"
 #include "web/parameters.h"
 #include "web/request.h"
 #include <algorithm>
@@ -62,47 +65,6 @@ std::variant<std::string, Problem> ReadUpload() {
                              : FileOfForm(std::get<std::string>(body), *boundary);
 }
 
-std::string TextOf(const Json::Value &object, const char *name) {
-  const Json::Value &value = object[name];
-  return value.isString() ? value.asString() : "";
-}
-
-ForeignTrack TrackOf(const Json::Value &json) {
-  constexpr double kPerSecond = 1000;
-  ForeignTrack track{.location = {},
-                     .title = TextOf(json, "title"),
-                     .artist = TextOf(json, "creator"),
-                     .album = TextOf(json, "album")};
-  const Json::Value &location = json["location"];
-  if (location.isArray() && !location.empty() && location[0].isString()) {
-    track.location = location[0].asString();
-  } else if (location.isString()) {
-    track.location = location.asString();
-  }
-  if (json["duration"].isInt64() && json["duration"].asInt64() > 0) {
-    track.duration_seconds = static_cast<double>(json["duration"].asInt64()) / kPerSecond;
-  }
-  return track;
-}
-
-Tracks ParseJspf(const std::string &text) {
-  const std::optional<Json::Value> document = ParseJson(text);
-  const Json::Value none;
-  const Json::Value &playlist = document && document->isObject() ? (*document)["playlist"] : none;
-  if (!playlist.isObject() || !playlist["track"].isArray()) {
-    throw catalog::ForeignError("no JSON object with a playlist that has tracks");
-  }
-  playlists::RequireRoom(playlist["track"].size());
-  Tracks tracks;
-  for (const Json::Value &track : playlist["track"]) {
-    if (!track.isObject()) {
-      throw catalog::ForeignError("a track is no object");
-    }
-    tracks.push_back(TrackOf(track));
-  }
-  return tracks;
-}
-
 Tracks WithPaths(Tracks tracks) {
   for (ForeignTrack &track : tracks) {
     track.location = catalog::LocationOfUri(track.location);
@@ -157,18 +119,46 @@ Json::Value ImportedJson(const catalog::ImportedEntry &entry) {
   return json;
 }
 
-Answer ImportAnswer(const std::vector<catalog::ImportedEntry> &entries) {
-  Json::Value items(Json::arrayValue);
-  int64_t unmatched = 0;
-  for (const catalog::ImportedEntry &entry : entries) {
-    Json::Value &item = items.append(ImportedJson(entry));
-    item["position"] = items.size() - 1;
-    unmatched += entry.match == catalog::Match::kNone ? 1 : 0;
+/// The answer, which is sent as it grows: that of the longest list has 70 MB.
+class ImportAnswer {
+public:
+  void Add(const catalog::ImportedEntry &entry) {
+    Json::Value json = ImportedJson(entry);
+    json["position"] = Json::Int64{total_};
+    text_ += total_++ == 0 ? "" : ",";
+    text_ += web::ToJson(json);
+    unmatched_ += entry.match == catalog::Match::kNone ? 1 : 0;
+    if (text_.size() >= kMostHeld) {
+      Send();
+    }
   }
-  Json::Value document = ListOf(static_cast<int64_t>(entries.size()), Page{}, std::move(items));
-  document["unmatched"] = Json::Int64{unmatched};
-  return JsonAnswer(document);
-}
+
+  Answer Finish() {
+    text_ += "],\"offset\":0,\"total\":" + std::to_string(total_) +
+             ",\"unmatched\":" + std::to_string(unmatched_) + "}";
+    if (is_begun_) {
+      Send();
+      return SentAnswer();
+    }
+    answer_.body = std::move(text_);
+    return std::move(answer_);
+  }
+
+private:
+  static constexpr std::size_t kMostHeld = std::size_t{256} << 10U;
+
+  void Send() {
+    web::WriteAnswer((is_begun_ ? "" : AnswerHead(answer_) + "\r\n") + text_);
+    is_begun_ = true;
+    text_.clear();
+  }
+
+  Answer answer_{.headers = "Cache-Control: no-store\r\n"};
+  std::string text_ = "{\"items\":[";
+  int64_t total_ = 0;
+  int64_t unmatched_ = 0;
+  bool is_begun_ = false;
+};
 
 } // namespace
 
@@ -178,8 +168,10 @@ Answer Import(Request &request) {
     return ProblemAnswer(*problem);
   }
   try {
-    return ImportAnswer(
-        catalog::MatchTracks(request.User(), ParseUpload(std::get<std::string>(upload))));
+    ImportAnswer answer;
+    catalog::MatchTracks(request.User(), ParseUpload(std::get<std::string>(upload)),
+                         [&](const catalog::ImportedEntry &entry) { answer.Add(entry); });
+    return answer.Finish();
   } catch (const catalog::ForeignError &error) {
     return ProblemAnswer(NoPlaylist(error.what()));
   } catch (const playlists::UnreadableError &error) {

@@ -11,7 +11,7 @@
 namespace vexo::catalog {
 namespace {
 
-/// The entries whose candidates are in memory at a time.
+/// The entries that are in memory at a time with their candidates.
 constexpr std::size_t kAtOnce = 500;
 
 /// The paths that a location may be of in the index, the likeliest first: as it stands there, and
@@ -77,18 +77,34 @@ void Decide(ImportedEntry &entry, std::vector<Candidate> candidates) {
   entry.candidates = std::move(candidates);
 }
 
-void MatchByLikeness(const accounts::Account &user, std::span<ImportedEntry *const> entries) {
+/// Finds what is like the entries for which nothing was found as yet.
+void MatchByLikeness(const accounts::Account &user, std::vector<ImportedEntry> &entries) {
+  std::vector<ImportedEntry *> rest;
   std::vector<WantedSong> wanted;
-  wanted.reserve(entries.size());
-  for (const ImportedEntry *const entry : entries) {
-    const ForeignTrack &track = entry->track;
-    wanted.push_back({playlists::PathOfFileAddress(track.location).value_or(track.location),
-                      track.title, track.artist, track.duration_seconds});
+  for (ImportedEntry &entry : entries) {
+    if (entry.match == Match::kNone) {
+      const ForeignTrack &track = entry.track;
+      rest.push_back(&entry);
+      wanted.push_back({playlists::PathOfFileAddress(track.location).value_or(track.location),
+                        track.title, track.artist, track.duration_seconds});
+    }
   }
   std::vector<std::vector<Candidate>> candidates = FindCandidates(user, wanted);
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    Decide(*entries[i], std::move(candidates[i]));
+  for (std::size_t i = 0; i < rest.size(); ++i) {
+    Decide(*rest[i], std::move(candidates[i]));
   }
+}
+
+std::vector<ImportedEntry> MatchSome(const accounts::Account &user,
+                                     std::span<ForeignTrack> tracks) {
+  std::vector<ImportedEntry> entries;
+  entries.reserve(tracks.size());
+  for (ForeignTrack &track : tracks) {
+    entries.push_back({.track = std::move(track)});
+  }
+  MatchByPath(user, entries);
+  MatchByLikeness(user, entries);
+  return entries;
 }
 
 } // namespace
@@ -109,25 +125,12 @@ std::vector<ForeignTrack> ParseList(const std::string &bytes) {
   return tracks;
 }
 
-std::vector<ImportedEntry> MatchTracks(const accounts::Account &user,
-                                       std::vector<ForeignTrack> tracks) {
-  std::vector<ImportedEntry> entries;
-  entries.reserve(tracks.size());
-  for (ForeignTrack &track : tracks) {
-    entries.push_back({.track = std::move(track)});
+void MatchTracks(const accounts::Account &user, std::vector<ForeignTrack> tracks,
+                 const std::function<void(const ImportedEntry &)> &visit) {
+  for (std::size_t begin = 0; begin < tracks.size(); begin += kAtOnce) {
+    const std::size_t count = std::min(kAtOnce, tracks.size() - begin);
+    std::ranges::for_each(MatchSome(user, std::span(tracks).subspan(begin, count)), visit);
   }
-  MatchByPath(user, entries);
-  std::vector<ImportedEntry *> rest;
-  for (ImportedEntry &entry : entries) {
-    if (entry.match == Match::kNone) {
-      rest.push_back(&entry);
-    }
-  }
-  for (std::size_t begin = 0; begin < rest.size(); begin += kAtOnce) {
-    const std::size_t count = std::min(kAtOnce, rest.size() - begin);
-    MatchByLikeness(user, std::span(rest).subspan(begin, count));
-  }
-  return entries;
 }
 
 std::string LocationOfUri(std::string_view uri) {

@@ -5,6 +5,7 @@
 #include "catalog/candidates.h"
 #include "catalog/xspf.h"
 #include "index/media_index.h"
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -36,9 +37,10 @@ inline constexpr std::size_t kImportCandidates = 3;
 /// The entries of an M3U or PLS file. Throws playlists::UnreadableError.
 std::vector<ForeignTrack> ParseList(const std::string &bytes);
 
-/// Finds the songs of tracks that are named by addresses (also of files) or by paths.
-std::vector<ImportedEntry> MatchTracks(const accounts::Account &user,
-                                       std::vector<ForeignTrack> tracks);
+/// Finds the songs of tracks that are named by addresses (also of files) or by paths. `visit` gets
+/// one after the other: those of a long list, with their candidates, take a gigabyte.
+void MatchTracks(const accounts::Account &user, std::vector<ForeignTrack> tracks,
+                 const std::function<void(const ImportedEntry &)> &visit);
 
 /// The path or address that a URI or relative reference (RFC 3986) stands for.
 std::string LocationOfUri(std::string_view uri);
