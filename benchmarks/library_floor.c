@@ -5,30 +5,10 @@
 
    QUERY_STRING is "version", or WHAT&LIST&OFFSET&LIMIT (WHAT: songs or groups; LIST: the number of
    a kept order), or search&WORD&WORD. */
-#include <sqlite3.h>
-#include <stdio.h>
-#include <stdlib.h>
+#include "floor_index.h"
 #include <string.h>
 
-#define INDEX DEVICE_ROOT "/var/lib/vexo/index.db"
-
 enum { MOST_IDS = 1000 };
-
-static sqlite3 *database;
-
-static void require(int holds, const char *what) {
-  if (!holds) {
-    printf("Status: 500\nContent-Type: text/plain\n\n%s: %s\n", what,
-           database == NULL ? "" : sqlite3_errmsg(database));
-    exit(1);
-  }
-}
-
-static sqlite3_stmt *prepare(const char *sql) {
-  sqlite3_stmt *statement = NULL;
-  require(sqlite3_prepare_v2(database, sql, -1, &statement, NULL) == SQLITE_OK, sql);
-  return statement;
-}
 
 static long long version(void) {
   sqlite3_stmt *statement = prepare("SELECT revision FROM catalog");
@@ -106,15 +86,6 @@ static void search(struct ids *ids, const char *one, const char *other) {
   ids->total = kept;
 }
 
-static void print_row(sqlite3_stmt *row) {
-  for (int column = 0; column < sqlite3_column_count(row); ++column) {
-    const int is_text = sqlite3_column_type(row, column) == SQLITE_TEXT;
-    printf(is_text ? "%s\"%s\":\"%s\"" : "%s\"%s\":%s", column == 0 ? "{" : ",",
-           sqlite3_column_name(row, column), (const char *)sqlite3_column_text(row, column));
-  }
-  putchar('}');
-}
-
 static void print_page(const struct ids *ids, const char *sql) {
   printf("{\"total\":%lld,\"items\":[", ids->total);
   sqlite3_stmt *row = prepare(sql);
@@ -135,9 +106,6 @@ int main(void) {
   static struct ids ids;
   char *query = strdup(getenv("QUERY_STRING"));
   const char *what = strtok(query, "&");
-  require(sqlite3_open_v2(INDEX, &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, NULL) ==
-              SQLITE_OK,
-          "index");
   const long long revision = version();
   if (strcmp(what, "version") == 0) {
     printf("Status: 304 Not Modified\nETag: \"%lld\"\n\n", revision);

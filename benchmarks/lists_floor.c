@@ -6,38 +6,12 @@
    QUERY_STRING is entries&OFFSET&LIMIT&ROW, version&ROW, or playlists&LIMIT. */
 #define _GNU_SOURCE
 #define XXH_INLINE_ALL
+#include "floor_index.h"
 #include <fcntl.h>
-#include <sqlite3.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <xxhash.h>
-
-#define INDEX DEVICE_ROOT "/var/lib/vexo/index.db"
-
-static sqlite3 *database;
-
-static void require(int holds, const char *what) {
-  if (!holds) {
-    printf("Status: 500\nContent-Type: text/plain\n\n%s: %s\n", what,
-           database == NULL ? "" : sqlite3_errmsg(database));
-    exit(1);
-  }
-}
-
-static sqlite3_stmt *prepare(const char *sql) {
-  sqlite3_stmt *statement = NULL;
-  if (database == NULL) {
-    require(sqlite3_open_v2(INDEX, &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, NULL) ==
-                SQLITE_OK,
-            "index");
-    sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, NULL);
-  }
-  require(sqlite3_prepare_v2(database, sql, -1, &statement, NULL) == SQLITE_OK, sql);
-  return statement;
-}
 
 struct file {
   char *bytes;
@@ -63,22 +37,13 @@ static unsigned long long version_of(const struct file *file) {
   return XXH3_128bits(file->bytes, file->size).low64;
 }
 
-static void print_members(sqlite3_stmt *row) {
-  for (int column = 0; column < sqlite3_column_count(row); ++column) {
-    const int is_text = sqlite3_column_type(row, column) == SQLITE_TEXT;
-    printf(is_text ? "%s\"%s\":\"%s\"" : "%s\"%s\":%s", column == 0 ? "{" : ",",
-           sqlite3_column_name(row, column), (const char *)sqlite3_column_text(row, column));
-  }
-  putchar('}');
-}
-
 static void print_entry(sqlite3_stmt *song, long position, const char *info, const char *path,
                         size_t size) {
   sqlite3_bind_text(song, 1, path, (int)size, SQLITE_STATIC);
   printf("{\"position\":%ld,\"path\":\"%.*s\",\"title\":\"%.*s\",\"song\":", position, (int)size,
          path, (int)strcspn(info, "\n"), info);
   require(sqlite3_step(song) == SQLITE_ROW, "song");
-  print_members(song);
+  print_row(song);
   sqlite3_reset(song);
   puts("},");
 }

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <string_view>
 #include <strings.h>
 #include <sys/mman.h>
@@ -130,6 +131,16 @@ std::vector<std::string> PathsOfList(const accounts::Account &user, const Playli
   return paths;
 }
 
+/// The songs of the ids that the user sees, in no order.
+std::vector<index::Song> SongsSeen(const accounts::Account &user, const std::vector<int32_t> &ids) {
+  std::vector<index::Song> seen;
+  for (const Library &library : LibrariesOf(user)) {
+    std::ranges::move(index::ProcessIndex().SongsById(library.owner, ids),
+                      std::back_inserter(seen));
+  }
+  return seen;
+}
+
 } // namespace
 
 std::vector<Player> ConfiguredPlayers() {
@@ -168,10 +179,8 @@ std::optional<std::string> PlayerQuestion::Answer() {
 std::vector<std::string> PathsOfSongs(const accounts::Account &user,
                                       const std::vector<int32_t> &ids) {
   std::unordered_map<int32_t, std::string> paths;
-  for (const Library &library : LibrariesOf(user)) {
-    for (index::Song &song : index::ProcessIndex().SongsById(library.owner, ids)) {
-      paths.emplace(song.id, std::move(song.path));
-    }
+  for (index::Song &song : SongsSeen(user, ids)) {
+    paths.emplace(song.id, std::move(song.path));
   }
   std::vector<std::string> in_order;
   in_order.reserve(ids.size());
@@ -206,10 +215,8 @@ std::vector<std::string> PathsOfPlaylist(const accounts::Account &user, const Pl
 
 std::set<int32_t> VisibleSongs(const accounts::Account &user, const std::vector<int32_t> &ids) {
   std::set<int32_t> visible;
-  for (const Library &library : LibrariesOf(user)) {
-    for (const index::Song &song : index::ProcessIndex().SongsById(library.owner, ids)) {
-      visible.insert(song.id);
-    }
+  for (const index::Song &song : SongsSeen(user, ids)) {
+    visible.insert(song.id);
   }
   return visible;
 }

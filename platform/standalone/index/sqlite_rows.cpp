@@ -12,6 +12,19 @@ std::vector<Record> ReadAll(Statement &statement) {
   return records;
 }
 
+/// The columns from track to size, the first of which is `column`. Gives the one behind them.
+template <typename AnySong> int ReadNumbers(const Statement &row, int column, AnySong &song) {
+  row.Read(column++, song.track);
+  row.Read(column++, song.disc);
+  row.Read(column++, song.year);
+  song.duration_seconds = row.Double(column++);
+  row.Read(column++, song.bitrate);
+  row.Read(column++, song.sample_rate);
+  row.Read(column++, song.channels);
+  row.Read(column++, song.size_bytes);
+  return column;
+}
+
 } // namespace
 
 Song ReadSong(const Statement &row) {
@@ -22,14 +35,7 @@ Song ReadSong(const Statement &row) {
   for (std::string *text : {&song.path, &song.title, &song.artist, &song.album, &song.genre}) {
     *text = row.Text(column++);
   }
-  row.Read(column++, song.track);
-  row.Read(column++, song.disc);
-  row.Read(column++, song.year);
-  song.duration_seconds = row.Double(column++);
-  row.Read(column++, song.bitrate);
-  row.Read(column++, song.sample_rate);
-  row.Read(column++, song.channels);
-  row.Read(column++, song.size_bytes);
+  column = ReadNumbers(row, column, song);
   for (std::string *text : {&song.album_artist, &song.composer, &song.comment, &song.type}) {
     *text = row.Text(column++);
   }
@@ -49,14 +55,7 @@ SongView ViewSong(const Statement &row) {
   for (std::string_view *text : {&song.path, &song.title, &song.artist, &song.album, &song.genre}) {
     *text = row.View(column++);
   }
-  row.Read(column++, song.track);
-  row.Read(column++, song.disc);
-  row.Read(column++, song.year);
-  song.duration_seconds = row.Double(column++);
-  row.Read(column++, song.bitrate);
-  row.Read(column++, song.sample_rate);
-  row.Read(column++, song.channels);
-  row.Read(column++, song.size_bytes);
+  ReadNumbers(row, column, song);
   return song;
 }
 
