@@ -1,6 +1,6 @@
 // What the entries of a list are, by their ids, as far as that was needed: fetched from the server by their positions
 // there, or added here.
-import { ask, isAborted, RequestError } from "../api/http.ts";
+import { ask, isAborted } from "../api/http.ts";
 import { type PlaylistPage, playlistPath } from "../api/playlists.ts";
 import { type Item, identityOf, itemOf } from "../list/items.ts";
 import { EMPTY, type Order } from "./order.ts";
@@ -112,8 +112,7 @@ export class Contents {
     const { order, version } = this.server();
     const path = playlistPath(this.listId());
     const { body } = await ask<PlaylistPage>(path, { offset, limit }, { signal: stop });
-    if (body.playlist.version !== version) throw new OtherVersion();
-    if (body.total !== order.length && version !== undefined) throw new RequestError(500, undefined);
+    if (version !== undefined && body.playlist.version !== version) throw new OtherVersion();
     body.items.forEach((entry, at) => {
       const id = order[offset + at];
       if (id !== undefined) this.set(id, itemOf(entry));

@@ -354,6 +354,7 @@ export class ListDocument implements Saved {
 
   /** Gives up what was not sent. */
   async discard() {
+    this.saver.resume([]);
     this.show(this.server.order);
     await this.saver.run();
     await this.refresh();

@@ -35,7 +35,7 @@ function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }
   const actions = useMemo(() => new EntryActions(document, selection), [document, selection]);
   useFollowing(document, selection);
   useCandidates(document);
-  const panel = useRef<HTMLElement>(null);
+  const panel = useRef<HTMLDivElement>(null);
   const isWide = useWidth(panel) >= WIDE;
   const canEdit = document.canEdit.value;
   const name = document.playlist.value?.name ?? "";
@@ -45,7 +45,7 @@ function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }
     void renameList(document);
   };
   return (
-    <section ref={panel} class="list-editor" aria-label={name} onKeyDown={onKeyDown}>
+    <div ref={panel} class="list-editor" role="group" aria-label={name} onKeyDown={onKeyDown}>
       <PanelHead document={document} selection={selection} isPage={isPage} />
       <ListView<Item>
         label={t("editor.entries", { name })}
@@ -62,7 +62,7 @@ function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }
         empty={<Invitation canEdit={canEdit} />}
       />
       <SelectionBar actions={actions} />
-    </section>
+    </div>
   );
 }
 

@@ -43,7 +43,7 @@ export class Saver {
 
   constructor(private readonly list: Saved) {}
 
-  /** Goes on where an earlier page ended: the server may have these. */
+  /** Goes on as if nothing had been sent but these, of which nobody knows whether they were done. */
   resume(doubts: readonly Order[]) {
     this.doubts = doubts;
   }

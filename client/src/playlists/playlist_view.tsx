@@ -43,7 +43,6 @@ function ListPage({ id }: { id: string }) {
   useTitle(name);
   return (
     <div class="editor-page">
-      <h1 class="visually-hidden">{name}</h1>
       <EditorPanel id={id} isPage />
     </div>
   );
