@@ -36,8 +36,9 @@ export function Cover({ item, size }: { item: Item | undefined; size: 96 | 320 |
 
 /** What stands there when nothing plays. */
 export function Nothing() {
-  const name = player.value.name.value;
-  return <p class="soft">{name === undefined ? t("playing.nothing") : t("players.silent", { name })}</p>;
+  const { name, trouble } = player.value;
+  if (name.value === undefined) return <p class="soft">{t("playing.nothing")}</p>;
+  return <p class="soft">{trouble.value ? name.value : t("players.silent", { name: name.value })}</p>;
 }
 
 /** Title and artist; both lead to where the song is from. */

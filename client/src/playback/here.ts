@@ -44,6 +44,8 @@ class Here implements Player {
   readonly repeat = queue.repeat;
   readonly repeats: readonly Repeat[] = ["off", "all", "one"];
 
+  /** Told when it is to play, whichever player is chosen. */
+  onWanted = () => {};
   private readonly foundDuration = signal<number | undefined>(undefined);
   private readonly pauses = new Pauses();
   private stalling = 0;
@@ -69,7 +71,10 @@ class Here implements Player {
     keepQueue({
       elapsed: () => this.elapsed.peek(),
       opened: (elapsed) => this.opened(elapsed),
-      play: () => this.play(),
+      play: () => {
+        this.onWanted();
+        this.play();
+      },
     });
     this.volume.subscribe((percent) => {
       this.sound.volume = (percent / 100) ** 2; // ears hear in proportion

@@ -4,7 +4,7 @@ import { ask, get, RequestError } from "../api/http.ts";
 import type { Page, PlayerEntry, PlayerStatus } from "../api/types.ts";
 import type { Chosen, Item } from "../list/items.ts";
 import { t } from "../text/index.ts";
-import { notify, notifyFailure, reasonOf } from "../ui/notices.tsx";
+import { notify, notifyFailure } from "../ui/notices.tsx";
 import type { Repeat } from "./order.ts";
 import { Pauses } from "./pauses.ts";
 import { BACK_TO_BEGINNING, type Player } from "./player.ts";
@@ -75,17 +75,17 @@ export class House implements Player {
   private take(status: PlayerStatus) {
     this.name.value = status.name;
     this.status.value = status;
-    this.trouble.value = status.state === "unreachable" ? this.unreachable(status.detail) : undefined;
+    this.trouble.value = status.state === "unreachable" ? this.unreachable() : undefined;
   }
 
   private fail(error: unknown) {
     if (!(error instanceof RequestError)) throw error;
     this.status.value = undefined;
-    this.trouble.value = this.unreachable(reasonOf(error));
+    this.trouble.value = error.status === 0 ? t("playing.no_connection") : this.unreachable();
   }
 
-  private unreachable(why = "") {
-    return `${t("players.unreachable", { name: this.name.peek() ?? "" })} ${why}`.trim();
+  private unreachable() {
+    return t("players.unreachable", { name: this.name.peek() ?? "" });
   }
 
   private path(command = "") {

@@ -58,6 +58,8 @@ export function choosePlayer(known: Known | null) {
   chosen.value = known && { id: known.id, name: known.name };
 }
 
+here.onWanted = () => choosePlayer(null);
+
 /** What plays goes on there, and is silent here; null: in this browser. */
 export async function moveTo(known: Known | null) {
   const from = player.peek();

@@ -621,7 +621,7 @@ export const de: Catalogue = {
   "players.move_here": "Wiedergabe in diesen Browser holen",
   "players.moved": "Weiter geht es: {name}",
   "players.not_moved": "Die Wiedergabe ließ sich nicht mitnehmen.",
-  "players.unreachable": "{name} antwortet nicht.",
+  "players.unreachable": "{name} antwortet nicht. Neuer Versuch folgt.",
   "players.refused": "{name} hat das nicht getan.",
   "players.some_refused": {
     one: "{name} konnte {count} Eintrag nicht annehmen.",

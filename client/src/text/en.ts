@@ -602,7 +602,7 @@ export const en = {
   "players.move_here": "Move what plays to this browser",
   "players.moved": "Goes on: {name}",
   "players.not_moved": "It could not be moved.",
-  "players.unreachable": "{name} does not answer.",
+  "players.unreachable": "{name} does not answer. Trying again.",
   "players.refused": "{name} did not do that.",
   "players.some_refused": {
     one: "{name} could not take {count} entry.",

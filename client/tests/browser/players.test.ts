@@ -87,6 +87,12 @@ test("songs and whole playlists are played there", async () => {
     await page.getByRole("grid", { name: "Songs" }).getByText("Rain on Glass").dblclick();
     await shows(page, "Rain on Glass");
     assert.equal((await status()).state, "play");
+    await page.getByRole("treeitem", { name: /Sunday/ }).click({ button: "right" });
+    await page.getByRole("menuitem", { name: "Play next" }).click();
+    await notice(page, "1 song added to the queue of Player 0").waitFor();
+    await page.getByRole("treeitem", { name: /Sunday/ }).click({ button: "right" });
+    await page.getByRole("menuitem", { name: "Play", exact: true }).click();
+    await shows(page, "Seed");
   });
 });
 
