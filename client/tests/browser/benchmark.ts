@@ -3,6 +3,7 @@
 import type { Page } from "playwright-core";
 import { DESKTOP, House } from "./fixture.ts";
 
+const LIST_ENTRIES = 20_000;
 const SCROLLS = 300;
 const ROUNDS = 5;
 
@@ -110,12 +111,73 @@ async function library(house: House) {
   });
 }
 
+async function makeList(house: House) {
+  const { total } = await house.get<{ total: number }>("api/songs?limit=0");
+  const step = Math.floor(total / LIST_ENTRIES);
+  const ids = Array.from({ length: LIST_ENTRIES }, (_, index) => String(1 + index * step));
+  const name = `Long ${Date.now()}`; // the index keeps the lists of earlier runs
+  const list = { action: "add", type: "shared", name, id_info_list: ids };
+  return (await house.act<{ node: { id: string } }>(list)).node.id;
+}
+
+// The milliseconds from the next key until the row at this place shows another song.
+function timeOfKey(page: Page, place: number) {
+  return page.evaluate(
+    (wanted) =>
+      new Promise<number>((resolve) => {
+        const text = () => document.querySelector(wanted)?.textContent;
+        const before = text();
+        const watch = (start: number) => {
+          if (text() !== before) resolve(performance.now() - start);
+          else requestAnimationFrame(() => watch(start));
+        };
+        addEventListener("keydown", ({ key }) => key !== "Alt" && watch(performance.now()), {
+          capture: true,
+        });
+      }),
+    `${GRID} [data-index="${place}"]`,
+  );
+}
+
+async function moveMany(page: Page) {
+  const last = LIST_ENTRIES - 1;
+  await page.locator(ROW).nth(1).click();
+  await page.keyboard.press("Shift+End");
+  await page.locator(`${GRID} [data-index="${last}"]`).waitFor();
+  const seen = timeOfKey(page, last);
+  const start = performance.now();
+  await page.keyboard.press("Alt+ArrowUp");
+  const what = `${last.toLocaleString("en")} entries moved by one`;
+  tell({ name: `${what}: until it is seen, ms`, value: await seen, bound: 100 });
+  await page.getByRole("main").getByText("Saved", { exact: true }).waitFor();
+  tell({ name: `${what}: until it is saved, s`, value: (performance.now() - start) / 1000, bound: 5 });
+}
+
+async function playlist(house: House) {
+  const id = await makeList(house);
+  await house.visit({ at: `#/playlists/${encodeURIComponent(id)}` }, async (page) => {
+    await page.locator(ROW).first().waitFor();
+    const trace = await traced(page, () => scrollThrough(page, GRID, 700));
+    const what = `${LIST_ENTRIES.toLocaleString("en")} entries`;
+    tell({
+      name: `${what}: work of a frame, p95, ms`,
+      value: quantile(workOfFrames(trace), 0.95),
+      bound: 20,
+    });
+    await page.keyboard.press("Home");
+    await page.locator(GRID).evaluate((grid) => grid.scrollTo(0, 0));
+    await moveMany(page);
+    tell({ name: `${what}: memory of scripts, MiB`, value: await megabytesInUse(page), bound: 64 });
+  });
+}
+
 async function main(index: string) {
   const house = new House(["--index", index]);
   await house.open();
   try {
     await coldStart(house);
     await library(house);
+    await playlist(house);
   } finally {
     await house.close();
   }
