@@ -20,7 +20,7 @@ export function documentOf(id: string): ListDocument {
 }
 
 /** How many lists have edits that the server does not have yet. */
-const unsaved = computed(
+export const unsaved = computed(
   () => [...documents.value.values()].filter(({ saveState }) => saveState.value.kind !== "saved").length,
 );
 

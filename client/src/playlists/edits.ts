@@ -1,9 +1,11 @@
 // What is done to whole playlists: made, renamed, copied, deleted. All of it can be undone.
+import { effect } from "@preact/signals";
 import * as actions from "../api/actions.ts";
 import { ask, RequestError } from "../api/http.ts";
 import { readWhole, smartPath } from "../api/playlists.ts";
 import type { LibraryName, Playlist, Rule } from "../api/types.ts";
 import { openList, openListId } from "../editor/commands.ts";
+import { documentOf, unsaved } from "../editor/documents.ts";
 import { type Item, itemOf, referenceOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { giveNewId, idNow, record } from "../ui/history.ts";
@@ -78,9 +80,25 @@ export async function contentOf(playlist: Playlist, stop?: AbortSignal) {
   return { content: { items: entries.map(itemOf) }, version };
 }
 
+/** What the editor has not sent yet is part of a list. */
+async function sendEdits(id: string) {
+  if (unsaved.peek() === 0) return;
+  const { saver, saveState } = documentOf(id);
+  void saver.run();
+  await new Promise<void>((resolve) => {
+    const stop = effect(() => {
+      if (saveState.value.kind === "saving") return;
+      queueMicrotask(() => stop());
+      resolve();
+    });
+  });
+  if (!saver.isDone) throw new RequestError(0, undefined);
+}
+
 /** Deletes it as it was read, so that nothing is lost that undoing would not bring back. */
 async function takeAway(playlist: Playlist, stop?: AbortSignal): Promise<Snapshot> {
   const { id, name, library, kind } = playlist;
+  if (kind === "list") await sendEdits(id);
   for (let tries = 1; ; tries++) {
     const { content, version } = await contentOf(playlist, stop);
     try {

@@ -10,8 +10,10 @@ import { Icon } from "../ui/icon.tsx";
 import { isNarrow } from "../ui/media.ts";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { type ImportJob, removeJob } from "./import_jobs.ts";
-import { choiceOf, countMatches, isOpen, MATCHES, withBest, withoutOpen } from "./imported.ts";
+import { choiceOf, countMatches, isOpen, withBest, withoutOpen } from "./imported.ts";
 import { LibraryChoice, NameField } from "./name_dialog.tsx";
+
+const WAYS = ["path", "tail", "file_name", "tags", "stream"] as const;
 
 type Shown = "all" | "open" | "unmatched";
 
@@ -140,7 +142,7 @@ export function ImportReport({ job, wrong }: { job: ImportJob; wrong: string }) 
   useEffect(() => {
     if (wrong !== "") input.current?.focus();
   }, [wrong]);
-  return (
+  const head = (
     <>
       <div class="import-head">
         <div
@@ -180,27 +182,30 @@ export function ImportReport({ job, wrong }: { job: ImportJob; wrong: string }) 
           {t("import.drop_file")}
         </button>
       </div>
-      <ListView
-        label={t("import.entries", { name: job.file.name })}
-        source={source}
-        columns={columns(job)}
-        header={!isNarrow.value}
-        rowClass={(entry) => (choiceOf(entry, job.choices.value).kind === "leave" ? "left-out" : "")}
-        onOpen={(entry) => {
-          const { left, bottom } = document.activeElement?.getBoundingClientRect() ?? new DOMRect();
-          showChoices(entry, job, { x: left, y: bottom });
-        }}
-        empty={<p>{t(entries.length === 0 ? "import.no_entries" : "import.none_left")}</p>}
-      />
     </>
+  );
+  return (
+    <ListView
+      lead={head}
+      label={t("import.entries", { name: job.file.name })}
+      source={source}
+      columns={columns(job)}
+      header={!isNarrow.value}
+      rowClass={(entry) => (choiceOf(entry, job.choices.value).kind === "leave" ? "left-out" : "")}
+      onOpen={(entry) => {
+        const { left, bottom } = document.activeElement?.getBoundingClientRect() ?? new DOMRect();
+        showChoices(entry, job, { x: left, y: bottom });
+      }}
+      empty={<p>{t(entries.length === 0 ? "import.no_entries" : "import.none_left")}</p>}
+    />
   );
 }
 
 function Summary({ job }: { job: ImportJob }) {
   const entries = job.entries.value;
   const counts = countMatches(entries);
-  const ways = MATCHES.filter((match) => match !== "none" && counts[match] > 0).map(
-    (match) => `${formatNumber(counts[match])} ${t(`import.by_${match}`)}`,
+  const ways = WAYS.filter((match) => counts[match] > 0).map((match) =>
+    t(`import.by_${match}`, { count: counts[match] }),
   );
   const found = entries.length - counts.none;
   return (

@@ -7,8 +7,7 @@ export type Choice = { kind: "song"; song: Song } | { kind: "keep" } | { kind: "
 /** By position, where people have chosen. */
 export type Choices = ReadonlyMap<number, Choice>;
 
-export const MATCHES = ["path", "tail", "file_name", "tags", "stream", "none"] as const;
-export type Match = (typeof MATCHES)[number];
+export type Match = ImportedEntry["match"];
 
 export function choiceOf(entry: ImportedEntry, choices: Choices): Choice {
   return choices.get(entry.position) ?? (entry.song ? { kind: "song", song: entry.song } : { kind: "keep" });

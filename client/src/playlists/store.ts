@@ -3,6 +3,7 @@
 import { computed, effect, type Signal, signal } from "@preact/signals";
 import { ask, RequestError } from "../api/http.ts";
 import type { Page, Playlist } from "../api/types.ts";
+import { unsaved } from "../editor/documents.ts";
 import { history } from "../ui/history.ts";
 import { user } from "../ui/session.tsx";
 
@@ -100,5 +101,6 @@ effect(() => {
   }
   lastUser = user.value?.name;
   void history.value; // whatever was done or undone has changed some of them
+  void unsaved.value; // and so has an edit that the server has by now
   refreshIfSeen();
 });

@@ -25,6 +25,8 @@ const ruleOf = async (name: string) =>
   (await house.get<{ rule: string }>(`api/smart/musiclib_music_shared/smart/${encodeURIComponent(name)}`))
     .rule;
 const textOf = (page: Page) => page.getByRole("textbox", { name: "Rule" });
+const waitForText = (page: Page, text: string) =>
+  page.waitForFunction((wanted) => document.querySelector("textarea")?.value === wanted, text);
 const count = (page: Page) => page.getByRole("region", { name: "What it chooses now" });
 
 for (const size of SIZES) {
@@ -150,7 +152,7 @@ test("a rule is saved, undone and done again", async () => {
     await page.getByRole("button", { name: "Undo" }).click();
     await page.getByText("Undone: Saved the rule of “Kept”").waitFor();
     assert.equal(await ruleOf("Kept"), "year > 0");
-    await page.waitForFunction("document.querySelector('.rule-text textarea').value === 'year > 0'");
+    await waitForText(page, "year > 0");
     await page.getByRole("heading", { name: "Kept" }).click();
     await page.keyboard.press("Control+Shift+Z");
     await page.getByText("Done again: Saved the rule of “Kept”").waitFor();
@@ -192,7 +194,7 @@ test("two who edit a rule see both", async () => {
 
     await put("year > 5");
     await page.evaluate("window.dispatchEvent(new Event('focus'))");
-    await page.waitForFunction("document.querySelector('.rule-text textarea').value === 'year > 5'");
+    await waitForText(page, "year > 5");
   });
 });
 
