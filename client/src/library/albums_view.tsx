@@ -14,6 +14,7 @@ import {
   changeQuery,
   FilterField,
   LibrarySwitch,
+  MenuButton,
   SortChoice,
   type SortKey,
   sortOf,
@@ -22,7 +23,7 @@ import {
 } from "./head.tsx";
 import type { KeptList } from "./lists.ts";
 import { libraryOf, useList, useSteady } from "./lists.ts";
-import { songsOfAlbum } from "./songs.ts";
+import { songsBy, songsOfAlbum, songsOfAlbums } from "./songs.ts";
 
 function sortKeys(): SortKey[] {
   return [
@@ -41,7 +42,15 @@ const ORDERS: Record<string, string> = {
 };
 
 /** What other views choose albums by. */
-const FILTERS = ["genre", "composer", "artist", "year_from", "year_to"] as const;
+const FILTERS = ["genre", "year_from", "year_to"] as const;
+
+/** The orders of songs that are like those of albums, and as quick. */
+const SONG_ORDERS: Record<string, string> = {
+  artist: "artist,album,disc,track",
+  name: "album,disc,track",
+  year: "year",
+  added: "added",
+};
 
 export function AlbumsView({ route }: { route: Route }) {
   const library = libraryOf(route.query);
@@ -52,12 +61,17 @@ export function AlbumsView({ route }: { route: Route }) {
   const list = useSteady(useList<Album>("albums", query));
   useTitle(t("library.albums"));
   const isFiltered = q !== undefined || FILTERS.some((name) => filters[name] !== undefined);
+  const songs = () =>
+    q === undefined
+      ? songsBy({ ...query, sort: SONG_ORDERS[key] }, t("library.albums"))
+      : songsOfAlbums(list.source, q);
   return (
     <>
       <ViewHead title={t("library.albums")} count={list.source.total.value}>
         <LibrarySwitch shown={library} />
         <FilterField />
         <SortChoice keys={sortKeys()} />
+        <MenuButton items={() => songsMenu(songs())} />
       </ViewHead>
       <Ways at="albums" />
       <Filters filters={filters} />

@@ -8,7 +8,7 @@ import { addToOpenList, addToOtherList, saveAsList } from "../playlists/commands
 import { t } from "../text/index.ts";
 import type { MenuItem } from "../ui/menu.tsx";
 import { notify, notifyFailure } from "../ui/notices.tsx";
-import { sampleParts } from "./sample.ts";
+import { sampleParts } from "./parts.ts";
 import { Songs } from "./songs.ts";
 
 /** As many songs as are queued at once: enough for days, and there within a second. */

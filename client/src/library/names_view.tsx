@@ -11,6 +11,7 @@ import { onSongsKey, songsMenu } from "./deeds.ts";
 import { Empty } from "./empty.tsx";
 import { changeQuery, FilterField, isNarrow, LibrarySwitch, ViewHead, Ways } from "./head.tsx";
 import { libraryOf, useList, useSteady } from "./lists.ts";
+import { linkToWay } from "./navigation.tsx";
 import { type NameKind, songsOfName } from "./songs.ts";
 
 export const ICONS: Record<NameKind, IconName> = {
@@ -68,6 +69,21 @@ function columns(kind: NameKind, isCompact: boolean): Column<Name>[] {
   return isCompact ? all.filter(({ key }) => key === "name" || key === "songs") : all;
 }
 
+/** Composers have no way of their own at the left: few look for them. */
+function PeopleSwitch({ shown }: { shown: NameKind }) {
+  const link = (kind: "artists" | "composers") => (
+    <a href={linkToWay(kind)} aria-current={shown === kind ? "page" : undefined}>
+      {t(`library.${kind}`)}
+    </a>
+  );
+  return (
+    <nav class="segments" aria-label={t("library.people")}>
+      {link("artists")}
+      {link("composers")}
+    </nav>
+  );
+}
+
 export function NamesView({ kind, route }: { kind: NameKind; route: Route }) {
   const library = libraryOf(route.query);
   const q = route.query.get("q") ?? undefined;
@@ -79,8 +95,9 @@ export function NamesView({ kind, route }: { kind: NameKind; route: Route }) {
   return (
     <>
       <ViewHead title={label} count={list.source.total.value}>
+        {(kind === "artists" || kind === "composers") && <PeopleSwitch shown={kind} />}
         <LibrarySwitch shown={library} />
-        <FilterField />
+        {kind !== "years" && <FilterField />}
       </ViewHead>
       <Ways at={kind} />
       <ListView

@@ -7,6 +7,7 @@ import { markOf } from "../playback/marks.ts";
 import { StarButton } from "../playback/star_button.tsx";
 import { formatDate, formatDuration, type TextKey, t } from "../text/index.ts";
 import { openMenu } from "../ui/menu.tsx";
+import { fitting } from "./fitting.ts";
 
 export interface SongColumn {
   key: string;
@@ -141,13 +142,8 @@ function want(key: string, isWanted: boolean) {
 
 /** Those of the keys that fit beside each other into `width` pixels, in the order in which they stand. */
 export function fittingColumns(keys: readonly string[], width: number): SongColumn[] {
-  let room = width - EDGES;
-  const fitting = SONG_COLUMNS.filter((column) => {
-    if (column.key !== "title" && !keys.includes(column.key)) return false;
-    room -= column.least + GAP;
-    return room + GAP >= 0 || column.key === "title";
-  });
-  return fitting.sort((a, b) => ORDER.indexOf(a.key) - ORDER.indexOf(b.key));
+  const asked = SONG_COLUMNS.filter(({ key }) => key === "title" || keys.includes(key));
+  return fitting(asked, width - EDGES, GAP).sort((a, b) => ORDER.indexOf(a.key) - ORDER.indexOf(b.key));
 }
 
 export function isCompact(width: number) {

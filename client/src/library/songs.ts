@@ -8,6 +8,7 @@ import type { Range } from "../list/selection.ts";
 import type { PagedSource } from "../list/source.ts";
 import { t } from "../text/index.ts";
 import { notify, Refusal } from "../ui/notices.tsx";
+import { cut } from "./parts.ts";
 
 /** As many entries as a list takes. */
 export const MOST_CHOSEN = 100_000;
@@ -55,7 +56,7 @@ async function tellLoading<T>(
   stop?.addEventListener("abort", () => own.abort(), { signal: own.signal });
   let close = () => {};
   const timer = setTimeout(() => {
-    const text = t("library.loading", { count: count ?? 0 });
+    const text = count === undefined ? t("library.loading_some") : t("library.loading", { count });
     close = notify({ text, lasts: 0, action: { label: t("cancel"), run: () => own.abort() } });
   }, TOLD_AFTER);
   try {
@@ -91,6 +92,18 @@ export function songsOfAlbum({ id, name, songs }: Album) {
   return songsBy({ album: id, sort: "disc,track" }, name, songs);
 }
 
+/** Those of all albums of a list, album by album. */
+export function songsOfAlbums(source: PagedSource<Album>, name: string) {
+  return new Songs(name, undefined, async (first, end, stop) => {
+    const items: Item[] = [];
+    for (const album of await source.load(0, source.total.peek() ?? 0, stop)) {
+      items.push(...(await songsOfAlbum(album).load(stop)));
+      if (items.length >= end) break;
+    }
+    return items.slice(first, end);
+  });
+}
+
 export type NameKind = "artists" | "genres" | "composers" | "years";
 
 /** What chooses the songs and the albums of an artist, a genre, a composer or a year. */
@@ -118,17 +131,6 @@ export function songsOfPlaylist({ id, name, count }: Playlist) {
   );
 }
 
-/** The ranges without what lies outside of positions `first` to `end` among all that they hold. */
-export function cut(ranges: readonly Range[], first: number, end: number): Range[] {
-  let before = 0;
-  return ranges.flatMap((range) => {
-    const start = range.first - before;
-    before += range.end - range.first;
-    const part = { first: Math.max(range.first, start + first), end: Math.min(range.end, start + end) };
-    return part.first < part.end ? [part] : [];
-  });
-}
-
 /** What stands at these positions of a list of songs. */
 export function songsAt(source: PagedSource<Song>, ranges: readonly Range[], name: string) {
   const count = ranges.reduce((sum, range) => sum + range.end - range.first, 0);
@@ -143,7 +145,7 @@ export function songsAt(source: PagedSource<Song>, ranges: readonly Range[], nam
 
 /** The same of a folder's list; the folders in it stand for all songs below them. */
 export function songsAtOfFolder(source: PagedSource<FolderItem>, ranges: readonly Range[], name: string) {
-  return new Songs(name, countAt(source, ranges), async (first, end, stop) => {
+  return new Songs(nameAt(source, ranges) ?? name, countAt(source, ranges), async (first, end, stop) => {
     const items: Item[] = [];
     for (const range of ranges) {
       for (const row of await source.load(range.first, range.end, stop)) {
@@ -154,6 +156,12 @@ export function songsAtOfFolder(source: PagedSource<FolderItem>, ranges: readonl
     }
     return items.slice(first, end);
   });
+}
+
+/** Of the folder, where it is one alone. */
+function nameAt(source: PagedSource<FolderItem>, [range, ...others]: readonly Range[]) {
+  const isOne = range && others.length === 0 && range.end - range.first === 1;
+  return isOne ? source.at(range.first)?.folder?.name : undefined;
 }
 
 /** Undefined where not all of the rows are there to be counted. */

@@ -1,7 +1,18 @@
-// Songs by chance, out of more than can be loaded.
+// Parts of long lists.
 import { normalized, type Range } from "../list/selection.ts";
 
 const PARTS = 20;
+
+/** The ranges without what lies outside of positions `first` to `end` among all that they hold. */
+export function cut(ranges: readonly Range[], first: number, end: number): Range[] {
+  let before = 0;
+  return ranges.flatMap((range) => {
+    const start = range.first - before;
+    before += range.end - range.first;
+    const part = { first: Math.max(range.first, start + first), end: Math.min(range.end, start + end) };
+    return part.first < part.end ? [part] : [];
+  });
+}
 
 /**
  * Stretches of a list of `total` that hold `most` or a few less, from everywhere in it; one of all where
