@@ -14,6 +14,8 @@ export interface Chosen {
   /** The node id of the playlist whose entries they are, all of them. */
   playlist?: string;
   load(stop?: AbortSignal): Promise<Item[]>;
+  /** Those from position `first` on, before `end`, where these need not wait for the others; some hundred at most. */
+  loadSome?(first: number, end: number): Promise<Item[]>;
 }
 
 export function chosenSongs(songs: readonly Song[], name?: string): Chosen {

@@ -24,6 +24,7 @@ const LONGEST_TICK = 2; // seconds between two reports of the time, when nobody 
 const STALLS = 15_000; // milliseconds without sound, after which it is asked for anew
 const TOO_EARLY = 10; // seconds before the end that the tags tell of, which may be wrong by less
 const MOST_FAILURES = 5; // songs one after the other, after which playing ends
+const BEGINS_WITH = 200; // songs of a long list
 const STREAM_ATTEMPTS = 5;
 
 class Here implements Player {
@@ -174,15 +175,27 @@ class Here implements Player {
   // What is chosen elsewhere.
 
   async playItems(chosen: Chosen, { startAt, shuffle }: { startAt?: number; shuffle?: boolean }) {
-    const items = await this.load(chosen);
-    if (!items) return;
     if (shuffle) queue.shuffles.value = true;
-    const first = startAt ?? (queue.shuffles.peek() ? Math.floor(Math.random() * items.length) : 0);
+    const random = (count: number) => (queue.shuffles.peek() ? Math.floor(Math.random() * count) : 0);
+    const first = startAt ?? random(chosen.count ?? 0);
     this.failures = 0;
     const before = queue.order.peek();
     const gone = queue.isHandmade ? queue.itemsOf(before.keys) : new Map<Key, Item>();
-    this.takeOver(items, first, 0, true);
+    const begun = await this.beginWithSome(chosen, first);
+    const items = await this.load(chosen);
+    if (!items) return;
+    if (begun) queue.complete(begun, items.slice(0, first), items.slice(first + BEGINS_WITH));
+    else this.takeOver(items, startAt ?? random(items.length), 0, true);
     if (gone.size > 1) this.offerBack(before, gone);
+  }
+
+  /** Of many, the first ones are heard while the others are still fetched; tells which these are. */
+  private async beginWithSome({ count = 0, loadSome }: Chosen, first: number) {
+    if (!loadSome || count <= BEGINS_WITH) return undefined;
+    const items = (await loadSome(first, first + BEGINS_WITH)).filter(isPlayable);
+    if (items.length === 0) return undefined;
+    this.takeOver(items, 0, 0, true);
+    return queue.order.peek().keys;
   }
 
   /** A queue that was put together by hand is not lost by a press on a song. */

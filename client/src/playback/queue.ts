@@ -233,6 +233,16 @@ class Queue implements ListSource<Item> {
     this.isHandmade = false;
   }
 
+  /** What stands before and behind the entries that it was begun with, if they are still what is played. */
+  complete(begun: readonly Key[], before: readonly Item[], behind: readonly Item[]) {
+    const placeOf = (key: Key | undefined) => this.order.peek().keys.indexOf(key ?? -1);
+    const wasHandmade = this.isHandmade;
+    if (placeOf(begun[0]) < 0 || placeOf(begun.at(-1)) < 0) return;
+    this.insert(behind.filter(isPlayable), placeOf(begun.at(-1)) + 1);
+    this.insert(before.filter(isPlayable), placeOf(begun[0]));
+    this.isHandmade = wasHandmade;
+  }
+
   insert(items: readonly Item[], at: number): Key[] {
     const keys = this.keysFor(items);
     this.change(inserted(this.order.peek(), at, keys));

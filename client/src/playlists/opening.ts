@@ -1,5 +1,6 @@
 // How playlists are called, opened and taken as a whole.
-import { readWhole } from "../api/playlists.ts";
+import { get } from "../api/http.ts";
+import { type PlaylistPage, playlistPath, readWhole } from "../api/playlists.ts";
 import type { Playlist } from "../api/types.ts";
 import { openList } from "../editor/commands.ts";
 import { type Chosen, itemOf } from "../list/items.ts";
@@ -17,11 +18,19 @@ export function nameOf(playlist: Playlist) {
 
 /** All that a playlist holds; a smart or random one is asked for what it has now. */
 export function chosenPlaylist(playlist: Playlist): Chosen {
-  return {
-    count: playlist.count,
+  const { id, count, kind } = playlist;
+  const path = playlistPath(id);
+  const chosen: Chosen = {
+    count,
     name: nameOf(playlist),
-    playlist: playlist.id,
-    load: async (stop) => (await readWhole(playlist.id, stop)).entries.map(itemOf),
+    playlist: id,
+    load: async (stop) => (await readWhole(id, stop)).entries.map(itemOf),
+  };
+  if (kind === "random") return chosen; // it has others each time
+  return {
+    ...chosen,
+    loadSome: async (offset, end) =>
+      (await get<PlaylistPage>(path, { offset, limit: end - offset })).items.map(itemOf),
   };
 }
 
