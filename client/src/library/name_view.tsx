@@ -36,7 +36,9 @@ function Named({ kind, name, route }: { kind: NameKind; name: Name; route: Route
       <ViewHead title={title}>
         {showsSongs && <ColumnsButton />}
         <Switch showsSongs={showsSongs} name={name} />
-        <SongsButtons songs={songsBy({ ...query, ...songOrder(route).query }, title, name.songs)} />
+        <SongsButtons
+          songs={songsBy({ ...query, ...songOrder(route).query }, title, name.songs || undefined)}
+        />
       </ViewHead>
       {showsSongs ? (
         <SongsOf title={title} query={query} route={route} />
@@ -60,7 +62,7 @@ function Switch({ showsSongs, name }: { showsSongs: boolean; name: Name }) {
   return (
     <div class="segments" role="group" aria-label={t("library.show")}>
       {button(false, t("count.albums", { count: name.albums }))}
-      {button(true, t("count.songs", { count: name.songs }))}
+      {button(true, name.songs ? t("count.songs", { count: name.songs }) : t("library.songs"))}
     </div>
   );
 }

@@ -107,8 +107,10 @@ export function songsOfAlbums(source: PagedSource<Album>, name: string) {
 export type NameKind = "artists" | "genres" | "composers" | "years";
 
 /** What chooses the songs and the albums of an artist, a genre, a composer or a year. */
-export function queryOf(kind: NameKind, { id, name, library }: Name): Query {
+export function queryOf(kind: NameKind, { id, name, library, songs }: Name): Query {
   if (kind === "years") return { library, year_from: name, year_to: name };
+  // Who is the artist of albums only, "Various" say, has the songs of these.
+  if (kind === "artists" && songs === 0) return { album_artist: id };
   return { [singular(kind)]: id };
 }
 
@@ -118,7 +120,7 @@ export function singular(kind: NameKind) {
 }
 
 export function songsOfName(kind: NameKind, name: Name) {
-  return songsBy(queryOf(kind, name), name.name, name.songs);
+  return songsBy(queryOf(kind, name), name.name, name.songs || undefined);
 }
 
 export function songsOfFolder({ id, name, songs }: Folder) {

@@ -104,6 +104,14 @@ test("a genre leads to its albums and its songs", () =>
     assert.match(page.url(), /show=songs/);
   }));
 
+test("who is the artist of albums only has the songs of these", () =>
+  house.visit({ at: "#/artists" }, async (page) => {
+    await row(page, "Various").click();
+    await page.getByText("Kitchen Radio").waitFor();
+    await page.getByRole("button", { name: "Songs", exact: true }).click();
+    await row(page, "Kettle & Spoon").waitFor();
+  }));
+
 test("a folder is looked into, and its crumbs lead up again", () =>
   house.visit({ size: PHONE, at: "#/folders" }, async (page) => {
     await row(page, "The Window Boxes").tap();
