@@ -10,7 +10,8 @@ import { Icon } from "../ui/icon.tsx";
 import { isNarrow } from "../ui/media.ts";
 import { type Route, replaceQuery } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
-import { linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
+import { addToOpenList, addToOtherList } from "./commands.ts";
+import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
 import { matcher } from "./order.ts";
 import { askForRename, deleteAll, showMenu, showNewMenu } from "./playlist_actions.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";
@@ -164,8 +165,11 @@ export function ListsView({ route: { query } }: { route: Route }) {
   useEffect(() => void refreshPlaylists(), []);
   const onKey = (event: KeyboardEvent, active: number) => {
     const playlist = source.at(active);
-    if (!playlist || playlist.kind === "random") return false;
-    if (event.key === "F2") void askForRename(playlist);
+    if (!playlist || event.ctrlKey || event.metaKey || event.altKey) return false;
+    if (event.key.toLowerCase() === "l") void addToOtherList(chosenPlaylist(playlist));
+    else if (event.key.toLowerCase() === "a") void addToOpenList(chosenPlaylist(playlist));
+    else if (playlist.kind === "random") return false;
+    else if (event.key === "F2") void askForRename(playlist);
     else if (event.key === "Delete") removeSelected(selection.count.peek() > 0 ? selected() : [playlist]);
     else return false;
     return true;

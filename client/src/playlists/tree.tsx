@@ -13,7 +13,7 @@ import { isCoarse } from "../ui/media.ts";
 import { openMenu } from "../ui/menu.tsx";
 import { announce, reasonOf } from "../ui/notices.tsx";
 import { linkTo, route } from "../ui/router.ts";
-import { addTo, saveAsList } from "./commands.ts";
+import { addTo, addToOpenList, addToOtherList, saveAsList } from "./commands.ts";
 import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
 import { matcher, type Order, placedBefore, sorted } from "./order.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";
@@ -225,6 +225,8 @@ function onGroupKey(key: string, { name, open }: TreeRow & { kind: "group" }, go
 function onListKey(key: string, { playlist, group }: TreeRow & { kind: "list" }, goOut: () => void) {
   if (key === "ArrowLeft" && group) goOut();
   else if (key === "Enter") openPlaylist(playlist);
+  else if (key.toLowerCase() === "l") void addToOtherList(chosenPlaylist(playlist));
+  else if (key.toLowerCase() === "a") void addToOpenList(chosenPlaylist(playlist));
   else if (key === "F2" && group) act(({ askForRename }) => askForRename(playlist));
   else if (key === "Delete" && group) act(({ deleteAll }) => deleteAll([playlist]));
   else return false;

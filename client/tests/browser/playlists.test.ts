@@ -352,7 +352,7 @@ test("a list is made on a phone, and opened there", () =>
     await page.getByLabel("Shared with everybody").check();
     await takePicture(page, "new-phone");
     await page.getByRole("button", { name: "Make" }).click();
-    await page.getByRole("heading", { name: "On a phone" }).waitFor();
+    await page.getByRole("heading", { name: "On a phone" }).first().waitFor();
     assert.equal((await listsCalled("On a phone"))[0]?.library, "shared");
   }));
 
