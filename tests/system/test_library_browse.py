@@ -224,6 +224,11 @@ class Names(BrowseTest):
     def test_are_found_by_words(self):
         for path, words, name in (("/artists", "ake", "Åke Öberg"), ("/genres", "sw", "Swing")):
             self.assertEqual(self.names(path, q=words), [name])
+        years = self.names("/years")
+        for digits in ("2", "20", "199", "1998"):
+            found = [year for year in years if year.startswith(digits)]
+            self.assertEqual((self.names("/years", q=digits), bool(found)), (found, True), digits)
+        self.assertEqual(self.names("/years", q="998"), [])
         for path in ("/composers", "/years"):
             self.assertEqual(self.names(path, q="nobody", sort="name", dir="desc", offset=0, limit=9,
                                         library="shared"), [])

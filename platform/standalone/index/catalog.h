@@ -95,7 +95,8 @@ enum class GroupField { kName, kArtist, kYear, kTimeAdded, kSongs, kAlbums, kDur
 struct GroupList {
   int owner = 0;
   GroupKind kind = GroupKind::kAlbum;
-  std::string words; ///< as for songs; in the name, and in the artist of an album
+  /// As for songs; in the name, and in the artist of an album. Years have to begin with them.
+  std::string words;
   // Albums only. Those with songs of all of these artists, genres, composers and years:
   std::vector<int32_t> in_groups;
   int32_t artist_id = 0; ///< the album's own; 0: any

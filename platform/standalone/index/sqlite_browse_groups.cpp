@@ -17,11 +17,21 @@ namespace {
 constexpr const char *kGroupById =
     "SELECT " VEXO_GROUP_COLUMNS " FROM " VEXO_GROUP_TABLES " WHERE g.id = ?1";
 
+/// Those that begin with the word: years are few, and in no index of words.
+IdSet YearsWithWord(Database &database, int owner, const std::string &word) {
+  Statement years(database, "SELECT id FROM song_groups WHERE owner = ?1 AND kind = ?2 "
+                            "AND substr(name, 1, length(?3)) = ?3");
+  years.Bind(1, int64_t{owner}).Bind(2, static_cast<int64_t>(GroupKind::kYear)).Bind(3, word);
+  return ToSet(ReadIds(years));
+}
+
 /// The groups that may be what a list asks for; nothing: all of the kind.
 std::optional<IdSet> Candidates(Database &database, const GroupList &list) {
   std::vector<IdSet> sets;
   for (const std::string &word : FoldedWords(list.words)) {
-    sets.push_back(GroupsWithWord(database, word, list.kind == GroupKind::kAlbum));
+    sets.push_back(list.kind == GroupKind::kYear
+                       ? YearsWithWord(database, list.owner, word)
+                       : GroupsWithWord(database, word, list.kind == GroupKind::kAlbum));
   }
   for (const int32_t group : list.in_groups) {
     Statement albums(database, "SELECT album_id FROM group_albums WHERE group_id = ?1");
