@@ -78,6 +78,7 @@ Answer MissingSongs(Request &request);
 // smart.cpp
 Answer GetRule(Request &request);
 Answer PutRule(Request &request);
+Answer DeleteRule(Request &request);
 Answer PostRule(Request &request);
 Answer PreviewRule(Request &request);
 // queue.cpp

@@ -69,6 +69,7 @@ std::span<const Route> Routes() {
       Route{"POST", "/smart/preview", PreviewRule},
       Route{"GET", "/smart/{playlist}", GetRule},
       Route{"PUT", "/smart/{playlist}", PutRule},
+      Route{"DELETE", "/smart/{playlist}", DeleteRule},
       Route{"GET", "/playlists/{playlist}/missing", MissingSongs, "offset limit"},
       Route{"GET", "/playlists/{playlist}", PlaylistPage, "format library offset limit"},
   };

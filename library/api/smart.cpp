@@ -31,6 +31,18 @@ std::variant<std::string, Problem> TextMember(const Json::Value &body, const cha
   return text;
 }
 
+std::variant<std::string, Problem> NameMember(const Json::Value &body) {
+  std::variant<std::string, Problem> name = TextMember(body, "name");
+  const auto *text = std::get_if<std::string>(&name);
+  if (text != nullptr && !catalog::IsSmartName(*text)) {
+    return Problem{400,
+                   "A name has 1 to 250 bytes, no slash and no control character, and is not \".\" "
+                   "or \"..\".",
+                   "name"};
+  }
+  return name;
+}
+
 /// Whether the body says "personal"; "shared" is meant without it.
 std::variant<bool, Problem> IsPersonal(const Json::Value &body) {
   const Json::Value &library = body["library"];
@@ -74,6 +86,13 @@ Problem ProblemOf(SmartEdit outcome) {
   return NoSuchPlaylist();
 }
 
+/// The smart playlist that the path names.
+std::optional<Playlist> FindSmart(const Request &request) {
+  std::optional<Playlist> playlist = catalog::FindPlaylist(request.User(), request.variables[0]);
+  const bool is_smart = playlist && playlist->kind == catalog::PlaylistKind::kSmart;
+  return is_smart ? std::move(playlist) : std::nullopt;
+}
+
 /// What stands in the file now.
 Answer RuleAnswer(const accounts::Account &user, const std::string &node_id) {
   const std::optional<Playlist> playlist = catalog::FindPlaylist(user, node_id);
@@ -90,19 +109,13 @@ Answer RuleAnswer(const accounts::Account &user, const std::string &node_id) {
 }
 
 Answer AddPlaylist(const accounts::Account &user, const Json::Value &body, const SentRule &rule) {
-  const auto name = TextMember(body, "name");
+  const auto name = NameMember(body);
   const auto is_personal = IsPersonal(body);
   if (const auto *problem = std::get_if<Problem>(&name)) {
     return ProblemAnswer(*problem);
   }
   if (const auto *problem = std::get_if<Problem>(&is_personal)) {
     return ProblemAnswer(*problem);
-  }
-  if (!catalog::IsSmartName(std::get<std::string>(name))) {
-    return ProblemAnswer({400,
-                          "A name has 1 to 250 bytes, no slash and no control character, and is "
-                          "not \".\" or \"..\".",
-                          "name"});
   }
   const SmartEdit outcome =
       catalog::AddSmart(user, std::get<bool>(is_personal), std::get<std::string>(name), rule.text);
@@ -172,24 +185,39 @@ Answer GetRule(Request &request) {
 }
 
 Answer PutRule(Request &request) {
-  constexpr std::array<std::string_view, 1> kMembers = {"rule"};
-  const std::optional<Playlist> playlist =
-      catalog::FindPlaylist(request.User(), request.variables[0]);
-  if (!playlist || playlist->kind != catalog::PlaylistKind::kSmart) {
+  constexpr std::array<std::string_view, 2> kMembers = {"name", "rule"};
+  const std::optional<Playlist> playlist = FindSmart(request);
+  if (!playlist) {
     return ProblemAnswer(NoSuchPlaylist());
   }
   const auto body = ReadJsonBody(kMembers, kLargestRuleBody);
   if (const auto *problem = std::get_if<Problem>(&body)) {
     return ProblemAnswer(*problem);
   }
-  const auto rule = RuleMember(std::get<Json::Value>(body));
+  const auto &document = std::get<Json::Value>(body);
+  const auto name = document.isMember("name") ? NameMember(document) : playlist->name;
+  if (const auto *problem = std::get_if<Problem>(&name)) {
+    return ProblemAnswer(*problem);
+  }
+  const auto rule = RuleMember(document);
   if (const auto *problem = std::get_if<Problem>(&rule)) {
     return ProblemAnswer(*problem);
   }
+  const auto &new_name = std::get<std::string>(name);
   const SmartEdit outcome =
-      catalog::SetRule(*playlist, std::get<SentRule>(rule).text, MeetsIfMatch);
-  return outcome == SmartEdit::kDone ? RuleAnswer(request.User(), playlist->id)
-                                     : ProblemAnswer(ProblemOf(outcome));
+      catalog::SetRule(*playlist, new_name, std::get<SentRule>(rule).text, MeetsIfMatch);
+  return outcome == SmartEdit::kDone
+             ? RuleAnswer(request.User(), catalog::SmartId(playlist->is_personal, new_name))
+             : ProblemAnswer(ProblemOf(outcome));
+}
+
+Answer DeleteRule(Request &request) {
+  const std::optional<Playlist> playlist = FindSmart(request);
+  if (!playlist) {
+    return ProblemAnswer(NoSuchPlaylist());
+  }
+  const SmartEdit outcome = catalog::RemoveSmart(*playlist, MeetsIfMatch);
+  return outcome == SmartEdit::kDone ? NoContent() : ProblemAnswer(ProblemOf(outcome));
 }
 
 Answer PostRule(Request &request) {

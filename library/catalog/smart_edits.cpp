@@ -51,6 +51,34 @@ SmartEdit EditRules(const std::string &path, bool is_personal, bool make,
   return outcome;
 }
 
+/// What comes of an edit of a playlist's block.
+struct BlockChange {
+  SmartEdit outcome = SmartEdit::kDone;
+  std::optional<std::string> rules{}; ///< all of the file; nothing: it stays
+};
+
+/// Edits the block of a playlist, if it is there and meant: `change` is told the file and the
+/// block.
+SmartEdit
+EditBlock(const Playlist &playlist, const IsMeant &is_meant,
+          const std::function<BlockChange(std::string_view rules, std::string_view old)> &change) {
+  SmartEdit outcome = SmartEdit::kDone;
+  const files::TextEdit edit = [&](std::string_view rules) -> std::optional<std::string> {
+    const std::optional<smart::Block> block = smart::FindBlock(rules, playlist.name);
+    const std::string_view old = block ? smart::BlockText(rules, *block) : std::string_view();
+    BlockChange made;
+    made.outcome = !block                                      ? SmartEdit::kNotThere
+                   : !is_meant(playlists::ContentVersion(old)) ? SmartEdit::kStale
+                                                               : SmartEdit::kDone;
+    if (made.outcome == SmartEdit::kDone) {
+      made = change(rules, old);
+    }
+    outcome = made.outcome;
+    return std::move(made.rules);
+  };
+  return EditRules(playlist.path, playlist.is_personal, false, edit, outcome);
+}
+
 } // namespace
 
 bool IsSmartName(std::string_view name) {
@@ -75,22 +103,24 @@ SmartEdit AddSmart(const accounts::Account &user, bool is_personal, std::string_
   return EditRules(path, is_personal, true, edit, outcome);
 }
 
-SmartEdit SetRule(const Playlist &playlist, std::string_view rule, const IsMeant &is_meant) {
-  SmartEdit outcome = SmartEdit::kDone;
-  const files::TextEdit edit = [&](std::string_view rules) -> std::optional<std::string> {
-    const std::optional<smart::Block> block = smart::FindBlock(rules, playlist.name);
-    if (!block) {
-      outcome = SmartEdit::kNotThere;
-      return std::nullopt;
+SmartEdit SetRule(const Playlist &playlist, std::string_view name, std::string_view rule,
+                  const IsMeant &is_meant) {
+  return EditBlock(playlist, is_meant, [&](std::string_view rules, std::string_view old) {
+    BlockChange change;
+    const bool is_renamed = name != playlist.name;
+    if (is_renamed && smart::FindBlock(rules, name)) {
+      change.outcome = SmartEdit::kNameTaken;
+    } else if (is_renamed || RuleText(old) != rule) {
+      change.rules = smart::ReplaceBlock(rules, playlist.name, BlockOf(name, rule));
     }
-    const std::string_view old = smart::BlockText(rules, *block);
-    outcome = is_meant(playlists::ContentVersion(old)) ? SmartEdit::kDone : SmartEdit::kStale;
-    if (outcome != SmartEdit::kDone || RuleText(old) == rule) {
-      return std::nullopt;
-    }
-    return smart::ReplaceBlock(rules, playlist.name, BlockOf(playlist.name, rule));
-  };
-  return EditRules(playlist.path, playlist.is_personal, false, edit, outcome);
+    return change;
+  });
+}
+
+SmartEdit RemoveSmart(const Playlist &playlist, const IsMeant &is_meant) {
+  return EditBlock(playlist, is_meant, [&](std::string_view rules, std::string_view /*old*/) {
+    return BlockChange{.rules = smart::RemoveBlocks(rules, {playlist.name})};
+  });
 }
 
 } // namespace vexo::catalog

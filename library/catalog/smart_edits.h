@@ -31,7 +31,10 @@ SmartEdit AddSmart(const accounts::Account &user, bool is_personal, std::string_
 /// Whether the client means the version that a playlist has.
 using IsMeant = std::function<bool(const std::string &version)>;
 
-/// Puts another rule in the place of that of a smart playlist.
-SmartEdit SetRule(const Playlist &playlist, std::string_view rule, const IsMeant &is_meant);
+/// Gives a smart playlist another rule, and that name.
+SmartEdit SetRule(const Playlist &playlist, std::string_view name, std::string_view rule,
+                  const IsMeant &is_meant);
+
+SmartEdit RemoveSmart(const Playlist &playlist, const IsMeant &is_meant);
 
 } // namespace vexo::catalog

@@ -94,6 +94,43 @@ class ARule(SmartTest):
         self.assertEqual(
             self.anna.put(path, {"rule": "year > 4"}, headers={"If-Match": "*"}).status, 200)
 
+    def test_gets_another_name_in_its_place(self):
+        SHARED_RULES.write_text('# one\n"Old, one" { year > 1 }\n# two\n"Other" { year > 2 }\n')
+        path = "/smart/musiclib_music_shared/smart/Old, one"
+        rule = self.anna.get(path)
+        self.problem(self.anna.put(path, {"name": "Other", "rule": "year > 1"}), 409, "name")
+        self.problem(self.anna.put(path, {"name": "New", "rule": "year > 1"},
+                                   headers={"If-Match": '"x"'}), 412)
+        for name in ("", "a/b", 1):
+            self.problem(self.anna.put(path, {"name": name, "rule": "year > 1"}), 400, "name")
+        renamed = self.anna.put(path, {"name": "Ny, täöm", "rule": "year > 3"},
+                                headers={"If-Match": rule.headers["ETag"]})
+        self.assertEqual(renamed.json["playlist"]["id"], "musiclib_music_shared/smart/Ny, täöm")
+        self.assertEqual(SHARED_RULES.read_text(), '# one\n"Ny, täöm" {\nyear > 3\n}\n# two\n'
+                         '"Other" { year > 2 }\n')
+        self.problem(self.anna.get(path), 404, "playlist")
+        read = self.anna.get("/smart/musiclib_music_shared/smart/Ny, täöm")
+        self.assertEqual((read.json, read.headers["ETag"]), (renamed.json, renamed.headers["ETag"]))
+        self.assertEqual(read.json["rule"], "year > 3")
+        self.anna.put("/smart/musiclib_music_shared/smart/Ny, täöm", {"name": "New", "rule": "year > 3"})
+        self.assertEqual(self.anna.get("/smart/musiclib_music_shared/smart/New").json["rule"], "year > 3")
+
+    def test_is_removed_whatever_its_name(self):
+        for library in ("shared", "personal"):
+            made = self.make("Jazz, loud", "year > 1", library)
+            kept = self.make("Jazz", "year > 1", library).json["playlist"]["id"]
+            path = f'/smart/{made.json["playlist"]["id"]}'
+            self.problem(self.anna.delete(path, headers={"If-Match": '"x"'}), 412)
+            answer = self.anna.delete(path, headers={"If-Match": made.headers["ETag"]})
+            self.assertEqual((answer.status, answer.body), (204, b""))
+            self.problem(self.anna.delete(path), 404, "playlist")
+            self.assertEqual(self.anna.get(f"/smart/{kept}").status, 200)
+            self.problem(self.anna.delete(f"/smart/{kept}", x="1"), 400, "x")
+        self.problem(self.anna.delete("/smart/musiclib_music_shared/playlist/1"), 404, "playlist")
+        own = self.make("Own", "year > 1", "personal").json["playlist"]["id"]
+        self.problem(self.ben.delete(f"/smart/{own}"), 404, "playlist")
+        self.assertEqual(self.anna.delete(f"/smart/{own}").status, 204)
+
     def test_of_equal_writers_one_wins(self):
         made = self.make("Race", "year > 0")
         path, headers = f'/smart/{made.json["playlist"]["id"]}', {"If-Match": made.headers["ETag"]}
@@ -169,9 +206,11 @@ class ARule(SmartTest):
         path = "/smart/musiclib_music_shared/smart/A"
         rule = {"rule": "year > 1"}
         self.assertEqual([nobody.get(path).status, nobody.put(path, rule).status,
+                          nobody.delete(path).status,
                           nobody.post("/smart", {"name": "A", **rule}).status,
-                          nobody.post("/smart/preview", rule).status], [401] * 4)
-        for answer in (self.anna.get(path, headers=headers), self.anna.put(path, rule, headers=headers),
+                          nobody.post("/smart/preview", rule).status], [401] * 5)
+        for answer in (self.anna.get(path, headers=headers), self.anna.delete(path, headers=headers),
+                       self.anna.put(path, rule, headers=headers),
                        self.anna.post("/smart", {"name": "A", **rule}, headers=headers),
                        self.anna.post("/smart/preview", rule, headers=headers)):
             self.problem(answer, 403)
