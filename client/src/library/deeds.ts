@@ -1,10 +1,10 @@
 // What can be done with songs, wherever they were chosen: the items of menus, and the same by buttons and keys.
 import { songsDownload } from "../api/actions.ts";
 import { openListId } from "../editor/commands.ts";
-import { documentOf } from "../editor/documents.ts";
 import type { Item } from "../list/items.ts";
 import { enqueue, play, playNext } from "../playback/commands.ts";
 import { addToOpenList, addToOtherList, saveAsList } from "../playlists/commands.ts";
+import { playlistOf } from "../playlists/store.ts";
 import { t } from "../text/index.ts";
 import type { MenuItem } from "../ui/menu.tsx";
 import { notify, notifyFailure } from "../ui/notices.tsx";
@@ -53,7 +53,7 @@ export async function downloadSongs(songs: Songs) {
 /** "Add to Rainy Sunday", as long as that is open. */
 export function addLabel() {
   const id = openListId.value;
-  const name = id === undefined ? undefined : documentOf(id).playlist.value?.name;
+  const name = id === undefined ? undefined : playlistOf(id)?.name;
   return name === undefined ? t("library.add_to") : t("library.add_to_named", { name });
 }
 

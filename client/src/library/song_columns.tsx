@@ -1,11 +1,11 @@
 // The columns of songs: which there are, which a person wants, and which of those there is room for.
-import { signal } from "@preact/signals";
 import type { ComponentChildren } from "preact";
 import type { Song } from "../api/types.ts";
 import type { Column } from "../list/list_view.tsx";
 import { markOf } from "../playback/marks.ts";
 import { StarButton } from "../playback/star_button.tsx";
 import { formatDate, formatDuration, type TextKey, t } from "../text/index.ts";
+import { isTexts, keptForUser } from "../ui/kept.ts";
 import { openMenu } from "../ui/menu.tsx";
 import { fitting } from "./fitting.ts";
 
@@ -124,20 +124,13 @@ const OF_PERSON = ["star", "rating"];
 const COMPACT = 520;
 const GAP = 12;
 const EDGES = 32;
-const KEPT = "columns.songs";
 const USUAL = ["title", "duration", "artist", "album", "star", "year"];
 
-export const wanted = signal<string[]>(readWanted());
-
-function readWanted(): string[] {
-  const text = localStorage.getItem(KEPT);
-  return text === null ? USUAL : text.split(",").filter((key) => ORDER.includes(key));
-}
+export const wanted = keptForUser("columns.songs", USUAL, isTexts);
 
 function want(key: string, isWanted: boolean) {
   const others = wanted.value.filter((other) => other !== key);
   wanted.value = isWanted ? [...others, key] : others;
-  localStorage.setItem(KEPT, wanted.value.join(","));
 }
 
 /** Those of the keys that fit beside each other into `width` pixels, in the order in which they stand. */

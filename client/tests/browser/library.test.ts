@@ -177,7 +177,7 @@ test("songs of an album are added to the open list by one key", async () => {
     name: "Rainy",
   });
   await house.visit({ at: "#/albums" }, async (page) => {
-    await page.evaluate((id) => localStorage.setItem("open_list", id), node.id);
+    await page.evaluate((id) => localStorage.setItem("open_list:anna", JSON.stringify(id)), node.id);
     await page.reload();
     await page.getByText("Garden Pieces").click();
     await page.getByRole("button", { name: "Add to Rainy" }).click();
@@ -194,7 +194,7 @@ test("an album is dragged to the open list", async () => {
     name: "Dragged",
   });
   await house.visit({ at: "#/albums" }, async (page) => {
-    await page.evaluate((id) => localStorage.setItem("open_list", id), node.id);
+    await page.evaluate((id) => localStorage.setItem("open_list:anna", JSON.stringify(id)), node.id);
     await page.reload();
     await page.getByText("Garden Pieces").hover();
     await page.mouse.down();

@@ -64,7 +64,7 @@ test("results are walked through, opened and played by keys alone", () =>
 test("a result is added to the open list by A", async () => {
   const { node } = await house.act<{ node: { id: string } }>({ action: "add", type: "shared", name: "Hits" });
   await house.visit({ size: DESKTOP, at: "#/albums" }, async (page) => {
-    await page.evaluate((id) => localStorage.setItem("open_list", id), node.id);
+    await page.evaluate((id) => localStorage.setItem("open_list:anna", JSON.stringify(id)), node.id);
     await page.reload();
     await field(page).fill("kitchen");
     await row(page, "Kettle & Spoon").waitFor();
