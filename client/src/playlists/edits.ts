@@ -210,6 +210,12 @@ export async function renamePlaylist(playlist: Playlist, name: string) {
   });
 }
 
+/** Deletes one that cannot be read, so that nothing could bring it back. */
+export async function deleteForGood({ id, kind }: Playlist) {
+  await actions.remove([id], kind === "smart" ? "smart" : "list");
+  await refreshPlaylists();
+}
+
 export interface Deleted {
   snapshots: Snapshot[];
   failed: { playlist: Playlist; error: unknown }[];

@@ -89,6 +89,20 @@ export function LibraryChoice({
   );
 }
 
+/** Before what cannot be undone. */
+export function askToDeleteForGood(name: string) {
+  return openDialog<true>((close) => (
+    <Dialog
+      title={t("playlists.delete_for_good", { name })}
+      close={() => close()}
+      onSubmit={() => close(true)}
+      buttons={<Buttons submit={t("playlists.delete")} close={() => close()} danger />}
+    >
+      <p>{t("playlists.cannot_come_back")}</p>
+    </Dialog>
+  ));
+}
+
 function NameQuestion<T>({
   title,
   name,

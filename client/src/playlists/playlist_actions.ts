@@ -10,8 +10,15 @@ import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { notify, notifyFailure } from "../ui/notices.tsx";
 import { goTo } from "../ui/router.ts";
 import { addToOtherList, saveAsList } from "./commands.ts";
-import { deletePlaylists, duplicate, makeList, otherLibrary, renamePlaylist } from "./edits.ts";
-import { askForName } from "./name_dialog.tsx";
+import {
+  deleteForGood,
+  deletePlaylists,
+  duplicate,
+  makeList,
+  otherLibrary,
+  renamePlaylist,
+} from "./edits.ts";
+import { askForName, askToDeleteForGood } from "./name_dialog.tsx";
 import { chosenPlaylist, nameOf, openPlaylist } from "./opening.ts";
 
 /** As the server writes them. */
@@ -68,7 +75,25 @@ function labelOfDuplicate({ library }: Playlist) {
   return t(otherLibrary(library) === "shared" ? "playlists.copy_to_shared" : "playlists.copy_to_mine");
 }
 
-export async function deleteAll(lists: readonly Playlist[]) {
+/** What cannot be read cannot be brought back: that is asked first. */
+async function deleteUnreadable(playlist: Playlist) {
+  if (!(await askToDeleteForGood(playlist.name))) return;
+  try {
+    await deleteForGood(playlist);
+  } catch (error) {
+    const what = t("playlists.not_deleted", { name: playlist.name });
+    notifyFailure(what, error, () => void deleteUnreadable(playlist));
+  }
+}
+
+export async function deleteAll(all: readonly Playlist[]) {
+  const isReadable = ({ unreadable, missing }: Playlist) => !unreadable && !missing;
+  const lists = all.filter(isReadable);
+  if (lists.length > 0) await deleteReadable(lists);
+  for (const playlist of all) if (!isReadable(playlist)) await deleteUnreadable(playlist);
+}
+
+async function deleteReadable(lists: readonly Playlist[]) {
   const stop = new AbortController();
   const isLong = lists.length > QUICK_DELETES;
   const text = t("playlists.deleting", { count: lists.length });

@@ -256,6 +256,9 @@ export const de: Catalogue = {
   "playlists.made": "„{name}“ angelegt",
   "playlists.renamed": "„{old}“ in „{name}“ umbenannt",
   "playlists.duplicated": "„{name}“ kopiert",
+  "playlists.delete_for_good": "„{name}“ endgültig löschen?",
+  "playlists.cannot_come_back":
+    "Was sie enthält, kann nicht gelesen werden; das lässt sich nicht rückgängig machen.",
   "playlists.deleted": "„{name}“ gelöscht",
   "playlists.deleted_several": { one: "{count} Playlist gelöscht", other: "{count} Playlists gelöscht" },
   "playlists.deleting": { one: "{count} Playlist wird gelöscht", other: "{count} Playlists werden gelöscht" },

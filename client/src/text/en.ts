@@ -253,6 +253,8 @@ export const en = {
   "playlists.made": "Made “{name}”",
   "playlists.renamed": "Renamed “{old}” to “{name}”",
   "playlists.duplicated": "Copied “{name}”",
+  "playlists.delete_for_good": "Delete “{name}” for good?",
+  "playlists.cannot_come_back": "What it holds cannot be read, so this cannot be undone.",
   "playlists.deleted": "Deleted “{name}”",
   "playlists.deleted_several": { one: "Deleted {count} playlist", other: "Deleted {count} playlists" },
   "playlists.deleting": { one: "Deleting {count} playlist", other: "Deleting {count} playlists" },

@@ -1,5 +1,5 @@
 import assert from "node:assert/strict";
-import { readFileSync, writeFileSync } from "node:fs";
+import { existsSync, readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
@@ -224,6 +224,27 @@ test("what is deleted comes back whole, and links and the editor follow it", asy
     await page.getByText("Undone: Deleted “Whole”").waitFor();
     const [now] = await listsCalled("Whole");
     await page.waitForURL((url) => url.hash === addressOf(now?.id ?? ""));
+  });
+});
+
+test("a list that cannot be read is deleted for good, when that is meant", async () => {
+  const file = join(house.places.library, "playlists", "Torn.m3u");
+  writeFileSync(file, "#EXTM3U\n\0\n");
+  await house.scan();
+  await house.visit({ size: TALL, at: "#/playlists" }, async (page) => {
+    const remove = async (answer: string) => {
+      await item(page, "Torn").focus();
+      await page.keyboard.press("Delete");
+      const dialog = page.getByRole("dialog", { name: "Delete “Torn” for good?" });
+      await dialog.waitFor();
+      await expectNoViolations(page);
+      await dialog.getByRole("button", { name: answer }).click();
+    };
+    await remove("Cancel");
+    await item(page, "Torn").waitFor();
+    await remove("Delete");
+    await item(page, "Torn").waitFor({ state: "detached" });
+    assert.equal(existsSync(file), false);
   });
 });
 
