@@ -1,13 +1,12 @@
-// The documents of this page, one a list, however many views show it.
-import { computed, effect, signal } from "@preact/signals";
+// Makes the documents of this page, and keeps them up to date.
+import { effect } from "@preact/signals";
 import { connected } from "../api/http.ts";
 import { idNow } from "../ui/history.ts";
 import { user } from "../ui/session.tsx";
 import { ListDocument } from "./document.ts";
+import { documents, unsaved } from "./open_documents.ts";
 
 const LOOKS_EVERY = 30_000; // milliseconds
-
-const documents = signal<ReadonlyMap<string, ListDocument>>(new Map());
 
 export function documentOf(id: string): ListDocument {
   const now = idNow(id);
@@ -18,11 +17,6 @@ export function documentOf(id: string): ListDocument {
   void document.open();
   return document;
 }
-
-/** How many lists have edits that the server does not have yet. */
-export const unsaved = computed(
-  () => [...documents.value.values()].filter(({ saveState }) => saveState.value.kind !== "saved").length,
-);
 
 // Who is logged out has nothing to wait for: the edits are kept until they come back.
 window.addEventListener("beforeunload", (event) => {

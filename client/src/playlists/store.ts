@@ -3,7 +3,7 @@
 import { computed, effect, type Signal, signal } from "@preact/signals";
 import { ask, RequestError } from "../api/http.ts";
 import type { Page, Playlist } from "../api/types.ts";
-import { unsaved } from "../editor/documents.ts";
+import { unsaved } from "../editor/open_documents.ts";
 import { history } from "../ui/history.ts";
 import { user } from "../ui/session.tsx";
 
