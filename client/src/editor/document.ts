@@ -368,8 +368,7 @@ export class ListDocument implements Saved {
     if (version === undefined || this.saver.isBusy) return;
     if (!this.saver.isDone) return this.saver.run();
     try {
-      const path = playlistPath(this.listId);
-      const { version: now } = await ask<PlaylistPage>(path, { limit: 1 }, { ifNoneMatch: version });
+      const now = await this.versionNow();
       if (now === version || this.saver.isBusy || this.server.version !== version) return;
       await this.reload([]);
     } catch (error) {
@@ -377,6 +376,11 @@ export class ListDocument implements Saved {
       if (!error.isPassing) this.error.value = error;
     }
     void this.saver.run();
+  }
+
+  async versionNow() {
+    const options = { ifNoneMatch: this.server.version };
+    return (await ask<PlaylistPage>(playlistPath(this.listId), { limit: 1 }, options)).version;
   }
 
   async reload(doubts: readonly Order[]) {

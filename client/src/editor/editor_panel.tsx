@@ -9,6 +9,7 @@ import { play } from "../playback/commands.ts";
 import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { keyOf } from "../ui/keys.tsx";
+import { isCoarse } from "../ui/media.ts";
 import type { ListDocument } from "./document.ts";
 import { DocumentView } from "./document_view.ts";
 import { documentOf } from "./documents.ts";
@@ -67,10 +68,11 @@ function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }
 }
 
 function Invitation({ canEdit }: { canEdit: boolean }) {
+  const invitation = isCoarse.value ? t("editor.empty_touch") : t("editor.empty");
   return (
     <>
       <Icon name="music" />
-      <p>{canEdit ? t("editor.empty") : t("editor.empty_read_only")}</p>
+      <p>{canEdit ? invitation : t("editor.empty_read_only")}</p>
     </>
   );
 }

@@ -8,7 +8,7 @@ import { giveNewId, record } from "../ui/history.ts";
 import type { MenuItem } from "../ui/menu.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
 import { goTo } from "../ui/router.ts";
-import { openListId } from "./commands.ts";
+import { openList, openListId } from "./commands.ts";
 import type { ListDocument } from "./document.ts";
 import { showHistory } from "./history_dialog.tsx";
 import { removeDuplicates, removeMissing, SORT_KEYS, shuffle, sortBy } from "./list_edits.ts";
@@ -47,7 +47,7 @@ export async function renameList(document: ListDocument) {
   });
 }
 
-export function listMenu(document: ListDocument, selection: Selection): MenuItem[] {
+export function listMenu(document: ListDocument, selection: Selection, isPage: boolean): MenuItem[] {
   const isEmpty = (document.total.peek() ?? 0) === 0;
   const playing: MenuItem[] = [
     { label: t("editor.play"), icon: "play", disabled: isEmpty, run: () => void play(document.chosen()) },
@@ -67,10 +67,10 @@ export function listMenu(document: ListDocument, selection: Selection): MenuItem
   ];
   const away: MenuItem[] = [
     {
-      label: t("editor.full_width"),
-      icon: "list",
+      label: isPage ? t("editor.beside") : t("editor.full_width"),
+      icon: "columns",
       divided: true,
-      run: () => goTo(["playlists", document.listId]),
+      run: () => (isPage ? openList(document.listId) : goTo(["playlists", document.listId])),
     },
   ];
   return document.canEdit.peek()

@@ -89,7 +89,9 @@ function Tools({ document, selection, isPage }: HeadProps) {
         class="icon-button"
         aria-label={t("menu")}
         aria-haspopup="menu"
-        onClick={() => more.current && openMenu(more.current, t("menu"), listMenu(document, selection))}
+        onClick={() =>
+          more.current && openMenu(more.current, t("menu"), listMenu(document, selection, isPage))
+        }
       >
         <Icon name="more" />
       </button>
@@ -104,7 +106,7 @@ function Totals({ document }: { document: ListDocument }) {
   return (
     <span>
       {t("count.songs", { count: total.value })}
-      {duration.value !== undefined && ` · ${formatDuration(duration.value)}`}
+      {duration.value !== undefined && duration.value > 0 && ` · ${formatDuration(duration.value)}`}
     </span>
   );
 }

@@ -23,6 +23,8 @@ export interface Saved {
   readonly contents: Contents;
   /** The server has this now. */
   accept(server: ServerState): void;
+  /** The version that the server has now. */
+  versionNow(): Promise<string | undefined>;
   /** Looks what the list has become; the server may have done what `doubts` tells. */
   reload(doubts: readonly Order[]): Promise<void>;
   /** Keeps what is unsent where it survives a reload. */
@@ -88,7 +90,7 @@ export class Saver {
       return nextEdit(this.list.server.order, this.list.wanted) !== undefined;
     }
     this.state.value = { kind: "saving" };
-    if (!edit) return this.reload();
+    if (!edit || !(await this.isAsSeen())) return this.reload();
     const named = namedBy(edit, server.order);
     if (contents.hasAll(named)) return this.send(edit);
     try {
@@ -100,9 +102,14 @@ export class Saver {
     return true; // by now more may be wanted
   }
 
+  /** Before something is sent again: so there are not many answers to doubt, however long nobody answers. */
+  private async isAsSeen() {
+    return this.doubts.length === 0 || (await this.list.versionNow()) === this.list.server.version;
+  }
+
   private async send(edit: Edit): Promise<boolean> {
     const before = this.doubts;
-    this.doubts = [...before, edit.result];
+    this.doubts = before.includes(edit.result) ? before : [...before, edit.result];
     await this.list.keep(this.doubts);
     try {
       const { version } = await this.request(edit);

@@ -1,7 +1,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Locator, Page } from "playwright-core";
-import { entriesOf, idOf, makeList, openInPanel, panelOf, songsOf, titlesOf } from "./editor_support.ts";
+import { entriesOf, idOf, makeList, openInPanel, showInPanel, songsOf, titlesOf } from "./editor_support.ts";
 import { expectNoViolations, openHouse, PHONE, SIZES, THEMES, takePicture } from "./fixture.ts";
 
 const house = openHouse();
@@ -294,7 +294,11 @@ for (const size of SIZES) {
         await expectNoViolations(page, "aside");
         await takePicture(page, `editor-${size.name}-${theme}`);
         await openInPanel(page, empty);
-        await panel.getByText("Drag songs here, or select some and press A.").waitFor();
+        await panel
+          .getByText(
+            size.touch ? "Select songs in the library" : "Drag songs here, or select some and press A.",
+          )
+          .waitFor();
         await expectNoViolations(page, "aside");
         await takePicture(page, `editor-empty-${size.name}-${theme}`);
       });
@@ -323,9 +327,7 @@ test("the view and the panel show the same list, and edits of one are seen in th
 
 test("what a rule chooses is shown, and cannot be edited", async () => {
   await house.visit({}, async (page) => {
-    await page.evaluate(() => localStorage.setItem("open_list", "musiclib_random"));
-    await page.reload();
-    const { panel, row } = panelOf(page);
+    const { panel, row } = await showInPanel(page, "musiclib_random");
     await panel.getByText("Chosen by rules").waitFor();
     await row(0).click();
     await page.keyboard.press("Delete");

@@ -69,13 +69,19 @@ export function panelOf(page: Page) {
   };
 }
 
-/** Opens a list in the panel. */
-export async function openInPanel(page: Page, id: string) {
+/** As it is when the page was left with a playlist in the panel. */
+export async function showInPanel(page: Page, id: string) {
+  await page.locator(".frame").waitFor(); // somebody is there
   await page.evaluate((list) => {
     localStorage.setItem(`open_list:${localStorage.getItem("logged_in")}`, JSON.stringify(list));
   }, id);
   await page.reload();
-  const opened = panelOf(page);
+  return panelOf(page);
+}
+
+/** Opens a list in the panel. */
+export async function openInPanel(page: Page, id: string) {
+  const opened = await showInPanel(page, id);
   await opened.saved();
   return opened;
 }
