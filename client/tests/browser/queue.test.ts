@@ -121,6 +121,21 @@ test("a cleared queue comes back", async () => {
   });
 });
 
+test("the queue is kept as a playlist", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await row(page, "Seed").waitFor();
+    await page.getByRole("button", { name: "Save as playlist" }).click();
+    const dialog = page.getByRole("dialog");
+    await dialog.getByRole("textbox").first().fill("Kept");
+    const made = page.waitForResponse(/audio_playlist\.cgi/);
+    await page.keyboard.press("Enter");
+    await made;
+    const { items } = await house.get<{ items: { name: string; count: number }[] }>("api/playlists");
+    assert.equal(items.find(({ name }) => name === "Kept")?.count, 4);
+  });
+});
+
 test("when another device has gone on, the user says which queue holds", async () => {
   await leaveQueue(ALBUM);
   await house.visit({ at: "#/queue", errors: /412/ }, async (page) => {
