@@ -56,6 +56,8 @@ class Here implements Player {
   private loaded: Key | undefined;
   /** Entries that the browser could not decode as they are. */
   private readonly undecodable = new Set<Key>();
+  /** When the sound has begun, or gone on at another place (as `performance.now()`), and which. */
+  private begun = { at: 0, elapsed: 0 };
   private failures = 0;
   private attempts = 0;
   /** Seconds of the current song that were heard; undefined once it counts as played. */
@@ -152,6 +154,7 @@ class Here implements Player {
       else this.unload();
     }
     this.elapsed.value = at;
+    this.begun = { at: performance.now(), elapsed: at };
     changed("place");
   }
 
@@ -300,6 +303,7 @@ class Here implements Player {
     if (!source) return this.skip(item);
     this.loaded = key;
     this.elapsed.value = at;
+    this.begun = { at: performance.now(), elapsed: at };
     this.sound.start(source, at);
     this.watchForStall();
   }
@@ -330,12 +334,19 @@ class Here implements Player {
     if (key !== undefined && !item) void queue.load(key).catch(() => {}); // it is tried again in its turn
   }
 
-  /** Some browsers take what they cannot decode, or what breaks off, for the end. */
+  /**
+   * Browsers take what they cannot decode, or what breaks off, for the end, and say that it was reached: less time has
+   * passed then than the rest of the song lasts.
+   */
   private endsTooEarly() {
     const { source } = this.sound;
     const end = this.duration.peek();
     if (source?.format === "stream" || end === undefined) return false;
-    return this.elapsed.peek() < Math.min(end / 2, end - TOO_EARLY);
+    const rest = end - this.begun.elapsed;
+    const passed = (performance.now() - this.begun.at) / 1000;
+    if (passed >= Math.min(rest / 2, rest - TOO_EARLY)) return false;
+    this.elapsed.value = this.begun.elapsed + passed;
+    return true;
   }
 
   private onEnded() {

@@ -232,9 +232,10 @@ test("a favourite is kept, and one that could not be kept is taken back", async 
   const { id } = await songOf(house, "Seed");
   await house.visit({ errors: CONNECTION }, async (page) => {
     const star = button(page, "Favourite: Seed");
+    const kept = page.waitForResponse(/mark$/);
     await star.click();
     await page.locator('.player-bar .star-button[aria-pressed="true"]').waitFor();
-    await page.waitForResponse(/mark$/);
+    await kept;
     assert.equal((await house.get<Mark>(`api/songs/${id}/mark`)).star, true);
     await house.stop();
     await star.click();
@@ -298,8 +299,7 @@ test("when the server converts as many songs as it can, the player waits", async
   await record(house, "Long/night.flac", 1800, { title: "A Long Night" });
   const { id } = await songOf(house, "A Long Night");
   const path = `api/songs/${id}/stream?format=mp3`;
-  const others = new AbortController();
-  await Promise.all([1, 2].map(() => house.ask(path, { signal: others.signal })));
+  const others = await Promise.all([1, 2].map(() => house.ask(path))); // which nobody reads
   await leaveQueue(house, ["潮風"]);
   await house.visit({ errors: /503/ }, async (page) => {
     await page.addInitScript(refuseFlac);
@@ -307,7 +307,7 @@ test("when the server converts as many songs as it can, the player waits", async
     await shows(page, "潮風");
     await button(page, "Play").click();
     await bar(page).getByText("The server converts other songs now. Trying again.").waitFor();
-    others.abort();
+    await Promise.all(others.map(({ body }) => body?.cancel()));
     await hear(page);
   });
 });
@@ -370,6 +370,7 @@ test("keys of keyboards and lock screens are for what plays", async () => {
 test("who looks at another page sees what plays in the title", async () => {
   await leaveQueue(house, ["Rain on Glass"]);
   await house.visit({ at: "#/queue" }, async (page) => {
+    await page.getByRole("heading", { name: "Queue" }).waitFor();
     const title = await page.title();
     const hide = (isHidden: boolean) =>
       page.evaluate((hidden) => {
