@@ -87,7 +87,7 @@ function Found({ q, route }: { q: string; route: Route }) {
   }, [total]);
   return (
     <>
-      <ViewHead title={t("search.title_of", { q })} count={total}>
+      <ViewHead title={t("search.title")} count={total}>
         <LibrarySwitch shown={library} />
         <ColumnsButton />
         <MenuButton items={() => songsMenu(songsBy(query, q, total))} />

@@ -1,16 +1,8 @@
 // What can be done with what is selected, at the foot of its list.
-import { openListId } from "../editor/commands.ts";
 import { t } from "../text/index.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
-import {
-  addLabel,
-  addToOpen,
-  addToOther,
-  downloadSongs,
-  playSongs,
-  playSongsNext,
-  queueSongs,
-} from "./deeds.ts";
+import { addLabel, addToOpen, playSongs, songsMenu } from "./deeds.ts";
+import { MenuButton } from "./head.tsx";
 import type { KeptList } from "./lists.ts";
 import type { Songs } from "./songs.ts";
 
@@ -37,7 +29,7 @@ export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
       }}
     >
       <Icon name={icon} />
-      {label}
+      <span class="button-text">{label}</span>
     </button>
   );
   return (
@@ -52,11 +44,13 @@ export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
       </button>
       <strong>{t("count.selected", { count })}</strong>
       {button("add", addLabel(), addToOpen, true)}
-      {openListId.value !== undefined && button("list", t("library.add_to"), addToOther)}
       {button("play", t("library.play"), playSongs)}
-      {button("next", t("library.play_next"), playSongsNext)}
-      {button("queue", t("library.enqueue"), queueSongs)}
-      {button("download", t("library.download"), downloadSongs)}
+      <MenuButton
+        items={() => {
+          const songs = chosen();
+          return songs ? songsMenu(songs) : [];
+        }}
+      />
     </div>
   );
 }
