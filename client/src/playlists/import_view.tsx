@@ -49,7 +49,7 @@ type Wrong = Record<number, string>;
 async function makeLists(ready: readonly ImportJob[], tell: (wrong: Wrong) => void) {
   const wrong: Wrong = {};
   for (const job of ready) {
-    const reason = wrongName(job.name.peek().trim());
+    const reason = wrongName(job.name.peek().trim(), "list", job.library.peek());
     if (reason !== undefined) wrong[job.number] = reason;
     else await job.make().catch((error: unknown) => (wrong[job.number] = reasonAtName(error)));
   }

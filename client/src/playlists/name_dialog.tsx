@@ -1,18 +1,25 @@
 // Asks what a playlist is to be called, and where it is to lie. What the server says against it stands at the field.
 import { useSignal } from "@preact/signals";
 import { useEffect, useId, useRef } from "preact/hooks";
-import type { LibraryName } from "../api/types.ts";
+import type { LibraryName, Playlist } from "../api/types.ts";
 import { t } from "../text/index.ts";
 import { Buttons, Dialog, openDialog } from "../ui/dialog.tsx";
 import { reasonOf } from "../ui/notices.tsx";
+import { user } from "../ui/session.tsx";
 import { isNameTaken } from "./edits.ts";
 
 export const MOST_NAME_BYTES = 250;
 
+/** Rules, and lists that are files alone, have their name as id; ids that are deleted stand between commas. */
+function isNamedById(kind: Playlist["kind"], library: LibraryName) {
+  return kind === "smart" || (library === "personal" && user.peek()?.personal_library === false);
+}
+
 /** Why a name cannot be taken; undefined when it can. */
-export function wrongName(name: string): string | undefined {
+export function wrongName(name: string, kind: Playlist["kind"], library: LibraryName): string | undefined {
   if (name === "") return t("error.name_empty");
   if (new TextEncoder().encode(name).length > MOST_NAME_BYTES) return t("error.name_too_long");
+  if (name.includes(",") && isNamedById(kind, library)) return t("playlists.name_with_comma");
   return name.includes("/") ? t("playlists.name_with_slash") : undefined;
 }
 
@@ -27,6 +34,10 @@ interface Question<T> {
   /** Where it lies at first; without it there is no choice. */
   library?: LibraryName;
   submit: string;
+  /** What is named, when it is no list. */
+  kind?: Playlist["kind"];
+  /** In which library it lies, when that is no choice. */
+  within?: LibraryName;
   /** A sentence above the field. */
   hint?: string;
   /** What is done with the answer; the dialog stays when that fails. */
@@ -108,6 +119,8 @@ function NameQuestion<T>({
   name,
   library: firstLibrary,
   submit,
+  kind = "list",
+  within,
   hint,
   take,
   close,
@@ -126,7 +139,7 @@ function NameQuestion<T>({
   };
   const answer = async () => {
     const text = input.current?.value.trim() ?? "";
-    const reason = wrongName(text);
+    const reason = wrongName(text, kind, within ?? library.value);
     if (reason !== undefined || busy.value) return complain(reason ?? "");
     busy.value = true;
     try {

@@ -44,6 +44,8 @@ export async function askForRename(playlist: Playlist) {
     title: t("playlists.rename"),
     name: playlist.name,
     submit: t("playlists.rename"),
+    kind: playlist.kind,
+    within: playlist.library,
     take: async (name) => {
       if (name !== playlist.name) await renamePlaylist(playlist, name);
     },
@@ -66,6 +68,8 @@ export async function duplicatePlaylist(playlist: Playlist) {
       name: playlist.name,
       submit: t("playlists.make"),
       hint: t("playlists.duplicate_name_taken"),
+      kind: playlist.kind,
+      within: otherLibrary(playlist.library),
       take: (name) => duplicate(playlist, name),
     });
   }

@@ -1,5 +1,5 @@
 // The text of a rule, with a line under what is wrong in it.
-import { useEffect, useId, useRef } from "preact/hooks";
+import { useId, useLayoutEffect, useRef } from "preact/hooks";
 import { t } from "../text/index.ts";
 import type { Draft, Wrong } from "./draft.ts";
 
@@ -13,7 +13,7 @@ export function RuleText({ draft }: { draft: Draft }) {
   const text = draft.text.value;
   const wrong = draft.wrong.value;
   // Not by its attribute: while one writes, the text is what was written, and the caret stays.
-  useEffect(() => {
+  useLayoutEffect(() => {
     if (area.current && area.current.value !== text) area.current.value = text;
   }, [text]);
   const goThere = () => {

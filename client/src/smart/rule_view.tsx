@@ -55,7 +55,7 @@ function NewRule() {
   useEffect(() => input.current?.focus(), []);
   const save = async () => {
     const name = input.current?.value.trim() ?? "";
-    wrong.value = wrongName(name) ?? "";
+    wrong.value = wrongName(name, "smart", library.value) ?? "";
     if (wrong.value !== "") return input.current?.focus();
     try {
       const id = await makeSmart(name, library.value, draft.text.peek());

@@ -269,6 +269,7 @@ export const de: Catalogue = {
   },
   "playlists.not_duplicated": "„{name}“ wurde nicht kopiert.",
   "playlists.duplicate_name_taken": "Eine Playlist dieses Namens gibt es schon. Bitte einen anderen wählen.",
+  "playlists.name_with_comma": "Dieser Name kann kein Komma haben.",
   "playlists.name_with_slash": "Ein Name hat keinen Schrägstrich.",
   "playlists.clear_selection": "Nichts auswählen",
   "playlists.none": "Noch keine Playlists. Titel auswählen und A drücken, oder hier eine anlegen.",

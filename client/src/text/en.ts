@@ -265,6 +265,7 @@ export const en = {
   },
   "playlists.not_duplicated": "“{name}” was not copied.",
   "playlists.duplicate_name_taken": "There is a playlist of that name already. Please choose another.",
+  "playlists.name_with_comma": "This name cannot have a comma.",
   "playlists.name_with_slash": "A name has no slash.",
   "playlists.clear_selection": "Select nothing",
   "playlists.none": "No playlists yet. Select songs and press A, or make one here.",

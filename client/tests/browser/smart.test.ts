@@ -64,7 +64,7 @@ test("a rule is made by the form, and by the text, and both tell the same", () =
     await page.getByLabel("At most").check();
     await page.getByLabel("How many songs at most").fill("3");
     const text = 'title includes "snail"\nor year >= 1900\norder by random\nlimit 3';
-    assert.equal(await textOf(page).inputValue(), text);
+    await waitForText(page, text);
     await count(page).getByText("3 songs").waitFor();
 
     await textOf(page).fill("not (album is empty and rating <= 2) order by title desc");
@@ -90,6 +90,9 @@ test("a name that is taken is told at the field", async () => {
     await page.getByLabel("Name", { exact: true }).fill("Taken");
     await page.getByRole("button", { name: "Save" }).click();
     await page.getByText("There is a playlist of that name already.").waitFor();
+    await page.getByLabel("Name", { exact: true }).fill("Taken, too");
+    await page.getByRole("button", { name: "Save" }).click();
+    await page.getByText("This name cannot have a comma.").waitFor();
   });
 });
 
