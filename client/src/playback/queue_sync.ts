@@ -37,7 +37,7 @@ const isContested = signal(false);
 /** What the player tells: where it is in the current entry, in seconds. */
 let elapsedNow: () => number = () => 0;
 
-export function placeOf(item: Item | undefined) {
+function nameOf(item: Item | undefined) {
   if (!item) return "";
   const artist = artistOf(item);
   return artist === "" ? titleOf(item) : `${titleOf(item)} – ${artist}`;
@@ -168,7 +168,7 @@ async function restore() {
     if (isOwn || page.total === 0) return;
     closeOffer = notify({
       text: t("queue.played_elsewhere", {
-        what: placeOf(queue.current.peek()),
+        what: nameOf(queue.current.peek()),
         elapsed: formatDuration(page.elapsed),
       }),
       action: { label: t("queue.go_on_here"), run: () => goOn() },
