@@ -65,15 +65,13 @@ export class Contents {
 
   /** Loads what is not known of these. Throws OtherVersion when the server has another list by now. */
   async load(ids: Order, stop?: AbortSignal): Promise<void> {
-    for (const { first, end } of this.pagesFor(ids, LARGEST_PAGE)) await this.fetch(first, end - first, stop);
+    for (const { first, end } of this.pagesFor(ids)) await this.fetch(first, end - first, stop);
     if (!this.hasAll(ids)) throw new Error("an entry is neither known nor on the server");
   }
 
   /** The same for what is in view; what is no longer is not waited for. */
   async want(ids: Order): Promise<void> {
-    const pages = this.pagesFor(ids, STRETCH).map(({ first }) => Math.floor(first / STRETCH));
-    const last = this.pagesFor(ids, STRETCH).map(({ end }) => Math.floor((end - 1) / STRETCH));
-    const stretches = new Set([...pages, ...last]);
+    const stretches = new Set(this.unknown(ids).map((place) => Math.floor(place / STRETCH)));
     for (const [stretch, request] of this.asked) if (!stretches.has(stretch)) request.abort();
     const fresh = [...stretches].filter((stretch) => !this.asked.has(stretch));
     await Promise.all(fresh.map((stretch) => this.fetchStretch(stretch)));
@@ -91,18 +89,22 @@ export class Contents {
     }
   }
 
-  /** Ranges of the server's positions, none longer than `longest`, that hold those of these ids that are not known. */
-  private pagesFor(ids: Order, longest: number): { first: number; end: number }[] {
-    const unknown: number[] = [];
+  /** Where the server has those of these that are not known, in ascending order. */
+  private unknown(ids: Order): number[] {
+    const places: number[] = [];
     for (const id of ids) {
       const place = this.items.has(id) ? undefined : this.placeOf(id);
-      if (place !== undefined) unknown.push(place);
+      if (place !== undefined) places.push(place);
     }
-    unknown.sort((a, b) => a - b);
+    return places.sort((a, b) => a - b);
+  }
+
+  /** Ranges of the server's positions that hold those of these ids that are not known. */
+  private pagesFor(ids: Order): { first: number; end: number }[] {
     const pages: { first: number; end: number }[] = [];
-    for (const place of unknown) {
+    for (const place of this.unknown(ids)) {
       const last = pages.at(-1);
-      if (last && place < last.end + NEAR && place < last.first + longest) last.end = place + 1;
+      if (last && place < last.end + NEAR && place < last.first + LARGEST_PAGE) last.end = place + 1;
       else pages.push({ first: place, end: place + 1 });
     }
     return pages;

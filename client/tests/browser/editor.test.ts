@@ -74,6 +74,7 @@ test("songs are moved by keys, and keep focus and selection", async () => {
     await page.getByText("Please give a number from 1 to 5.").waitFor();
     await page.getByLabel("Position of the first").fill("5");
     await page.keyboard.press("Enter");
+    await page.getByText("Moved to 5 of 6").waitFor({ state: "attached" });
     assert.deepEqual(await titles(), [a, d, e, f, b, c]);
     assert.deepEqual(await selected(), ["4", "5"]);
     await page.waitForFunction(() => document.activeElement?.getAttribute("data-index") === "5");
