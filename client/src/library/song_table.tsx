@@ -97,7 +97,10 @@ export function SongTable<T>(props: SongTableProps<T>) {
         }
         onMenu={(index, place) => openMenu(place, t("library.menu"), menuOf(index))}
         lift={lift}
-        rowClass={(row) => (songOf(row)?.id === currentSongId.value ? "current" : "")}
+        rowClass={(row) => {
+          const song = songOf(row);
+          return song && song.id === currentSongId.value ? "current" : "";
+        }}
         lead={props.lead}
         {...(props.sections && { sections: props.sections })}
         empty={props.empty}

@@ -114,6 +114,8 @@ test("who is the artist of albums only has the songs of these", () =>
 
 test("a folder is looked into, and its crumbs lead up again", () =>
   house.visit({ size: PHONE, at: "#/folders" }, async (page) => {
+    await row(page, "The Window Boxes").waitFor();
+    assert.equal(await page.locator(".row.current").count(), 0);
     await row(page, "The Window Boxes").tap();
     await row(page, "Garden Pieces").tap();
     await row(page, "Seed").waitFor();
