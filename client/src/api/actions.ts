@@ -80,9 +80,9 @@ export function rename(id: string, name: string, ifMatch?: string) {
   return act("saveplsname", { id, name }, { ifMatch });
 }
 
-/** Of one library and one kind. */
-export function remove(ids: string[], kind: "list" | "smart", ifMatch?: string) {
-  return act("delete", { [kind === "smart" ? "smartPlaylists" : "playlists"]: ids.join(",") }, { ifMatch });
+/** Lists, of one library. */
+export function remove(ids: string[], ifMatch?: string) {
+  return act("delete", { playlists: ids.join(",") }, { ifMatch });
 }
 
 /** To the other library. */

@@ -22,6 +22,7 @@ export function smartPath(id: string) {
 export interface WholePlaylist {
   playlist: Playlist;
   entries: Entry[];
+  /** Of the list; the tag of a page of it follows its songs, too. */
   version: string | undefined;
 }
 
@@ -36,7 +37,7 @@ async function readOnce(id: string, query: Query, stop?: AbortSignal): Promise<W
     if (next.version !== version || next.body.items.length === 0) return undefined;
     for (const entry of next.body.items) entries.push(entry);
   }
-  return { playlist: first.playlist, entries, version };
+  return { playlist: first.playlist, entries, version: first.playlist.version ?? version };
 }
 
 /** A list with all its entries, as they were at one moment. */

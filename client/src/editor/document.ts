@@ -57,6 +57,8 @@ export class ListDocument implements Saved {
   server: ServerState = { order: EMPTY, version: undefined };
   readonly saver = new Saver(this);
   private readonly firstId: string;
+  /** When it was looked at last: the tag of its page, which also tells of its songs, and its version. */
+  private seen: { tag: string | undefined; version: string | undefined } | undefined;
   private nextId = 0;
   private replaces = new Map<number, number>();
   private opening: Promise<void> | undefined;
@@ -379,8 +381,11 @@ export class ListDocument implements Saved {
   }
 
   async versionNow() {
-    const options = { ifNoneMatch: this.server.version };
-    return (await ask<PlaylistPage>(playlistPath(this.listId), { limit: 1 }, options)).version;
+    const options = { ifNoneMatch: this.seen?.tag };
+    const path = playlistPath(this.listId);
+    const { body, version: tag } = await ask<PlaylistPage | undefined>(path, { limit: 1 }, options);
+    if (body) this.seen = { tag, version: body.playlist.version };
+    return this.seen?.version;
   }
 
   async reload(doubts: readonly Order[]) {
@@ -396,13 +401,15 @@ export class ListDocument implements Saved {
     });
     const ours = this.order.peek();
     const merged = merge(base, ours, found.order, this.replaces);
-    const fits = merged.order.length <= MOST_ENTRIES;
-    if (!fits) notify({ text: t("editor.too_many", { count: MOST_ENTRIES }), kind: "error" });
+    // The server refuses what is too long, and ours stays to be seen, unsaved.
+    if (merged.order.length > MOST_ENTRIES) {
+      notify({ text: t("editor.too_many", { count: MOST_ENTRIES }), kind: "error" });
+    }
     this.tell(base, ours, found, merged.lost);
     batch(() => {
       this.playlist.value = playlist;
       this.server = { order: found.order, version };
-      this.show(fits ? merged.order : found.order);
+      this.show(merged.order);
     });
   }
 

@@ -96,6 +96,11 @@ async function sendEdits(id: string) {
   if (!saver.isDone) throw new RequestError(0, undefined);
 }
 
+async function removeOne({ id, kind }: Pick<Playlist, "id" | "kind">, version?: string) {
+  if (kind === "smart") await ask(smartPath(id), {}, { method: "DELETE", ifMatch: version });
+  else await actions.remove([id], version);
+}
+
 /** Deletes it as it was read, so that nothing is lost that undoing would not bring back. */
 async function takeAway(playlist: Playlist, stop?: AbortSignal): Promise<Snapshot> {
   const { id, name, library, kind } = playlist;
@@ -103,7 +108,7 @@ async function takeAway(playlist: Playlist, stop?: AbortSignal): Promise<Snapsho
   for (let tries = 1; ; tries++) {
     const { content, version } = await contentOf(playlist, stop);
     try {
-      await actions.remove([id], kind === "smart" ? "smart" : "list", version);
+      await removeOne({ id, kind }, version);
       return { id, name, library, content };
     } catch (error) {
       if (!isStale(error) || tries === MOST_TRIES) throw error;
@@ -175,17 +180,11 @@ export async function duplicate(playlist: Playlist, name: string) {
   await refreshPlaylists();
 }
 
-/** Rules have no name of their own to change: one is made of the other name, and the old one goes. */
+/** The name is the id of a rule, so it has another one then. */
 async function renameSmart(playlist: Playlist, name: string) {
   const { content, version } = await contentOf(playlist);
-  const id = await makeOnce({ name, library: playlist.library, content });
-  try {
-    await actions.remove([playlist.id], "smart", version);
-  } catch (error) {
-    await actions.remove([id], "smart");
-    throw error;
-  }
-  return id;
+  const options = { method: "PUT", body: { name, ...content }, ifMatch: version } as const;
+  return (await ask<Rule>(smartPath(playlist.id), {}, options)).body.playlist.id;
 }
 
 /** Where lists are files without rows, their names are their ids. */
@@ -213,7 +212,7 @@ export async function renamePlaylist(playlist: Playlist, name: string) {
 
 /** Deletes one that cannot be read, so that nothing could bring it back. */
 export async function deleteForGood({ id, kind }: Playlist) {
-  await actions.remove([id], kind === "smart" ? "smart" : "list");
+  await removeOne({ id, kind });
   await refreshPlaylists();
 }
 

@@ -59,7 +59,7 @@ async function main() {
     const albums = (await house.get<{ items: Named[] }>("api/albums")).items;
     const garden = albums.find(({ name }) => name === "Garden Pieces");
     await take(house, "desktop", { at: "#/albums" }, async (page) => {
-      await page.evaluate(`localStorage.setItem("open_list", ${JSON.stringify(list)})`);
+      await page.evaluate(`localStorage.setItem("open_list:anna", ${JSON.stringify(JSON.stringify(list))})`);
       await page.reload();
       await page.getByRole("complementary").getByText("Rainy Sunday").first().waitFor();
       await page.getByRole("main").getByText("Garden Pieces").first().waitFor();
