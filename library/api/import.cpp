@@ -7,6 +7,7 @@
 #include "playlists/playlist_text.h"
 #include "web/answer.h"
 #include "web/header_value.h"
+#include "web/json_text.h"
 #include "web/output.h"
 #include "web/parameters.h"
 #include "web/request.h"
@@ -126,7 +127,7 @@ public:
     Json::Value json = ImportedJson(entry);
     json["position"] = Json::Int64{total_};
     text_ += total_++ == 0 ? "" : ",";
-    text_ += web::ToJson(json);
+    text_ += web::JsonText(json);
     unmatched_ += entry.match == catalog::Match::kNone ? 1 : 0;
     if (text_.size() >= kMostHeld) {
       Send();

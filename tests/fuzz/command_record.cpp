@@ -65,10 +65,14 @@ void Check(const ControlPlayer &command) {
 }
 
 void Check(const LoadSongs &command) {
-  const Command again =
-      ParseRecord(Record(command.replaces ? 1011 : 1012, Numbers({command.player})));
+  const std::string record =
+      command.place == Place::kReplace  ? Record(1011, Numbers({command.player, command.begin}))
+      : command.place == Place::kAppend ? Record(1012, Numbers({command.player}))
+                                        : Record(1013, Numbers({command.player}));
+  const Command again = ParseRecord(record);
   Require(std::get<LoadSongs>(again).player == command.player &&
-          std::get<LoadSongs>(again).replaces == command.replaces);
+          std::get<LoadSongs>(again).place == command.place &&
+          std::get<LoadSongs>(again).begin == command.begin);
 }
 
 void CheckRecord(const std::string &record) {

@@ -29,10 +29,11 @@ export function TileView<T>(props: TileViewProps<T>) {
   const { source, label } = props;
   const total = source.total.value ?? 0;
   void source.revision.value;
-  const lanes = useSignal(4);
-  const tileWidth = useSignal(176);
+  const lanes = useSignal(0); // until the width is known, so that no place is looked for among other rows
+  const tileWidth = useSignal(0);
   const rowHeight = tileWidth.value + LINES;
-  const viewport = useViewport(Math.ceil(total / lanes.value), rowHeight, { place: props.place });
+  const rowCount = lanes.value === 0 ? 0 : Math.ceil(total / lanes.value);
+  const viewport = useViewport(rowCount, rowHeight, { place: props.place });
   const { width } = viewport;
   useLayoutEffect(() => {
     if (width === 0) return;
@@ -123,7 +124,7 @@ export function TileView<T>(props: TileViewProps<T>) {
       <div
         role="grid"
         aria-label={label}
-        aria-rowcount={source.total.value === undefined ? -1 : Math.ceil(total / lanes.value)}
+        aria-rowcount={source.total.value === undefined ? -1 : rowCount}
         aria-colcount={lanes.value}
         aria-busy={source.total.value === undefined && !source.error.value}
         tabIndex={total === 0 ? 0 : -1}

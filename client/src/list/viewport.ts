@@ -90,6 +90,11 @@ export function useViewport(rows: number, rowHeight: number, options: Options = 
   useLayoutEffect(() => {
     if (place && isThere && place.top !== shownTop) scrollTo(Math.min(place.top, extent.whole - view));
   }, [place, isThere, extent.whole]);
+  // What is above the rows may become higher, and they stay where they are.
+  useLayoutEffect(() => {
+    if (scroller.current && shownTop > 0)
+      scroller.current.scrollTop = scrollFor(extent, shownTop) + size.lead;
+  }, [size.lead]);
   const show = useCallback(
     (row: number) => {
       const newTop = topToShow(row, rowHeight, shownTop, view);

@@ -13,7 +13,7 @@ const isAction = (url: URL) => url.pathname.endsWith("audio_playlist.cgi");
 async function loseAnswers(page: Page) {
   await page.route(isAction, async (route) => {
     await route.fetch();
-    await route.abort();
+    await route.abort().catch(() => undefined); // the page may have gone with its request
   });
   const failed = page.waitForEvent("requestfailed", (request) => isAction(new URL(request.url())));
   return { lost: async () => void (await failed) };

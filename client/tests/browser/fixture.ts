@@ -217,6 +217,7 @@ interface Violation {
 
 // What axe finds wrong with the page as it is now, or with a part of it.
 export async function expectNoViolations(page: Page, part = "html") {
+  await page.locator(part).first().waitFor();
   if (!(await page.evaluate("'axe' in window"))) await page.evaluate(`${AXE}; undefined`);
   const found = (await page.evaluate(
     `axe.run(${JSON.stringify(part)}).then((result) => result.violations)`,

@@ -7,7 +7,6 @@ import { DESKTOP, expectNoViolations, openHouse, SIZES, takePicture } from "./fi
 const house = openHouse();
 const field = (page: Page) => page.getByRole("searchbox", { name: "Search everything" });
 const row = (page: Page, name: string) => page.getByRole("row", { name });
-const focused = (page: Page) => page.evaluate(() => document.activeElement?.textContent ?? "");
 
 for (const size of SIZES) {
   test(`artists, albums, playlists and songs are found on a ${size.name}`, async () => {
@@ -42,10 +41,10 @@ test("results are walked through, opened and played by keys alone", () =>
     await page.keyboard.type("garden");
     await page.getByRole("group", { name: "Albums" }).waitFor();
     await page.keyboard.press("ArrowDown");
-    assert.match(await focused(page), /Garden Pieces/);
+    await page.locator(":focus").filter({ hasText: "Garden Pieces" }).waitFor();
     await page.keyboard.press("ArrowDown");
     await page.keyboard.press("ArrowDown");
-    assert.match(await page.evaluate(() => document.activeElement?.getAttribute("role") ?? ""), /row/);
+    await page.locator("[role=row]:focus").waitFor();
     const kept = page.waitForRequest(
       (request) => request.url().includes("api/queue") && request.method() === "PUT",
     );
@@ -53,9 +52,9 @@ test("results are walked through, opened and played by keys alone", () =>
     assert.equal(((await kept).postDataJSON() as { items: unknown[] }).items.length, 4);
     await page.keyboard.press("ArrowUp");
     await page.keyboard.press("ArrowUp");
-    assert.match(await focused(page), /Garden Pieces/);
+    await page.locator(":focus").filter({ hasText: "Garden Pieces" }).waitFor();
     await page.keyboard.press("ArrowUp");
-    assert.equal(await field(page).evaluate((input) => input === document.activeElement), true);
+    await field(page).and(page.locator(":focus")).waitFor();
     await page.keyboard.press("ArrowDown");
     await page.keyboard.press("Enter");
     await page.getByRole("heading", { name: "Garden Pieces" }).waitFor();
