@@ -38,10 +38,9 @@ export function speakFor(name: string | undefined) {
   else localStorage.setItem(LOGGED_IN, name);
 }
 
-/** All pages of a browser share a session: somebody else may have logged in at another one. */
-function isSomebodyElseHere() {
-  const name = localStorage.getItem(LOGGED_IN);
-  return speaker !== undefined && name !== null && name !== speaker;
+/** All pages of a browser share a session: somebody else may have logged in at another one, or this user out. */
+function isSpeakerGone() {
+  return speaker !== undefined && localStorage.getItem(LOGGED_IN) !== speaker;
 }
 
 /** Calls `run` when somebody logs in or out at another page of this browser. */
@@ -94,7 +93,7 @@ function encode(body: unknown): { content?: BodyInit; type?: string } {
 }
 
 export async function send(url: string, options: Options): Promise<Response> {
-  if (!options.asAnybody && isSomebodyElseHere()) {
+  if (!options.asAnybody && isSpeakerGone()) {
     refusals.value++;
     throw new RequestError(401, undefined);
   }

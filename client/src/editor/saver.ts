@@ -48,6 +48,7 @@ export class Saver {
   /** Goes on as if nothing had been sent but these, of which nobody knows whether they were done. */
   resume(doubts: readonly Order[]) {
     this.doubts = doubts;
+    this.state.value = { kind: "saving" };
   }
 
   /** Whether an edit is on its way. */

@@ -60,6 +60,7 @@ document.addEventListener("visibilitychange", () => {
 });
 
 export async function logIn(name: string, password: string) {
+  speakFor(undefined); // nothing of who was here goes out with the new session
   await ask("session", {}, { method: "POST", body: { name, password }, asAnybody: true });
   await loadSession();
 }
@@ -72,9 +73,11 @@ export async function logOut(everywhere = false) {
 
 onOtherLogin(() => void loadSession());
 
-// A session that has ended is noticed by whichever request is refused first.
+// A session that has ended is noticed by whichever request is refused first; the others wait for who is here next.
 effect(() => {
-  if (refusals.value > 0 && user.peek()) user.value = null;
+  if (refusals.value === 0 || !user.peek()) return;
+  user.value = null;
+  speakFor(undefined);
 });
 
 export function LoginPage() {
