@@ -117,11 +117,13 @@ export async function send(url: string, options: Options): Promise<Response> {
   }
 }
 
-/** What a body says; a connection that breaks in the middle of it is none. */
+/** What a body says. One that is not the server's, or breaks off, is none: something else answers on the way. */
 export async function readJson(response: Response): Promise<unknown> {
   try {
     const text = await response.text();
-    return text === "" ? undefined : JSON.parse(text);
+    const body: unknown = text === "" ? undefined : JSON.parse(text);
+    if (body === null || (body !== undefined && typeof body !== "object")) throw new SyntaxError(text);
+    return body;
   } catch (error) {
     if (isAborted(error)) throw error;
     throw new RequestError(response.ok ? 0 : response.status, undefined);

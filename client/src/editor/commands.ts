@@ -41,6 +41,6 @@ effect(() => {
 async function resumeEdits() {
   const lists = await listsWithPending();
   if (lists.length === 0) return;
-  const { documentOf } = await import("./documents.ts");
-  for (const list of lists) documentOf(list);
+  const { resumeEditsOf } = await import("./documents.ts");
+  for (const list of lists) resumeEditsOf(list);
 }

@@ -23,7 +23,7 @@ import {
   type Order,
   removed,
 } from "./order.ts";
-import { forgetPending, keepPending, type Pending, pendingOf } from "./pending.ts";
+import { forgetPending, keepPending, newPendingKey, type Pending, takePending } from "./pending.ts";
 import { type Saved, Saver } from "./saver.ts";
 
 /** What somebody else did, and what became of the edits that were not sent yet. */
@@ -59,12 +59,14 @@ export class ListDocument implements Saved {
   private readonly firstId: string;
   /** When it was looked at last: the tag of its page, which also tells of its songs, and its version. */
   private seen: { tag: string | undefined; version: string | undefined } | undefined;
+  private readonly pendingKey: string;
   private nextId = 0;
   private replaces = new Map<number, number>();
   private opening: Promise<void> | undefined;
 
   constructor(id: string) {
     this.firstId = id;
+    this.pendingKey = newPendingKey(id);
     this.contents = new Contents(
       () => this.listId,
       () => this.server,
@@ -107,7 +109,7 @@ export class ListDocument implements Saved {
   }
 
   private async load() {
-    const pending = await pendingOf(this.listId);
+    const pending = await takePending(this.listId, this.pendingKey);
     if (pending) this.restore(pending);
     try {
       await this.loadFirst(pending !== undefined);
@@ -338,7 +340,7 @@ export class ListDocument implements Saved {
         if (item) items.set(id, item);
       }
     }
-    return keepPending({
+    return keepPending(this.pendingKey, {
       list: this.listId,
       name: this.playlist.peek()?.name ?? "",
       server: order,
@@ -351,7 +353,7 @@ export class ListDocument implements Saved {
   }
 
   forget() {
-    return forgetPending(this.listId);
+    return forgetPending(this.pendingKey);
   }
 
   /** Gives up what was not sent. */

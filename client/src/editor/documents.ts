@@ -18,6 +18,13 @@ export function documentOf(id: string): ListDocument {
   return document;
 }
 
+/** Several pages may have left edits of one list: each has a document that sends them, and the first one is shown. */
+export function resumeEditsOf(id: string) {
+  const document = new ListDocument(id);
+  documents.value = new Map(documents.peek()).set(`${id} ${documents.peek().size}`, document);
+  void document.open();
+}
+
 // Who is logged out has nothing to wait for: the edits are kept until they come back.
 window.addEventListener("beforeunload", (event) => {
   if (user.peek() && unsaved.peek() > 0) event.preventDefault();

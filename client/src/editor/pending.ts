@@ -43,9 +43,18 @@ async function store(mode: IDBTransactionMode) {
 }
 
 const PART = "\n";
+const PAGE = `${Date.now()}-${Math.random()}`;
+let lastNumber = 0;
 
-function keyOf(list: string) {
-  return `${ownerOfPage() ?? ""}${PART}${list}`;
+/** What the edits of one document are kept as: several pages may have such of one list. */
+export type PendingKey = string;
+
+export function newPendingKey(list: string): PendingKey {
+  return [ownerOfPage() ?? "", list, PAGE, ++lastNumber].join(PART);
+}
+
+function pageOf(key: PendingKey) {
+  return key.split(PART)[2] ?? "";
 }
 
 /** A browser may have no room, or no database at all: then edits last as long as the page. */
@@ -58,24 +67,57 @@ async function orNothing<T>(work: () => Promise<T>): Promise<T | undefined> {
   }
 }
 
-export function keepPending(pending: Pending) {
-  return orNothing(async () => result((await store("readwrite")).put(pending, keyOf(pending.list))));
+export function keepPending(key: PendingKey, pending: Pending) {
+  return orNothing(async () => result((await store("readwrite")).put(pending, key)));
 }
 
-export function forgetPending(list: string) {
-  return orNothing(async () => result((await store("readwrite")).delete(keyOf(list))));
+export function forgetPending(key: PendingKey) {
+  return orNothing(async () => result((await store("readwrite")).delete(key)));
 }
 
-export function pendingOf(list: string) {
-  return orNothing(async () => result<Pending | undefined>((await store("readonly")).get(keyOf(list))));
+// Which pages are open is asked of them.
+
+const ANSWERS_WITHIN = 300; // milliseconds
+const channel = new BroadcastChannel(DATABASE);
+const heard = new Set<string>();
+channel.addEventListener("message", ({ data }: MessageEvent<string>) => {
+  if (data === "") channel.postMessage(PAGE);
+  else heard.add(data);
+});
+
+async function openPages() {
+  channel.postMessage("");
+  await new Promise((resolve) => setTimeout(resolve, ANSWERS_WITHIN));
+  return heard;
 }
 
-/** The lists that this user has unsent edits of. */
+/** What this user's pages have left that are open no more: of these lists, of some several times. */
+async function leftKeys(): Promise<PendingKey[]> {
+  const keys = (await orNothing(async () => result((await store("readonly")).getAllKeys()))) ?? [];
+  const own = `${ownerOfPage() ?? ""}${PART}`;
+  const others = keys.map(String).filter((key) => key.startsWith(own) && pageOf(key) !== PAGE);
+  if (others.length === 0) return [];
+  const open = await openPages();
+  return others.filter((key) => !open.has(pageOf(key)));
+}
+
 export async function listsWithPending(): Promise<string[]> {
-  const keys = await orNothing(async () => result((await store("readonly")).getAllKeys()));
-  const own = keyOf("");
-  return (keys ?? [])
-    .map(String)
-    .filter((key) => key.startsWith(own))
-    .map((key) => key.slice(own.length));
+  return (await leftKeys()).map((key) => key.split(PART)[1] ?? "");
+}
+
+/** Takes over what an earlier page has left of a list; undefined when there is none, or another page was quicker. */
+export async function takePending(list: string, as: PendingKey): Promise<Pending | undefined> {
+  for (const key of await leftKeys()) {
+    if (key.split(PART)[1] !== list) continue;
+    const pending = await orNothing(() => moved(key, as));
+    if (pending) return pending;
+  }
+  return undefined;
+}
+
+async function moved(key: PendingKey, as: PendingKey) {
+  const all = await store("readwrite");
+  const pending = await result<Pending | undefined>(all.get(key));
+  if (pending) await Promise.all([result(all.put(pending, as)), result(all.delete(key))]);
+  return pending;
 }

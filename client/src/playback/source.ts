@@ -25,5 +25,6 @@ export function sourceOfSong(song: Pick<Song, "id">, format: Format, at: number)
 
 export function sourceOf(item: Item, at: number, can: Abilities, failed: boolean): Source | undefined {
   if (item.song) return sourceOfSong(item.song, formatFor(item.song.type, can, failed), at);
-  return item.stream === undefined ? undefined : { url: item.stream, format: "stream", base: 0 };
+  const isWeb = /^https?:/i.test(item.stream ?? ""); // lists may name any address
+  return item.stream !== undefined && isWeb ? { url: item.stream, format: "stream", base: 0 } : undefined;
 }

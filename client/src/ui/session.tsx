@@ -23,8 +23,11 @@ export function ownerOfPage() {
   return owner;
 }
 
+const TRIES_EVERY = 5000; // milliseconds, as long as the server gives no answer
+let nextTry = 0;
+
 export async function loadSession() {
-  failure.value = undefined;
+  clearTimeout(nextTry);
   try {
     const login = (await ask<Login>("session", {}, { asAnybody: true })).body;
     if (owner !== undefined && owner !== login.name) return leaveTo(login.name);
@@ -32,11 +35,25 @@ export async function loadSession() {
     speakFor(owner);
     overview.value = (await ask<Overview>("")).body;
     user.value = login;
+    failure.value = undefined;
   } catch (error) {
-    if (error instanceof RequestError && error.status === 401) user.value = null;
-    else if (!user.peek()) failure.value = error;
+    failed(error);
   }
 }
+
+function failed(error: unknown) {
+  const isRefused = error instanceof RequestError && error.status === 401;
+  if (isRefused) user.value = null;
+  if (user.peek()) return;
+  failure.value = isRefused ? undefined : error;
+  if (error instanceof RequestError && error.isPassing) {
+    nextTry = window.setTimeout(() => void loadSession(), TRIES_EVERY);
+  }
+}
+
+window.addEventListener("online", () => {
+  if (failure.peek()) void loadSession();
+});
 
 function leaveTo(name: string) {
   user.value = null;

@@ -174,3 +174,39 @@ test("an edit that was done, but whose answer was lost with the page, is not don
     );
   });
 });
+
+test("two pages that are closed with edits of one list lose neither", async () => {
+  const id = await makeList(house, "Two pages", 5);
+  const [, b, c, d, e] = await titlesOf(house, id);
+  await house.visit({ errors: FAILED }, async (first) => {
+    await openInPanel(first, id);
+    const second = await first.context().newPage();
+    await second.goto("./");
+    await panelOf(second).saved();
+    const third = await first.context().newPage();
+    for (const [page, at] of [
+      [first, 0],
+      [second, 4],
+    ] as const) {
+      await page.route(isAction, (route) => route.abort());
+      await panelOf(page).row(at).click();
+      await page.keyboard.press("Delete");
+      await panelOf(page).panel.getByText("Not saved: no connection. Will try again.").waitFor();
+    }
+    await first.close();
+    // The second one lives: its edit is its own.
+    const sent = third.waitForResponse((response) => isAction(new URL(response.url())));
+    await third.goto("./");
+    await sent;
+    await panelOf(third).saved();
+    assert.deepEqual(await titlesOf(house, id), [b, c, d, e]);
+    await second.close();
+    const refused = third.waitForResponse((response) => response.status() === 412);
+    const again = refused.then(() =>
+      third.waitForResponse((response) => response.status() === 200 && isAction(new URL(response.url()))),
+    );
+    await third.reload();
+    await again;
+    assert.deepEqual(await titlesOf(house, id), [b, c, d]);
+  });
+});

@@ -39,3 +39,33 @@ test("script and style of the first page are small", () =>
     console.error(`script and style of the first page: ${sum} bytes, compressed`);
     assert.ok(sum <= FIRST_PAGE_BYTES, `${sum} bytes`);
   }));
+
+test("a page that was opened without its server goes on when that is back", () =>
+  house.visit({ errors: /Failed to load resource|ERR_/ }, async (page) => {
+    await page.evaluate(async () => {
+      await navigator.serviceWorker.ready;
+    });
+    await house.stop();
+    await page.reload();
+    await page.getByRole("alert").getByText("No connection to the server.").waitFor();
+    await house.start();
+    await page.getByRole("main", { name: "" }).getByRole("grid").first().waitFor();
+  }));
+
+test("what answers in the place of the server is not taken for it", async () => {
+  for (const body of ["<html>Welcome to the hotel</html>", '{"total": 5, "items": [', "null", "5"]) {
+    await house.visit({}, async (page) => {
+      await page.route(/\/api\/artists/, (route) => route.fulfill({ contentType: "application/json", body }));
+      await page.goto("#/artists");
+      await page.getByRole("alert").getByText("No connection to the server.").waitFor();
+      await page.unroute(/\/api\/artists/);
+      await page.getByRole("button", { name: "Try again" }).click();
+      await page.getByRole("grid").getByRole("row").nth(1).waitFor();
+    });
+  }
+});
+
+test("an address of no view is none, whatever its name", () =>
+  house.visit({ at: "#/constructor" }, async (page) => {
+    await page.getByRole("heading", { name: "There is nothing at this address." }).waitFor();
+  }));
