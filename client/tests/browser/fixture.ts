@@ -167,7 +167,11 @@ export class House {
         await body(page);
         assert.deepEqual(wrong, []);
       } catch (error) {
-        console.error(await page.locator("body").ariaSnapshot(), wrong);
+        const seen = await page
+          .locator("body")
+          .ariaSnapshot()
+          .catch(() => "the page is closed");
+        console.error(seen, wrong);
         throw error;
       }
     } finally {
