@@ -27,6 +27,8 @@ async function choose(page: Page, ...files: ReturnType<typeof fileOf>[]) {
   await page.locator('input[type="file"]').setInputFiles(files);
 }
 
+const MOST_MOVES = 1000;
+
 /** As a person's hand drops them, from the desktop. */
 async function drop(page: Page, ...files: { name: string; text: string }[]) {
   const transfer = await page.evaluateHandle((list) => {
@@ -34,8 +36,12 @@ async function drop(page: Page, ...files: { name: string; text: string }[]) {
     for (const { name, text } of list) data.items.add(new File([text], name));
     return data;
   }, files);
-  await page.dispatchEvent("body", "dragover", { dataTransfer: transfer });
-  await page.getByText("Drop playlist files here").waitFor();
+  // A hand goes on moving until the page has seen it, which may just have opened.
+  for (let moves = 0; moves < MOST_MOVES; moves++) {
+    await page.dispatchEvent("body", "dragover", { dataTransfer: transfer });
+    if (await page.getByText("Drop playlist files here").isVisible()) break;
+    await page.evaluate(() => new Promise(requestAnimationFrame));
+  }
   await takePicture(page, "import-drop");
   await page.dispatchEvent("body", "drop", { dataTransfer: transfer });
 }
