@@ -38,8 +38,10 @@ export function SearchField() {
   });
   const { segments, query } = route.value;
   const shown = segments[0] === "search" ? (query.get("q") ?? "") : "";
+  // The address comes after what is typed, so it has nothing to say to who types.
   useEffect(() => {
-    if (input.current && input.current.value.trim() !== shown) input.current.value = shown;
+    const isTyping = document.activeElement === input.current;
+    if (input.current && !isTyping) input.current.value = shown;
   }, [shown]);
   const onKeyDown = (event: KeyboardEvent) => {
     if (event.isComposing || !input.current) return;

@@ -44,7 +44,11 @@ export class PagedSource<T> implements ListSource<T> {
     this.end = Math.max(end, first + 1);
     if (this.error.peek()) return;
     const wanted = this.wanted();
-    for (const [stretch, request] of this.asked) if (!wanted.includes(stretch)) request.abort();
+    for (const [stretch, request] of this.asked) {
+      if (wanted.includes(stretch)) continue;
+      request.abort();
+      this.asked.delete(stretch); // so that it is asked for again by who scrolls back at once
+    }
     for (const stretch of wanted) this.ask(stretch);
   }
 
