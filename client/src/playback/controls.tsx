@@ -41,6 +41,24 @@ export function Nothing() {
   return <p class="soft">{trouble.value ? name.value : t("players.silent", { name: name.value })}</p>;
 }
 
+/** A link to a view of the library; a plain text where the id is not known. */
+function Line(props: { class: string; text: string; at: [view: string, id: number | undefined] }) {
+  const { text, at } = props;
+  const [view, id] = at;
+  if (id !== undefined) {
+    return (
+      <a class={props.class} title={text} href={linkTo([view, id])}>
+        {text}
+      </a>
+    );
+  }
+  return (
+    <span class={props.class} title={text}>
+      {text}
+    </span>
+  );
+}
+
 /** Title and artist; both lead to where the song is from. */
 export function What({ item }: { item: Item }) {
   const { song } = item;
@@ -48,24 +66,8 @@ export function What({ item }: { item: Item }) {
   const artist = artistOf(item);
   return (
     <div class="playing-what">
-      {song?.album_id === undefined ? (
-        <span class="playing-title" title={title}>
-          {title}
-        </span>
-      ) : (
-        <a class="playing-title" title={title} href={linkTo(["albums", song.album_id])}>
-          {title}
-        </a>
-      )}
-      {song?.artist_id === undefined ? (
-        <span class="playing-artist" title={artist}>
-          {artist}
-        </span>
-      ) : (
-        <a class="playing-artist" title={artist} href={linkTo(["artists", song.artist_id])}>
-          {artist}
-        </a>
-      )}
+      <Line class="playing-title" text={title} at={["albums", song?.album_id]} />
+      <Line class="playing-artist" text={artist} at={["artists", song?.artist_id]} />
     </div>
   );
 }

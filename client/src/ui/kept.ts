@@ -11,7 +11,7 @@ export function keptForUser<T>(name: string, initial: T, isRight: (value: unknow
     const now = user.value ? `${name}:${user.value.name}` : undefined;
     if (now === key) return;
     key = undefined; // what belongs to another user is not written
-    kept.value = now === undefined ? initial : read(now, initial, isRight);
+    kept.value = now === undefined ? initial : readKept(now, initial, isRight);
     key = now;
   });
   effect(() => {
@@ -23,7 +23,8 @@ export function keptForUser<T>(name: string, initial: T, isRight: (value: unknow
   return kept;
 }
 
-function read<T>(key: string, initial: T, isRight: (value: unknown) => value is T): T {
+/** What the browser keeps under this key, or `initial` where that is nothing, or not what it may be. */
+export function readKept<T>(key: string, initial: T, isRight: (value: unknown) => value is T): T {
   try {
     const value: unknown = JSON.parse(localStorage.getItem(key) ?? "null");
     return isRight(value) ? value : initial;
