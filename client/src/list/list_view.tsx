@@ -3,9 +3,8 @@
 import { useSignal } from "@preact/signals";
 import type { ComponentChildren, JSX } from "preact";
 import { useEffect, useLayoutEffect, useMemo, useRef } from "preact/hooks";
-import { t } from "../text/index.ts";
+import { Failure } from "../ui/failure.tsx";
 import { Icon } from "../ui/icon.tsx";
-import { reasonOf } from "../ui/notices.tsx";
 import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
 import { Selection } from "./selection.ts";
 import type { ListSource } from "./source.ts";
@@ -249,14 +248,7 @@ export function ListEnd({ source, empty }: { source: ListSource<unknown>; empty:
   return (
     <>
       {source.total.value === 0 && <div class="empty">{empty}</div>}
-      {error && (
-        <div class="list-error" role="alert">
-          <p>{reasonOf(error)}</p>
-          <button type="button" class="button" onClick={() => source.retry()}>
-            {t("retry")}
-          </button>
-        </div>
-      )}
+      {error && <Failure error={error} retry={() => source.retry()} />}
     </>
   );
 }
