@@ -98,11 +98,11 @@ export class House {
     assert.equal(answer.error, undefined);
   }
 
-  // The web server dies, and comes back at the same address.
+  // The web server dies, and comes back at the same address, at the end of the visit at the latest.
   stop = () => this.command({ do: "stop" });
   start = () => this.command({ do: "start" });
 
-  // The same of the player, which forgets its queue.
+  // The same of the player, which forgets its queue, and comes back when it is told to.
   stopPlayer = () => this.command({ do: "stop player" });
   startPlayer = () => this.command({ do: "start player" });
 
@@ -176,6 +176,7 @@ export class House {
       }
     } finally {
       await context.close();
+      await this.start(); // unless it is there
     }
   }
 
