@@ -4,6 +4,7 @@ import { useRef } from "preact/hooks";
 import { language, languages, setLanguage, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { showKeys } from "../ui/keys.tsx";
+import { withPart } from "../ui/lazy.tsx";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
 import { goTo } from "../ui/router.ts";
@@ -36,9 +37,11 @@ async function leave(everywhere: boolean) {
   }
 }
 
-async function askForPassword() {
-  const { changePassword } = await import("./password_dialog.tsx");
-  await changePassword();
+function askForPassword() {
+  return withPart(
+    () => import("./password_dialog.tsx"),
+    ({ changePassword }) => changePassword(),
+  );
 }
 
 /** As who speaks a language calls it. */

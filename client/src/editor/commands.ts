@@ -3,6 +3,7 @@ import { effect } from "@preact/signals";
 import type { Item } from "../list/items.ts";
 import { idNow } from "../ui/history.ts";
 import { keptForUser } from "../ui/kept.ts";
+import { fetchPart } from "../ui/lazy.tsx";
 import { user } from "../ui/session.tsx";
 import { listsWithPending } from "./pending.ts";
 
@@ -24,10 +25,9 @@ export function closeList() {
 
 /** Adds to the end of a list, whether it is open or not, and remembers that for undo. */
 export async function appendTo(id: string, items: Item[]) {
-  const [{ documentOf }, { addTo }] = await Promise.all([
-    import("./documents.ts"),
-    import("./list_edits.ts"),
-  ]);
+  const [{ documentOf }, { addTo }] = await fetchPart(() =>
+    Promise.all([import("./documents.ts"), import("./list_edits.ts")]),
+  );
   const document = documentOf(id);
   await document.ready();
   await addTo(document, items);
@@ -41,6 +41,6 @@ effect(() => {
 async function resumeEdits() {
   const lists = await listsWithPending();
   if (lists.length === 0) return;
-  const { resumeEditsOf } = await import("./documents.ts");
+  const { resumeEditsOf } = await fetchPart(() => import("./documents.ts"));
   for (const list of lists) resumeEditsOf(list);
 }

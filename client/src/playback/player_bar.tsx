@@ -3,7 +3,7 @@ import { t } from "../text/index.ts";
 import { openDialog } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { useKeys } from "../ui/keys.tsx";
-import { notifyFailure } from "../ui/notices.tsx";
+import { withPart } from "../ui/lazy.tsx";
 import { linkTo } from "../ui/router.ts";
 import {
   Cover,
@@ -23,13 +23,11 @@ import { PlayerMenuButton } from "./player_menu.tsx";
 import { player } from "./players.ts";
 import { StarButton } from "./star_button.tsx";
 
-async function openSheet() {
-  try {
-    const { PlayerSheet } = await import("./player_sheet.tsx");
-    await openDialog((close) => <PlayerSheet close={close} />);
-  } catch (error) {
-    notifyFailure("", error, () => void openSheet());
-  }
+function openSheet() {
+  return withPart(
+    () => import("./player_sheet.tsx"),
+    ({ PlayerSheet }) => openDialog((close) => <PlayerSheet close={close} />),
+  );
 }
 
 export function PlayerBar() {

@@ -1,15 +1,16 @@
 // The language of the page. A language is a file beside this one; see client/README.md.
 import { computed, signal } from "@preact/signals";
 import { en } from "./en.ts";
+import type { parts } from "./en_parts.ts";
 
 /** A text, or one for each plural category of its number `count` (CLDR's, as Intl.PluralRules has them). */
 export type Text = string | { one: string; other: string; few?: string; many?: string };
-export type Catalogue = Record<keyof typeof en, Text>;
-export type TextKey = keyof typeof en;
+export type TextKey = keyof typeof en | keyof typeof parts;
+export type Catalogue = Record<TextKey, Text>;
 
-/** All but English are fetched when somebody reads them. */
+/** All but the English texts of the first page are fetched when somebody reads them. */
 const catalogues: Record<string, () => Promise<Catalogue>> = {
-  en: async () => en,
+  en: async () => ({ ...en, ...(await import("./en_parts.ts")).parts }),
   de: async () => (await import("./de.ts")).de,
 };
 export const languages = Object.keys(catalogues);
@@ -22,24 +23,28 @@ function preferred() {
 }
 
 export const language = signal("en");
-const catalogue = signal<Catalogue>(en);
+const catalogue = signal<Partial<Catalogue>>(en);
 
-/** Where its texts cannot be had, the language stays as it is. */
 async function use(name: string) {
-  const texts = await catalogues[name]?.().catch(() => undefined);
+  const texts = await catalogues[name]?.();
   if (!texts) return;
   catalogue.value = texts;
   language.value = name;
 }
 
-/** Until it is done, texts are English. */
-export function loadLanguage() {
-  return use(preferred());
+/** Until it is done, texts are English; where its texts cannot be had, they stay so. */
+export async function loadLanguage() {
+  if (preferred() !== language.peek()) await use(preferred()).catch(() => {});
+}
+
+/** Before something is shown that the first page does without. Fails when the texts cannot be had. */
+export async function loadTexts() {
+  if (catalogue.peek() === en) await use(language.peek());
 }
 
 export function setLanguage(name: string) {
   localStorage.setItem(KEPT, name);
-  return use(name);
+  return use(name).catch(() => {});
 }
 
 /** For dates, times and numbers: the browser's own variant of the language, if it has one. */
@@ -54,7 +59,7 @@ type Values = Record<string, string | number>;
 
 /** The text of this name, with the values in the places of {their names}. */
 export function t(key: TextKey, values: Values = {}): string {
-  const text: Text = catalogue.value[key];
+  const text = catalogue.value[key] ?? "";
   const form = typeof text === "string" ? text : formOf(text, Number(values.count));
   return form.replace(/\{(\w+)\}/g, (_, name: string) => {
     const value = values[name];

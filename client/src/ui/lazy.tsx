@@ -2,15 +2,21 @@
 import { signal } from "@preact/signals";
 import type { ComponentType } from "preact";
 import { useEffect } from "preact/hooks";
-import { t } from "../text/index.ts";
+import { loadTexts, t } from "../text/index.ts";
 import { notify } from "./notices.tsx";
+
+/** A part of the page that is fetched when it is needed, with the texts that it shows. */
+export async function fetchPart<T>(load: () => Promise<T>): Promise<T> {
+  const [part] = await Promise.all([load(), loadTexts()]);
+  return part;
+}
 
 /** A component that stands for the one that `load` fetches. Until that is there, nothing is shown. */
 export function lazy<P extends object>(load: () => Promise<ComponentType<P>>): ComponentType<P> {
   const loaded = signal<{ component?: ComponentType<P>; failed?: true }>({});
   const fetch = async () => {
     try {
-      loaded.value = { component: await load() };
+      loaded.value = { component: await fetchPart(load) };
     } catch {
       loaded.value = { failed: true };
     }
@@ -29,7 +35,7 @@ export function lazy<P extends object>(load: () => Promise<ComponentType<P>>): C
 export async function withPart<T>(load: () => Promise<T>, use: (part: T) => unknown) {
   let part: T;
   try {
-    part = await load();
+    part = await fetchPart(load);
   } catch {
     const again = () => void withPart(load, use);
     notify({ text: t("error.not_loaded"), kind: "error", action: { label: t("retry"), run: again } });
