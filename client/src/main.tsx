@@ -1,6 +1,8 @@
 import { effect } from "@preact/signals";
 import { render } from "preact";
 import { Frame } from "./app/frame.tsx";
+import { unsaved } from "./editor/open_documents.ts";
+import { isWaiting } from "./playback/queue_sync.ts";
 import "./style/main.css";
 import { language, loadLanguage, t } from "./text/index.ts";
 import { Dialogs, leaveDialogs } from "./ui/dialog.tsx";
@@ -20,7 +22,8 @@ function Page() {
     );
   }
   if (user.value === undefined) return null;
-  return user.value === null ? <LoginPage /> : <Frame />;
+  if (user.value) return <Frame />;
+  return <LoginPage waits={unsaved.value > 0 || isWaiting.value} />;
 }
 
 function App() {

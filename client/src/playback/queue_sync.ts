@@ -6,7 +6,7 @@ import { artistOf, type Item, titleOf } from "../list/items.ts";
 import { formatDuration, t } from "../text/index.ts";
 import { readKept } from "../ui/kept.ts";
 import { notify, notifyFailure } from "../ui/notices.tsx";
-import { user } from "../ui/session.tsx";
+import { ownerOfPage, user } from "../ui/session.tsx";
 import { Pauses } from "./pauses.ts";
 import { entriesOf, queue } from "./queue.ts";
 
@@ -24,11 +24,10 @@ interface Content extends Place {
   items?: object[];
 }
 
-/** Where this browser has left the queue, so that it knows it again. */
+/** Where this browser has left the queue of a user, so that it knows it again. */
 interface Left extends Place {
-  user: string;
   total: number;
-  /** What was to be written to which version when the page was left: whether it was, nobody knows. */
+  /** What was to be written to which version when the page was left, or the session ended: whether it was, nobody knows. */
   unsure?: { content: Content; ifMatch: string };
 }
 
@@ -45,6 +44,8 @@ let settling = 0;
 const pauses = new Pauses();
 /** Another device has written the queue; until the user decides, this one writes nothing. */
 const isContested = signal(false);
+/** The session has ended before the server knew of an edit, which waits for its user to come back. */
+export const isWaiting = signal(false);
 
 /** What the player tells: where it is in the current entry, in seconds. */
 let elapsedNow: () => number = () => 0;
@@ -67,14 +68,20 @@ function contentOf(what: "items" | "place"): Content {
 function remember({ position, elapsed }: Place, unsure?: Left["unsure"]) {
   lastPlace = { position, elapsed };
   const total = queue.total.peek() ?? 0;
-  const left: Left = { user: user.peek()?.name ?? "", position, elapsed, total, ...(unsure && { unsure }) };
-  localStorage.setItem(LEFT, JSON.stringify(left));
+  keepLeft({ position, elapsed, total, ...(unsure && { unsure }) });
+}
+
+function keyOfLeft() {
+  return `${LEFT}:${ownerOfPage()}`;
+}
+
+function keepLeft(left: Left) {
+  localStorage.setItem(keyOfLeft(), JSON.stringify(left));
 }
 
 /** What this user has left in this browser. */
-function leftHere(): Left | undefined {
-  const left = readKept<Left | undefined>(LEFT, undefined, isLeft);
-  return left && left.user === user.peek()?.name ? left : undefined;
+function leftHere() {
+  return readKept<Left | undefined>(keyOfLeft(), undefined, isLeft);
 }
 
 function isLeftHere({ position, elapsed, total }: QueuePage) {
@@ -117,6 +124,7 @@ async function attempt(what: "items" | "place") {
     pauses.reset();
     return true;
   } catch (error) {
+    if (!user.peek()) return false; // it is kept for who comes back
     if (unsent !== "items") unsent = what;
     failed(error);
     return false;
@@ -127,9 +135,9 @@ async function attempt(what: "items" | "place") {
 
 function failed(error: unknown) {
   if (!(error instanceof RequestError)) throw error;
-  if (error.status === 412) void contest();
+  if (error.status === 412) contest(keepMine);
   else if (error.isPassing) pauses.after(send);
-  else if (error.status !== 401) {
+  else {
     unsent = undefined;
     notifyFailure(t("queue.not_saved"), error, () => changed("items"));
   }
@@ -147,20 +155,33 @@ async function fetchQueue() {
  */
 async function fetchLeft() {
   const page = await fetchQueue();
-  const { unsure, ...left } = leftHere() ?? {};
+  const { unsure, ...left } = leftHere() ?? { ...page, unsure: undefined };
   if (!unsure) return page;
-  const isWritten = unsure.ifMatch !== version;
+  const { content, ifMatch } = unsure;
+  const isWritten = ifMatch === version && (await writeAgain(content));
+  keepLeft(left);
+  if (isWritten) return fetchQueue();
+  if (content.items && !isSame(content, page)) contest(() => writeLeft(content));
+  return page;
+}
+
+/** False when that is refused. */
+async function writeAgain(content: Content) {
   try {
-    if (!isWritten) await ask("queue", {}, { method: "PUT", body: unsure.content, ifMatch: version });
+    await ask("queue", {}, { method: "PUT", body: content, ifMatch: version });
+    return true;
   } catch (error) {
     if (!(error instanceof RequestError) || error.isPassing || error.status === 401) throw error;
+    return false;
   }
-  localStorage.setItem(LEFT, JSON.stringify(left));
-  return isWritten ? page : await fetchQueue();
+}
+
+function isSame({ items, position, elapsed }: Content, page: QueuePage) {
+  return items?.length === page.total && position === page.position && elapsed === page.elapsed;
 }
 
 /** Another device went on with the queue: which of the two holds? */
-async function contest() {
+function contest(keepMine: () => Promise<void>) {
   isContested.value = true;
   notify({
     text: t("queue.changed_elsewhere"),
@@ -175,6 +196,16 @@ async function keepMine() {
   isContested.value = false;
   unsent = "items";
   await send();
+}
+
+/** The same of what an earlier page has left. */
+async function writeLeft(content: Content) {
+  try {
+    await ask("queue", {}, { method: "PUT", body: content });
+    await takeTheirs();
+  } catch (error) {
+    notifyFailure(t("queue.not_saved"), error, () => void writeLeft(content));
+  }
 }
 
 async function takeTheirs() {
@@ -204,7 +235,7 @@ async function restore() {
     const page = await fetchLeft();
     const isOwn = isLeftHere(page);
     await show(page);
-    if (isOwn || page.total === 0) return;
+    if (isOwn || page.total === 0 || isContested.peek()) return;
     closeOffer = notify({
       text: t("queue.played_elsewhere", {
         what: nameOf(queue.current.peek()),
@@ -222,20 +253,37 @@ async function restore() {
 let closeOffer = () => {};
 let goOn: () => void = () => {};
 
-/** The page goes, perhaps for good: what the server does not know yet is sent while it can be, and kept here. */
-function leave() {
-  if (!user.peek() || isContested.peek() || queue.order.peek().keys.length === 0) return;
+/** What the server does not know yet; undefined when that is nothing, or more than can be kept. */
+function unwritten(): Content | undefined {
+  if (isContested.peek() || queue.total.peek() === undefined) return undefined;
   const { position, elapsed } = placeNow();
   const isSame = position === lastPlace.position && elapsed === lastPlace.elapsed;
   const what = unsent === "items" || unanswered === "items" ? "items" : (unsent ?? unanswered);
-  if (isSame && what === undefined) return;
+  if (isSame && what === undefined) return undefined;
   const content = contentOf(what === "items" && queue.isWhole() ? "items" : "place");
-  const { length } = JSON.stringify(content);
-  if (length > LARGEST_KEPT) return;
+  return JSON.stringify(content).length <= LARGEST_KEPT ? content : undefined;
+}
+
+function keep(content: Content) {
   clearTimeout(settling);
   unsent = undefined;
   remember(content, version === undefined ? undefined : { content, ifMatch: version });
-  if (length <= LARGEST_KEEPALIVE) void put(content, true).catch(() => {});
+}
+
+/** The page goes, perhaps for good: what the server does not know yet is sent while it can be, and kept here. */
+function leave() {
+  const content = user.peek() && unwritten();
+  if (!content) return;
+  keep(content);
+  if (JSON.stringify(content).length <= LARGEST_KEEPALIVE) void put(content, true).catch(() => {});
+}
+
+/** Nobody is logged in any more: what the server does not know yet waits here. */
+function end() {
+  const content = unwritten();
+  if (content) keep(content);
+  isWaiting.value = content?.items !== undefined;
+  queue.close();
 }
 
 /** Begins: `player` is what plays the queue. */
@@ -255,10 +303,10 @@ export function keepQueue(player: {
     const now = user.value?.name;
     if (now === name) return;
     name = now;
+    if (now === undefined) end();
     version = undefined;
     unsent = undefined;
     isContested.value = false;
-    if (now === undefined) queue.close();
-    else void restore();
+    if (now !== undefined) void restore();
   });
 }

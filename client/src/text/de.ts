@@ -34,6 +34,7 @@ export const de: Catalogue = {
   "login.name": "Name",
   "login.password": "Passwort",
   "login.submit": "Anmelden",
+  "login.unsent": "Was noch nicht gesichert ist, wird gesendet, sobald sich {name} wieder anmeldet.",
   "login.wrong": "Name oder Passwort ist falsch.",
 
   // The frame

@@ -30,6 +30,7 @@ export const en = {
   "login.name": "Name",
   "login.password": "Password",
   "login.submit": "Log in",
+  "login.unsent": "What is not saved yet is sent when {name} logs in again.",
   "login.wrong": "Name or password is wrong.",
   // The frame
   "frame.library": "Library",

@@ -97,7 +97,8 @@ effect(() => {
   speakFor(undefined);
 });
 
-export function LoginPage() {
+/** `waits`: there are edits that the server does not have yet. */
+export function LoginPage({ waits }: { waits: boolean }) {
   const name = useRef<HTMLInputElement>(null);
   const password = useRef<HTMLInputElement>(null);
   const wrong = useSignal("");
@@ -120,6 +121,7 @@ export function LoginPage() {
       <form onSubmit={submit}>
         <img src="icon.svg" alt="" width="48" height="48" />
         <h1>{t("app.name")}</h1>
+        {waits && <p role="status">{t("login.unsent", { name: owner ?? "" })}</p>}
         <label class="field">
           <span>{t("login.name")}</span>
           <input ref={name} type="text" autocomplete="username" autocapitalize="none" required />

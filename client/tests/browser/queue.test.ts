@@ -188,6 +188,45 @@ test("an edit that was not sent when the page was left is sent by the next one",
   });
 });
 
+// The session ends, which the next edit finds out.
+async function removeWithoutSession(page: Page) {
+  await row(page, "Seed").click();
+  await page.context().clearCookies();
+  await page.keyboard.press("Delete");
+  await page.getByText("What is not saved yet is sent when anna logs in again.").waitFor();
+}
+
+async function logIn(page: Page) {
+  await page.getByLabel("Name").fill("anna");
+  await page.getByLabel("Password").fill(house.places.users.anna);
+  await page.getByRole("button", { name: "Log in" }).click();
+}
+
+test("an edit that comes after the end of the session waits for the next log-in", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue", errors: /Failed to load/ }, async (page) => {
+    await removeWithoutSession(page);
+    assert.deepEqual(await titlesAtServer(house), ALBUM);
+    await saved(page, () => logIn(page));
+    await row(page, "Rain on Glass").waitFor();
+    assert.deepEqual(await titlesShown(page), ALBUM.slice(1));
+    assert.deepEqual(await titlesAtServer(house), ALBUM.slice(1));
+  });
+});
+
+test("when another device has gone on meanwhile, that edit is asked about", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue", errors: /Failed to load/ }, async (page) => {
+    await removeWithoutSession(page);
+    await leaveQueue(["Seed"]);
+    await logIn(page);
+    const question = notice(page, "Another device went on with the queue.");
+    await saved(page, () => question.getByRole("button", { name: "Keep this one" }).click());
+    await row(page, "Rain on Glass").waitFor();
+    assert.deepEqual(await titlesShown(page), ALBUM.slice(1));
+  });
+});
+
 test("a playlist of 20,000 is heard while it is still fetched", async () => {
   const paths = ["01 Seed.mp3", "02 Rain on Glass.mp3", "03 Snail, Slowly.ogg"];
   const entries = Array.from(
