@@ -2,7 +2,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Locator, Page } from "playwright-core";
 import { entriesOf, idOf, makeList, openInPanel, showInPanel, songsOf, titlesOf } from "./editor_support.ts";
-import { expectNoViolations, openHouse, PHONE, SIZES, THEMES, takePicture } from "./fixture.ts";
+import { examine, openHouse, PHONE, SIZES, takePicture } from "./fixture.ts";
 
 const house = openHouse();
 
@@ -174,8 +174,7 @@ test("what is not found is repaired: the best, a chosen one, all that are certai
     await row(0)
       .getByRole("button", { name: /^not found – \d+ candidate/ })
       .waitFor();
-    await expectNoViolations(page, "aside");
-    await takePicture(page, "editor-missing");
+    await examine(page, "editor-missing", "aside");
 
     await row(0).getByRole("button", { name: /^Take/ }).click();
     await panel.getByText("3 songs were not found.").waitFor();
@@ -184,8 +183,7 @@ test("what is not found is repaired: the best, a chosen one, all that are certai
       .getByRole("button", { name: /candidate/ })
       .click();
     await page.getByRole("dialog").getByRole("radio").first().waitFor();
-    await expectNoViolations(page, "dialog");
-    await takePicture(page, "editor-candidates");
+    await examine(page, "editor-candidates", "dialog");
     await page.getByRole("button", { name: "Take this one" }).click();
     await panel.getByText("2 songs were not found.").waitFor();
     await saved();
@@ -219,8 +217,7 @@ test("duplicates are marked, asked about, and removed", async () => {
       await page.getByText(question).waitFor();
     };
     await dropBoth("1 of 2 are in the list already.");
-    await expectNoViolations(page, "dialog");
-    await takePicture(page, "editor-duplicates");
+    await examine(page, "editor-duplicates", "dialog");
     await page.getByRole("button", { name: "Skip them, add 1" }).click();
     await panel.getByText("4 songs").waitFor();
     assert.equal((await titles()).filter((title) => title === songs[2]?.title).length, 1);
@@ -270,8 +267,7 @@ test("a list is sorted and shuffled as one edit, renamed, and its history undoes
     await panel.getByRole("heading", { name: "Another name" }).waitFor();
 
     await choose("History");
-    await expectNoViolations(page, "dialog");
-    await takePicture(page, "editor-history");
+    await examine(page, "editor-history", "dialog");
     await page.getByRole("button", { name: "Undo: Shuffled" }).click();
     await page.getByRole("button", { name: "Do again: Shuffled" }).waitFor();
     await page.getByRole("dialog").getByRole("button", { name: "Close" }).click();
@@ -285,26 +281,22 @@ test("a list is sorted and shuffled as one edit, renamed, and its history undoes
 });
 
 for (const size of SIZES) {
-  for (const theme of THEMES) {
-    test(`the panel on a ${size.name}, ${theme}`, async () => {
-      const id = await makeList(house, `Picture ${size.name} ${theme}`, 12);
-      const empty = await makeList(house, `Empty ${size.name} ${theme}`, 0);
-      await house.visit({ size, theme, at: "#/songs" }, async (page) => {
-        const { row, panel } = await openInPanel(page, id);
-        await row(0).waitFor();
-        await expectNoViolations(page, "aside");
-        await takePicture(page, `editor-${size.name}-${theme}`);
-        await openInPanel(page, empty);
-        await panel
-          .getByText(
-            size.touch ? "Select songs in the library" : "Drag songs here, or select some and press A.",
-          )
-          .waitFor();
-        await expectNoViolations(page, "aside");
-        await takePicture(page, `editor-empty-${size.name}-${theme}`);
-      });
+  test(`the panel on a ${size.name}`, async () => {
+    const id = await makeList(house, `Picture ${size.name}`, 12);
+    const empty = await makeList(house, `Empty ${size.name}`, 0);
+    await house.visit({ size, at: "#/songs" }, async (page) => {
+      const { row, panel } = await openInPanel(page, id);
+      await row(0).waitFor();
+      await examine(page, `editor-${size.name}`, "aside");
+      await openInPanel(page, empty);
+      await panel
+        .getByText(
+          size.touch ? "Select songs in the library" : "Drag songs here, or select some and press A.",
+        )
+        .waitFor();
+      await examine(page, `editor-empty-${size.name}`, "aside");
     });
-  }
+  });
 }
 
 test("the view and the panel show the same list, and edits of one are seen in the other", async () => {
@@ -314,8 +306,7 @@ test("the view and the panel show the same list, and edits of one are seen in th
     const { row, titles, saved } = await openInPanel(page, id);
     const main = page.getByRole("main");
     await main.getByRole("heading", { level: 1, name: "Both at once" }).waitFor();
-    await expectNoViolations(page);
-    await takePicture(page, "editor-page");
+    await examine(page, "editor-page");
     await main.locator("[data-index='0']").click();
     await page.keyboard.press("Alt+ArrowDown");
     await row(0)
@@ -371,7 +362,6 @@ test("names in any script, with HTML in them, or very long", async () => {
     assert.match((await row(1).locator(".entry").getAttribute("title")) ?? "", /^Very long .* Very long/);
     const overflow = await panel.evaluate((aside) => aside.scrollWidth - aside.clientWidth);
     assert.equal(overflow, 0);
-    await expectNoViolations(page, "aside");
-    await takePicture(page, "editor-names");
+    await examine(page, "editor-names", "aside");
   });
 });

@@ -2,7 +2,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
 import { entriesOf, makeList, openInPanel, songsOf, titlesOf } from "./editor_support.ts";
-import { expectNoViolations, openHouse, PHONE, takePicture } from "./fixture.ts";
+import { examine, openHouse, PHONE, takePicture } from "./fixture.ts";
 
 const house = openHouse();
 
@@ -77,8 +77,7 @@ test("unsent edits go onto the list as somebody else has left it, and what canno
     await dialog.getByText(added.title).waitFor();
     await dialog.getByText("Not done, as the entry is gone").waitFor();
     assert.equal(await dialog.getByText(songs[1]?.title ?? "").count(), 2); // removed by them, and not moved by us
-    await expectNoViolations(page, "dialog");
-    await takePicture(page, "editor-conflict");
+    await examine(page, "editor-conflict", "dialog");
   });
 });
 
@@ -140,8 +139,7 @@ test("a list that is gone is told, and unsent edits of it can be given up", asyn
     await page.context().setOffline(false);
     const discard = panel.getByRole("button", { name: "Discard changes" });
     await discard.waitFor();
-    await expectNoViolations(page, "aside");
-    await takePicture(page, "editor-gone");
+    await examine(page, "editor-gone", "aside");
     await discard.click();
     await panel.getByRole("alert").waitFor();
     assert.equal(

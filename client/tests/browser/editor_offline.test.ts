@@ -2,7 +2,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
 import { makeList, openInPanel, panelOf, songsOf, titlesOf } from "./editor_support.ts";
-import { expectNoViolations, openHouse, takePicture } from "./fixture.ts";
+import { examine, openHouse } from "./fixture.ts";
 
 const house = openHouse();
 const FAILED = /Failed to load resource|ERR_/;
@@ -30,8 +30,7 @@ test("without a connection edits wait, visibly, and are sent when it is back", a
     await panel.getByText("Not saved: no connection. Will try again.").waitFor();
     await page.keyboard.press("Alt+ArrowDown");
     assert.deepEqual(await titles(), [c, b, d, e]);
-    await expectNoViolations(page, "aside");
-    await takePicture(page, "editor-offline");
+    await examine(page, "editor-offline", "aside");
     assert.deepEqual(await titlesOf(house, id), [a, b, c, d, e]);
     await page.context().setOffline(false);
     await saved();

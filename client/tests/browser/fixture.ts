@@ -26,7 +26,6 @@ export const SIZES = [PHONE, TABLET, DESKTOP];
 
 export type User = "anna" | "ben";
 export type Theme = "light" | "dark";
-export const THEMES: Theme[] = ["light", "dark"];
 
 export interface Visit {
   user?: User | null; // anna; null: nobody has logged in
@@ -220,18 +219,32 @@ interface Violation {
   nodes: { html: string; failureSummary?: string }[];
 }
 
-// What axe finds wrong with the page as it is now, or with a part of it.
-export async function expectNoViolations(page: Page, part = "html") {
-  await page.locator(part).first().waitFor();
+// What axe finds wrong with a part of the page as it is now. Only the colours depend on the theme.
+async function violations(page: Page, part: string, theme: Theme) {
   if (!(await page.evaluate("'axe' in window"))) await page.evaluate(`${AXE}; undefined`);
+  const options = { resultTypes: ["violations"], ...(theme === "dark" && { runOnly: ["color-contrast"] }) };
   const found = (await page.evaluate(
-    `axe.run(${JSON.stringify(part)}).then((result) => result.violations)`,
+    `axe.run(${JSON.stringify(part)}, ${JSON.stringify(options)}).then((result) => result.violations)`,
   )) as Violation[];
-  const told = found.map(({ id, help, nodes }) => [
-    `${id}: ${help}`,
+  return found.flatMap(({ id, help, nodes }) => [
+    `${theme}: ${id}: ${help}`,
     ...nodes.map((node) => `${node.html.slice(0, 200)}\n  ${node.failureSummary}`),
   ]);
-  if (told.length > 0) throw new Error(told.flat().join("\n"));
+}
+
+// Looks at the page, or a part of it, as it is now, light and dark: fails for what axe finds, and takes the
+// pictures NAME-light and NAME-dark, if there is to be any.
+export async function examine(page: Page, name: string, part = "html") {
+  await page.locator(part).first().waitFor();
+  const wrong: string[] = [];
+  for (const theme of ["dark", "light"] as const) {
+    await page.emulateMedia({ colorScheme: theme, reducedMotion: "reduce" });
+    await page.locator(`html[data-theme=${theme}]`).waitFor();
+    await takePicture(page, `${name}-${theme}`);
+    wrong.push(...(await violations(page, part, theme)));
+  }
+  await page.emulateMedia({ reducedMotion: null });
+  if (wrong.length > 0) throw new Error(wrong.join("\n"));
 }
 
 // A picture of the page as it is now, into the folder $VEXO_PICTURES, if that is set.

@@ -2,49 +2,11 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Download, Page } from "playwright-core";
-import type { Page as List, Song } from "../../src/api/types.ts";
-import {
-  DESKTOP,
-  expectNoViolations,
-  openHouse,
-  PHONE,
-  SIZES,
-  TABLET,
-  THEMES,
-  takePicture,
-} from "./fixture.ts";
+import type { Song } from "../../src/api/types.ts";
+import { DESKTOP, examine, openHouse, PHONE, SIZES, TABLET } from "./fixture.ts";
 
 const house = openHouse();
 const MANY = 400;
-
-async function firstOf(kind: string) {
-  const list = await house.get<List<{ id?: number; folder?: { id: number } }>>(`api/${kind}?limit=1`);
-  return list.items[0]?.id ?? list.items[0]?.folder?.id;
-}
-
-/** Each view once. */
-async function allViews() {
-  const kinds = ["albums", "artists", "genres", "years", "folders"];
-  const ones = await Promise.all(kinds.map(async (kind) => `${kind}/${await firstOf(kind)}`));
-  const others = ["songs", "composers", "search", "search?q=s", "search?q=nothing+of+this", "scan"];
-  return [...kinds, ...ones, `${ones[1]}?show=songs`, "albums?genre=Folk", ...others];
-}
-
-for (const size of SIZES) {
-  for (const theme of THEMES) {
-    test(`every view is accessible on a ${size.name}, ${theme}`, () =>
-      house.visit({ size, theme }, async (page) => {
-        for (const view of await allViews()) {
-          await page.goto(`#/${view}`);
-          await page.locator("main h1").first().waitFor();
-          await page.locator("main [aria-busy=true]").waitFor({ state: "hidden" });
-          await page.waitForLoadState("networkidle");
-          await takePicture(page, `${view.replace(/\W+/g, "_")}-${size.name}-${theme}`);
-          await expectNoViolations(page);
-        }
-      }));
-  }
-}
 
 const row = (page: Page, name: string) => page.getByRole("row", { name });
 const titles = (page: Page) =>
@@ -160,8 +122,7 @@ test("songs are selected by keys, and added to a list that is asked for", () =>
     await page.keyboard.press("Shift+ArrowDown");
     const bar = page.getByRole("toolbar", { name: "Selection" });
     await bar.getByText("3 selected").waitFor();
-    await takePicture(page, "selected-desktop-light");
-    await expectNoViolations(page);
+    await examine(page, "selected-desktop");
     await page.keyboard.press("l");
     await page.getByRole("dialog").waitFor();
     await page.keyboard.press("Escape");
@@ -184,8 +145,7 @@ test("songs of an album are added to the open list by one key", async () => {
     await page.getByText("Garden Pieces").click();
     await page.getByRole("button", { name: "Add to Rainy" }).click();
     await page.locator("aside").getByText("Compost (Reprise)").waitFor();
-    await takePicture(page, "album_and_list-desktop-light");
-    await expectNoViolations(page);
+    await examine(page, "album_and_list-desktop");
   });
 });
 
@@ -216,8 +176,7 @@ test("a song tells all of itself, and gets a rating", () =>
     const rated = page.waitForResponse(/mark$/);
     await dialog.getByRole("button", { name: "4 stars" }).click();
     assert.deepEqual(((await (await rated).json()) as { rating: number }).rating, 4);
-    await takePicture(page, "details-desktop-light");
-    await expectNoViolations(page);
+    await examine(page, "details-desktop");
   }));
 
 test("songs are downloaded as an archive", () =>
@@ -290,6 +249,5 @@ test("an empty library invites to fill it", () =>
   house.visit({ at: "#/songs?library=personal" }, async (page) => {
     await page.getByRole("heading", { name: "No music yet" }).waitFor();
     await page.getByRole("button", { name: "Scan now" }).waitFor();
-    await takePicture(page, "empty-desktop-light");
-    await expectNoViolations(page);
+    await examine(page, "empty-desktop");
   }));

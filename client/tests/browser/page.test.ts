@@ -3,20 +3,10 @@ import { readFileSync } from "node:fs";
 import { basename, join } from "node:path";
 import { test } from "node:test";
 import { gzipSync } from "node:zlib";
-import { expectNoViolations, openHouse, SIZES, THEMES } from "./fixture.ts";
+import { openHouse } from "./fixture.ts";
 
 const FIRST_PAGE_BYTES = 60 * 1024;
 const house = openHouse();
-
-for (const size of SIZES) {
-  for (const theme of THEMES) {
-    test(`the page opens on a ${size.name}, ${theme}`, () =>
-      house.visit({ size, theme }, async (page) => {
-        await page.getByRole("main").waitFor();
-        await expectNoViolations(page);
-      }));
-  }
-}
 
 test("the page may use nothing but its server's files", () =>
   house.visit({}, async (page) => {

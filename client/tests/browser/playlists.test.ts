@@ -3,17 +3,7 @@ import { existsSync, readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
-import {
-  DESKTOP,
-  expectNoViolations,
-  openHouse,
-  PHONE,
-  SIZES,
-  TABLET,
-  THEMES,
-  takePicture,
-  type User,
-} from "./fixture.ts";
+import { DESKTOP, examine, openHouse, PHONE, SIZES, TABLET, takePicture, type User } from "./fixture.ts";
 
 const house = openHouse();
 /** So that all rows of the tree are in view, and thus in the page. */
@@ -62,20 +52,17 @@ const undo = (page: Page, what: string) =>
   page.locator(".notice", { hasText: what }).getByRole("button", { name: "Undo" }).last().click();
 
 for (const size of SIZES) {
-  for (const theme of THEMES) {
-    test(`all playlists on a ${size.name}, ${theme}`, async () => {
-      for (const name of NAMES) if ((await listsCalled(name)).length === 0) await make(name);
-      await house.visit({ size, theme, at: "#/playlists" }, async (page) => {
-        const rows = page.getByRole("grid", { name: "Playlists" }).getByRole("row");
-        for (const name of NAMES) await rows.filter({ hasText: name }).first().waitFor();
-        await expectNoViolations(page);
-        await takePicture(page, `lists-${size.name}-${theme}`);
-        assert.match(await page.title(), /^Playlists/);
-        const wide = await page.evaluate("document.documentElement.scrollWidth > innerWidth");
-        assert.equal(wide, false);
-      });
+  test(`all playlists on a ${size.name}`, async () => {
+    for (const name of NAMES) if ((await listsCalled(name)).length === 0) await make(name);
+    await house.visit({ size, at: "#/playlists" }, async (page) => {
+      const rows = page.getByRole("grid", { name: "Playlists" }).getByRole("row");
+      for (const name of NAMES) await rows.filter({ hasText: name }).first().waitFor();
+      await examine(page, `lists-${size.name}`);
+      assert.match(await page.title(), /^Playlists/);
+      const wide = await page.evaluate("document.documentElement.scrollWidth > innerWidth");
+      assert.equal(wide, false);
     });
-  }
+  });
 }
 
 test("names in many scripts lead to their lists", async () => {
@@ -159,8 +146,7 @@ test("by keys: open, rename, delete, and undo it all", async () => {
     await name.fill("Keys two");
     await page.keyboard.press("Enter");
     await page.getByText("There is a playlist of that name already.").waitFor();
-    await expectNoViolations(page);
-    await takePicture(page, "rename");
+    await examine(page, "rename");
     await name.fill("ü".repeat(126));
     await page.keyboard.press("Enter");
     await page.getByText("The name is too long.").waitFor();
@@ -237,7 +223,7 @@ test("a list that cannot be read is deleted for good, when that is meant", async
       await page.keyboard.press("Delete");
       const dialog = page.getByRole("dialog", { name: "Delete “Torn” for good?" });
       await dialog.waitFor();
-      await expectNoViolations(page);
+      await examine(page, "torn");
       await dialog.getByRole("button", { name: answer }).click();
     };
     await remove("Cancel");
@@ -343,8 +329,7 @@ test("songs are added to several lists, or a new one, by keys", async () => {
     await page.keyboard.press("ArrowDown");
     await page.keyboard.press("Control+Enter");
     await page.getByRole("button", { name: "Add to 2 playlists" }).waitFor();
-    await expectNoViolations(page);
-    await takePicture(page, "add-several");
+    await examine(page, "add-several");
     await page.keyboard.press("Enter");
     await item(page, "Added one").filter({ hasText: "1" }).waitFor();
     await item(page, "Added two").filter({ hasText: "1" }).waitFor();
@@ -410,7 +395,7 @@ test("a smart playlist shows its songs, is renamed, copied and deleted", async (
     async (page) => {
       await page.getByRole("grid", { name: "Snails" }).getByText("Snail, Slowly").waitFor();
       await page.getByText("1 song · 0:0").waitFor();
-      await expectNoViolations(page);
+      await examine(page, "smart-page");
       await page.getByRole("button", { name: "More for Snails" }).click();
       await page.getByRole("menuitem", { name: /^Rename/ }).click();
       await page.getByRole("dialog").getByLabel("Name").fill("Slow 100%?");

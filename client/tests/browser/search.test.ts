@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
-import { DESKTOP, expectNoViolations, openHouse, SIZES, takePicture } from "./fixture.ts";
+import { DESKTOP, examine, openHouse, SIZES, takePicture } from "./fixture.ts";
 
 const house = openHouse();
 const field = (page: Page) => page.getByRole("searchbox", { name: "Search everything" });
@@ -23,8 +23,7 @@ for (const size of SIZES) {
       await row(page, "Rain on Glass").waitFor();
       assert.match(await page.title(), /^Search: window/);
       assert.match(page.url(), /#\/search\?q=window$/);
-      await takePicture(page, `search-${size.name}-light`);
-      await expectNoViolations(page);
+      await examine(page, `search-${size.name}`);
       await page.getByRole("group", { name: "Albums" }).getByText("Garden Pieces").click();
       await page.getByRole("heading", { name: "Garden Pieces" }).waitFor();
       await page.goBack();
