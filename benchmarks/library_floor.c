@@ -60,7 +60,8 @@ static int by_number(const void *left, const void *right) {
 /* The songs that have a word in the title, or that are of an album or an artist with it. */
 static void songs_with(struct ids *ids, const char *word) {
   sqlite3_stmt *statement = prepare(
-      "SELECT rowid FROM song_words WHERE song_words MATCH ?1 UNION "
+      "SELECT entries.id FROM title_words CROSS JOIN entries ON list = -8 * title_words.rowid - 5 "
+      "WHERE title_words MATCH ?1 UNION "
       "SELECT entries.id FROM group_words JOIN entries "
       "ON list IN (-8 * rowid - 1, -8 * rowid - 2) WHERE group_words MATCH 'name : ' || ?1");
   char quoted[200];

@@ -80,6 +80,7 @@ enum class Membership {
   kAlbumArtistSongs, ///< their album artist
   kAlbums,           ///< their artist
   kChildren,         ///< the folder that these folders and albums lie in
+  kTitles,           ///< no group: the word that the titles of these songs have
 };
 
 /// The number of the list of a group's members. These have no sort keys, and no marks: they are
@@ -87,5 +88,8 @@ enum class Membership {
 constexpr int64_t MemberList(int32_t group, Membership membership) {
   return -(int64_t{group} * 8 + static_cast<int64_t>(membership));
 }
+
+/// The number of the list of all words of titles, by themselves; a set too.
+inline constexpr int64_t kTitleWords = MemberList(0, Membership::kTitles);
 
 } // namespace vexo::index

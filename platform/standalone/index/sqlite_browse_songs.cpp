@@ -6,6 +6,7 @@
 #include "index/sqlite_index.h"
 #include "index/sqlite_lists.h"
 #include "index/sqlite_rows.h"
+#include "index/sqlite_titles.h"
 #include "index/sqlite_words.h"
 
 #include <algorithm>
@@ -21,6 +22,26 @@ constexpr const char *kSongById =
 IdSet SongsOfOwner(Database &database, int owner) {
   Statement songs(database, "SELECT id FROM songs WHERE owner = ?1 ORDER BY id");
   return ReadIds(songs.Bind(1, int64_t{owner}));
+}
+
+/// Those of all other owners, but no more than `most`.
+IdSet SongsOfOthers(Database &database, int owner, int64_t most) {
+  Statement songs(database, "SELECT id FROM songs WHERE owner < ?1 UNION ALL "
+                            "SELECT id FROM songs WHERE owner > ?1 LIMIT ?2");
+  return ToSet(ReadIds(songs.Bind(1, int64_t{owner}).Bind(2, most)));
+}
+
+/// The ids that are songs of the owner: with a look at the owner's or at all others', whichever are
+/// fewer. Most collections have one owner.
+IdSet OfOwner(Database &database, int owner, IdSet ids) {
+  const int64_t own = CountEntries(database, ListNumber(owner, kSongsByTitle.number));
+  const IdSet others = SongsOfOthers(database, owner, own);
+  if (static_cast<int64_t>(others.size()) == own) {
+    return Intersection({std::move(ids), SongsOfOwner(database, owner)});
+  }
+  const IdBits bits(others);
+  std::erase_if(ids, [&](int32_t id) { return bits.Has(id); });
+  return ids;
 }
 
 /// Finds the songs that a list asks for.
@@ -47,7 +68,7 @@ public:
 
   /// Those of the songs that are the owner's, and of the type.
   IdSet Wanted(IdSet ids) {
-    IdSet of_owner = Intersection({std::move(ids), SongsOfOwner(database_, list_.owner)});
+    IdSet of_owner = OfOwner(database_, list_.owner, std::move(ids));
     return list_.type.empty() ? std::move(of_owner) : OfType(std::move(of_owner));
   }
 
@@ -96,7 +117,7 @@ private:
 
   /// In the title, or in what groups of songs are named.
   IdSet WithWord(const std::string &word) {
-    IdSet ids = SongsWithWord(database_, word);
+    IdSet ids = Titles().With(word);
     for (const int32_t group : GroupsWithWord(database_, word, false)) {
       AddSongsOf(group, ids);
     }
@@ -128,6 +149,8 @@ private:
     return kind_->Step() ? kind_->Int64(0) : 0;
   }
 
+  TitleReader &Titles() { return titles_ ? *titles_ : titles_.emplace(database_); }
+
   MemberReader &Members() { return members_ ? *members_ : members_.emplace(database_); }
 
   IdSet OfType(IdSet ids) {
@@ -146,6 +169,7 @@ private:
   // Most lists need none of these.
   std::optional<Statement> kind_;
   std::optional<MemberReader> members_;
+  std::optional<TitleReader> titles_;
 };
 
 const SongOrder *ServingOrder(const SongList &list) {

@@ -7,7 +7,7 @@
 namespace vexo::index {
 
 CatalogWriter::CatalogWriter(Database &database)
-    : lists_(database), groups_(database, lists_), words_(database),
+    : lists_(database), groups_(database, lists_), titles_(database, lists_),
       next_revision_(database, "UPDATE catalog SET revision = revision + 1") {}
 
 SongGroups CatalogWriter::Resolve(const Song &song) {
@@ -66,12 +66,12 @@ void CatalogWriter::ShareAlbum(const SongGroups &groups, int32_t year, int sign)
 
 void CatalogWriter::Enter(const Song &song, const SongGroups &groups) {
   Share(song, groups, 1);
-  words_.AddSong(song.id, song.title);
+  titles_.Add(song.id, song.title);
 }
 
 void CatalogWriter::Leave(const Song &song, const SongGroups &groups) {
   Share(song, groups, -1);
-  words_.RemoveSong(song.id, song.title);
+  titles_.Remove(song.id, song.title);
 }
 
 void CatalogWriter::Replace(const Song &old, const SongGroups &old_groups, const Song &now,
@@ -79,14 +79,15 @@ void CatalogWriter::Replace(const Song &old, const SongGroups &old_groups, const
   Share(old, old_groups, -1);
   Share(now, now_groups, 1);
   if (old.title != now.title) {
-    words_.RemoveSong(old.id, old.title);
-    words_.AddSong(now.id, now.title);
+    titles_.Remove(old.id, old.title);
+    titles_.Add(now.id, now.title);
   }
 }
 
 void CatalogWriter::Flush() {
   lists_.Flush(); // albums look at their songs
   groups_.Flush();
+  titles_.Flush();
   lists_.Flush();
   next_revision_.Run();
 }

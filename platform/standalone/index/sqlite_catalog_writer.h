@@ -3,7 +3,7 @@
 
 #include "index/sqlite_groups.h"
 #include "index/sqlite_lists.h"
-#include "index/sqlite_words.h"
+#include "index/sqlite_titles.h"
 
 namespace vexo::index {
 
@@ -28,7 +28,7 @@ private:
 
   ListWriter lists_;
   GroupWriter groups_;
-  WordWriter words_;
+  TitleWriter titles_;
   Statement next_revision_;
 };
 

@@ -338,10 +338,10 @@ void GroupWriter::ListWords(const Group &old, bool was_listed, const Group &now,
     return;
   }
   if (was_listed) {
-    words_.RemoveGroup(old.id, old.name, old.artist);
+    words_.Remove(old.id, old.name, old.artist);
   }
   if (is_listed) {
-    words_.AddGroup(now.id, now.name, now.artist);
+    words_.Add(now.id, now.name, now.artist);
   }
 }
 

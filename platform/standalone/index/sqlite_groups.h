@@ -75,7 +75,7 @@ private:
 
   Database &database_;
   ListWriter &lists_;
-  WordWriter words_;
+  GroupWordWriter words_;
   std::unordered_map<std::string, int32_t> ids_; ///< by owner, kind and identity
   std::map<int32_t, Change> changes_;
   std::map<std::pair<int32_t, int32_t>, int64_t> links_; ///< by group and album

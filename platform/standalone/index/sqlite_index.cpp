@@ -5,6 +5,7 @@
 #include "index/sqlite_schema.h"
 #include "index/sqlite_song_writer.h"
 #include "index/sqlite_texts.h"
+#include "index/sqlite_titles.h"
 
 #include "files/file_descriptor.h"
 #include <fcntl.h>
@@ -91,7 +92,7 @@ void TakeIntoCatalog(Database &database, const IdSet &ids) {
   writer.Flush();
 }
 
-constexpr std::array kWordTables = {"song_texts", "song_words", "group_words"};
+constexpr std::array kWordTables = {"song_texts", "title_words", "group_words"};
 
 /// Gives a command to each of the trigram indexes.
 void CommandWordTables(Database &database, const std::string &command) {
@@ -107,7 +108,7 @@ void CommandWordTables(Database &database, const std::string &command) {
 } // namespace
 
 void SqliteIndex::CompleteCatalog() {
-  if (database_.Number("SELECT complete FROM catalog") != 0) {
+  if (database_.Number("SELECT complete = 1 AND old_titles = 0 FROM catalog") != 0) {
     return;
   }
   BeginBatches();
@@ -118,6 +119,8 @@ void SqliteIndex::CompleteCatalog() {
     transaction.Commit();
   }
   database_.Execute("UPDATE catalog SET complete = 1");
+  while (MoveOldTitles(database_)) {
+  }
 }
 
 void SqliteIndex::Optimize() {
@@ -153,6 +156,7 @@ void SqliteIndex::RepairDamage() {
                     "UPDATE song_groups SET uses = 0, songs = 0, duration_ms = 0, size = 0,"
                     " albums = 0, cover_song = 0;"
                     "UPDATE songs SET folder_id = 0");
+  ForgetOldTitles(database_);
   SearchWriter search(database_);
   Statement songs(database_, "SELECT " VEXO_SONG_COLUMNS " FROM songs ORDER BY id");
   while (songs.Step()) {

@@ -146,6 +146,13 @@ CREATE TABLE lost_marks(
   time_played INTEGER NOT NULL,
   PRIMARY KEY(owner, path, user)) WITHOUT ROWID;
 )sql",
+    // The words of titles, by a trigram index of each word once instead of each title: see
+    // sqlite_titles.h. Titles of songs up to old_titles are in song_words as yet.
+    R"sql(
+CREATE VIRTUAL TABLE title_words USING fts5(
+  word, content='', tokenize='trigram case_sensitive 1');
+ALTER TABLE catalog ADD COLUMN old_titles INTEGER NOT NULL DEFAULT 2147483647;
+)sql",
 };
 
 int64_t StoredVersion(Database &database) {

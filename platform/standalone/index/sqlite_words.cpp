@@ -14,21 +14,41 @@ constexpr std::string_view kMarks = "\x01\x01";
 
 bool IsOfWord(char32_t c) { return c >= 0x80 || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); }
 
-/// The folded text with its marks in the place of spaces.
-std::string MarkWords(std::string_view folded) {
-  std::string marked;
+/// Whether a word of a question can go on from one character to the next with marks between them.
+bool IsMarkedWithin(char32_t last, char32_t next) {
+  return text::IsUnspacedScript(next) || (IsOfWord(next) && !IsOfWord(last));
+}
+
+/// The folded text with marks in the place of spaces, in pieces. Where a word of a question could
+/// lead across a space, for all that the marks tell, there is no new piece.
+std::vector<std::string> MarkPieces(std::string_view folded) {
+  std::vector<std::string> pieces(1);
   char32_t last = ' ';
+  bool behind_space = true;
   while (!folded.empty()) {
     const text::Utf8Character c = text::DecodeUtf8(folded);
-    if (c.code_point != ' ') {
-      const bool begins = last == ' ' || (IsOfWord(c.code_point) && !IsOfWord(last));
-      if (begins || text::IsUnspacedScript(c.code_point)) {
-        marked += kMarks;
-      }
-      marked += folded.substr(0, c.length_bytes);
-    }
-    last = c.code_point;
+    const std::string_view bytes = folded.substr(0, c.length_bytes);
     folded.remove_prefix(c.length_bytes);
+    if (c.code_point == ' ') {
+      behind_space = true;
+      continue;
+    }
+    const bool is_within = IsMarkedWithin(last, c.code_point);
+    if (behind_space && !is_within && !pieces.back().empty()) {
+      pieces.emplace_back();
+    }
+    pieces.back() += behind_space || is_within ? kMarks : "";
+    pieces.back() += bytes;
+    last = c.code_point;
+    behind_space = false;
+  }
+  return pieces;
+}
+
+std::string MarkWords(std::string_view folded) {
+  std::string marked;
+  for (const std::string &piece : MarkPieces(folded)) {
+    marked += piece;
   }
   return marked;
 }
@@ -41,60 +61,53 @@ std::string MarkedWord(const std::string &word) {
   return anywhere && HasTrigram(inner) ? inner : marked;
 }
 
-IdSet Matches(Database &database, const char *sql, const std::string &expression) {
-  Statement statement(database, sql);
-  return ReadIds(statement.Bind(1, expression));
-}
-
-std::string Marked(std::string_view text) { return MarkWords(text::FoldForSearch(text)); }
-
-void WriteSong(Statement &statement, int32_t id, std::string_view title) {
-  const std::string marked = Marked(title);
-  statement.Bind(1, int64_t{id}).Bind(2, marked).Run();
-}
-
-void WriteGroup(Statement &statement, int32_t id, std::string_view name, std::string_view artist) {
-  const std::string marked = Marked(name);
-  const std::string marked_artist = Marked(artist);
-  statement.Bind(1, int64_t{id}).Bind(2, marked).Bind(3, marked_artist).Run();
-}
-
 } // namespace
 
 std::vector<std::string> FoldedWords(const std::string &words) {
   return text::Split(text::FoldForSearch(words), " ");
 }
 
-IdSet SongsWithWord(Database &database, const std::string &word) {
-  return Matches(database, "SELECT rowid FROM song_words WHERE song_words MATCH ?1",
-                 MatchExpression(nullptr, MarkedWord(word)));
+std::string MarkedText(std::string_view text) { return MarkWords(text::FoldForSearch(text)); }
+
+std::vector<std::string> MarkedPieces(std::string_view text) {
+  std::vector<std::string> pieces = MarkPieces(text::FoldForSearch(text));
+  std::sort(pieces.begin(), pieces.end());
+  pieces.erase(std::unique(pieces.begin(), pieces.end()), pieces.end());
+  std::erase(pieces, "");
+  return pieces;
+}
+
+std::string WordExpression(const std::string &word) {
+  return MatchExpression(nullptr, MarkedWord(word));
 }
 
 IdSet GroupsWithWord(Database &database, const std::string &word, bool with_artist) {
-  return Matches(database, "SELECT rowid FROM group_words WHERE group_words MATCH ?1",
-                 MatchExpression(with_artist ? nullptr : "name", MarkedWord(word)));
+  Statement groups(database, "SELECT rowid FROM group_words WHERE group_words MATCH ?1");
+  const std::string expression = MatchExpression(with_artist ? nullptr : "name", MarkedWord(word));
+  return ReadIds(groups.Bind(1, expression));
 }
 
-WordWriter::WordWriter(Database &database)
-    : add_song_(database, "INSERT INTO song_words(rowid, title) VALUES(?1, ?2)"),
-      remove_song_(database, "INSERT INTO song_words(song_words, rowid, title) "
-                             "VALUES('delete', ?1, ?2)"),
-      add_group_(database, "INSERT INTO group_words(rowid, name, artist) VALUES(?1, ?2, ?3)"),
-      remove_group_(database, "INSERT INTO group_words(group_words, rowid, name, artist) "
-                              "VALUES('delete', ?1, ?2, ?3)") {}
+GroupWordWriter::GroupWordWriter(Database &database)
+    : add_(database, "INSERT INTO group_words(rowid, name, artist) VALUES(?1, ?2, ?3)"),
+      remove_(database, "INSERT INTO group_words(group_words, rowid, name, artist) "
+                        "VALUES('delete', ?1, ?2, ?3)") {}
 
-void WordWriter::AddSong(int32_t id, std::string_view title) { WriteSong(add_song_, id, title); }
+namespace {
 
-void WordWriter::RemoveSong(int32_t id, std::string_view title) {
-  WriteSong(remove_song_, id, title);
+void WriteGroup(Statement &statement, int32_t id, std::string_view name, std::string_view artist) {
+  const std::string marked = MarkedText(name);
+  const std::string marked_artist = MarkedText(artist);
+  statement.Bind(1, int64_t{id}).Bind(2, marked).Bind(3, marked_artist).Run();
 }
 
-void WordWriter::AddGroup(int32_t id, std::string_view name, std::string_view artist) {
-  WriteGroup(add_group_, id, name, artist);
+} // namespace
+
+void GroupWordWriter::Add(int32_t id, std::string_view name, std::string_view artist) {
+  WriteGroup(add_, id, name, artist);
 }
 
-void WordWriter::RemoveGroup(int32_t id, std::string_view name, std::string_view artist) {
-  WriteGroup(remove_group_, id, name, artist);
+void GroupWordWriter::Remove(int32_t id, std::string_view name, std::string_view artist) {
+  WriteGroup(remove_, id, name, artist);
 }
 
 } // namespace vexo::index

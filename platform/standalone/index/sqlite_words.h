@@ -1,9 +1,9 @@
 #pragma once
-// Search by words, whatever their accents: the trigram indexes song_words and group_words.
+// Search by words, whatever their accents: how texts are kept for it, and the names of groups.
 //
-// They hold folded texts with two marks before each beginning of a word. So a word of one or two
-// letters, which has no trigram, has one with its marks, and is found where words begin; a longer
-// one is found anywhere. In scripts without spaces each character counts as a beginning.
+// Trigram indexes hold folded texts with two marks before each beginning of a word. So a word of
+// one or two letters, which has no trigram, has one with its marks, and is found where words begin;
+// a longer one is found anywhere. In scripts without spaces each character counts as a beginning.
 
 #include "index/sqlite_ids.h"
 #include <cstdint>
@@ -16,23 +16,29 @@ namespace vexo::index {
 /// The words of a question, folded.
 std::vector<std::string> FoldedWords(const std::string &words);
 
-/// The ids of the texts that hold a folded word, ascending.
-IdSet SongsWithWord(Database &database, const std::string &word);
-/// In the name; or in the artist's name too.
+/// The text folded, with marks in the place of spaces.
+std::string MarkedText(std::string_view text);
+
+/// The marked text in pieces, each once: what is found in the whole is found in one of them.
+std::vector<std::string> MarkedPieces(std::string_view text);
+
+/// What to search marked texts for that may hold a folded word, as an expression of FTS5.
+std::string WordExpression(const std::string &word);
+
+/// The ids of the groups that have a folded word in the name, or in the artist's name too;
+/// ascending.
 IdSet GroupsWithWord(Database &database, const std::string &word, bool with_artist);
 
-/// Takes texts into song_words and group_words, and out of them again.
-class WordWriter {
+/// Takes names into group_words, and out of it again.
+class GroupWordWriter {
 public:
-  explicit WordWriter(Database &database);
-  void AddSong(int32_t id, std::string_view title);
-  void AddGroup(int32_t id, std::string_view name, std::string_view artist);
-  /// The texts must be those that were added.
-  void RemoveSong(int32_t id, std::string_view title);
-  void RemoveGroup(int32_t id, std::string_view name, std::string_view artist);
+  explicit GroupWordWriter(Database &database);
+  void Add(int32_t id, std::string_view name, std::string_view artist);
+  /// The names must be those that were added.
+  void Remove(int32_t id, std::string_view name, std::string_view artist);
 
 private:
-  Statement add_song_, remove_song_, add_group_, remove_group_;
+  Statement add_, remove_;
 };
 
 } // namespace vexo::index

@@ -2,6 +2,7 @@
 
 #include "contract/index/engine.h"
 #include "index/sqlite_schema.h"
+#include "index/sqlite_words.h"
 
 #include <filesystem>
 #include <fstream>
@@ -14,6 +15,7 @@ namespace vexo::index {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -89,7 +91,7 @@ TEST_F(SqliteFile, ProcessesThatMakeTheIndexAtOnceAllSucceed) {
 TEST_F(SqliteFile, OfManyEqualRowsAtOnceExactlyOneIsAdded) {
   SqliteIndex make(path());
   EXPECT_EQ(InProcesses(16, [&](int) { SqliteIndex(path()).AddPlaylist(MakePlaylist("/a")); }), 1);
-  EXPECT_THAT(Titles(), ::testing::ElementsAre("/a"));
+  EXPECT_THAT(Titles(), ElementsAre("/a"));
 }
 
 TEST_F(SqliteFile, AnEmptyFileIsMigrated) {
@@ -106,8 +108,27 @@ TEST_F(SqliteFile, AnIndexOfANewerProgramIsRefusedAndKept) {
   EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM playlists"), 1);
 }
 
+/// What it was when each title was in a trigram index by itself.
+void MakeFifthVersion(const std::string &path) {
+  Database database(path, kImpatient);
+  database.Execute("DROP TABLE title_words; DELETE FROM entries WHERE list < 0 AND list % 8 = -5;"
+                   "ALTER TABLE catalog DROP COLUMN old_titles;"
+                   "CREATE VIRTUAL TABLE song_words USING fts5("
+                   "title, content='', tokenize='trigram case_sensitive 1');"
+                   "PRAGMA user_version=5");
+  Transaction transaction(database);
+  Statement songs(database, "SELECT id, title FROM songs");
+  Statement add(database, "INSERT INTO song_words(rowid, title) VALUES(?1, ?2)");
+  while (songs.Step()) {
+    const std::string marked = MarkedText(songs.View(1));
+    add.Bind(1, songs.Int64(0)).Bind(2, marked).Run();
+  }
+  transaction.Commit();
+}
+
 /// What it was before there were albums.
 void MakeThirdVersion(const std::string &path) {
+  MakeFifthVersion(path);
   Database database(path, kImpatient);
   for (const std::string column :
        {"album", "artist", "album_artist", "genre", "composer", "folder"}) {
@@ -185,6 +206,68 @@ TEST_F(SqliteFile, AnOlderIndexOfManySongsWaitsForAScan) {
   EXPECT_EQ(index.ListSongs(list, {0, 1}).total, kSongs - 1);
   EXPECT_EQ(Database(path(), kImpatient).Number("SELECT complete FROM catalog"), 1);
   EXPECT_THAT(index.FindDamage(), IsEmpty());
+}
+
+std::vector<std::string> PathsWith(SqliteIndex &index, const std::string &words) {
+  SongList list;
+  list.words = words;
+  std::vector<std::string> paths;
+  for (const CatalogSong &song : index.ListSongs(list, {0, 100}).items) {
+    paths.push_back(song.song.path);
+  }
+  return paths;
+}
+
+TEST_F(SqliteFile, TitlesOfAnOlderIndexAreFound) {
+  SqliteIndex(path()).WriteSongs({MakeSong("/green/1"), MakeSong("/green river/2")}, {});
+  const std::vector<SongFile> before = SqliteIndex(path()).SongFiles(0);
+  MakeFifthVersion(path());
+  SqliteIndex index(path());
+  EXPECT_EQ(index.SongFiles(0), before) << "with their ids";
+  EXPECT_THAT(PathsWith(index, "een river"), ElementsAre("/green river/2"));
+  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
+  EXPECT_THAT(index.FindDamage(), IsEmpty());
+}
+
+TEST_F(SqliteFile, TitlesOfManySongsAreFoundBeforeAndAfterAScan) {
+  constexpr int kSongs = 20'001;
+  std::vector<Song> songs;
+  for (int i = 0; i < kSongs; ++i) {
+    songs.push_back(MakeSong("/song" + std::to_string(i)));
+  }
+  SqliteIndex(path()).WriteSongs(songs, {});
+  MakeFifthVersion(path());
+  SqliteIndex index(path());
+  EXPECT_GT(Database(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
+  EXPECT_THAT(PathsWith(index, "ong1999"), SizeIs(11));
+  songs[0].id = index.SongsByPath({"/song1999"}).at(0).id;
+  songs[0].path = "/song1999";
+  songs[0].title = "changed";
+  index.WriteSongs({songs[0], MakeSong("/song1999new")},
+                   {index.SongsByPath({"/song19991"}).at(0).id});
+  for (const char *const when : {"before", "after"}) {
+    EXPECT_THAT(PathsWith(index, "ong1999"), SizeIs(10)) << when;
+    EXPECT_THAT(PathsWith(index, "changed"), ElementsAre("/song1999")) << when;
+    EXPECT_THAT(index.FindDamage(), IsEmpty()) << when;
+    index.CompleteCatalog();
+  }
+  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
+}
+
+TEST_F(SqliteFile, WordsThatNoTitleHasAreForgotten) {
+  SqliteIndex index(path());
+  index.WriteSongs({MakeSong("/green 1"), MakeSong("/green 2")}, {});
+  const auto words = [&] {
+    return Database(path(), kImpatient).Number("SELECT count(*) FROM title_words");
+  };
+  EXPECT_EQ(words(), 3);
+  index.WriteSongs({}, {1});
+  EXPECT_EQ(words(), 2);
+  EXPECT_THAT(PathsWith(index, "green"), ElementsAre("/green 2"));
+  index.WriteSongs({MakeSong("/green 1")}, {2});
+  EXPECT_EQ(words(), 2);
+  EXPECT_THAT(PathsWith(index, "green"), ElementsAre("/green 1"));
+  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM entries WHERE list = -5"), 2);
 }
 
 TEST_F(SqliteFile, ListsThatAreBrokenAreFoundAndBuiltAnew) {
