@@ -1,5 +1,14 @@
 // The actions of audio_playlist.cgi that edit playlists.
-import { address, type Options, RequestError, readJson, refusals, send, versionOf } from "./http.ts";
+import {
+  address,
+  notUnderstood,
+  type Options,
+  RequestError,
+  readJson,
+  refusals,
+  send,
+  versionOf,
+} from "./http.ts";
 
 /** A song: its id, or for what the index does not know, what a list's file says of it. */
 export type SongReference =
@@ -34,6 +43,7 @@ async function act(
   if (response.ok && body?.success) return { id: body.node?.id ?? body.id, version: versionOf(response) };
   if (response.status === 401) refusals.value++;
   const key = body?.error ? `${body.error.section}/${body.error.key}` : "";
+  if (response.ok && body?.success === undefined) throw notUnderstood();
   throw new RequestError(response.ok ? 500 : response.status, undefined, key);
 }
 

@@ -1,6 +1,14 @@
 // Requests to the server, and what can go wrong with them.
 import { signal } from "@preact/signals";
+import { isAnswer } from "./shape.ts";
 import type { Problem } from "./types.ts";
+
+/** The key of an answer that is not this server's: a web server on the way may have its own pages. */
+export const NOT_UNDERSTOOD = "answer/not_understood";
+
+export function notUnderstood() {
+  return new RequestError(502, undefined, NOT_UNDERSTOOD);
+}
 
 /** Why a request gave nothing. `status` is 0 when no answer came: no connection, or it broke. */
 export class RequestError extends Error {
@@ -119,11 +127,19 @@ export async function send(url: string, options: Options): Promise<Response> {
 
 /** What a body says. One that is not the server's, or breaks off, is none: something else answers on the way. */
 export async function readJson(response: Response): Promise<unknown> {
+  const text = await textOf(response);
   try {
-    const text = await response.text();
     const body: unknown = text === "" ? undefined : JSON.parse(text);
     if (body === null || (body !== undefined && typeof body !== "object")) throw new SyntaxError(text);
     return body;
+  } catch {
+    throw response.ok ? notUnderstood() : new RequestError(response.status, undefined);
+  }
+}
+
+async function textOf(response: Response) {
+  try {
+    return await response.text();
   } catch (error) {
     if (isAborted(error)) throw error;
     throw new RequestError(response.ok ? 0 : response.status, undefined);
@@ -141,8 +157,10 @@ export function versionOf(response: Response) {
 export async function ask<T>(path: string, query: Query = {}, options: Options = {}): Promise<Answer<T>> {
   const response = await send(address(`api/${path}`, query), options);
   const body = await readJson(response);
-  const isFine = response.ok || (response.status === 304 && options.ifNoneMatch !== undefined);
-  if (isFine) return { body: body as T, version: versionOf(response) };
+  const isSame = response.status === 304 && options.ifNoneMatch !== undefined;
+  const isRight = isSame || options.method === "DELETE" || isAnswer(path, query.limit !== undefined, body);
+  if (response.ok && !isRight) throw notUnderstood();
+  if (response.ok || isSame) return { body: body as T, version: versionOf(response) };
   if (response.status === 401) refusals.value++;
   throw new RequestError(response.status, body as Problem | undefined);
 }

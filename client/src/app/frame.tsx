@@ -11,6 +11,7 @@ import { PlayerMenuButton } from "../playback/player_menu.tsx";
 import { FileDrop } from "../playlists/file_drop.tsx";
 import { PlaylistTree } from "../playlists/tree.tsx";
 import { t } from "../text/index.ts";
+import { Guarded } from "../ui/failure.tsx";
 import { redo, undo } from "../ui/history.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { showKeys, useKeys } from "../ui/keys.tsx";
@@ -99,7 +100,9 @@ export function Frame() {
       </main>
       {openListId.value !== undefined && (
         <aside class="editor" aria-label={t("frame.editor")}>
-          <EditorPanel id={openListId.value} />
+          <Guarded key={openListId.value}>
+            <EditorPanel id={openListId.value} />
+          </Guarded>
         </aside>
       )}
       <footer class="foot">

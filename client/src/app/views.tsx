@@ -6,6 +6,7 @@ import { playlistViews } from "../playlists/views.tsx";
 import { queueViews } from "../queue/views.tsx";
 import { smartViews } from "../smart/views.tsx";
 import { t } from "../text/index.ts";
+import { Guarded } from "../ui/failure.tsx";
 import { type Route, route } from "../ui/router.ts";
 
 const views: Record<string, ComponentType<{ route: Route }>> = {
@@ -21,7 +22,12 @@ export function View() {
   const { segments, query } = route.value;
   const name = segments[0] ?? FIRST;
   const Shown = Object.hasOwn(views, name) ? views[name] : undefined;
-  return Shown ? <Shown key={segments.join("/")} route={{ segments, query }} /> : <NotFound />;
+  if (!Shown) return <NotFound />;
+  return (
+    <Guarded key={segments.join("/")}>
+      <Shown route={{ segments, query }} />
+    </Guarded>
+  );
 }
 
 function NotFound() {

@@ -20,7 +20,7 @@ export function AlbumView({ id }: { id: string }) {
   const list = useList<Song>(path, {});
   const album = answer.body.value?.album;
   useTitle(album ? albumName(album) : "");
-  if (answer.error.value) return <AnswerFailure answer={answer} />;
+  if (answer.error.value) return <AnswerFailure answer={answer} list={list} />;
   return <SongsOfAlbum album={album} list={list} />;
 }
 

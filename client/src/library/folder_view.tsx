@@ -26,7 +26,7 @@ export function FolderView({ id, route }: { id: string | undefined; route: Route
   const title = folder?.name || t("library.folders");
   const library = folder?.library ?? libraryOf(route.query);
   useTitle(title);
-  if (answer.error.value) return <AnswerFailure answer={answer} />;
+  if (answer.error.value) return <AnswerFailure answer={answer} list={list} />;
   return (
     <>
       <ViewHead title={title} count={folder?.songs}>

@@ -5,7 +5,7 @@ import { useEffect, useRef } from "preact/hooks";
 import { get, isAborted, type Query, RequestError } from "../api/http.ts";
 import type { LibraryName, Page } from "../api/types.ts";
 import { Selection } from "../list/selection.ts";
-import { PagedSource } from "../list/source.ts";
+import { type FetchPage, PagedSource } from "../list/source.ts";
 import type { Place } from "../list/viewport.ts";
 import { overview, user } from "../ui/session.tsx";
 
@@ -57,16 +57,19 @@ user.subscribe((now) => {
   last = now?.id;
 });
 
+/** The stretches of a list at an address of the API. */
+export function pagesOf<T>(path: string, query: Query): FetchPage<T> {
+  return (offset, limit, stop) => get<Page<T>>(path, { ...query, offset, limit }, stop);
+}
+
 export class KeptList<T> implements Kept {
   readonly source: PagedSource<T>;
   readonly selection = new Selection();
   readonly place: Place = { top: 0 };
   readonly settled: ReadonlySignal<boolean>;
 
-  constructor(path: string, query: Query) {
-    this.source = new PagedSource<T>((offset, limit, stop) =>
-      get<Page<T>>(path, { ...query, offset, limit }, stop),
-    );
+  constructor(fetchPage: FetchPage<T>) {
+    this.source = new PagedSource<T>(fetchPage);
     this.settled = settledOf(this.source.total, this.source.error);
     this.source.want(0, 1);
   }
@@ -140,12 +143,17 @@ function keyOf(path: string, query: Query) {
   return `${path}?${given.sort().join("&")}`;
 }
 
+/** What `make` gives, or gave before for the same. */
+export function useKept<T extends Kept>(path: string, query: Query, make: () => T): T {
+  const key = keyOf(path, query);
+  const thing = keep(key, make);
+  useRevision(key);
+  return thing;
+}
+
 /** The list at an address of the API. */
 export function useList<T>(path: string, query: Query): KeptList<T> {
-  const key = keyOf(path, query);
-  const list = keep(key, () => new KeptList<T>(path, query));
-  useRevision(key);
-  return list;
+  return useKept(path, query, () => new KeptList<T>(pagesOf<T>(path, query)));
 }
 
 /** The answer at an address of the API, or of several requests that `ask` makes. */
@@ -154,10 +162,7 @@ export function useAnswer<T>(
   query: Query,
   ask: (stop: AbortSignal) => Promise<T> = (stop) => get<T>(path, query, stop),
 ): KeptAnswer<T> {
-  const key = `answer of ${keyOf(path, query)}`;
-  const answer = keep(key, () => new KeptAnswer<T>(ask));
-  useRevision(key);
-  return answer;
+  return useKept(`answer of ${path}`, query, () => new KeptAnswer<T>(ask));
 }
 
 /** The library that a view is of. */

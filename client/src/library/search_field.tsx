@@ -14,10 +14,9 @@ function isSearching() {
 let hasStep = false;
 
 function search(text: string) {
-  const { query } = route.peek();
-  if (isSearching()) return replaceQuery({ q: text, library: query.get("library") ?? undefined });
+  if (isSearching()) return replaceQuery({ q: text });
   hasStep = true;
-  goTo(["search"], { q: text, library: query.get("library") ?? undefined });
+  goTo(["search"], { q: text });
 }
 
 function leave(input: HTMLInputElement) {

@@ -1,44 +1,64 @@
 // What a search finds: artists, albums and playlists above all songs.
 import type { ComponentChildren } from "preact";
 import { useEffect } from "preact/hooks";
-import { get } from "../api/http.ts";
+import { get, type Query } from "../api/http.ts";
 import type { Album, LibraryName, Name, Page, Playlist, Song } from "../api/types.ts";
 import { type Dragged, watchForDrag } from "../list/drag.tsx";
+import type { Section } from "../list/list_view.tsx";
 import { formatNumber, t } from "../text/index.ts";
+import { Failure } from "../ui/failure.tsx";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { openMenu } from "../ui/menu.tsx";
 import { announce } from "../ui/notices.tsx";
 import { linkTo, type Route } from "../ui/router.ts";
+import { user } from "../ui/session.tsx";
 import { useTitle } from "../ui/title.ts";
 import { albumName } from "./albums_view.tsx";
 import { Cover } from "./cover.tsx";
 import { onSongsKey, songsMenu } from "./deeds.ts";
-import { LibrarySwitch, MenuButton, ViewHead } from "./head.tsx";
+import { MenuButton, ViewHead } from "./head.tsx";
 import { focusLastLink, focusSearchField, hits } from "./hits.ts";
-import { type KeptAnswer, type KeptList, libraryOf, useAnswer, useList, useSteady } from "./lists.ts";
+import { Joined } from "./joined.ts";
+import { type KeptAnswer, KeptList, pagesOf, useAnswer, useKept, useSteady } from "./lists.ts";
 import { SongTable } from "./song_table.tsx";
-import { type Songs, songsAt, songsBy, songsOfAlbum, songsOfName, songsOfPlaylist } from "./songs.ts";
+import { type Songs, songsAt, songsOfAlbum, songsOfName, songsOfPlaylist } from "./songs.ts";
 import { ColumnsButton, onSort, songOrder } from "./songs_view.tsx";
 
 const MOST_ARTISTS = 8;
 const MOST_ALBUMS = 12;
 const MOST_PLAYLISTS = 8;
 
-interface Groups {
-  q: string;
+interface InLibrary {
   library: LibraryName;
   artists: Page<Name>;
   albums: Page<Album>;
+}
+
+interface Groups {
+  q: string;
+  libraries: InLibrary[];
   playlists: Page<Playlist>;
 }
 
-async function findGroups(q: string, library: LibraryName, stop: AbortSignal): Promise<Groups> {
-  const [artists, albums, playlists] = await Promise.all([
+/** All that the user has. */
+function libraries(): LibraryName[] {
+  return user.value?.personal_library ? ["shared", "personal"] : ["shared"];
+}
+
+async function findIn(library: LibraryName, q: string, stop: AbortSignal): Promise<InLibrary> {
+  const [artists, albums] = await Promise.all([
     get<Page<Name>>("artists", { q, library, limit: MOST_ARTISTS }, stop),
     get<Page<Album>>("albums", { q, library, limit: MOST_ALBUMS }, stop),
-    get<Page<Playlist>>("playlists", { q, limit: MOST_PLAYLISTS }, stop),
   ]);
-  return { q, library, artists, albums, playlists };
+  return { library, artists, albums };
+}
+
+async function findGroups(q: string, stop: AbortSignal): Promise<Groups> {
+  const [playlists, ...found] = await Promise.all([
+    get<Page<Playlist>>("playlists", { q, limit: MOST_PLAYLISTS }, stop),
+    ...libraries().map((library) => findIn(library, q, stop)),
+  ]);
+  return { q, libraries: found, playlists };
 }
 
 export function SearchView({ route }: { route: Route }) {
@@ -60,37 +80,53 @@ function Invitation() {
   );
 }
 
-/** What is found, and what was found before until all of that is there. */
-interface Shown {
-  songs: KeptList<Song>;
-  groups: KeptAnswer<Groups>;
+/** The songs of all libraries, one behind the other. */
+class FoundSongs extends KeptList<Song> {
+  readonly joined: Joined<Song>;
+
+  constructor(q: string, order: Query) {
+    const joined = new Joined(libraries().map((library) => pagesOf<Song>("songs", { q, library, ...order })));
+    super(joined.fetch);
+    this.joined = joined;
+  }
+
+  /** Where the songs of each library begin, unless all are in the shared one. */
+  sections(): Section[] {
+    const { totals } = this.joined;
+    if (totals.slice(1).every((total) => total === 0)) return [];
+    return totals.flatMap((total, place) => {
+      const at = totals.slice(0, place).reduce((sum, before) => sum + before, 0);
+      return total > 0 ? [{ at, label: songsIn(libraries()[place] ?? "shared") }] : [];
+    });
+  }
 }
 
-function useFound(q: string, library: LibraryName, order: ReturnType<typeof songOrder>): Shown {
-  const songs = useSteady(useList<Song>("songs", { q, library, ...order.query }));
-  const groups = useSteady(
-    useAnswer<Groups>("search", { q, library }, (stop) => findGroups(q, library, stop)),
-  );
+function songsIn(library: LibraryName) {
+  return t(library === "shared" ? "search.songs_shared" : "search.songs_mine");
+}
+
+/** What is found, and what was found before until all of that is there. */
+function useFound(q: string, order: Query) {
+  const songs = useSteady(useKept(`found ${q}`, order, () => new FoundSongs(q, order)));
+  const groups = useSteady(useAnswer<Groups>("search", { q }, (stop) => findGroups(q, stop)));
   return { songs, groups };
 }
 
 function Found({ q, route }: { q: string; route: Route }) {
-  const library = libraryOf(route.query);
   const order = songOrder(route);
-  const { songs, groups } = useFound(q, library, order);
+  const { songs, groups } = useFound(q, order.query);
   const total = songs.source.total.value;
   const found = groups.body.value;
   const isNothing = found !== undefined && total === 0 && countOf(found) === 0;
-  const query = { q, library, ...order.query };
+  const all = () => songsAt(songs.source, [{ first: 0, end: total ?? 0 }], q);
   useEffect(() => {
     if (total !== undefined) announce(t("search.found", { count: total }));
   }, [total]);
   return (
     <>
       <ViewHead title={t("search.title")} count={total}>
-        <LibrarySwitch shown={library} />
         <ColumnsButton />
-        <MenuButton items={() => songsMenu(songsBy(query, q, total))} />
+        <MenuButton items={() => songsMenu(all())} />
       </ViewHead>
       <SongTable
         label={t("library.songs")}
@@ -101,38 +137,29 @@ function Found({ q, route }: { q: string; route: Route }) {
         sort={order.sort}
         onSort={onSort}
         onUp={focusLastLink}
-        lead={<GroupsFound groups={found} songs={total} />}
+        lead={<Lead groups={groups} hasHeading={songs.sections().length === 0 && !!total} />}
+        sections={songs.sections()}
         empty={isNothing && <p>{t("search.nothing", { q })}</p>}
       />
     </>
   );
 }
 
-function countOf({ artists, albums, playlists }: Groups) {
-  return artists.total + albums.total + playlists.total;
+function countOf({ libraries: all, playlists }: Groups) {
+  return all.reduce((sum, { artists, albums }) => sum + artists.total + albums.total, playlists.total);
 }
 
-function GroupsFound({ groups, songs }: { groups: Groups | undefined; songs: number | undefined }) {
-  if (!groups) return null;
-  const { q, library, artists, albums, playlists } = groups;
-  const query = { q, library: library === "personal" ? library : undefined };
+function Lead({ groups, hasHeading }: { groups: KeptAnswer<Groups>; hasHeading: boolean }) {
+  const { body, error } = groups;
+  if (error.value) return <Failure error={error.value} retry={() => groups.refresh()} />;
+  if (!body.value) return null;
+  const { q, libraries: all, playlists } = body.value;
   return (
     // biome-ignore lint/a11y/noStaticElementInteractions: the keys are those of the links in it
     <div class="found" onKeyDown={onHitsKey}>
-      <Group label={t("library.artists")} page={artists} all={linkTo(["artists"], query)}>
-        {artists.items.map((artist) => (
-          <Hit key={artist.id} href={linkTo(["artists", artist.id])} songs={songsOfName("artists", artist)}>
-            <Chip text={artist.name} icon="artist" cover={artist} />
-          </Hit>
-        ))}
-      </Group>
-      <Group label={t("library.albums")} page={albums} all={linkTo(["albums"], query)} kind="albums">
-        {albums.items.map((album) => (
-          <Hit key={album.id} href={linkTo(["albums", album.id])} songs={songsOfAlbum(album)} kind="tile">
-            <AlbumPicture album={album} />
-          </Hit>
-        ))}
-      </Group>
+      {all.map((found) => (
+        <GroupsIn key={found.library} q={q} found={found} />
+      ))}
       <Group label={t("frame.lists")} page={playlists}>
         {playlists.items.map((playlist) => (
           <Hit key={playlist.id} href={linkTo(["playlists", playlist.id])} songs={songsOfPlaylist(playlist)}>
@@ -140,8 +167,41 @@ function GroupsFound({ groups, songs }: { groups: Groups | undefined; songs: num
           </Hit>
         ))}
       </Group>
-      {songs !== undefined && songs > 0 && <h2>{t("library.songs")}</h2>}
+      {hasHeading && <h2>{t("library.songs")}</h2>}
     </div>
+  );
+}
+
+/** The artists and albums of one library. */
+function GroupsIn({ q, found: { library, artists, albums } }: { q: string; found: InLibrary }) {
+  const isMine = library === "personal";
+  const query = { q, library: isMine ? library : undefined };
+  return (
+    <>
+      <Group
+        label={t(isMine ? "search.artists_mine" : "library.artists")}
+        page={artists}
+        all={linkTo(["artists"], query)}
+      >
+        {artists.items.map((artist) => (
+          <Hit key={artist.id} href={linkTo(["artists", artist.id])} songs={songsOfName("artists", artist)}>
+            <Chip text={artist.name} icon="artist" cover={artist} />
+          </Hit>
+        ))}
+      </Group>
+      <Group
+        label={t(isMine ? "search.albums_mine" : "library.albums")}
+        page={albums}
+        all={linkTo(["albums"], query)}
+        kind="albums"
+      >
+        {albums.items.map((album) => (
+          <Hit key={album.id} href={linkTo(["albums", album.id])} songs={songsOfAlbum(album)} kind="tile">
+            <AlbumPicture album={album} />
+          </Hit>
+        ))}
+      </Group>
+    </>
   );
 }
 

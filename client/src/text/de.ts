@@ -20,6 +20,8 @@ export const de: Catalogue = {
   "error.unexpected": "In dieser Seite ist etwas schiefgegangen. Bitte neu laden.",
   "error.no_connection": "Keine Verbindung zum Server.",
   "error.server": "Der Server konnte das nicht tun ({status}).",
+  "error.not_understood":
+    "Die Antwort kam nicht von diesem Server: Etwas auf dem Weg antwortet an seiner Stelle.",
   "error.name_exists": "Es gibt schon eine Playlist mit diesem Namen.",
   "error.name_too_long": "Der Name ist zu lang.",
   "error.name_empty": "Bitte einen Namen geben.",
@@ -190,6 +192,10 @@ export const de: Catalogue = {
   "search.found": { one: "{count} Titel gefunden", other: "{count} Titel gefunden" },
   "search.nothing": "Nichts gefunden für „{q}“. Weniger oder andere Wörter helfen vielleicht.",
   "search.all": "Alle {count}",
+  "search.artists_mine": "Interpreten deiner Bibliothek",
+  "search.albums_mine": "Alben deiner Bibliothek",
+  "search.songs_shared": "Titel der gemeinsamen Bibliothek",
+  "search.songs_mine": "Titel deiner Bibliothek",
 
   // Playlists
   "playlists.shared": "Gemeinsam",

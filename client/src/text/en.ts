@@ -18,6 +18,8 @@ export const en = {
   "error.unexpected": "Something went wrong in this page. Please load it again.",
   "error.no_connection": "No connection to the server.",
   "error.server": "The server could not do that ({status}).",
+  "error.not_understood":
+    "The answer did not come from this server: something on the way answers in its place.",
   "error.name_exists": "There is a playlist of that name already.",
   "error.name_too_long": "The name is too long.",
   "error.name_empty": "Please give it a name.",

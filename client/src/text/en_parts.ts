@@ -81,6 +81,10 @@ export const parts = {
   "search.found": { one: "{count} song found", other: "{count} songs found" },
   "search.nothing": "Nothing found for “{q}”. Try fewer or other words.",
   "search.all": "All {count}",
+  "search.artists_mine": "Artists of your library",
+  "search.albums_mine": "Albums of your library",
+  "search.songs_shared": "Songs of the shared library",
+  "search.songs_mine": "Songs of your library",
   // Playlists
   "import.title": "Import playlists",
   "import.choose": "Choose files",

@@ -1,6 +1,6 @@
 // Lines that tell what has happened, for some seconds, and what screen readers are told.
 import { signal } from "@preact/signals";
-import { RequestError } from "../api/http.ts";
+import { NOT_UNDERSTOOD, RequestError } from "../api/http.ts";
 import { type TextKey, t } from "../text/index.ts";
 import { Icon } from "./icon.tsx";
 
@@ -58,6 +58,7 @@ export function reasonOf(error: unknown): string {
   if (!(error instanceof RequestError)) return t("error.unexpected");
   if (error.status === 0) return t("error.no_connection");
   const known: Record<string, TextKey> = {
+    [NOT_UNDERSTOOD]: "error.not_understood",
     "playlist/playlist_name_exist": "error.name_exists",
     "playlist/playlist_name_too_long": "error.name_too_long",
     "playlist/name_with_comma": "error.name_with_comma",

@@ -42,18 +42,50 @@ test("a page that was opened without its server goes on when that is back", () =
     await page.getByRole("main", { name: "" }).getByRole("grid").first().waitFor();
   }));
 
-test("what answers in the place of the server is not taken for it", async () => {
-  for (const body of ["<html>Welcome to the hotel</html>", '{"total": 5, "items": [', "null", "5"]) {
-    await house.visit({}, async (page) => {
+const FOREIGN = [
+  "<html>Welcome to the hotel</html>",
+  '{"total": 5, "items": [',
+  "null",
+  "5",
+  "{}",
+  '{"total": -1, "offset": 0, "items": []}',
+  '{"total": 5, "offset": 0, "items": {}}',
+  '{"total": 1, "offset": 0, "items": [null]}',
+];
+
+test("what answers in the place of the server is not taken for it", () =>
+  house.visit({}, async (page) => {
+    for (const body of FOREIGN) {
+      await page.goto("#/albums");
+      await page.getByRole("heading", { name: "Albums" }).waitFor();
       await page.route(/\/api\/artists/, (route) => route.fulfill({ contentType: "application/json", body }));
       await page.goto("#/artists");
-      await page.getByRole("alert").getByText("No connection to the server.").waitFor();
+      await page.reload();
+      await page.getByRole("alert").getByText("The answer did not come from this server").waitFor();
       await page.unroute(/\/api\/artists/);
       await page.getByRole("button", { name: "Try again" }).click();
       await page.getByRole("grid").getByRole("row").nth(1).waitFor();
-    });
-  }
-});
+    }
+  }));
+
+for (const [view, path] of [
+  ["#/albums/ID", /\/api\/albums\/\d/],
+  ["#/songs", /\/api\/songs/],
+  ["#/folders", /\/api\/folders/],
+  ["#/playlists/musiclib_random", /\/api\/playlists\/musiclib_random/],
+  ["#/search?q=garden", /\/api\/albums/],
+] as const) {
+  test(`${view} tells that it was not answered as it should be, and goes on when it is`, () =>
+    house.visit({}, async (page) => {
+      const { items } = await house.get<{ items: { id: number }[] }>("api/albums?q=garden");
+      await page.route(path, (route) => route.fulfill({ json: {} }));
+      await page.goto(view.replace("ID", String(items[0]?.id)));
+      await page.getByText("The answer did not come from this server").first().waitFor();
+      await page.unroute(path);
+      await page.getByRole("button", { name: "Try again" }).first().click();
+      await page.getByRole("main").getByRole("grid").getByRole("row").nth(1).waitFor();
+    }));
+}
 
 test("an address of no view is none, whatever its name", () =>
   house.visit({ at: "#/constructor" }, async (page) => {

@@ -1,5 +1,6 @@
 // Search as one types: what is found, by keyboard, and how results follow each other.
 import assert from "node:assert/strict";
+import { relative } from "node:path";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
 import { DESKTOP, examine, openHouse, SIZES, takePicture } from "./fixture.ts";
@@ -127,3 +128,46 @@ test("nothing found is said", () =>
   house.visit({ at: "#/search?q=zzzz" }, async (page) => {
     await page.getByText("Nothing found for “zzzz”.").waitFor();
   }));
+
+test("both libraries are searched, and what is found is told apart", async () => {
+  const song = (path: string, title: string) => ({
+    path,
+    seconds: 5,
+    tags: { TITLE: title, ARTIST: "Zither Club", ALBUM: "Zither Evenings" },
+  });
+  const mine = relative(house.places.library, house.places.personal);
+  await house.makeSongs([
+    ...["One", "Two"].map((title) => song(`Zither/${title}.flac`, `Ours ${title}`)),
+    ...["One", "Two"].map((title) => song(`${mine}/Zither/${title}.flac`, `Mine ${title}`)),
+  ]);
+  await house.visit({ at: "#/search?q=zither" }, async (page) => {
+    for (const name of ["Artists", "Albums", "Artists of your library", "Albums of your library"]) {
+      await page
+        .getByRole("group", { name, exact: true })
+        .getByText(/^Zither/)
+        .first()
+        .waitFor();
+    }
+    await page.getByText("Songs of the shared library").waitFor();
+    await page.getByText("Songs of your library").waitFor();
+    const titles = await page
+      .getByRole("grid")
+      .getByRole("row")
+      .getByText(/^(Ours|Mine) /)
+      .allTextContents();
+    assert.deepEqual(
+      titles.map((title) => title.split(" ")[0]),
+      ["Ours", "Ours", "Mine", "Mine"],
+    );
+    await takePicture(page, "search-both-desktop-light");
+    await expectNoViolations(page, "main");
+    await row(page, "Mine Two").click();
+    await page.getByRole("group", { name: "Albums of your library" }).getByText("Zither Evenings").click();
+    await row(page, "Mine One").waitFor();
+    assert.equal(await row(page, "Ours One").count(), 0);
+  });
+  await house.visit({ user: "ben", at: "#/search?q=zither" }, async (page) => {
+    await row(page, "Ours One").waitFor();
+    assert.equal(await page.getByText("Songs of the shared library").count(), 0);
+  });
+});
