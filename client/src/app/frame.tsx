@@ -8,6 +8,7 @@ import { SearchField } from "../library/search_field.tsx";
 import { DragGhost } from "../list/drag.tsx";
 import { PlayerBar } from "../playback/player_bar.tsx";
 import { PlayerMenuButton } from "../playback/player_menu.tsx";
+import { forEditor } from "../playlists/commands.ts";
 import { FileDrop } from "../playlists/file_drop.tsx";
 import { PlaylistTree } from "../playlists/tree.tsx";
 import { t } from "../text/index.ts";
@@ -101,7 +102,7 @@ export function Frame() {
       {openListId.value !== undefined && (
         <aside class="editor" aria-label={t("frame.editor")}>
           <Guarded key={openListId.value}>
-            <EditorPanel id={openListId.value} />
+            <EditorPanel id={openListId.value} playlists={forEditor} />
           </Guarded>
         </aside>
       )}

@@ -3,7 +3,7 @@
 import { batch, computed, type Signal, signal } from "@preact/signals";
 import { ask, RequestError } from "../api/http.ts";
 import { type PlaylistPage, playlistPath, readWhole } from "../api/playlists.ts";
-import type { Playlist } from "../api/types.ts";
+import type { LibraryName, Playlist } from "../api/types.ts";
 import { type Chosen, durationOf, type Item, identityOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { idNow, record } from "../ui/history.ts";
@@ -25,16 +25,14 @@ import {
 } from "./order.ts";
 import { forgetPending, keepPending, newPendingKey, type Pending, takePending } from "./pending.ts";
 import { type Saved, Saver } from "./saver.ts";
+import type { TheirEdit } from "./their_edit.tsx";
 
-/** What somebody else did, and what became of the edits that were not sent yet. */
-export interface TheirEdit {
-  added: Item[];
-  removed: Item[];
-  movedCount: number;
-  /** What of ours was applied to the new list. */
-  applied: { added: Item[]; removed: Item[]; movedCount: number };
-  /** What of ours was not, as its entry is there no longer. */
-  lost: Item[];
+/** A list that somebody has deleted, as it is known here. */
+export interface Gone {
+  id: string;
+  name: string;
+  library: LibraryName;
+  content: { items: Item[] };
 }
 
 /** What a view shows of it: positions from `first` on, before `end`. */
@@ -59,7 +57,7 @@ export class ListDocument implements Saved {
   private readonly firstId: string;
   /** When it was looked at last: the tag of its page, which also tells of its songs, and its version. */
   private seen: { tag: string | undefined; version: string | undefined } | undefined;
-  private readonly pendingKey: string;
+  private pendingKey: string;
   private nextId = 0;
   private replaces = new Map<number, number>();
   private opening: Promise<void> | undefined;
@@ -362,6 +360,30 @@ export class ListDocument implements Saved {
     this.show(this.server.order);
     await this.saver.run();
     await this.refresh();
+  }
+
+  /** Somebody has deleted it. */
+  readonly isGone = computed(() => {
+    const state = this.saveState.value;
+    const error = this.error.value ?? ("error" in state ? state.error : undefined);
+    return error?.status === 404 && this.canEdit.value;
+  });
+
+  /** Has a deleted list made again with all that is known of it, and goes on with that. */
+  async makeAgain(make: (gone: Gone) => Promise<void>) {
+    const playlist = this.playlist.peek();
+    if (!playlist) return;
+    const order = this.order.peek().filter((id) => this.contents.get(id));
+    const items = Array.from(order, (id) => this.contents.get(id) ?? {});
+    await make({ id: this.listId, name: playlist.name, library: playlist.library, content: { items } });
+    await this.forget();
+    this.pendingKey = newPendingKey(this.listId);
+    this.seen = undefined;
+    this.server = { order, version: undefined };
+    this.saver.resume([]);
+    this.show(order);
+    await this.reload([]);
+    await this.saver.run();
   }
 
   /** Looks whether somebody else has changed the list. */

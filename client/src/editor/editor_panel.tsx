@@ -2,15 +2,17 @@
 import { useSignalEffect } from "@preact/signals";
 import { useEffect, useMemo, useRef } from "preact/hooks";
 import type { Dragged } from "../list/drag.tsx";
-import type { Item } from "../list/items.ts";
+import type { Chosen, Item } from "../list/items.ts";
 import { ListView } from "../list/list_view.tsx";
 import { Selection } from "../list/selection.ts";
+import { SelectionBar } from "../list/selection_bar.tsx";
 import { play } from "../playback/commands.ts";
 import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { keyOf } from "../ui/keys.tsx";
 import { isCoarse } from "../ui/media.ts";
-import type { ListDocument } from "./document.ts";
+import { notifyFailure } from "../ui/notices.tsx";
+import type { Gone, ListDocument } from "./document.ts";
 import { DocumentView } from "./document_view.ts";
 import { documentOf } from "./documents.ts";
 import { EntryActions } from "./entry_actions.ts";
@@ -23,17 +25,33 @@ import { useWidth } from "./width.ts";
 
 const WIDE = 720; // pixels, where artist and album have columns of their own
 
-/** `isPage`: it is the view itself, not beside it. */
-export function EditorPanel({ id, isPage = false }: { id: string; isPage?: boolean }) {
-  const document = documentOf(id);
-  return <Panel key={document.listId} document={document} isPage={isPage} />;
+/** What the editor asks of playlists as a whole, which it knows nothing of. */
+export interface Playlists {
+  /** Asks which lists something is added to. */
+  addToOther(chosen: Chosen): unknown;
+  /** Makes a list again, which has another id then. */
+  makeAgain(gone: Gone): Promise<void>;
 }
 
-function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }) {
+interface PanelProps {
+  playlists: Playlists;
+  /** It is the view itself, not beside it. */
+  isPage?: boolean;
+}
+
+export function EditorPanel({ id, ...props }: PanelProps & { id: string }) {
+  const document = documentOf(id);
+  return <Panel key={document.listId} document={document} {...props} />;
+}
+
+function Panel({ document, playlists, isPage = false }: PanelProps & { document: ListDocument }) {
   const view = useMemo(() => new DocumentView(document), [document]);
   useEffect(() => () => view.leave(), [view]);
   const selection = useMemo(() => new Selection(), []);
-  const actions = useMemo(() => new EntryActions(document, selection), [document, selection]);
+  const actions = useMemo(
+    () => new EntryActions(document, selection, playlists.addToOther),
+    [document, selection, playlists],
+  );
   useFollowing(document, selection);
   useCandidates(document);
   const panel = useRef<HTMLDivElement>(null);
@@ -47,7 +65,12 @@ function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }
   };
   return (
     <div ref={panel} class="list-editor" role="group" aria-label={name} onKeyDown={onKeyDown}>
-      <PanelHead document={document} selection={selection} isPage={isPage} />
+      <PanelHead
+        document={document}
+        selection={selection}
+        isPage={isPage}
+        makeAgain={() => void makeAgain(document, playlists)}
+      />
       <ListView<Item>
         label={t("editor.entries", { name })}
         source={view}
@@ -62,9 +85,18 @@ function Panel({ document, isPage }: { document: ListDocument; isPage: boolean }
         lift={(positions) => liftedFrom(document, positions)}
         empty={<Invitation canEdit={canEdit} />}
       />
-      <SelectionBar actions={actions} />
+      <EntriesBar actions={actions} />
     </div>
   );
+}
+
+async function makeAgain(document: ListDocument, playlists: Playlists) {
+  const name = document.playlist.peek()?.name ?? "";
+  try {
+    await document.makeAgain(playlists.makeAgain);
+  } catch (error) {
+    notifyFailure(t("editor.not_made_again", { name }), error, () => void makeAgain(document, playlists));
+  }
 }
 
 function Invitation({ canEdit }: { canEdit: boolean }) {
@@ -123,15 +155,15 @@ function useCandidates(document: ListDocument) {
   });
 }
 
-function SelectionBar({ actions }: { actions: EntryActions }) {
-  const count = actions.selection.count.value;
-  if (count === 0) return null;
+function EntriesBar({ actions }: { actions: EntryActions }) {
   const canEdit = actions.document.canEdit.value;
   return (
-    <div class="selection-bar" role="toolbar" aria-label={t("editor.selection")}>
-      <span class="selection-count">{t("count.selected", { count })}</span>
+    <SelectionBar selection={actions.selection}>
       <button type="button" class="icon-button" aria-label={t("editor.play")} onClick={() => actions.play()}>
         <Icon name="play" />
+      </button>
+      <button type="button" class="button" onClick={() => actions.addToOther()}>
+        {t("library.add_to")}
       </button>
       {canEdit && (
         <>
@@ -143,14 +175,6 @@ function SelectionBar({ actions }: { actions: EntryActions }) {
           </button>
         </>
       )}
-      <button
-        type="button"
-        class="icon-button"
-        aria-label={t("editor.clear_selection")}
-        onClick={() => actions.selection.clear()}
-      >
-        <Icon name="close" />
-      </button>
-    </div>
+    </SelectionBar>
   );
 }

@@ -1,4 +1,5 @@
 // What is done to entries of a list: by keys, by their menu, by the bar of the selection.
+import type { Chosen } from "../list/items.ts";
 import type { Selection } from "../list/selection.ts";
 import { play } from "../playback/commands.ts";
 import { t } from "../text/index.ts";
@@ -13,6 +14,7 @@ export class EntryActions {
   constructor(
     readonly document: ListDocument,
     readonly selection: Selection,
+    private readonly askWhichLists: (chosen: Chosen) => unknown,
   ) {}
 
   /** What is selected, else the active entry. */
@@ -24,6 +26,12 @@ export class EntryActions {
 
   play() {
     void play(this.document.chosen(this.positions()));
+  }
+
+  addToOther() {
+    const positions = this.positions();
+    const { name: _, ...chosen } = this.document.chosen(positions);
+    if (positions.length > 0) void this.askWhichLists(chosen);
   }
 
   remove() {
@@ -73,8 +81,10 @@ export class EntryActions {
   }
 
   private keys(active: number): Record<string, () => void> {
-    if (!this.document.canEdit.peek()) return {};
+    const reading = { L: () => this.addToOther() };
+    if (!this.document.canEdit.peek()) return reading;
     return {
+      ...reading,
       Delete: () => this.remove(),
       Backspace: () => this.remove(),
       "Alt+ArrowUp": () => this.step(false),
@@ -102,12 +112,16 @@ export class EntryActions {
         run: () => void play(this.document.chosen(), { startAt: index }),
       },
     ];
-    if (!this.document.canEdit.peek()) return playing;
+    const reading: MenuItem[] = [
+      ...playing,
+      { label: t("library.add_to"), icon: "add", key: "L", run: () => this.addToOther() },
+    ];
+    if (!this.document.canEdit.peek()) return reading;
     const repairing: MenuItem[] = this.document.at(index)?.missing
       ? [{ label: t("editor.choose"), icon: "search", key: "R", run: () => this.repair(index) }]
       : [];
     return [
-      ...playing,
+      ...reading,
       ...repairing,
       { label: t("editor.move_to"), icon: "list", key: "M", run: () => void this.askWhereTo() },
       { label: t("editor.remove"), icon: "trash", key: "Del", run: () => this.remove() },

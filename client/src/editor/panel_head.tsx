@@ -18,18 +18,24 @@ interface HeadProps {
   isPage: boolean;
 }
 
-export function PanelHead({ document, selection, isPage }: HeadProps) {
+export function PanelHead({ makeAgain, ...props }: HeadProps & { makeAgain: () => void }) {
+  const { document, isPage } = props;
   const name = document.playlist.value?.name ?? "";
   const Name = isPage ? "h1" : "h2";
   return (
     <header class="list-head">
       <div class="list-head-line">
         <Name title={name}>{name || " "}</Name>
-        <Tools document={document} selection={selection} isPage={isPage} />
+        <Tools {...props} />
       </div>
       <p class="list-facts">
         <Totals document={document} />
         <SaveLine document={document} />
+        {document.isGone.value && (
+          <button type="button" class="link" onClick={makeAgain}>
+            {t("editor.make_again")}
+          </button>
+        )}
       </p>
       <TheirEditLine document={document} />
       <MissingLine document={document} />
@@ -115,11 +121,12 @@ function SaveLine({ document }: { document: ListDocument }) {
   if (!document.canEdit.value)
     return document.total.value === undefined ? null : <span>{t("editor.read_only")}</span>;
   const state = document.saveState.value;
+  const isGone = document.isGone.value;
   const isFailed = state.kind === "waiting" || state.kind === "refused";
   return (
     <>
-      <span role="status" class={isFailed ? "save-state failed" : "save-state"}>
-        {textOf(state)}
+      <span role="status" class={isFailed || isGone ? "save-state failed" : "save-state"}>
+        {isFailed || !isGone ? textOf(state) : t("editor.gone")}
       </span>
       {isFailed && (
         <button type="button" class="link" onClick={() => void document.saver.run()}>

@@ -4,7 +4,18 @@ import { artistOf, titleOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { Dialog, openDialog } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
-import type { ListDocument, TheirEdit } from "./document.ts";
+import type { ListDocument } from "./document.ts";
+
+/** What somebody else did, and what became of the edits that were not sent yet. */
+export interface TheirEdit {
+  added: Item[];
+  removed: Item[];
+  movedCount: number;
+  /** What of ours was applied to the new list. */
+  applied: { added: Item[]; removed: Item[]; movedCount: number };
+  /** What of ours was not, as its entry is there no longer. */
+  lost: Item[];
+}
 
 const MOST_SHOWN = 200;
 

@@ -1,4 +1,5 @@
 // What can be done with what is selected, at the foot of its list.
+import { SelectionBar as ListSelectionBar } from "../list/selection_bar.tsx";
 import { t } from "../text/index.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { addLabel, addToOpen, playSongs, songsMenu } from "./deeds.ts";
@@ -14,8 +15,7 @@ interface SelectionBarProps<T> {
 /** It is there with a mouse also when nothing is selected, as a list must not move under a double click. */
 export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
   const { source, selection } = list;
-  const count = selection.count.value;
-  if (count === 0) {
+  if (selection.count.value === 0) {
     const total = source.total.value ?? 0;
     return <p class="selection-bar none">{total > 0 && t("library.select_some")}</p>;
   }
@@ -33,16 +33,7 @@ export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
     </button>
   );
   return (
-    <div class="selection-bar" role="toolbar" aria-label={t("library.selection")}>
-      <button
-        type="button"
-        class="icon-button"
-        aria-label={t("library.clear_selection")}
-        onClick={() => selection.clear()}
-      >
-        <Icon name="close" />
-      </button>
-      <strong>{t("count.selected", { count })}</strong>
+    <ListSelectionBar selection={selection}>
       {button("add", addLabel(), addToOpen, true)}
       {button("play", t("library.play"), playSongs)}
       <MenuButton
@@ -51,6 +42,6 @@ export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
           return songs ? songsMenu(songs) : [];
         }}
       />
-    </div>
+    </ListSelectionBar>
   );
 }

@@ -1,9 +1,10 @@
 // What other rooms ask of playlists.
 import type { LibraryName } from "../api/types.ts";
 import { appendTo, openListId } from "../editor/commands.ts";
+import type { Playlists } from "../editor/editor_panel.tsx";
 import type { Chosen, Item } from "../list/items.ts";
 import { t } from "../text/index.ts";
-import { withPart } from "../ui/lazy.tsx";
+import { fetchPart, withPart } from "../ui/lazy.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
 import { rememberUse } from "./recent.ts";
 
@@ -59,3 +60,9 @@ export function saveAsList(chosen: Chosen, name: string, library: LibraryName = 
     ({ askToSave }) => askToSave(chosen, name, library),
   );
 }
+
+/** What the editor asks of playlists as a whole. */
+export const forEditor: Playlists = {
+  addToOther: addToOtherList,
+  makeAgain: async (gone) => (await fetchPart(() => import("./edits.ts"))).makeAgain(gone),
+};

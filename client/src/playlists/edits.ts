@@ -139,6 +139,14 @@ function recordMade(label: string, made: Playlist) {
   });
 }
 
+/** What somebody else has deleted. */
+export async function makeAgain(snapshot: Snapshot) {
+  await bringBack(snapshot);
+  await refreshPlaylists();
+  const { id, name, library } = snapshot;
+  recordMade(t("playlists.made_again", { name }), asItIsNow({ id, name, library, kind: "list" }));
+}
+
 export interface NewList {
   name: string;
   library: LibraryName;

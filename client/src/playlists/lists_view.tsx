@@ -4,6 +4,7 @@ import { useEffect, useMemo, useRef } from "preact/hooks";
 import type { Playlist } from "../api/types.ts";
 import { type Column, ListView, type Sort } from "../list/list_view.tsx";
 import { rangesOf, Selection } from "../list/selection.ts";
+import { SelectionBar } from "../list/selection_bar.tsx";
 import { ArraySource } from "../list/source.ts";
 import { compareNames, formatDate, formatDuration, formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
@@ -244,12 +245,9 @@ interface BarProps {
 
 function ListsBar({ selection, selected, remove }: BarProps) {
   const [first] = selected();
-  const count = selection.count.value;
   return (
-    <div class="selection-bar" role="toolbar" aria-label={t("count.selected", { count })}>
-      <span class="small">{t("count.selected", { count })}</span>
-      <span class="spacer" />
-      {count === 1 && first && (
+    <SelectionBar selection={selection}>
+      {selection.count.value === 1 && first && (
         <button
           type="button"
           class="button"
@@ -263,14 +261,6 @@ function ListsBar({ selection, selected, remove }: BarProps) {
         <Icon name="trash" />
         {t("playlists.delete")}
       </button>
-      <button
-        type="button"
-        class="icon-button"
-        aria-label={t("playlists.clear_selection")}
-        onClick={() => selection.clear()}
-      >
-        <Icon name="close" />
-      </button>
-    </div>
+    </SelectionBar>
   );
 }

@@ -8,6 +8,7 @@ import { EditorPanel } from "../editor/editor_panel.tsx";
 import { artistOf, type Chosen, durationOf, itemOf, titleOf } from "../list/items.ts";
 import { type Column, ListView } from "../list/list_view.tsx";
 import { Selection } from "../list/selection.ts";
+import { SelectionBar } from "../list/selection_bar.tsx";
 import { ArraySource, type ListSource, PagedSource } from "../list/source.ts";
 import { play } from "../playback/commands.ts";
 import { formatDuration, t } from "../text/index.ts";
@@ -18,7 +19,7 @@ import { reasonOf } from "../ui/notices.tsx";
 import { linkTo, type Route, replaceQuery } from "../ui/router.ts";
 import { user } from "../ui/session.tsx";
 import { useTitle } from "../ui/title.ts";
-import { addToOpenList, addToOtherList, saveAsList } from "./commands.ts";
+import { addToOpenList, addToOtherList, forEditor, saveAsList } from "./commands.ts";
 import { chosenPlaylist, nameOf } from "./opening.ts";
 import { showMenu } from "./playlist_actions.ts";
 import { playlistOf, playlists, RANDOM } from "./store.ts";
@@ -43,7 +44,7 @@ function ListPage({ id }: { id: string }) {
   useTitle(name);
   return (
     <div class="editor-page">
-      <EditorPanel id={id} isPage />
+      <EditorPanel id={id} playlists={forEditor} isPage />
     </div>
   );
 }
@@ -248,7 +249,6 @@ interface SongsProps {
 }
 
 function Songs({ choice, name, selection, selected }: SongsProps) {
-  const count = selection.count.value;
   useKeys({
     A: () => {
       if (selection.count.peek() > 0) void addToOpenList(selected());
@@ -272,31 +272,19 @@ function Songs({ choice, name, selection, selected }: SongsProps) {
         })}
         empty={<p>{t("playlists.chooses_none")}</p>}
       />
-      {count > 0 && (
-        <div class="selection-bar" role="toolbar" aria-label={t("count.selected", { count })}>
-          <span class="small">{t("count.selected", { count })}</span>
-          <span class="spacer" />
-          <button type="button" class="button" onClick={() => void play(selected())}>
-            <Icon name="play" />
-            {t("playlists.play")}
-          </button>
-          <button type="button" class="button" onClick={() => void addToOpenList(selected())}>
-            <Icon name="add" />
-            {t("playlists.add")}
-          </button>
-          <button type="button" class="button" onClick={() => void addToOtherList(selected())}>
-            {t("playlists.add_to")}
-          </button>
-          <button
-            type="button"
-            class="icon-button"
-            aria-label={t("playlists.clear_selection")}
-            onClick={() => selection.clear()}
-          >
-            <Icon name="close" />
-          </button>
-        </div>
-      )}
+      <SelectionBar selection={selection}>
+        <button type="button" class="button" onClick={() => void play(selected())}>
+          <Icon name="play" />
+          {t("playlists.play")}
+        </button>
+        <button type="button" class="button" onClick={() => void addToOpenList(selected())}>
+          <Icon name="add" />
+          {t("playlists.add")}
+        </button>
+        <button type="button" class="button" onClick={() => void addToOtherList(selected())}>
+          {t("playlists.add_to")}
+        </button>
+      </SelectionBar>
     </>
   );
 }

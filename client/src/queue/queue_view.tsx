@@ -5,6 +5,7 @@ import type { Chosen, Item } from "../list/items.ts";
 import { artistOf, titleOf } from "../list/items.ts";
 import { type Column, ListView } from "../list/list_view.tsx";
 import { Selection } from "../list/selection.ts";
+import { SelectionBar } from "../list/selection_bar.tsx";
 import { here } from "../playback/here.ts";
 import { upNext } from "../playback/order.ts";
 import { isPlayable, queue } from "../playback/queue.ts";
@@ -200,7 +201,18 @@ export function QueueView() {
           </>
         }
       />
-      <SelectionBar selection={selection} remove={actions.remove} />
+      <SelectionBar selection={selection} least={2}>
+        <button
+          type="button"
+          class="button"
+          onClick={() => void addToOtherList(chosenAt(selection.positions()))}
+        >
+          {t("queue.add_to")}
+        </button>
+        <button type="button" class="button" onClick={actions.remove}>
+          {t("queue.remove")}
+        </button>
+      </SelectionBar>
     </div>
   );
 }
@@ -256,25 +268,5 @@ function Head() {
         <Icon name="more" />
       </button>
     </header>
-  );
-}
-
-function SelectionBar({ selection, remove }: { selection: Selection; remove: () => void }) {
-  const count = selection.count.value;
-  if (count < 2) return null;
-  return (
-    <div class="selection-bar" role="toolbar" aria-label={t("count.selected", { count })}>
-      <span>{t("count.selected", { count })}</span>
-      <button
-        type="button"
-        class="button"
-        onClick={() => void addToOtherList(chosenAt(selection.positions()))}
-      >
-        {t("queue.add_to")}
-      </button>
-      <button type="button" class="button" onClick={remove}>
-        {t("queue.remove")}
-      </button>
-    </div>
   );
 }

@@ -1,5 +1,6 @@
 // A rule: its conditions beside its text, and what it would choose now.
 import { useSignal, useSignalEffect } from "@preact/signals";
+import type { ComponentChildren } from "preact";
 import { useEffect, useRef } from "preact/hooks";
 import { isAborted, RequestError } from "../api/http.ts";
 import type { LibraryName, Playlist } from "../api/types.ts";
@@ -68,14 +69,7 @@ function NewRule() {
     }
   };
   return (
-    <form
-      class="rule-page"
-      onKeyDown={onSaveKey(() => void save())}
-      onSubmit={(event) => {
-        event.preventDefault();
-        void save();
-      }}
-    >
+    <RulePage save={save}>
       <header class="view-head">
         <div class="view-title">
           <h1>{t("playlists.new_smart")}</h1>
@@ -104,6 +98,22 @@ function NewRule() {
         </div>
         <RuleBody draft={draft} />
       </div>
+    </RulePage>
+  );
+}
+
+/** What is edited on a page of its own, and saved by Enter or Ctrl+S. */
+function RulePage({ save, children }: { save: () => Promise<void>; children: ComponentChildren }) {
+  return (
+    <form
+      class="rule-page"
+      onKeyDown={onSaveKey(() => void save())}
+      onSubmit={(event) => {
+        event.preventDefault();
+        void save();
+      }}
+    >
+      {children}
     </form>
   );
 }
@@ -182,14 +192,7 @@ function KeptRule({ id }: { id: string }) {
     if (answer) newer.value = undefined;
   };
   return (
-    <form
-      class="rule-page"
-      onKeyDown={onSaveKey(() => void save())}
-      onSubmit={(event) => {
-        event.preventDefault();
-        void save();
-      }}
-    >
+    <RulePage save={save}>
       <header class="view-head">
         <div class="view-title">
           <h1 title={name}>{name}</h1>
@@ -214,7 +217,7 @@ function KeptRule({ id }: { id: string }) {
       <div class="rule-scroll">
         <RuleBody draft={editing} />
       </div>
-    </form>
+    </RulePage>
   );
 }
 

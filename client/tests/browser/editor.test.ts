@@ -299,6 +299,32 @@ for (const size of SIZES) {
   });
 }
 
+test("selected entries are added to another list, by the bar and by a key", async () => {
+  const id = await makeList(house, "Giving", 4);
+  const other = await makeList(house, "Taking", 0);
+  const [first = "", second = "", third = ""] = await titlesOf(house, id);
+  await house.visit({}, async (page) => {
+    const { panel, row } = await openInPanel(page, id);
+    const choose = async () => {
+      await page.getByRole("combobox", { name: "Find a playlist" }).fill("Taking");
+      const added = page.waitForResponse(/audio_playlist\.cgi/);
+      await page.keyboard.press("Enter");
+      await added;
+    };
+    await row(0).click();
+    await page.keyboard.press("Shift+ArrowDown");
+    await panel.getByRole("toolbar").getByRole("button", { name: "Add to…" }).click();
+    await choose();
+    await panel.getByRole("button", { name: "Clear the selection" }).click();
+    await panel.getByRole("toolbar").waitFor({ state: "hidden" });
+    await row(2).click();
+    await page.keyboard.press("l");
+    await choose();
+    assert.deepEqual(await titlesOf(house, other), [first, second, third]);
+    assert.equal((await titlesOf(house, id)).length, 4);
+  });
+});
+
 test("the view and the panel show the same list, and edits of one are seen in the other", async () => {
   const id = await makeList(house, "Both at once", 4);
   const [a, b, c, d] = await titlesOf(house, id);

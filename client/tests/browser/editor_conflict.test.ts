@@ -1,7 +1,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
-import { entriesOf, makeList, openInPanel, songsOf, titlesOf } from "./editor_support.ts";
+import { entriesOf, idOf, makeList, openInPanel, songsOf, titlesOf } from "./editor_support.ts";
 import { examine, openHouse, PHONE, takePicture } from "./fixture.ts";
 
 const house = openHouse();
@@ -124,6 +124,50 @@ test("of entries that are the same, the right one is moved", async () => {
     await saved();
     const now = (await entriesOf(house, id)).map(({ song }) => song?.id);
     assert.deepEqual(now, [b, a, a, c]);
+  });
+});
+
+test("a list that another has deleted is made again, with edits that were not sent", async () => {
+  const id = await makeList(house, "Deleted", 3);
+  const [, ...others] = await titlesOf(house, id);
+  await house.visit({ errors: /404|412|ERR_/ }, async (page) => {
+    const { panel, row, saved } = await openInPanel(page, id);
+    await page.context().setOffline(true);
+    await row(0).click();
+    await page.keyboard.press("Delete");
+    await panel.getByText("Not saved: no connection.").waitFor();
+    await house.act({ action: "delete", playlists: id });
+    await page.context().setOffline(false);
+    await panel.getByRole("button", { name: "Make it again" }).click();
+    await saved();
+    const made = await idOf(house, "Deleted");
+    assert.deepEqual(await titlesOf(house, made), others);
+    await row(0).click();
+    await page.keyboard.press("Delete");
+    await saved();
+    assert.deepEqual(await titlesOf(house, made), others.slice(1));
+  });
+});
+
+test("so is one without such edits, and that is undone", async () => {
+  const id = await makeList(house, "Vanished", 3);
+  const titles = await titlesOf(house, id);
+  await house.visit({ errors: /404/ }, async (page) => {
+    const { panel, saved } = await openInPanel(page, id);
+    await house.act({ action: "delete", playlists: id });
+    await look(page);
+    await panel.getByText("Somebody has deleted this list.").waitFor();
+    await panel.getByRole("button", { name: "Make it again" }).click();
+    await saved();
+    assert.deepEqual(await titlesOf(house, await idOf(house, "Vanished")), titles);
+    const made = page.locator(".notice").filter({ hasText: "Made “Vanished” again" });
+    await made.getByRole("button", { name: "Undo" }).click();
+    await page.locator(".notice").filter({ hasText: "Undone" }).waitFor();
+    const { items } = await house.get<{ items: { name: string }[] }>("api/playlists");
+    assert.equal(
+      items.some(({ name }) => name === "Vanished"),
+      false,
+    );
   });
 });
 
