@@ -61,7 +61,7 @@ export class House implements Player {
     const asking = new AbortController();
     this.asking = asking;
     try {
-      this.take(await get<PlayerStatus>(this.path(), {}, asking.signal));
+      this.show(await get<PlayerStatus>(this.path(), {}, asking.signal));
       this.pauses.reset();
     } catch (error) {
       if (asking.signal.aborted) return;
@@ -72,7 +72,7 @@ export class House implements Player {
     else this.timer = window.setTimeout(() => void this.look(), EVERY);
   }
 
-  private take(status: PlayerStatus) {
+  private show(status: PlayerStatus) {
     this.name.value = status.name;
     this.status.value = status;
     this.trouble.value = status.state === "unreachable" ? this.unreachable() : undefined;
@@ -92,13 +92,14 @@ export class House implements Player {
     return command === "" ? `players/${this.id}` : `players/${this.id}/${command}`;
   }
 
-  private async post(command: string, body?: object) {
-    this.take((await ask<PlayerStatus>(this.path(command), {}, { method: "POST", body })).body);
+  /** Has it do something; fails when it does not. */
+  async run(command: string, body?: object) {
+    this.show((await ask<PlayerStatus>(this.path(command), {}, { method: "POST", body })).body);
   }
 
   private async command(command: string, body?: object) {
     try {
-      await this.post(command, body);
+      await this.run(command, body);
     } catch (error) {
       notifyFailure(t("players.refused", { name: this.name.peek() ?? "" }), error, () =>
         this.command(command, body),
@@ -146,7 +147,7 @@ export class House implements Player {
   }
 
   async playItems(chosen: Chosen, { startAt = 0, shuffle = false }) {
-    if (shuffle) await this.post("mode", { random: true });
+    if (shuffle) await this.run("mode", { random: true });
     await this.give(chosen, { mode: "replace", position: startAt });
   }
 
@@ -161,8 +162,8 @@ export class House implements Player {
   /** Plays these from a place on, as another player has left them. */
   async takeOver(items: Item[], position: number, elapsed: number, plays: boolean) {
     await this.playItems({ count: items.length, load: async () => items }, { startAt: position });
-    if (elapsed >= 1) await this.post("seek", { seconds: elapsed });
-    if (!plays) await this.post("pause");
+    if (elapsed >= 1) await this.run("seek", { seconds: elapsed });
+    if (!plays) await this.run("pause");
   }
 
   /** A whole playlist goes there by its name, so that nothing of it passes through this page. */
@@ -170,14 +171,24 @@ export class House implements Player {
     const { playlist } = chosen;
     const what = playlist === undefined ? { items: entriesOf(await chosen.load()) } : { playlist };
     if (what.items?.length === 0) return void notify({ text: t("queue.nothing_to_play") });
-    const body = { ...what, ...how };
-    const answer = await ask<Given>(this.path("queue"), {}, { method: "POST", body });
-    const { added, refused } = answer.body;
+    const { added, refused } = await this.queue({ ...what, ...how });
+    const name = this.name.peek() ?? "";
+    if (refused === 0 && how.mode !== "replace")
+      notify({ text: t("players.added", { name, count: added }), lasts: 4 });
+    this.edits.value++;
+  }
+
+  private async queue(body: object): Promise<Given> {
+    const { added, refused } = (await ask<Given>(this.path("queue"), {}, { method: "POST", body })).body;
     const name = this.name.peek() ?? "";
     if (refused > 0) notify({ text: t("players.some_refused", { name, count: refused }), kind: "error" });
-    else if (how.mode !== "replace") notify({ text: t("players.added", { name, count: added }), lasts: 4 });
-    this.edits.value++;
-    if (this.isWatched) this.take(await get<PlayerStatus>(this.path()));
+    if (this.isWatched) this.show(await get<PlayerStatus>(this.path()));
+    return { added, refused };
+  }
+
+  /** Puts these to its end; tells how many it has taken. */
+  async take(items: readonly Item[]) {
+    return (await this.queue({ items: entriesOf(items), mode: "append" })).added;
   }
 
   /** All that it has queued. */

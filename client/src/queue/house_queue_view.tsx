@@ -1,56 +1,39 @@
-// What a player of the house has queued. It can be played from any place, and kept.
+// What a player of the house has queued. It can be played from any place, edited and kept.
 import { useEffect, useMemo, useRef } from "preact/hooks";
 import { addPlaying } from "../api/actions.ts";
-import { get } from "../api/http.ts";
-import type { LibraryName, Page, PlayerEntry } from "../api/types.ts";
-import { type Column, ListView } from "../list/list_view.tsx";
-import { PagedSource } from "../list/source.ts";
-import { type House, itemOfEntry } from "../playback/house.ts";
+import type { LibraryName } from "../api/types.ts";
+import { Selection } from "../list/selection.ts";
+import type { House } from "../playback/house.ts";
 import { moveTo } from "../playback/players.ts";
-import { formatNumber, t } from "../text/index.ts";
+import { t } from "../text/index.ts";
 import { Buttons, Dialog, openDialog } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { isNarrow } from "../ui/media.ts";
 import { notify, notifyFailure } from "../ui/notices.tsx";
 import { user } from "../ui/session.tsx";
 import { useTitle } from "../ui/title.ts";
-import { itemColumns, todaysName } from "./columns.tsx";
-
-function columns(): Column<PlayerEntry>[] {
-  return [
-    {
-      key: "number",
-      label: "",
-      width: "3rem",
-      align: "end",
-      cell: (_, index) => <span class="number">{formatNumber(index + 1)}</span>,
-    },
-    ...itemColumns<PlayerEntry>((entry) => itemOfEntry(entry) ?? {}),
-  ];
-}
+import { todaysName } from "./columns.tsx";
+import { HouseQueue } from "./house_queue.ts";
+import { QueueList } from "./queue_list.tsx";
 
 export function HouseQueueView({ house }: { house: House }) {
   const name = house.name.value ?? "";
   const title = t("queue.of", { name });
   useTitle(title);
-  const source = useMemo(
-    () =>
-      new PagedSource<PlayerEntry>((offset, limit, signal) =>
-        get<Page<PlayerEntry>>(`players/${house.id}/queue`, { offset, limit }, signal),
-      ),
-    [house],
-  );
+  const queue = useMemo(() => new HouseQueue(house), [house]);
+  useEffect(() => () => queue.leave(), [queue]);
+  const selection = useMemo(() => new Selection(), [queue]);
   // The player does not tell when others change its queue, but its length and its song do.
   const status = house.status.value;
   const told = `${status?.queue_length} ${status?.position} ${status?.song?.song} ${house.edits.value}`;
-  useEffect(() => source.refresh(), [source, told]);
-  const isEmpty = (source.total.value ?? 0) === 0;
+  useEffect(() => queue.refresh(), [queue, told]);
+  const isEmpty = (queue.total.value ?? 0) === 0;
   return (
     <div class="queue-view">
       <header class="view-head">
         <div class="queue-title">
           <h1>{title}</h1>
-          <p class="small">{!isEmpty && t("count.songs", { count: source.total.value ?? 0 })}</p>
+          <p class="small">{!isEmpty && t("count.songs", { count: queue.total.value ?? 0 })}</p>
         </div>
         <span class="spacer" />
         <button type="button" class="button" disabled={isEmpty} onClick={() => void moveTo(null)}>
@@ -68,20 +51,7 @@ export function HouseQueueView({ house }: { house: House }) {
           {!isNarrow.value && t("queue.save")}
         </button>
       </header>
-      <ListView
-        label={title}
-        source={source}
-        columns={columns()}
-        rowClass={(_, index) => (index === status?.position ? "current" : "")}
-        rowLabel={(entry) => entry.title ?? ""}
-        onOpen={(_, index) => house.playAt(index)}
-        empty={
-          <>
-            <Icon name="queue" />
-            <p>{t("queue.empty")}</p>
-          </>
-        }
-      />
+      <QueueList label={title} queue={queue} current={status?.position ?? -1} selection={selection} />
     </div>
   );
 }

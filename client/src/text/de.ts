@@ -704,4 +704,5 @@ export const de: Catalogue = {
   "queue.handle": "Durch Ziehen verschieben",
   "queue.remove_one": "{title} entfernen",
   "queue.gone": "nicht gefunden",
+  "queue.is_another": "Jemand hat die Warteschlange von {name} inzwischen geändert.",
 };

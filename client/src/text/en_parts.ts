@@ -409,4 +409,5 @@ export const parts = {
   "queue.handle": "Move by dragging",
   "queue.remove_one": "Remove {title}",
   "queue.gone": "not found",
+  "queue.is_another": "Somebody has changed the queue of {name} meanwhile.",
 } satisfies Record<string, Text>;

@@ -181,3 +181,73 @@ test("shuffle and repeat are the player's own", async () => {
     await page.locator('.player-bar [aria-label="Shuffle"][aria-pressed="false"]').waitFor();
   });
 });
+
+test("its queue is put in order by keys, by the handle and by dropping, and all of that is undone", async () => {
+  await give(ALBUM);
+  await stop();
+  const titles = async () => {
+    const { items } = await house.get<Stretch<PlayerEntry>>("api/players/0/queue");
+    return items.map(({ title }) => title);
+  };
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await choosePlayer(page);
+    const row = (title: string) => grid(page).getByRole("row", { name: title });
+    const shown = async (...wanted: string[]) => {
+      await page.waitForFunction(
+        (all) =>
+          [...document.querySelectorAll("main [role=row][data-index]")]
+            .map((each) => each.getAttribute("aria-label")?.split(",")[0])
+            .join() === all,
+        wanted.map((title) => title.split(",")[0]).join(),
+      );
+    };
+    const done = async (command: string, work: () => Promise<void>) => {
+      const answer = page.waitForResponse((each) => each.url().endsWith(`players/0/${command}`));
+      await work();
+      assert.equal((await answer).status(), 200);
+    };
+    const [seed, rain, snail, compost] = ALBUM as [string, string, string, string];
+    await row(seed).click();
+    await done("move", () => page.keyboard.press("Alt+ArrowDown"));
+    await shown(rain, seed, snail, compost);
+    assert.deepEqual(await titles(), [rain, seed, snail, compost]);
+    const last = await row(compost).boundingBox();
+    await row(rain).locator(".handle").hover();
+    await page.mouse.down();
+    await page.mouse.move((last?.x ?? 0) + 100, (last?.y ?? 0) + 10, { steps: 5 });
+    await done("move", async () => {
+      await page.mouse.move((last?.x ?? 0) + 100, (last?.y ?? 0) + 30, { steps: 3 });
+      await page.mouse.up();
+    });
+    await shown(seed, snail, compost, rain);
+    await row(snail).click();
+    await page.keyboard.press("Shift+ArrowDown");
+    await done("remove", () => page.keyboard.press("Delete"));
+    await notice(page, "Removed 2 songs").waitFor();
+    assert.deepEqual(await titles(), [seed, rain]);
+    await page.keyboard.press("Control+z");
+    await notice(page, "Undone: Removed 2 songs").waitFor();
+    await shown(seed, snail, compost, rain);
+    assert.deepEqual(await titles(), [seed, snail, compost, rain]);
+    await page.keyboard.press("Control+z");
+    await notice(page, "Undone: Moved").waitFor();
+    await page.keyboard.press("Control+z");
+    await notice(page, "Undone: Moved").nth(1).waitFor();
+    await shown(...ALBUM);
+    assert.deepEqual(await titles(), ALBUM);
+  });
+});
+
+test("an edit of its queue is not undone when others have changed it meanwhile", async () => {
+  await give(ALBUM);
+  await stop();
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await choosePlayer(page);
+    await grid(page).getByRole("row", { name: "Seed" }).click();
+    await page.keyboard.press("Delete");
+    await notice(page, "Removed 1 song").waitFor();
+    await give(["Seed"]);
+    await page.keyboard.press("Control+z");
+    await notice(page, "Somebody has changed the queue of Player 0 meanwhile.").waitFor();
+  });
+});
