@@ -2,12 +2,13 @@ import { effect } from "@preact/signals";
 import { render } from "preact";
 import { Frame } from "./app/frame.tsx";
 import { unsaved } from "./editor/open_documents.ts";
-import { isWaiting } from "./playback/queue_sync.ts";
+import { isWaiting as queueWaits } from "./playback/queue_sync.ts";
 import "./style/main.css";
 import { language, loadLanguage, t } from "./text/index.ts";
 import { Dialogs, leaveDialogs } from "./ui/dialog.tsx";
 import { closeMenu, Menus } from "./ui/menu.tsx";
 import { closeNotices, Notices, reasonOf } from "./ui/notices.tsx";
+import { isWaiting } from "./ui/outbox.ts";
 import { failure, LoginPage, loadSession, user } from "./ui/session.tsx";
 
 function Page() {
@@ -23,7 +24,7 @@ function Page() {
   }
   if (user.value === undefined) return null;
   if (user.value) return <Frame />;
-  return <LoginPage waits={unsaved.value > 0 || isWaiting.value} />;
+  return <LoginPage waits={unsaved.value > 0 || queueWaits.value || isWaiting.value} />;
 }
 
 function App() {

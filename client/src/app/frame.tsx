@@ -8,8 +8,9 @@ import { SearchField } from "../library/search_field.tsx";
 import { DragGhost } from "../list/drag.tsx";
 import { PlayerBar } from "../playback/player_bar.tsx";
 import { PlayerMenuButton } from "../playback/player_menu.tsx";
-import { forEditor } from "../playlists/commands.ts";
+
 import { FileDrop } from "../playlists/file_drop.tsx";
+import { forEditor } from "../playlists/for_editor.ts";
 import { PlaylistTree } from "../playlists/tree.tsx";
 import { t } from "../text/index.ts";
 import { Guarded } from "../ui/failure.tsx";
@@ -17,6 +18,7 @@ import { redo, undo } from "../ui/history.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { showKeys, useKeys } from "../ui/keys.tsx";
 import { lazy } from "../ui/lazy.tsx";
+import { waiting } from "../ui/outbox.ts";
 import { linkTo, route } from "../ui/router.ts";
 import { user } from "../ui/session.tsx";
 import { UserMenuButton } from "./user_menu.tsx";
@@ -87,11 +89,7 @@ export function Frame() {
         <PlayerMenuButton />
         <UserMenuButton name={user.value?.name ?? ""} />
       </header>
-      {!connected.value && (
-        <p class="offline" role="status">
-          {t("offline")}
-        </p>
-      )}
+      <WhatWaits />
       <nav class="side" aria-label={t("frame.navigation")}>
         <LibraryNavigation />
         <PlaylistTree />
@@ -113,6 +111,18 @@ export function Frame() {
       <DragGhost />
       <FileDrop />
     </div>
+  );
+}
+
+/** That there is no connection, and what waits for it. */
+function WhatWaits() {
+  const [first, ...others] = waiting.value;
+  if (connected.value && !first) return null;
+  const what = others.length > 0 ? t("waiting_several", { count: others.length + 1 }) : first?.label;
+  return (
+    <p class="offline" role="status">
+      {!connected.value && t("offline")} {what !== undefined && t("waiting", { what })}
+    </p>
   );
 }
 

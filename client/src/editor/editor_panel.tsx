@@ -1,6 +1,7 @@
 // The playlist that is being made: at the right, or as a view of its own.
 import { useSignalEffect } from "@preact/signals";
 import { useEffect, useMemo, useRef } from "preact/hooks";
+import type { Playlist } from "../api/types.ts";
 import type { Dragged } from "../list/drag.tsx";
 import type { Chosen, Item } from "../list/items.ts";
 import { ListView } from "../list/list_view.tsx";
@@ -19,7 +20,6 @@ import { EntryActions } from "./entry_actions.ts";
 import { columnsOf, labelOf, rowClassOf } from "./entry_row.tsx";
 import { follow } from "./following.ts";
 import { addTo } from "./list_edits.ts";
-import { renameList } from "./list_menu.ts";
 import { PanelHead } from "./panel_head.tsx";
 import { useWidth } from "./width.ts";
 
@@ -29,6 +29,8 @@ const WIDE = 720; // pixels, where artist and album have columns of their own
 export interface Playlists {
   /** Asks which lists something is added to. */
   addToOther(chosen: Chosen): unknown;
+  /** Asks for a new name. */
+  rename(playlist: Playlist): unknown;
   /** Makes a list again, which has another id then. */
   makeAgain(gone: Gone): Promise<void>;
 }
@@ -58,10 +60,14 @@ function Panel({ document, playlists, isPage = false }: PanelProps & { document:
   const isWide = useWidth(panel) >= WIDE;
   const canEdit = document.canEdit.value;
   const name = document.playlist.value?.name ?? "";
+  const rename = () => {
+    const playlist = document.playlist.peek();
+    if (playlist) playlists.rename({ ...playlist, id: document.listId });
+  };
   const onKeyDown = (event: KeyboardEvent) => {
     if (keyOf(event) !== "F2" || !canEdit) return;
     event.preventDefault();
-    void renameList(document);
+    rename();
   };
   return (
     <div ref={panel} class="list-editor" role="group" aria-label={name} onKeyDown={onKeyDown}>
@@ -69,6 +75,7 @@ function Panel({ document, playlists, isPage = false }: PanelProps & { document:
         document={document}
         selection={selection}
         isPage={isPage}
+        rename={rename}
         makeAgain={() => void makeAgain(document, playlists)}
       />
       <ListView<Item>

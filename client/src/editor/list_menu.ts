@@ -1,14 +1,11 @@
 // What can be done with the whole list.
-import { rename } from "../api/actions.ts";
 import type { Selection } from "../list/selection.ts";
 import { enqueue, play } from "../playback/commands.ts";
 import { t } from "../text/index.ts";
-import { askForText } from "../ui/dialog.tsx";
-import { giveNewId, record } from "../ui/history.ts";
 import type { MenuItem } from "../ui/menu.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
 import { goTo } from "../ui/router.ts";
-import { openList, openListId } from "./commands.ts";
+import { openList } from "./commands.ts";
 import type { ListDocument } from "./document.ts";
 import { showHistory } from "./history_dialog.tsx";
 import { removeDuplicates, removeMissing, SORT_KEYS, shuffle, sortBy } from "./list_edits.ts";
@@ -19,35 +16,12 @@ function attempt(work: () => Promise<void>) {
   return run;
 }
 
-async function giveName(document: ListDocument, name: string) {
-  const before = document.listId;
-  const { id } = await rename(before, name);
-  if (id !== undefined && id !== before) {
-    giveNewId(before, id);
-    if (openListId.peek() === before) openListId.value = id;
-  }
-  document.isNamed(name);
-}
-
-export async function renameList(document: ListDocument) {
-  const before = document.playlist.peek()?.name ?? "";
-  const label = t("editor.name");
-  const name = await askForText({ title: t("keys.rename"), label, value: before, submit: t("keys.rename") });
-  if (name === undefined || name === before) return;
-  try {
-    await giveName(document, name);
-  } catch (error) {
-    return notifyFailure(t("editor.not_renamed"), error, () => void renameList(document));
-  }
-  record({
-    label: t("editor.renamed", { before, name }),
-    playlist: document.listId,
-    undo: () => giveName(document, before),
-    redo: () => giveName(document, name),
-  });
-}
-
-export function listMenu(document: ListDocument, selection: Selection, isPage: boolean): MenuItem[] {
+export function listMenu(
+  document: ListDocument,
+  selection: Selection,
+  isPage: boolean,
+  askForName: () => void,
+): MenuItem[] {
   const isEmpty = (document.total.peek() ?? 0) === 0;
   const playing: MenuItem[] = [
     { label: t("editor.play"), icon: "play", disabled: isEmpty, run: () => void play(document.chosen()) },
@@ -74,11 +48,11 @@ export function listMenu(document: ListDocument, selection: Selection, isPage: b
     },
   ];
   return document.canEdit.peek()
-    ? [...playing, ...editing(document, isEmpty), ...away]
+    ? [...playing, ...editing(document, isEmpty, askForName), ...away]
     : [...playing, ...away];
 }
 
-function editing(document: ListDocument, isEmpty: boolean): MenuItem[] {
+function editing(document: ListDocument, isEmpty: boolean, askForName: () => void): MenuItem[] {
   const sorting = SORT_KEYS.map(
     (key, place): MenuItem => ({
       label: t(`editor.sort_by_${key}`),
@@ -88,7 +62,7 @@ function editing(document: ListDocument, isEmpty: boolean): MenuItem[] {
     }),
   );
   return [
-    { label: t("keys.rename"), icon: "edit", key: "F2", divided: true, run: () => void renameList(document) },
+    { label: t("keys.rename"), icon: "edit", key: "F2", divided: true, run: askForName },
     { label: t("editor.history"), icon: "history", run: () => showHistory(document) },
     ...sorting,
     { label: t("editor.shuffle"), icon: "shuffle", disabled: isEmpty, run: () => shuffle(document) },

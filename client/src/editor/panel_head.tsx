@@ -16,6 +16,7 @@ interface HeadProps {
   document: ListDocument;
   selection: Selection;
   isPage: boolean;
+  rename: () => void;
 }
 
 export function PanelHead({ makeAgain, ...props }: HeadProps & { makeAgain: () => void }) {
@@ -68,7 +69,7 @@ function Tool({
   );
 }
 
-function Tools({ document, selection, isPage }: HeadProps) {
+function Tools({ document, selection, isPage, rename }: HeadProps) {
   const more = useRef<HTMLButtonElement>(null);
   const { done, undone } = deedsOf(document);
   return (
@@ -96,7 +97,7 @@ function Tools({ document, selection, isPage }: HeadProps) {
         aria-label={t("menu")}
         aria-haspopup="menu"
         onClick={() =>
-          more.current && openMenu(more.current, t("menu"), listMenu(document, selection, isPage))
+          more.current && openMenu(more.current, t("menu"), listMenu(document, selection, isPage, rename))
         }
       >
         <Icon name="more" />

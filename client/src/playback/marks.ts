@@ -4,6 +4,7 @@ import { ask, get, isAborted } from "../api/http.ts";
 import type { Mark, Page } from "../api/types.ts";
 import { t } from "../text/index.ts";
 import { notifyFailure } from "../ui/notices.tsx";
+import { carry, post } from "../ui/outbox.ts";
 
 const NONE: Mark = { star: false, rating: 0, play_count: 0 };
 const GATHER = 40; // milliseconds, in which what is drawn together is asked for together
@@ -70,13 +71,20 @@ export function forgetMarks() {
   known.clear();
 }
 
-async function change(song: number, wish: Partial<Pick<Mark, "star" | "rating">>) {
+type Wish = Partial<Pick<Mark, "star" | "rating">>;
+
+carry("mark", async ({ song, wish }: { song: number; wish: Wish }) => {
+  signalOf(song).value = (await ask<Mark>(`songs/${song}/mark`, {}, { method: "PUT", body: wish })).body;
+});
+
+async function change(song: number, wish: Wish) {
   const mark = signalOf(song);
   const before = mark.peek();
   mark.value = { ...before, ...wish };
+  known.add(song);
   try {
-    mark.value = (await ask<Mark>(`songs/${song}/mark`, {}, { method: "PUT", body: wish })).body;
-    known.add(song);
+    const key = `mark ${song} ${Object.keys(wish)}`;
+    await post({ kind: "mark", key, label: t("playing.mark"), content: { song, wish } });
   } catch (error) {
     mark.value = before;
     notifyFailure(t("playing.mark_failed"), error, () => void change(song, wish));

@@ -6,8 +6,8 @@ import { artistOf, type Item, titleOf } from "../list/items.ts";
 import { formatDuration, t } from "../text/index.ts";
 import { readKept } from "../ui/kept.ts";
 import { notify, notifyFailure } from "../ui/notices.tsx";
+import { Pauses } from "../ui/pauses.ts";
 import { ownerOfPage, user } from "../ui/session.tsx";
-import { Pauses } from "./pauses.ts";
 import { entriesOf, queue } from "./queue.ts";
 
 const SETTLES = 300; // milliseconds, in which several changes become one request

@@ -1,12 +1,13 @@
 // What other rooms ask of playlists.
 import type { LibraryName } from "../api/types.ts";
 import { appendTo, openListId } from "../editor/commands.ts";
-import type { Playlists } from "../editor/editor_panel.tsx";
 import type { Chosen, Item } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { fetchPart, withPart } from "../ui/lazy.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
+import { carry } from "../ui/outbox.ts";
 import { rememberUse } from "./recent.ts";
+import type { NewName } from "./store.ts";
 
 /** Loads what was chosen; a failure is told, with a way to try again. */
 async function withItems(chosen: Chosen, use: (items: Item[]) => Promise<unknown>) {
@@ -61,8 +62,4 @@ export function saveAsList(chosen: Chosen, name: string, library: LibraryName = 
   );
 }
 
-/** What the editor asks of playlists as a whole. */
-export const forEditor: Playlists = {
-  addToOther: addToOtherList,
-  makeAgain: async (gone) => (await fetchPart(() => import("./edits.ts"))).makeAgain(gone),
-};
+carry("rename", async (name: NewName) => (await fetchPart(() => import("./edits.ts"))).sendName(name));

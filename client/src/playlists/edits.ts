@@ -1,18 +1,19 @@
 // What is done to whole playlists: made, renamed, copied, deleted. All of it can be undone.
 import { effect } from "@preact/signals";
 import * as actions from "../api/actions.ts";
-import { ask, RequestError } from "../api/http.ts";
+import { ask, get, RequestError } from "../api/http.ts";
 import { readWhole, smartPath } from "../api/playlists.ts";
-import type { LibraryName, Playlist, Rule } from "../api/types.ts";
+import type { LibraryName, Page, Playlist, Rule } from "../api/types.ts";
 import { openList, openListId } from "../editor/commands.ts";
 import { documentOf } from "../editor/documents.ts";
 import { unsaved } from "../editor/open_documents.ts";
 import { type Item, itemOf, referenceOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { giveNewId, idNow, record } from "../ui/history.ts";
+import { post } from "../ui/outbox.ts";
 import { linkTo, route } from "../ui/router.ts";
 import { freeName } from "./order.ts";
-import { playlists, refreshPlaylists, showAtOnce } from "./store.ts";
+import { type NewName, named, newNameOf, playlists, refreshPlaylists, showAtOnce } from "./store.ts";
 
 /** Enough to make a playlist again. */
 export interface Snapshot {
@@ -200,21 +201,58 @@ function idWithName({ id, name: old }: Playlist, name: string) {
   return id.endsWith(`/playlist/${old}`) ? `${id.slice(0, id.length - old.length)}${name}` : id;
 }
 
-async function renameOnce(playlist: Playlist, name: string) {
-  let id = idWithName(playlist, name);
-  if (playlist.kind === "smart") id = await renameSmart(playlist, name);
-  else await actions.rename(playlist.id, name);
+async function rename(playlist: Playlist, name: string) {
+  if (playlist.kind === "smart") return renameSmart(playlist, name);
+  await actions.rename(playlist.id, name);
+  return idWithName(playlist, name);
+}
+
+/** When an answer was lost, it may have that name already: then this is the id of what has it. */
+async function idOfRenamed({ id, kind, library }: Playlist, name: string) {
+  const page = await get<Page<Playlist>>("playlists", { kind, library, q: name, limit: 100 });
+  const own = page.items.find(
+    (list) => list.name === name && (list.id === id || list.id.endsWith(`/${name}`)),
+  );
+  return own && !(await exists(id, own.id)) ? own.id : undefined;
+}
+
+/** Another one that still has the old id shows that the new one is somebody else's. */
+async function exists(old: string, now: string) {
+  if (old === now) return false;
+  const known = await get<Page<Playlist>>("playlists", { limit: 1000 });
+  return known.items.some(({ id }) => id === old);
+}
+
+/** Gives a list the name that waits for it. */
+export async function sendName({ was, name, ...list }: NewName) {
+  const playlist = { ...list, id: idNow(list.id), name: was };
+  let id: string | undefined;
+  try {
+    id = await rename(playlist, name);
+  } catch (error) {
+    if (!(error instanceof RequestError) || error.isPassing || error.status === 401) throw error;
+    id = await idOfRenamed(playlist, name);
+    if (id === undefined) throw error;
+  }
   follow(playlist.id, id);
-  await refreshPlaylists();
+}
+
+async function giveName(playlist: Playlist, name: string) {
+  const { id, kind, library } = playlist;
+  const was = newNameOf(id)?.was ?? playlist.name;
+  const label = t("playlists.renamed", { old: was, name });
+  const isSent = await post({ kind: "rename", key: id, label, content: { id, kind, library, was, name } });
+  if (isSent) await refreshPlaylists();
+  else showAtOnce(named);
 }
 
 export async function renamePlaylist(playlist: Playlist, name: string) {
-  await renameOnce(playlist, name);
+  await giveName(playlist, name);
   record({
     label: t("playlists.renamed", { old: playlist.name, name }),
     playlist: idNow(playlist.id),
-    undo: () => renameOnce(asItIsNow({ ...playlist, name }), playlist.name),
-    redo: () => renameOnce(asItIsNow(playlist), name),
+    undo: () => giveName(asItIsNow({ ...playlist, name }), playlist.name),
+    redo: () => giveName(asItIsNow(playlist), name),
   });
 }
 

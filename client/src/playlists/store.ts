@@ -3,8 +3,9 @@
 import { computed, effect, type Signal, signal } from "@preact/signals";
 import { ask, RequestError } from "../api/http.ts";
 import type { Page, Playlist } from "../api/types.ts";
-import { unsaved } from "../editor/open_documents.ts";
+import { documents, unsaved } from "../editor/open_documents.ts";
 import { history } from "../ui/history.ts";
+import { outbox } from "../ui/outbox.ts";
 import { user } from "../ui/session.tsx";
 
 const LARGEST_PAGE = 1000;
@@ -53,12 +54,27 @@ async function read() {
     for (let tries = 1; whole && !whole.settled && tries < MOST_TRIES; tries++) whole = await readOnce();
     storeError.value = undefined;
     if (!whole || again) return;
-    playlists.value = whole.items;
-    version = whole.settled ? whole.version : undefined;
+    playlists.value = named(whole.items);
+    version = whole.settled && outbox().length === 0 ? whole.version : undefined;
   } catch (error) {
     if (!(error instanceof RequestError)) throw error;
     storeError.value = error;
   }
+}
+
+/** A new name that was not sent yet. `was` is the one that the server has. */
+export interface NewName extends Pick<Playlist, "id" | "kind" | "library" | "name"> {
+  was: string;
+}
+
+export function newNameOf(id: string) {
+  const letter = outbox().find(({ kind, key }) => kind === "rename" && key === id);
+  return letter?.content as NewName | undefined;
+}
+
+/** With the names that wait to be sent. */
+export function named(lists: readonly Playlist[]) {
+  return lists.map((list) => ({ ...list, name: newNameOf(list.id)?.name ?? list.name }));
 }
 
 async function readUntilQuiet() {
@@ -102,5 +118,14 @@ effect(() => {
   lastUser = user.value?.name;
   void history.value; // whatever was done or undone has changed some of them
   void unsaved.value; // and so has an edit that the server has by now
+  void outbox(); // or has refused
   refreshIfSeen();
+});
+
+// The editor shows the names that lists have by now.
+effect(() => {
+  for (const document of documents.value.values()) {
+    const name = playlistOf(document.listId)?.name;
+    if (name !== undefined && document.playlist.peek()?.name !== name) document.isNamed(name);
+  }
 });

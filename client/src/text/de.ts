@@ -63,6 +63,8 @@ export const de: Catalogue = {
   "user.theme_dark": "Dunkel",
   "user.theme_auto": "Wie das Gerät",
   offline: "Keine Verbindung. Änderungen warten und werden gesendet, wenn sie zurück ist.",
+  waiting: "Noch nicht gesendet: {what}.",
+  waiting_several: { one: "{count} Änderung", other: "{count} Änderungen" },
 
   // Keys
   "keys.title": "Tasten",
@@ -432,9 +434,6 @@ export const de: Catalogue = {
     other: "{count} Titel wurden nicht gefunden.",
   },
   "editor.repair_certain": { one: "Den sicheren reparieren", other: "{count} sichere reparieren" },
-  "editor.name": "Name",
-  "editor.renamed": "{before} in {name} umbenannt",
-  "editor.not_renamed": "Die Liste wurde nicht umbenannt.",
   "editor.beside": "Neben der Bibliothek öffnen",
   "editor.full_width": "In voller Breite öffnen",
   "editor.close": "Diese Liste schließen",
@@ -616,6 +615,7 @@ export const de: Catalogue = {
   "playing.take_star": "Kein Favorit mehr",
   "playing.rating": "Bewertung von {title}",
   "playing.stars": { one: "{count} Stern", other: "{count} Sterne" },
+  "playing.mark": "ein Stern oder eine Wertung",
   "playing.mark_failed": "Die Markierung wurde nicht gespeichert.",
   "playing.failed": "Das lässt sich gerade nicht abspielen.",
   "playing.no_connection": "Keine Verbindung. Es geht weiter, sobald sie zurück ist.",

@@ -49,6 +49,8 @@ export const en = {
   "user.theme_dark": "Dark",
   "user.theme_auto": "As the device says",
   offline: "No connection. Changes wait, and are sent when it is back.",
+  waiting: "Not sent yet: {what}.",
+  waiting_several: { one: "{count} change", other: "{count} changes" },
   // Keys
   "keys.title": "Keys",
   "keys.search": "Search everything",
@@ -220,6 +222,7 @@ export const en = {
   "playing.take_star": "No favourite any more",
   "playing.rating": "Rating of {title}",
   "playing.stars": { one: "{count} star", other: "{count} stars" },
+  "playing.mark": "a star or rating",
   "playing.mark_failed": "The mark was not saved.",
   "playing.failed": "That cannot be played now.",
   "playing.no_connection": "No connection. It goes on when it is back.",

@@ -273,7 +273,7 @@ test("a list is sorted and shuffled as one edit, renamed, and its history undoes
     await page.getByRole("dialog").getByRole("button", { name: "Close" }).click();
     assert.deepEqual(await titles(), sorted);
     await choose("History");
-    await page.getByRole("button", { name: "Undo: Renamed Whole to Another name" }).click();
+    await page.getByRole("button", { name: "Undo: Renamed “Whole” to “Another name”" }).click();
     await panel.getByRole("heading", { name: "Whole" }).waitFor({ state: "attached" });
     await page.getByRole("dialog").getByRole("button", { name: "Close" }).click();
     await saved();

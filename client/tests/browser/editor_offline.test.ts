@@ -208,3 +208,21 @@ test("two pages that are closed with edits of one list lose neither", async () =
     assert.deepEqual(await titlesOf(house, id), [b, c, d]);
   });
 });
+
+test("a star that is given without a connection is given when it is back", async () => {
+  const [song] = await songsOf(house);
+  assert.ok(song);
+  const mark = () => house.get<{ star: boolean }>(`api/songs/${song.id}/mark`);
+  assert.equal((await mark()).star, false);
+  await house.visit({ at: "#/songs?sort=title", errors: FAILED }, async (page) => {
+    const star = page.getByRole("row", { name: song.title }).getByRole("button", { name: /^Favourite/ });
+    await star.waitFor();
+    await page.context().setOffline(true);
+    await star.click();
+    await page.getByText("Not sent yet: a star or rating.").waitFor();
+    assert.equal(await star.getAttribute("aria-pressed"), "true");
+    await page.context().setOffline(false);
+    await page.getByText("Not sent yet").waitFor({ state: "detached" });
+    assert.equal((await mark()).star, true);
+  });
+});

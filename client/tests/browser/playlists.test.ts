@@ -170,6 +170,77 @@ test("by keys: open, rename, delete, and undo it all", async () => {
   });
 });
 
+async function rename(page: Page, from: string, to: string) {
+  await item(page, from).focus();
+  await page.keyboard.press("F2");
+  await page.getByRole("dialog").getByLabel("Name").fill(to);
+  await page.keyboard.press("Enter");
+  await item(page, to).waitFor();
+}
+
+test("without a connection a new name waits, visibly, and is sent when it is back", async () => {
+  const id = await make("Name before");
+  await house.visit({ size: TALL, errors: /ERR_|Failed to load/ }, async (page) => {
+    await item(page, "Name before").waitFor();
+    await page.context().setOffline(true);
+    await rename(page, "Name before", "Name between");
+    await page.getByText("Not sent yet: Renamed “Name before” to “Name between”").waitFor();
+    await rename(page, "Name between", "Name after");
+    await page.getByText("Not sent yet: Renamed “Name before” to “Name after”").waitFor();
+    await page.context().setOffline(false);
+    await page.getByText("Not sent yet").waitFor({ state: "detached" });
+    assert.equal((await listsCalled("Name after"))[0]?.id, id);
+    await page.keyboard.press("Control+z");
+    await item(page, "Name between").waitFor();
+    await page.getByText("Undone: Renamed").waitFor();
+    assert.equal((await listsCalled("Name between"))[0]?.id, id);
+  });
+});
+
+test("a new name waits for its user to log in again, and is told when another list has it by then", async () => {
+  const id = await make("Waits for anna");
+  await house.visit({ size: TALL, errors: /ERR_|Failed to load/ }, async (page) => {
+    const logIn = async () => {
+      await page.getByText("What is not saved yet is sent when anna logs in again.").waitFor();
+      await page.getByLabel("Name").fill("anna");
+      await page.getByLabel("Password").fill(house.places.users.anna);
+      await page.getByRole("button", { name: "Log in" }).click();
+    };
+    const renameWithoutSession = async (from: string, to: string) => {
+      await item(page, from).focus();
+      await page.keyboard.press("F2");
+      await page.getByRole("dialog").getByLabel("Name").fill(to);
+      await page.context().clearCookies();
+      await page.keyboard.press("Enter");
+      await logIn();
+    };
+    await renameWithoutSession("Waits for anna", "Sent for anna");
+    await item(page, "Sent for anna").waitFor();
+    await page.waitForFunction(() => localStorage.getItem("outbox:anna") === "[]");
+    assert.equal((await listsCalled("Sent for anna"))[0]?.id, id);
+    await make("Taken by another");
+    await renameWithoutSession("Sent for anna", "Taken by another");
+    await page.getByText("Not done: Renamed “Sent for anna” to “Taken by another”.").waitFor();
+    await item(page, "Sent for anna").waitFor();
+  });
+});
+
+test("a new name whose answer was lost is not refused as one that there is already", async () => {
+  const id = await make("Lost name");
+  await house.visit({ size: TALL, errors: /ERR_|Failed to load/ }, async (page) => {
+    await item(page, "Lost name").waitFor();
+    await page.route(/audio_playlist\.cgi/, async (route) => {
+      await route.fetch();
+      await route.abort();
+      await page.unroute(/audio_playlist\.cgi/);
+    });
+    await rename(page, "Lost name", "Found name");
+    await page.waitForFunction(() => localStorage.getItem("outbox:anna") === "[]");
+    assert.equal((await listsCalled("Found name"))[0]?.id, id);
+    assert.equal(await page.getByText("Not done").count(), 0);
+  });
+});
+
 test("what is deleted comes back whole, and links and the editor follow it", async () => {
   const id = await make("Whole", "shared", SONGS);
   await make("Whole too", "personal", SONGS);
