@@ -1,7 +1,7 @@
 // The playlist that is being made: at the right, or as a view of its own.
 import { useSignalEffect } from "@preact/signals";
 import { useEffect, useMemo, useRef } from "preact/hooks";
-import type { Playlist } from "../api/types.ts";
+import type { LibraryName, Playlist } from "../api/types.ts";
 import type { Dragged } from "../list/drag.tsx";
 import type { Chosen, Item } from "../list/items.ts";
 import { ListView } from "../list/list_view.tsx";
@@ -12,6 +12,7 @@ import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { keyOf } from "../ui/keys.tsx";
 import { isCoarse } from "../ui/media.ts";
+import type { MenuItem } from "../ui/menu.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
 import type { Gone, ListDocument } from "./document.ts";
 import { DocumentView } from "./document_view.ts";
@@ -20,6 +21,7 @@ import { EntryActions } from "./entry_actions.ts";
 import { columnsOf, labelOf, rowClassOf } from "./entry_row.tsx";
 import { follow } from "./following.ts";
 import { addTo } from "./list_edits.ts";
+import { listMenu } from "./list_menu.ts";
 import { PanelHead } from "./panel_head.tsx";
 import { useWidth } from "./width.ts";
 
@@ -29,6 +31,10 @@ const WIDE = 720; // pixels, where artist and album have columns of their own
 export interface Playlists {
   /** Asks which lists something is added to. */
   addToOther(chosen: Chosen): unknown;
+  /** Asks for a name, and makes a list of these. */
+  saveAs(chosen: Chosen, name: string, library: LibraryName): unknown;
+  /** Opens a menu of what the editor offers, and what can be done with any list. */
+  openMenu(playlist: Playlist, place: HTMLElement, own: MenuItem[]): unknown;
   /** Asks for a new name. */
   rename(playlist: Playlist): unknown;
   /** Makes a list again, which has another id then. */
@@ -60,9 +66,22 @@ function Panel({ document, playlists, isPage = false }: PanelProps & { document:
   const isWide = useWidth(panel) >= WIDE;
   const canEdit = document.canEdit.value;
   const name = document.playlist.value?.name ?? "";
-  const rename = () => {
+  const listed = () => {
     const playlist = document.playlist.peek();
-    if (playlist) playlists.rename({ ...playlist, id: document.listId });
+    return playlist && { ...playlist, id: document.listId };
+  };
+  const rename = () => {
+    const playlist = listed();
+    if (playlist) playlists.rename(playlist);
+  };
+  const saveAs = () => {
+    const playlist = listed();
+    if (playlist) playlists.saveAs(document.chosen(), playlist.name, playlist.library);
+  };
+  const showMenu = (place: HTMLElement) => {
+    const playlist = listed();
+    const own = listMenu(document, selection, isPage, { rename, saveAs });
+    if (playlist) playlists.openMenu(playlist, place, own);
   };
   const onKeyDown = (event: KeyboardEvent) => {
     if (keyOf(event) !== "F2" || !canEdit) return;
@@ -73,9 +92,8 @@ function Panel({ document, playlists, isPage = false }: PanelProps & { document:
     <div ref={panel} class="list-editor" role="group" aria-label={name} onKeyDown={onKeyDown}>
       <PanelHead
         document={document}
-        selection={selection}
         isPage={isPage}
-        rename={rename}
+        showMenu={showMenu}
         makeAgain={() => void makeAgain(document, playlists)}
       />
       <ListView<Item>

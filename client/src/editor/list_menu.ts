@@ -20,7 +20,7 @@ export function listMenu(
   document: ListDocument,
   selection: Selection,
   isPage: boolean,
-  askForName: () => void,
+  { rename, saveAs }: { rename: () => void; saveAs: () => void },
 ): MenuItem[] {
   const isEmpty = (document.total.peek() ?? 0) === 0;
   const playing: MenuItem[] = [
@@ -40,15 +40,15 @@ export function listMenu(
     },
   ];
   const away: MenuItem[] = [
+    { label: t("library.save_as"), icon: "list", divided: true, disabled: isEmpty, run: saveAs },
     {
       label: isPage ? t("editor.beside") : t("editor.full_width"),
       icon: "columns",
-      divided: true,
       run: () => (isPage ? openList(document.listId) : goTo(["playlists", document.listId])),
     },
   ];
   return document.canEdit.peek()
-    ? [...playing, ...editing(document, isEmpty, askForName), ...away]
+    ? [...playing, ...editing(document, isEmpty, rename), ...away]
     : [...playing, ...away];
 }
 

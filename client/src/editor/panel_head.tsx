@@ -1,22 +1,17 @@
 // The head of a list: what it is, whether it is saved, and what can be done with all of it.
-import { useRef } from "preact/hooks";
-import type { Selection } from "../list/selection.ts";
 import { formatDuration, t } from "../text/index.ts";
 import { redo, undo } from "../ui/history.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
-import { openMenu } from "../ui/menu.tsx";
 import { reasonOf } from "../ui/notices.tsx";
 import { closeList } from "./commands.ts";
 import type { ListDocument } from "./document.ts";
 import { deedsOf } from "./history_dialog.tsx";
-import { listMenu } from "./list_menu.ts";
 import { TheirEditLine } from "./their_edit.tsx";
 
 interface HeadProps {
   document: ListDocument;
-  selection: Selection;
   isPage: boolean;
-  rename: () => void;
+  showMenu: (place: HTMLElement) => void;
 }
 
 export function PanelHead({ makeAgain, ...props }: HeadProps & { makeAgain: () => void }) {
@@ -69,8 +64,7 @@ function Tool({
   );
 }
 
-function Tools({ document, selection, isPage, rename }: HeadProps) {
-  const more = useRef<HTMLButtonElement>(null);
+function Tools({ document, isPage, showMenu }: HeadProps) {
   const { done, undone } = deedsOf(document);
   return (
     <div class="list-tools">
@@ -91,14 +85,11 @@ function Tools({ document, selection, isPage, rename }: HeadProps) {
         </>
       )}
       <button
-        ref={more}
         type="button"
         class="icon-button"
         aria-label={t("menu")}
         aria-haspopup="menu"
-        onClick={() =>
-          more.current && openMenu(more.current, t("menu"), listMenu(document, selection, isPage, rename))
-        }
+        onClick={({ currentTarget }) => showMenu(currentTarget)}
       >
         <Icon name="more" />
       </button>

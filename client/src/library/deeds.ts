@@ -1,9 +1,8 @@
 // What can be done with songs, wherever they were chosen: the items of menus, and the same by buttons and keys.
 import { songsDownload } from "../api/actions.ts";
-import { openListId } from "../editor/commands.ts";
 import type { Item } from "../list/items.ts";
 import { enqueue, play, playNext } from "../playback/commands.ts";
-import { addToOpenList, addToOtherList, saveAsList } from "../playlists/commands.ts";
+import { addToOpenList, addToOtherList, listToAddTo, saveAsList } from "../playlists/commands.ts";
 import { playlistOf } from "../playlists/store.ts";
 import { t } from "../text/index.ts";
 import type { MenuItem } from "../ui/menu.tsx";
@@ -52,14 +51,14 @@ export async function downloadSongs(songs: Songs) {
 
 /** "Add to Rainy Sunday", as long as that is open. */
 export function addLabel() {
-  const id = openListId.value;
+  const id = listToAddTo.value;
   const name = id === undefined ? undefined : playlistOf(id)?.name;
   return name === undefined ? t("library.add_to") : t("library.add_to_named", { name });
 }
 
 function addItems(songs: Songs): MenuItem[] {
   const other = { label: t("library.add_to"), icon: "list", key: "L", run: () => addToOther(songs) } as const;
-  if (openListId.value === undefined) return [{ ...other, divided: true }];
+  if (listToAddTo.value === undefined) return [{ ...other, divided: true }];
   return [{ label: addLabel(), icon: "add", key: "A", divided: true, run: () => addToOpen(songs) }, other];
 }
 

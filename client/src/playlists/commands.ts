@@ -1,13 +1,15 @@
 // What other rooms ask of playlists.
+import { computed } from "@preact/signals";
 import type { LibraryName } from "../api/types.ts";
 import { appendTo, openListId } from "../editor/commands.ts";
 import type { Chosen, Item } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { fetchPart, withPart } from "../ui/lazy.tsx";
+import { isWide } from "../ui/media.ts";
 import { notifyFailure } from "../ui/notices.tsx";
 import { carry } from "../ui/outbox.ts";
-import { rememberUse } from "./recent.ts";
-import type { NewName } from "./store.ts";
+import { recentLists, rememberUse } from "./recent.ts";
+import { type NewName, playlistOf } from "./store.ts";
 
 /** Loads what was chosen; a failure is told, with a way to try again. */
 async function withItems(chosen: Chosen, use: (items: Item[]) => Promise<unknown>) {
@@ -24,9 +26,15 @@ export function addTo(id: string, chosen: Chosen) {
   return withItems(chosen, (items) => appendTo(id, items));
 }
 
-/** Adds to the list in the editor; asks for one when none is open. */
+/** What "add" adds to: the list in the editor; where there is no room for that beside the view, the one used last. */
+export const listToAddTo = computed(() => {
+  if (openListId.value !== undefined || isWide.value) return openListId.value;
+  return recentLists.value.find((id) => playlistOf(id)?.kind === "list");
+});
+
+/** Adds to that list; asks for one when there is none. */
 export async function addToOpenList(chosen: Chosen) {
-  const id = openListId.peek();
+  const id = listToAddTo.peek();
   if (id === undefined) await addToOtherList(chosen);
   else await addTo(id, chosen);
 }

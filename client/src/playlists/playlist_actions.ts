@@ -168,17 +168,15 @@ function editItems(playlist: Playlist): MenuItem[] {
       divided: kind === "list",
       run: () => void askForRename(playlist),
     },
-    { label: labelOfDuplicate(playlist), icon: "list", run: () => void duplicatePlaylist(playlist) },
   ];
 }
 
-/** All that can be done with a playlist. */
-export function menuOf(playlist: Playlist, place: Place): MenuItem[] {
-  const isList = playlist.kind === "list";
-  const saveAs: MenuItem = {
-    label: t("playlists.save_as"),
+/** What makes something else of it, or nothing. */
+function awayItems(playlist: Playlist, place: Place): MenuItem[] {
+  const copy: MenuItem = {
+    label: labelOfDuplicate(playlist),
     icon: "list",
-    run: () => void saveAsList(chosenPlaylist(playlist), nameOf(playlist)),
+    run: () => void duplicatePlaylist(playlist),
   };
   const remove: MenuItem = {
     label: t("playlists.delete"),
@@ -188,14 +186,9 @@ export function menuOf(playlist: Playlist, place: Place): MenuItem[] {
     divided: true,
     run: () => void deleteAll([playlist]),
   };
+  const isRandom = playlist.kind === "random";
   return [
-    { label: t("playlists.open"), icon: "list", run: () => goTo(["playlists", playlist.id]) },
-    ...(isList
-      ? [{ label: t("playlists.open_beside"), icon: "columns" as const, run: () => openList(playlist.id) }]
-      : []),
-    ...playItems(playlist),
-    ...(isList ? [] : [saveAs]),
-    ...editItems(playlist),
+    ...(isRandom ? [] : [copy]),
     {
       label: t("playlists.download"),
       icon: "download",
@@ -203,7 +196,32 @@ export function menuOf(playlist: Playlist, place: Place): MenuItem[] {
       run: () => downloadZip(playlist),
     },
     { label: t("playlists.export"), icon: "download", run: () => showExports(playlist, place) },
-    ...(playlist.kind === "random" ? [] : [remove]),
+    ...(isRandom ? [] : [remove]),
+  ];
+}
+
+/** The menu of a list that is open: what its editor offers, and what can be done with any list. */
+export function showMenuOfOpen(playlist: Playlist, place: Place, own: MenuItem[]) {
+  openMenu(place, t("menu"), [...own, ...awayItems(playlist, place)]);
+}
+
+/** All that can be done with a playlist. */
+export function menuOf(playlist: Playlist, place: Place): MenuItem[] {
+  const isList = playlist.kind === "list";
+  const saveAs: MenuItem = {
+    label: t("playlists.save_as"),
+    icon: "list",
+    run: () => void saveAsList(chosenPlaylist(playlist), nameOf(playlist), playlist.library),
+  };
+  return [
+    { label: t("playlists.open"), icon: "list", run: () => goTo(["playlists", playlist.id]) },
+    ...(isList
+      ? [{ label: t("playlists.open_beside"), icon: "columns" as const, run: () => openList(playlist.id) }]
+      : []),
+    ...playItems(playlist),
+    saveAs,
+    ...editItems(playlist),
+    ...awayItems(playlist, place),
   ];
 }
 

@@ -5,7 +5,7 @@ import { ask, RequestError } from "../api/http.ts";
 import type { Page, Playlist } from "../api/types.ts";
 import { documents, unsaved } from "../editor/open_documents.ts";
 import { history } from "../ui/history.ts";
-import { outbox } from "../ui/outbox.ts";
+import { outbox, settled } from "../ui/outbox.ts";
 import { user } from "../ui/session.tsx";
 
 const LARGEST_PAGE = 1000;
@@ -118,7 +118,7 @@ effect(() => {
   lastUser = user.value?.name;
   void history.value; // whatever was done or undone has changed some of them
   void unsaved.value; // and so has an edit that the server has by now
-  void outbox(); // or has refused
+  void settled.value; // or has refused
   refreshIfSeen();
 });
 

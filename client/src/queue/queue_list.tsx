@@ -12,7 +12,7 @@ import { formatNumber, t } from "../text/index.ts";
 import { askForText } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { keyOf } from "../ui/keys.tsx";
-import { isNarrow } from "../ui/media.ts";
+import { isCoarse, isNarrow } from "../ui/media.ts";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { itemColumns } from "./columns.tsx";
 
@@ -176,7 +176,7 @@ export function QueueList({ label, queue, current, selection, place, rowClass }:
         }}
         empty={<Nothing />}
       />
-      <SelectionBar selection={selection} least={2}>
+      <SelectionBar selection={selection} least={isCoarse.value ? 1 : 2}>
         <button type="button" class="button" onClick={() => void addToOtherList(actions.chosen())}>
           {t("queue.add_to")}
         </button>

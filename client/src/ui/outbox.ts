@@ -25,6 +25,8 @@ function isLetters(value: unknown): value is Letter[] {
 const letters = keptForUser<readonly Letter[]>("outbox", [], isLetters);
 const carriers = new Map<string, (content: never) => Promise<unknown>>();
 const hasFailed = signal(false);
+/** Grows when something that had to wait is sent, or refused. */
+export const settled = signal(0);
 const pauses = new Pauses();
 let isBusy = false;
 
@@ -100,6 +102,7 @@ async function sendAgain(letter: Letter) {
     notifyFailure(t("error.not_done", { what: letter.label }), error);
   }
   drop(letter);
+  settled.value++;
   return true;
 }
 

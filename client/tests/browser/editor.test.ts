@@ -325,6 +325,29 @@ test("selected entries are added to another list, by the bar and by a key", asyn
   });
 });
 
+test("the menu of an open list copies it, and deletes it until that is undone", async () => {
+  const id = await makeList(house, "Open", 3);
+  const titles = await titlesOf(house, id);
+  await house.visit({}, async (page) => {
+    const { panel } = await openInPanel(page, id);
+    const choose = async (name: RegExp) => {
+      await panel.getByRole("button", { name: "Menu" }).click();
+      await page.getByRole("menuitem", { name }).click();
+    };
+    await choose(/^Save as playlist/);
+    await page.getByRole("dialog").getByLabel("Name", { exact: true }).fill("Open too");
+    await page.keyboard.press("Enter");
+    await page.getByRole("treeitem", { name: /^Open too/ }).waitFor();
+    assert.deepEqual(await titlesOf(house, await idOf(house, "Open too")), titles);
+    await choose(/^Delete/);
+    await panel.waitFor({ state: "detached" });
+    await page.getByText("Deleted “Open”").waitFor();
+    await page.keyboard.press("Control+z");
+    await panel.getByRole("heading", { name: "Open" }).waitFor();
+    assert.deepEqual(await titlesOf(house, await idOf(house, "Open")), titles);
+  });
+});
+
 test("the view and the panel show the same list, and edits of one are seen in the other", async () => {
   const id = await makeList(house, "Both at once", 4);
   const [a, b, c, d] = await titlesOf(house, id);

@@ -149,6 +149,29 @@ test("songs of an album are added to the open list by one key", async () => {
   });
 });
 
+test("on a phone songs go to the list that was used last, by one press", async () => {
+  const { node } = await house.act<{ node: { id: string } }>({
+    action: "add",
+    type: "shared",
+    name: "Kitchen",
+  });
+  const added = (page: Page) => page.waitForResponse(/audio_playlist\.cgi/);
+  await house.visit({ size: PHONE, at: "#/albums" }, async (page) => {
+    await page.getByText("Garden Pieces").click();
+    await page.getByRole("button", { name: "Add to…" }).click();
+    await page.getByRole("combobox", { name: "Find a playlist" }).fill("Kitchen");
+    const first = added(page);
+    await page.getByRole("option", { name: /^Kitchen/ }).click();
+    await first;
+    const second = added(page);
+    await page.getByRole("button", { name: "Add to Kitchen" }).click();
+    await page.getByRole("dialog").getByRole("button", { name: "Add all" }).click();
+    await second;
+    const { total } = await house.get<{ total: number }>(`api/playlists/${node.id}`);
+    assert.equal(total, 8);
+  });
+});
+
 test("an album is dragged to the open list", async () => {
   const { node } = await house.act<{ node: { id: string } }>({
     action: "add",

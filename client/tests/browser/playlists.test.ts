@@ -179,21 +179,21 @@ async function rename(page: Page, from: string, to: string) {
 }
 
 test("without a connection a new name waits, visibly, and is sent when it is back", async () => {
-  const id = await make("Name before");
+  const id = await make("Called one");
   await house.visit({ size: TALL, errors: /ERR_|Failed to load/ }, async (page) => {
-    await item(page, "Name before").waitFor();
+    await item(page, "Called one").waitFor();
     await page.context().setOffline(true);
-    await rename(page, "Name before", "Name between");
-    await page.getByText("Not sent yet: Renamed “Name before” to “Name between”").waitFor();
-    await rename(page, "Name between", "Name after");
-    await page.getByText("Not sent yet: Renamed “Name before” to “Name after”").waitFor();
+    await rename(page, "Called one", "Called two");
+    await page.getByText("Not sent yet: Renamed “Called one” to “Called two”").waitFor();
+    await rename(page, "Called two", "Called three");
+    await page.getByText("Not sent yet: Renamed “Called one” to “Called three”").waitFor();
     await page.context().setOffline(false);
     await page.getByText("Not sent yet").waitFor({ state: "detached" });
-    assert.equal((await listsCalled("Name after"))[0]?.id, id);
+    assert.equal((await listsCalled("Called three"))[0]?.id, id);
     await page.keyboard.press("Control+z");
-    await item(page, "Name between").waitFor();
+    await item(page, "Called two").waitFor();
     await page.getByText("Undone: Renamed").waitFor();
-    assert.equal((await listsCalled("Name between"))[0]?.id, id);
+    assert.equal((await listsCalled("Called two"))[0]?.id, id);
   });
 });
 
@@ -226,17 +226,17 @@ test("a new name waits for its user to log in again, and is told when another li
 });
 
 test("a new name whose answer was lost is not refused as one that there is already", async () => {
-  const id = await make("Lost name");
+  const id = await make("Lost call");
   await house.visit({ size: TALL, errors: /ERR_|Failed to load/ }, async (page) => {
-    await item(page, "Lost name").waitFor();
+    await item(page, "Lost call").waitFor();
     await page.route(/audio_playlist\.cgi/, async (route) => {
       await route.fetch();
       await route.abort();
       await page.unroute(/audio_playlist\.cgi/);
     });
-    await rename(page, "Lost name", "Found name");
+    await rename(page, "Lost call", "Found call");
     await page.waitForFunction(() => localStorage.getItem("outbox:anna") === "[]");
-    assert.equal((await listsCalled("Found name"))[0]?.id, id);
+    assert.equal((await listsCalled("Found call"))[0]?.id, id);
     assert.equal(await page.getByText("Not done").count(), 0);
   });
 });
