@@ -1,6 +1,6 @@
 // What a search finds: artists, albums and playlists above all songs.
 import type { ComponentChildren } from "preact";
-import { useEffect } from "preact/hooks";
+import { useEffect, useLayoutEffect } from "preact/hooks";
 import { get, type Query } from "../api/http.ts";
 import type { Album, LibraryName, Name, Page, Playlist, Song } from "../api/types.ts";
 import { type Dragged, watchForDrag } from "../list/drag.tsx";
@@ -17,7 +17,7 @@ import { albumName } from "./albums_view.tsx";
 import { Cover } from "./cover.tsx";
 import { onSongsKey, songsMenu } from "./deeds.ts";
 import { MenuButton, ViewHead } from "./head.tsx";
-import { focusLastLink, focusSearchField, hits } from "./hits.ts";
+import { focusFirstHit, focusLastLink, focusSearchField, hits } from "./hits.ts";
 import { Joined } from "./joined.ts";
 import { type KeptAnswer, KeptList, pagesOf, useAnswer, useKept, useSteady } from "./lists.ts";
 import { SongTable } from "./song_table.tsx";
@@ -151,6 +151,7 @@ function countOf({ libraries: all, playlists }: Groups) {
 
 function Lead({ groups, hasHeading }: { groups: KeptAnswer<Groups>; hasHeading: boolean }) {
   const { body, error } = groups;
+  useFocusAmongLinks();
   if (error.value) return <Failure error={error.value} retry={() => groups.refresh()} />;
   if (!body.value) return null;
   const { q, libraries: all, playlists } = body.value;
@@ -170,6 +171,14 @@ function Lead({ groups, hasHeading }: { groups: KeptAnswer<Groups>; hasHeading: 
       {hasHeading && <h2>{t("library.songs")}</h2>}
     </div>
   );
+}
+
+/** The focus stays among the links when the one that had it is not found any more. */
+function useFocusAmongLinks() {
+  const isThere = !!document.activeElement?.closest(".found");
+  useLayoutEffect(() => {
+    if (isThere && document.activeElement === document.body) focusFirstHit();
+  });
 }
 
 /** The artists and albums of one library. */

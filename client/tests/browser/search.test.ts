@@ -60,6 +60,19 @@ test("results are walked through, opened and played by keys alone", () =>
     await page.getByRole("heading", { name: "Garden Pieces" }).waitFor();
   }));
 
+test("the focus stays among the results when more is typed elsewhere", () =>
+  house.visit({ at: "#/search?q=window" }, async (page) => {
+    await page.getByRole("group", { name: "Artists" }).first().waitFor();
+    await field(page).focus();
+    await page.keyboard.press("ArrowDown");
+    await page.locator(".found :focus").waitFor();
+    await page.evaluate(() => {
+      location.hash = "#/search?q=kitchen";
+    });
+    await page.getByText("Garden Pieces").first().waitFor({ state: "detached" });
+    await page.locator(".found :focus").filter({ hasText: "Kitchen Radio" }).waitFor();
+  }));
+
 test("a result is added to the open list by A", async () => {
   const { node } = await house.act<{ node: { id: string } }>({ action: "add", type: "shared", name: "Hits" });
   await house.visit({ size: DESKTOP, at: "#/albums" }, async (page) => {
