@@ -177,7 +177,7 @@ test("an edit that was done, but whose answer was lost with the page, is not don
 test("two pages that are closed with edits of one list lose neither", async () => {
   const id = await makeList(house, "Two pages", 5);
   const [, b, c, d, e] = await titlesOf(house, id);
-  await house.visit({ errors: FAILED }, async (first) => {
+  await house.visit({ alone: true, errors: FAILED }, async (first) => {
     await openInPanel(first, id);
     const second = await first.context().newPage();
     await second.goto("./");

@@ -34,6 +34,8 @@ export interface Visit {
   language?: string; // en-GB
   at?: string; // the view, by the hash of its address
   errors?: RegExp; // what may stand in the console: errors that the test itself provokes
+  // A context that no other visit has: for service workers, scripts that stay in the page, and more pages.
+  alone?: boolean;
 }
 
 // What client_server.py prints.
@@ -52,7 +54,22 @@ export interface SongFile {
   tags: Record<string, string | number>; // TITLE, ARTIST, ALBUM, ...
 }
 
+// Of what happens in it, nobody is told any more. (It listens to its own end itself.)
+async function forget(where: Page | BrowserContext) {
+  await where.unrouteAll({ behavior: "ignoreErrors" });
+  const told = ["console", "dialog", "download", "pageerror", "request", "requestfailed", "response"];
+  for (const event of told) await where.removeAllListeners(event);
+}
+
+// Where visits take place, and of which kind it is; undefined: for one visit only.
+interface Room {
+  context: BrowserContext;
+  page: Page;
+  kind: string | undefined;
+}
+
 export class House {
+  private readonly idle: Room[] = [];
   private server!: ChildProcess;
   private lines!: AsyncIterableIterator<string>;
   private input!: Interface;
@@ -144,25 +161,17 @@ export class House {
     return answer as T;
   }
 
-  // Opens the client in a browser's context of its own, does `body`, and fails for errors in the console and
+  // Opens the client in a browser that knows nothing of it, does `body`, and fails for errors in the console and
   // for requests that leave the server. Visits may stand in each other: two people.
   async visit(options: Visit, body: (page: Page) => Promise<void>) {
-    const { user = "anna", size = DESKTOP, theme = "light", language = "en-GB", at = "" } = options;
-    const context = await this.browser.newContext({
-      baseURL: this.url,
-      viewport: { width: size.width, height: size.height },
-      hasTouch: size.touch ?? false,
-      isMobile: size.touch ?? false,
-      colorScheme: theme,
-      locale: language,
-    });
-    context.setDefaultTimeout(PATIENCE_MS);
+    const { user = "anna", theme = "light", at = "" } = options;
+    const { context, page, kind } = await this.enter(options);
     try {
+      await page.emulateMedia({ colorScheme: theme, reducedMotion: null });
       if (user) await this.logIn(context, user);
-      const page = await context.newPage();
       const wrong = this.watch(context, page, options.errors);
       try {
-        await page.goto(at);
+        await page.goto(new URL(at, this.url).href);
         await body(page);
         assert.deepEqual(wrong, []);
       } catch (error) {
@@ -173,10 +182,50 @@ export class House {
         console.error(seen, wrong);
         throw error;
       }
-    } finally {
+      await this.leave(context, page, kind);
+    } catch (error) {
       await context.close();
+      throw error;
+    } finally {
       await this.start(); // unless it is there
     }
+  }
+
+  // A context and its page. To make one costs a second of a processor, so they are used again.
+  private async enter({ size = DESKTOP, language = "en-GB", alone = false }: Visit): Promise<Room> {
+    const kind = alone ? undefined : JSON.stringify([size, language]);
+    const idle = this.idle.findIndex((room) => room.kind === kind && !alone);
+    if (idle >= 0) return this.idle.splice(idle, 1)[0] as Room;
+    const context = await this.browser.newContext({
+      baseURL: this.url,
+      viewport: { width: size.width, height: size.height },
+      hasTouch: size.touch ?? false,
+      isMobile: size.touch ?? false,
+      locale: language,
+      serviceWorkers: alone ? "allow" : "block",
+    });
+    context.setDefaultTimeout(PATIENCE_MS);
+    return { context, page: await context.newPage(), kind };
+  }
+
+  // Nothing stays of a visit: what the page still sends when it is left does not come to the server.
+  private async leave(context: BrowserContext, page: Page, kind: string | undefined) {
+    if (kind === undefined || context.pages().length !== 1) return context.close();
+    await forget(context);
+    await forget(page);
+    page.on("dialog", (dialog) => dialog.accept());
+    await context.setOffline(true);
+    const session = await context.newCDPSession(page);
+    await page.goto("about:blank");
+    await session.send("Storage.clearDataForOrigin", {
+      origin: new URL(this.url).origin,
+      storageTypes: "all",
+    });
+    await session.detach();
+    await context.clearCookies();
+    await context.setOffline(false);
+    page.removeAllListeners("dialog");
+    this.idle.push({ context, page, kind });
   }
 
   private async logIn(context: BrowserContext, name: User) {

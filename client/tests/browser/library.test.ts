@@ -203,7 +203,7 @@ test("a song tells all of itself, and gets a rating", () =>
   }));
 
 test("songs are downloaded as an archive", () =>
-  house.visit({ at: "#/albums" }, async (page) => {
+  house.visit({ alone: true, at: "#/albums" }, async (page) => {
     await page.getByText("Garden Pieces").click({ button: "right" });
     // Chromium tells either of them, as the tab is gone before it is there.
     const download = new Promise<Download>((resolve) => {

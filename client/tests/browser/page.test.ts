@@ -31,7 +31,7 @@ test("script and style of the first page are small", () =>
   }));
 
 test("a page that was opened without its server goes on when that is back", () =>
-  house.visit({ errors: /Failed to load resource|ERR_/ }, async (page) => {
+  house.visit({ alone: true, errors: /Failed to load resource|ERR_/ }, async (page) => {
     await page.evaluate(async () => {
       await navigator.serviceWorker.ready;
     });

@@ -91,7 +91,7 @@ test("the phone's sheet has everything", async () => {
 test("the next song is loaded before this one ends, and follows without being asked for again", async () => {
   await leaveQueue(house, ALBUM);
   const next = await songOf(house, "Rain on Glass");
-  await house.visit({}, async (page) => {
+  await house.visit({ alone: true }, async (page) => {
     await shows(page, "Seed");
     let requests = 0;
     page.on("request", (request) => {
@@ -157,7 +157,7 @@ test("a queue ends, repeats a song, or all of it", async () => {
 test("shuffled songs are heard once each", async () => {
   const titles = ["untagged", "Grusväg", "潮風"];
   await leaveQueue(house, titles);
-  await house.visit({}, async (page) => {
+  await house.visit({ alone: true }, async (page) => {
     await shows(page, "untagged");
     await button(page, "Shuffle").click();
     const heard: string[] = [];
@@ -223,7 +223,7 @@ test("a favourite is kept, and one that could not be kept is taken back", async 
 
 test("what the browser cannot decode is transcoded, from where it goes on", async () => {
   await leaveQueue(house, ["潮風", "Grusväg"], { elapsed: 1.2 });
-  await house.visit({}, async (page) => {
+  await house.visit({ alone: true }, async (page) => {
     await page.addInitScript(refuseFlac);
     await page.reload();
     await shows(page, "潮風");
@@ -273,7 +273,7 @@ test("when the server converts as many songs as it can, the player waits", async
   const path = `api/songs/${id}/stream?format=mp3`;
   const others = await Promise.all([1, 2].map(() => house.ask(path))); // which nobody reads
   await leaveQueue(house, ["潮風"]);
-  await house.visit({ errors: /503/ }, async (page) => {
+  await house.visit({ alone: true, errors: /503/ }, async (page) => {
     await page.addInitScript(refuseFlac);
     await page.reload();
     await shows(page, "潮風");
@@ -312,7 +312,7 @@ test("a station plays, and tells when it does not", async () => {
 
 test("keys of keyboards and lock screens are for what plays", async () => {
   await leaveQueue(house, ALBUM, { position: 1 });
-  await house.visit({}, async (page) => {
+  await house.visit({ alone: true }, async (page) => {
     await page.addInitScript(noteMediaKeys);
     await page.reload();
     await shows(page, "Rain on Glass");

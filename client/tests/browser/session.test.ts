@@ -88,7 +88,7 @@ test("language and theme are chosen in the menu, and stay", () =>
   }));
 
 test("the page opens without a server, and says so", () =>
-  house.visit({ errors: /ERR_CONNECTION_REFUSED|Failed to load/ }, async (page) => {
+  house.visit({ alone: true, errors: /ERR_CONNECTION_REFUSED|Failed to load/ }, async (page) => {
     await page.getByRole("main").waitFor();
     await page.evaluate(() => navigator.serviceWorker.ready.then(() => undefined));
     await page.reload();

@@ -65,7 +65,7 @@ test("nobody sees or sends what another one has left", async () => {
 
 test("a page is not used in the name of who logs in at another one", async () => {
   const id = await makeList(house, "Beside", 4);
-  await house.visit({ errors: FAILED }, async (page) => {
+  await house.visit({ alone: true, errors: FAILED }, async (page) => {
     const { panel } = await openInPanel(page, id);
     const other = await page.context().newPage();
     await other.goto("./");
@@ -80,7 +80,7 @@ test("a page is not used in the name of who logs in at another one", async () =>
 test("nor is one that was not told of it, as a page may be that slept", async () => {
   const id = await makeList(house, "Asleep", 4);
   const before = await titlesOf(house, id);
-  await house.visit({ errors: FAILED }, async (page) => {
+  await house.visit({ alone: true, errors: FAILED }, async (page) => {
     await page.addInitScript(() =>
       window.addEventListener("storage", (event) => event.stopImmediatePropagation()),
     );
