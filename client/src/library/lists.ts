@@ -133,7 +133,10 @@ function settledOf(answer: ReadonlySignal<unknown>, error: ReadonlySignal<unknow
 /** What was shown before, until what is to be shown instead is there. */
 export function useSteady<T extends Kept>(next: T): T {
   const shown = useRef(next);
-  useEffect(() => () => next.cancel(), [next]);
+  useEffect(() => {
+    next.resume(); // the view that goes may have cancelled what this one shows, too
+    return () => next.cancel();
+  }, [next]);
   if (next.settled.value) shown.current = next;
   return shown.current;
 }

@@ -25,6 +25,23 @@ for (const size of SIZES) {
     }));
 }
 
+test("a list that is asked for by another address meanwhile comes", () =>
+  house.visit({ at: "#/artists" }, async (page) => {
+    let go = () => {};
+    const gone = new Promise<void>((done) => {
+      go = done;
+    });
+    await page.route(/api\/albums/, async (route) => {
+      await gone;
+      await route.continue();
+    });
+    await page.goto("#/");
+    await page.getByRole("heading", { name: "Albums" }).waitFor();
+    await page.goto("#/albums");
+    go();
+    await page.getByText("Garden Pieces").waitFor();
+  }));
+
 test("songs of several discs stand below the numbers of these", () =>
   house.visit({}, async (page) => {
     await page.getByText("Småvägar").click();
