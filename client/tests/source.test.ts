@@ -39,6 +39,19 @@ test("what is in view comes in stretches, once", async () => {
   assert.equal(source.at(200), undefined);
 });
 
+test("the stretch that is scrolled to is asked for before it is in view, but none behind the last item", async () => {
+  const { asked, fetchPage, letGo } = slowPages();
+  const source = new PagedSource(fetchPage);
+  source.want(0, 30);
+  await letGo();
+  source.want(20, 50);
+  assert.deepEqual(asked, [0, 100]);
+  await letGo();
+  source.want(950, 980);
+  source.want(970, 1000);
+  assert.deepEqual(asked, [0, 100, 900]);
+});
+
 test("what left the view is given up, and asked for again by who comes back before that is known", async () => {
   const { asked, fetchPage, letGo } = slowPages();
   const source = new PagedSource(fetchPage);

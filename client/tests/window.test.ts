@@ -1,6 +1,14 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { extentOf, HIGHEST, rowsInView, scrollFor, topAfter, topToShow } from "../src/list/window.ts";
+import {
+  extentOf,
+  HIGHEST,
+  rowsInView,
+  scrollFor,
+  topAfter,
+  topToShow,
+  withNext,
+} from "../src/list/window.ts";
 
 const ROW = 36;
 const VIEW = 720;
@@ -45,6 +53,14 @@ test("rows in view are those that show, and some more within the list", () => {
   assert.deepEqual(rowsInView(18, VIEW, ROW, 100, 0), { first: 0, end: 21 });
   assert.deepEqual(rowsInView(100 * ROW - VIEW, VIEW, ROW, 100, 6), { first: 74, end: 100 });
   assert.deepEqual(rowsInView(0, VIEW, ROW, 0, 6), { first: 0, end: 0 });
+});
+
+test("what comes into view next is known from the step before, unless that was a jump", () => {
+  assert.deepEqual(withNext(110, 140, 100), { first: 110, end: 180 });
+  assert.deepEqual(withNext(100, 130, 110), { first: 60, end: 130 });
+  assert.deepEqual(withNext(5, 35, 10), { first: 0, end: 35 });
+  assert.deepEqual(withNext(500, 530, 10), { first: 500, end: 530 });
+  assert.deepEqual(withNext(10, 40, 10), { first: 10, end: 40 });
 });
 
 test("a row is brought into view by the shortest way", () => {

@@ -69,12 +69,12 @@ export class Contents {
     if (!this.hasAll(ids)) throw new Error("an entry is neither known nor on the server");
   }
 
-  /** The same for what is in view; what is no longer is not waited for. */
-  async want(ids: Order): Promise<void> {
+  /** The same for what is in view, each time telling that there is more; what is no longer is not waited for. */
+  async want(ids: Order, tell: () => void): Promise<void> {
     const stretches = new Set(this.unknown(ids).map((place) => Math.floor(place / STRETCH)));
     for (const [stretch, request] of this.asked) if (!stretches.has(stretch)) request.abort();
     const fresh = [...stretches].filter((stretch) => !this.asked.has(stretch));
-    await Promise.all(fresh.map((stretch) => this.fetchStretch(stretch)));
+    await Promise.all(fresh.map((stretch) => this.fetchStretch(stretch).then(tell)));
   }
 
   private async fetchStretch(stretch: number) {

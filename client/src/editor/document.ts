@@ -35,7 +35,7 @@ export interface Gone {
   content: { items: Item[] };
 }
 
-/** What a view shows of it: positions from `first` on, before `end`. */
+/** What a view shows of it, and will soon: positions from `first` on, before `end`. */
 export interface InView {
   first: number;
   end: number;
@@ -167,10 +167,8 @@ export class ListDocument implements Saved {
     if (this.error.peek()) return;
     const order = this.order.peek();
     const ids = Int32Array.from([...this.views].flatMap(({ first, end }) => [...order.subarray(first, end)]));
-    const isThere = this.contents.hasAll(ids);
     try {
-      await this.contents.want(ids);
-      if (!isThere) this.revision.value++;
+      await this.contents.want(ids, () => this.revision.value++);
     } catch (error) {
       if (error instanceof OtherVersion) return this.refresh();
       if (!(error instanceof RequestError)) throw error;
@@ -472,6 +470,16 @@ export class ListDocument implements Saved {
   readonly facts = computed(() => {
     void this.revision.value;
     return factsOf(this.order.value, this.contents);
+  });
+
+  /** Rows need not be drawn anew for more entries that are known. */
+  private shownDuplicates: ReadonlySet<number> = new Set();
+  readonly duplicates = computed(() => {
+    const { duplicates } = this.facts.value;
+    const before = this.shownDuplicates;
+    const isSame = duplicates.size === before.size && [...duplicates].every((id) => before.has(id));
+    if (!isSame) this.shownDuplicates = duplicates;
+    return this.shownDuplicates;
   });
 
   /** Of all entries, in seconds. */

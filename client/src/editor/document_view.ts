@@ -1,11 +1,13 @@
 // What one view shows of a document. Several may show the same list, each another part of it.
 import type { Item } from "../list/items.ts";
 import type { ListSource } from "../list/source.ts";
+import { withNext } from "../list/window.ts";
 import type { InView, ListDocument } from "./document.ts";
 
 export class DocumentView implements ListSource<Item>, InView {
   first = 0;
   end = 0;
+  private seenFirst = 0;
 
   constructor(private readonly document: ListDocument) {}
 
@@ -26,8 +28,8 @@ export class DocumentView implements ListSource<Item>, InView {
   }
 
   want(first: number, end: number) {
-    this.first = first;
-    this.end = end;
+    Object.assign(this, withNext(first, end, this.seenFirst));
+    this.seenFirst = first;
     this.document.views.add(this);
     void this.document.fetchInView();
   }

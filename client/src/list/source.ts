@@ -2,6 +2,7 @@
 import { type ReadonlySignal, type Signal, signal } from "@preact/signals";
 import { isAborted, RequestError } from "../api/http.ts";
 import type { Page } from "../api/types.ts";
+import { withNext } from "./window.ts";
 
 /** What a virtual list shows. `at` and `total` may change whenever `revision` does. */
 export interface ListSource<T> {
@@ -32,6 +33,8 @@ export class PagedSource<T> implements ListSource<T> {
   private readonly asked = new Map<number, AbortController>();
   private first = 0;
   private end = 1;
+  /** With what comes into view next. */
+  private next = { first: 0, end: 1 };
 
   constructor(private readonly fetchPage: FetchPage<T>) {}
 
@@ -40,8 +43,10 @@ export class PagedSource<T> implements ListSource<T> {
   }
 
   want(first: number, end: number) {
+    const before = this.first;
     this.first = first;
     this.end = Math.max(end, first + 1);
+    this.next = withNext(first, this.end, before);
     if (this.error.peek()) return;
     const wanted = this.wanted();
     for (const [stretch, request] of this.asked) {
@@ -88,9 +93,10 @@ export class PagedSource<T> implements ListSource<T> {
   }
 
   private wanted() {
-    const last = Math.floor((this.end - 1) / STRETCH);
+    const { first, end } = this.next;
+    const last = Math.floor((Math.min(end, Math.max(this.end, this.total.peek() ?? 0)) - 1) / STRETCH);
     const stretches: number[] = [];
-    for (let stretch = Math.floor(this.first / STRETCH); stretch <= last; stretch++) stretches.push(stretch);
+    for (let stretch = Math.floor(first / STRETCH); stretch <= last; stretch++) stretches.push(stretch);
     return stretches;
   }
 

@@ -51,6 +51,19 @@ export function rowsInView(top: number, view: number, rowHeight: number, rows: n
   return { first, end };
 }
 
+/** Of so many steps like the last one. */
+const STEPS_AHEAD = 4;
+
+/**
+ * The rows from `first` on, before `end`, and those that come into view when it is scrolled on as it just was, from
+ * `before`. Who jumps goes nowhere in particular.
+ */
+export function withNext(first: number, end: number, before: number) {
+  const step = first - before;
+  const ahead = Math.abs(step) > end - first ? 0 : STEPS_AHEAD * step;
+  return { first: Math.max(0, first + Math.min(0, ahead)), end: end + Math.max(0, ahead) };
+}
+
 /** The top that brings a row wholly into view, by the shortest way. */
 export function topToShow(row: number, rowHeight: number, top: number, view: number) {
   const at = row * rowHeight;
