@@ -6,22 +6,14 @@ import { useEffect, useLayoutEffect, useMemo, useRef } from "preact/hooks";
 import { Failure } from "../ui/failure.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
+import { type Column, Row } from "./row.tsx";
 import { Selection } from "./selection.ts";
+import { Slots } from "./slots.ts";
 import type { ListSource } from "./source.ts";
+import { tellWhole } from "./tips.ts";
 import { type Place, useViewport } from "./viewport.ts";
 
-export interface Column<T> {
-  key: string;
-  label: string;
-  /** Its label is for screen readers alone. */
-  quiet?: boolean;
-  /** A track of a CSS grid: "3rem", "minmax(8rem, 2fr)". */
-  width: string;
-  cell: (item: T, index: number) => ComponentChildren;
-  /** Numbers stand at the end of their cell. */
-  align?: "start" | "end";
-  sortable?: boolean;
-}
+export type { Column } from "./row.tsx";
 
 export interface Sort {
   key: string;
@@ -95,8 +87,9 @@ export function ListView<T>(props: ListViewProps<T>) {
   const gapsAbove = (index: number) => sections.filter(({ at }) => at <= index).length * SECTION;
   const offsetOf = (index: number) => viewport.offsetOf(index) + gapsAbove(index);
   const { first, end } = viewport;
-  useEffect(() => source.want(first, end), [source, first, end]);
+  useLayoutEffect(() => source.want(first, end), [source, first, end]);
 
+  const slots = useMemo(() => new Slots(), []);
   const ownSelection = useMemo(() => new Selection(), []);
   const selection = props.selection ?? ownSelection;
   const active = Math.min(selection.active.value, Math.max(0, total - 1));
@@ -108,7 +101,10 @@ export function ListView<T>(props: ListViewProps<T>) {
     focusNow.current = true;
     viewport.show(index);
   };
+  const focused = document.activeElement as HTMLElement | null;
   useLayoutEffect(() => {
+    const isLost = document.activeElement === document.body && body.current?.contains(focused);
+    if (isLost) focused?.focus({ preventScroll: true }); // some browsers take it from what is put elsewhere
     const at = document.activeElement;
     const isLeftBehind =
       at instanceof HTMLElement && body.current?.contains(at) && at.dataset.index !== undefined
@@ -146,8 +142,11 @@ export function ListView<T>(props: ListViewProps<T>) {
   };
   useDropTarget(viewport.scroller, target);
 
+  const inView = Array.from({ length: end - first }, (_, row) => first + row);
+  if (total > 0 && active < first) inView.unshift(active);
+  if (total > 0 && active >= end) inView.push(active);
   const rows: JSX.Element[] = [];
-  const draw = (index: number) => {
+  for (const { key, index } of slots.arrange(inView, viewport.isScrolled)) {
     const item = source.at(index);
     const section = sections.find(({ at }) => at === index);
     if (section) {
@@ -155,34 +154,20 @@ export function ListView<T>(props: ListViewProps<T>) {
       rows.push(<SectionHead key={`section ${index}`} label={section.label} top={top} />);
     }
     rows.push(
-      <div
-        key={index}
-        role="row"
-        class={`row ${item && props.rowClass ? props.rowClass(item, index) : ""}`}
-        data-index={index}
-        aria-rowindex={index + 1 + (header ? 1 : 0)}
-        aria-selected={props.selection ? selection.has(index) : undefined}
-        aria-label={item && props.rowLabel?.(item)}
-        aria-busy={item === undefined ? true : undefined}
-        tabIndex={index === active ? 0 : -1}
-        style={{ transform: `translateY(${offsetOf(index)}px)` }}
-      >
-        {columns.map((column, place) => (
-          <div
-            key={column.key}
-            role="gridcell"
-            aria-colindex={place + 1}
-            class={column.align === "end" ? "cell end" : "cell"}
-          >
-            {item === undefined ? place === 0 && <span class="skeleton" /> : column.cell(item, index)}
-          </div>
-        ))}
-      </div>,
+      <Row
+        key={key}
+        index={index}
+        item={item}
+        columns={columns}
+        top={offsetOf(index)}
+        number={index + 1 + (header ? 1 : 0)}
+        look={item && props.rowClass?.(item, index)}
+        label={props.rowLabel}
+        isSelected={props.selection && selection.has(index)}
+        isActive={index === active}
+      />,
     );
-  };
-  if (total > 0 && active < first) draw(active);
-  for (let index = first; index < end; index++) draw(index);
-  if (total > 0 && active >= end) draw(active);
+  }
 
   const gridColumns = columns.map(({ width }) => width).join(" ");
   return (
@@ -206,6 +191,7 @@ export function ListView<T>(props: ListViewProps<T>) {
         onKeyDown={(event) => {
           if (act.onKey(event, active, viewport.pageRows)) focusNow.current = true;
         }}
+        onPointerOver={tellWhole}
         onFocusOut={(event) => {
           if (event.relatedTarget) focusNow.current = false;
         }}
@@ -236,7 +222,7 @@ export function ListView<T>(props: ListViewProps<T>) {
 
 function SectionHead({ label, top }: { label: string; top: number }) {
   return (
-    <div role="row" class="section" style={{ transform: `translateY(${top}px)` }}>
+    <div role="row" class="section" style={{ top: `${top}px` }}>
       <div role="gridcell">{label}</div>
     </div>
   );

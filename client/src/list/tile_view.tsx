@@ -113,7 +113,7 @@ export function TileView<T>(props: TileViewProps<T>) {
         role="row"
         aria-rowindex={row + 1}
         class="tile-row"
-        style={{ transform: `translateY(${viewport.offsetOf(row)}px)`, height: `${rowHeight}px` }}
+        style={{ top: `${viewport.offsetOf(row)}px`, height: `${rowHeight}px` }}
       >
         {tiles}
       </div>,

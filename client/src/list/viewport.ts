@@ -26,6 +26,8 @@ export interface Viewport {
   onScroll: () => void;
   first: number;
   end: number;
+  /** It was scrolled a moment ago, and will be again. */
+  isScrolled: boolean;
   /** Pixels: of the box inside the scroller, and where in it a row lies. */
   boxHeight: number;
   offsetOf: (row: number) => number;
@@ -41,6 +43,7 @@ export function useViewport(rows: number, rowHeight: number, options: Options = 
   const lead = useRef<HTMLDivElement>(null);
   const [size, setSize] = useState({ width: 0, height: 0, lead: 0 });
   const [top, setTop] = useState(0);
+  const [isScrolled, setScrolled] = useState(false);
   const before = useRef(0);
   const settling = useRef(0);
   const view = Math.max(0, size.height - heading);
@@ -79,11 +82,17 @@ export function useViewport(rows: number, rowHeight: number, options: Options = 
     const newTop = topAfter(extent, top, before.current, scroll);
     before.current = scroll;
     if (place) place.top = newTop;
-    if (newTop !== top) setTop(newTop);
+    if (newTop !== top) {
+      setTop(newTop);
+      setScrolled(true);
+    }
     // In a shortened box, small steps lead away from the place that stands for the top.
     clearTimeout(settling.current);
     const isShortened = extent.whole !== extent.box;
-    if (isShortened && newTop > 0) settling.current = window.setTimeout(() => scrollTo(newTop), SETTLES);
+    settling.current = window.setTimeout(() => {
+      if (isShortened && newTop > 0) scrollTo(newTop);
+      setScrolled(false);
+    }, SETTLES);
   };
   // Where it was, as soon as there is so much to scroll.
   const isThere = size.height > 0 && rows > 0;
@@ -104,14 +113,14 @@ export function useViewport(rows: number, rowHeight: number, options: Options = 
   );
   const { first } = rowsInView(Math.max(0, shownTop - gaps), view, rowHeight, rows, BEYOND);
   const { end } = rowsInView(shownTop, view, rowHeight, rows, BEYOND);
-  const scrolled = Math.max(0, (scroller.current?.scrollTop ?? 0) - size.lead);
-  const shift = extent.whole === extent.box ? 0 : scrolled - shownTop;
+  const shift = extent.whole === extent.box ? 0 : before.current - shownTop;
   return {
     scroller,
     lead,
     onScroll,
     first,
     end,
+    isScrolled,
     boxHeight: extent.box,
     offsetOf: (row) => row * rowHeight + shift,
     width: size.width,

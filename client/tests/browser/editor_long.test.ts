@@ -101,3 +101,29 @@ test("a list cannot have more than 100,000 entries, and says so", async () => {
     await panel.getByText(/^100,000 songs/).waitFor();
   });
 });
+
+test("rows that are scrolled away show those that come, which stand in order when all is at rest", async () => {
+  const id = await makeStreams("Scrolled", 300);
+  await house.visit({}, async (page) => {
+    const { panel, rows, row } = await openInPanel(page, id);
+    await row(0).waitFor();
+    await panel.locator("[data-scroller]").evaluate((list) => list.scrollTo(0, 1000));
+    await row(40).click();
+    const elements = await rows.evaluateAll((all) => {
+      for (const one of all) one.setAttribute("data-before", "");
+      return all.length;
+    });
+    for (let step = 0; step < 10; step++) await page.mouse.wheel(0, 400);
+    await row(150).getByText("Stream 150").waitFor();
+    await page.waitForFunction(() => {
+      const shown = [...document.querySelectorAll<HTMLElement>("aside [data-index]")];
+      const places = shown.map(({ dataset }) => Number(dataset.index));
+      return places.every((place, at) => at === 0 || place > (places[at - 1] ?? 0));
+    });
+    const before = await panel.locator("[data-before]").count();
+    assert.ok(before >= elements - 1, `${before} of ${elements} elements are still there`);
+    assert.equal(await page.evaluate(() => (document.activeElement as HTMLElement).dataset.index), "40");
+    await page.keyboard.press("ArrowDown");
+    await row(41).and(page.locator(":focus")).waitFor();
+  });
+});
