@@ -32,7 +32,7 @@ export function columnsOf(document: ListDocument, isWide: boolean): Column<Item>
       key: "title",
       label: t("library.title"),
       width: "minmax(0, 3fr)",
-      cell: (item, index) => <Title document={document} item={item} index={index} isWide={isWide} />,
+      cell: (item, index) => titleOfEntry(document, item, document.idAt(index), isWide),
     },
     ...(isWide ? wideColumns() : []),
     {
@@ -40,7 +40,12 @@ export function columnsOf(document: ListDocument, isWide: boolean): Column<Item>
       label: t("editor.duration"),
       width: "3.75rem",
       align: "end",
-      cell: (item, index) => <Duration document={document} item={item} index={index} />,
+      cell: (item, index) =>
+        item.missing ? (
+          <BestOrLength document={document} item={item} id={document.idAt(index)} />
+        ) : (
+          formatDuration(durationOf(item))
+        ),
     },
   ];
   return document.canEdit.value ? [handle, ...columns] : columns;
@@ -51,7 +56,7 @@ function wideColumns(): Column<Item>[] {
     key,
     label,
     width: "minmax(0, 2fr)",
-    cell: (item) => <span title={of(item)}>{of(item)}</span>,
+    cell: of,
   });
   return [
     text("artist", t("library.artist"), artistOf),
@@ -59,26 +64,17 @@ function wideColumns(): Column<Item>[] {
   ];
 }
 
-interface TitleProps {
-  document: ListDocument;
-  item: Item;
-  index: number;
-  isWide: boolean;
-}
-
-function Title({ document, item, index, isWide }: TitleProps) {
-  const title = titleOf(item);
+function titleOfEntry(document: ListDocument, item: Item, id: number, isWide: boolean) {
   const artist = artistOf(item);
-  const id = document.idAt(index);
   return (
-    <span class="entry" title={artist ? `${title} – ${artist}` : title}>
+    <span class="entry">
       {item.missing && <Icon name="missing" />}
       <span class="entry-text">
-        <span class="entry-title">{title}</span>
+        <span class="entry-title">{titleOf(item)}</span>
         {item.missing && <NotFound document={document} id={id} isWide={isWide} />}
         {!isWide && artist && !item.missing && <span class="entry-artist">{artist}</span>}
       </span>
-      {document.facts.value.duplicates.has(id) && (
+      {document.duplicates.value.has(id) && (
         <span class="entry-mark" title={t("editor.duplicate")}>
           {t("editor.duplicate_short")}
         </span>
@@ -106,10 +102,9 @@ function NotFound({ document, id, isWide }: { document: ListDocument; id: number
   );
 }
 
-/** How long it is; of what is not found, the best that may stand in its place. */
-function Duration({ document, item, index }: { document: ListDocument; item: Item; index: number }) {
-  const id = document.idAt(index);
-  const best = item.missing && document.canEdit.value ? document.candidates.of(id)?.[0] : undefined;
+/** Of what is not found, the best that may stand in its place, or how long it is said to be. */
+function BestOrLength({ document, item, id }: { document: ListDocument; item: Item; id: number }) {
+  const best = document.canEdit.value ? document.candidates.of(id)?.[0] : undefined;
   if (!best) return <>{formatDuration(durationOf(item))}</>;
   const label = t("editor.take", { title: best.song.title });
   const take = () => document.candidates.repair(new Map([[id, { song: best.song }]]));

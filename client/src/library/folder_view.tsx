@@ -74,9 +74,7 @@ function FolderCell({ folder }: FolderItem) {
   return (
     <a class="with-cover" tabIndex={-1} href={linkTo(["folders", folder.id])}>
       <Icon name="folder" />
-      <span class="cut" title={folder.name}>
-        {folder.name}
-      </span>
+      <span class="cut">{folder.name}</span>
       <span class="soft small">
         {t("count.songs", { count: folder.songs })} · {formatDuration(folder.duration)}
       </span>

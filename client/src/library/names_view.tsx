@@ -35,9 +35,7 @@ function columns(kind: NameKind, isCompact: boolean): Column<Name>[] {
       cell: (name) => (
         <a class="with-cover" tabIndex={-1} href={linkTo([kind, name.id])}>
           <Cover song={name.cover_song} size={96} icon={ICONS[kind]} round={kind === "artists"} />
-          <span class="cut" title={nameText(kind, name)}>
-            {nameText(kind, name)}
-          </span>
+          <span class="cut">{nameText(kind, name)}</span>
         </a>
       ),
     },

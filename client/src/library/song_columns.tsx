@@ -21,11 +21,6 @@ export interface SongColumn {
   quiet?: true;
 }
 
-/** Text that may be cut. */
-export function Cut({ text }: { text: string | undefined }) {
-  return <span title={text}>{text}</span>;
-}
-
 function Stars({ rating }: { rating: number }) {
   if (rating === 0) return null;
   return (
@@ -40,7 +35,7 @@ const number = (value: number | undefined) => value || "";
 
 /** The later ones make room first. */
 export const SONG_COLUMNS: SongColumn[] = [
-  { key: "title", label: "library.title", least: 160, share: 3, cell: ({ title }) => <Cut text={title} /> },
+  { key: "title", label: "library.title", least: 160, share: 3, cell: ({ title }) => title },
   {
     key: "duration",
     label: "library.duration",
@@ -54,9 +49,9 @@ export const SONG_COLUMNS: SongColumn[] = [
     label: "library.artist",
     least: 112,
     share: 2,
-    cell: ({ artist }) => <Cut text={artist} />,
+    cell: ({ artist }) => artist,
   },
-  { key: "album", label: "library.album", least: 112, share: 2, cell: ({ album }) => <Cut text={album} /> },
+  { key: "album", label: "library.album", least: 112, share: 2, cell: ({ album }) => album },
   {
     key: "track",
     label: "library.track",
@@ -74,13 +69,13 @@ export const SONG_COLUMNS: SongColumn[] = [
     cell: (song) => <StarButton song={song} tabIndex={-1} />,
   },
   { key: "year", label: "library.year", least: 48, share: 0, align: "end", cell: ({ year }) => number(year) },
-  { key: "genre", label: "library.genre", least: 96, share: 1, cell: ({ genre }) => <Cut text={genre} /> },
+  { key: "genre", label: "library.genre", least: 96, share: 1, cell: ({ genre }) => genre },
   {
     key: "album_artist",
     label: "library.album_artist",
     least: 112,
     share: 2,
-    cell: (song) => <Cut text={song.album_artist} />,
+    cell: (song) => song.album_artist,
   },
   { key: "disc", label: "library.disc", least: 40, share: 0, align: "end", cell: ({ disc }) => number(disc) },
   {

@@ -13,7 +13,7 @@ import { openMenu } from "../ui/menu.tsx";
 import { addToOpen, addToOther, MOST_QUEUED, onSongsKey, playSongs, songsMenu } from "./deeds.ts";
 import type { KeptList } from "./lists.ts";
 import { SelectionBar } from "./selection_bar.tsx";
-import { Cut, fittingColumns, isCompact, listColumn, wanted } from "./song_columns.tsx";
+import { fittingColumns, isCompact, listColumn, wanted } from "./song_columns.tsx";
 import { songMenu } from "./song_menu.tsx";
 import type { Songs } from "./songs.ts";
 
@@ -181,8 +181,8 @@ function compactColumns<T>(songOf: (row: T) => Song | undefined): Column<T>[] {
 function Lines({ song }: { song: Song }) {
   return (
     <span class="lines">
-      <Cut text={song.title} />
-      <Cut text={[song.artist, song.album].filter(Boolean).join(" – ")} />
+      <span>{song.title}</span>
+      <span>{[song.artist, song.album].filter(Boolean).join(" – ")}</span>
     </span>
   );
 }

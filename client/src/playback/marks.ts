@@ -46,7 +46,7 @@ async function fetchAsked() {
       limit: AT_ONCE,
     });
     batch(() => {
-      for (const { song, ...mark } of page.items) signalOf(song).value = mark;
+      for (const { song, ...mark } of page.items) know(song, mark);
     });
   } catch (error) {
     // The frame tells that there is no connection; what is drawn later asks again.
@@ -54,6 +54,14 @@ async function fetchAsked() {
     for (const song of songs) known.delete(song);
   }
   forgetOldest();
+}
+
+/** Most are what was shown until they were known, and those need not be drawn anew. */
+function know(song: number, mark: Mark) {
+  const shown = signalOf(song);
+  const { star, rating, play_count } = shown.peek();
+  const isSame = mark.star === star && mark.rating === rating && mark.play_count === play_count;
+  if (!isSame) shown.value = mark;
 }
 
 function forgetOldest() {

@@ -111,7 +111,7 @@ function columns(): Column<Entry>[] {
       label: t("library.title"),
       width: "minmax(8rem, 3fr)",
       always: true,
-      cell: (entry) => <span title={titleOf(entry)}>{titleOf(entry)}</span>,
+      cell: titleOf,
     },
     {
       key: "artist",

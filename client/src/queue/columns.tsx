@@ -16,10 +16,10 @@ function artistShown(item: Item) {
 
 function Title({ item }: { item: Item }) {
   const title = titleOf(item);
-  if (!isNarrow.value) return <span title={title}>{title}</span>;
+  if (!isNarrow.value) return <>{title}</>;
   return (
     <div class="two-lines">
-      <span title={title}>{title}</span>
+      <span>{title}</span>
       <span class="small">{artistShown(item)}</span>
     </div>
   );
