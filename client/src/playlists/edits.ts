@@ -11,7 +11,7 @@ import { type Item, itemOf, referenceOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { giveNewId, idNow, record } from "../ui/history.ts";
 import { post } from "../ui/outbox.ts";
-import { linkTo, route } from "../ui/router.ts";
+import { goTo, linkTo, route } from "../ui/router.ts";
 import { freeName } from "./order.ts";
 import { type NewName, named, newNameOf, playlists, refreshPlaylists, showAtOnce } from "./store.ts";
 
@@ -294,6 +294,9 @@ export async function deletePlaylists(lists: readonly Playlist[], stop?: AbortSi
   const open = openListId.peek();
   const closed = snapshots.some(({ id }) => id === open) ? open : undefined;
   if (closed !== undefined) openListId.value = undefined;
+  const { segments } = route.peek();
+  const left = snapshots.find(({ id }) => segments[1] === id);
+  if (left) goTo(["playlists"]);
   const label =
     snapshots.length === 1
       ? t("playlists.deleted", { name: first.name })
@@ -304,6 +307,8 @@ export async function deletePlaylists(lists: readonly Playlist[], stop?: AbortSi
       gone.shift();
     }
     if (closed !== undefined) openList(idNow(closed));
+    const isWhereItLed = route.peek().segments.join("/") === "playlists";
+    if (left && isWhereItLed) goTo([segments[0] ?? "playlists", idNow(left.id)]);
     await refreshPlaylists();
   };
   const again = async () => {

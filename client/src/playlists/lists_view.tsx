@@ -12,8 +12,9 @@ import { isNarrow } from "../ui/media.ts";
 import { type Route, replaceQuery } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
 import { addToOpenList, addToOtherList } from "./commands.ts";
+import { order, ownOrder } from "./kept_order.ts";
 import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
-import { matcher } from "./order.ts";
+import { matcher, sorted } from "./order.ts";
 import { askForRename, deleteAll, showMenu, showNewMenu } from "./playlist_actions.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";
 
@@ -134,16 +135,23 @@ function follow(selection: Selection, before: readonly Playlist[], now: readonly
   selection.replace(rangesOf(now.flatMap(({ id }, position) => (ids.has(id) ? [position] : []))));
 }
 
-function useLists(filter: { readonly value: string }, sort: Sort) {
+/** By a column, or else as the tree. */
+function sortOf(query: URLSearchParams): Sort | undefined {
+  const key = query.get("sort") ?? (order.value === "name" ? "name" : undefined);
+  return key === undefined ? undefined : { key, down: query.get("dir") === "desc" };
+}
+
+function useLists(filter: { readonly value: string }, sort: Sort | undefined) {
   const source = useMemo(() => new ArraySource<Playlist>([]), []);
   const selection = useMemo(() => new Selection(), []);
   const shown = useRef<readonly Playlist[]>([]);
   const sorting = useSignal(sort);
-  if (sorting.peek().key !== sort.key || sorting.peek().down !== sort.down) sorting.value = sort;
+  if (sorting.peek()?.key !== sort?.key || sorting.peek()?.down !== sort?.down) sorting.value = sort;
   const lists = useComputed(() => {
     const matches = matcher(filter.value);
     const found = (playlists.value ?? []).filter((playlist) => matches(nameOf(playlist)));
-    return sortedBy(found, sorting.value);
+    if (sorting.value) return sortedBy(found, sorting.value);
+    return sorted(found, order.value, ownOrder.value, compareNames);
   });
   useSignalEffect(() => {
     const now = lists.value;
@@ -159,7 +167,7 @@ function useLists(filter: { readonly value: string }, sort: Sort) {
 }
 
 export function ListsView({ route: { query } }: { route: Route }) {
-  const sort = { key: query.get("sort") ?? "name", down: query.get("dir") === "desc" };
+  const sort = sortOf(query);
   const filter = useSignal("");
   const { source, selection, selected } = useLists(filter, sort);
   useTitle(t("frame.lists"));

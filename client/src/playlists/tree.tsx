@@ -14,18 +14,13 @@ import { openMenu } from "../ui/menu.tsx";
 import { announce, reasonOf } from "../ui/notices.tsx";
 import { linkTo, route } from "../ui/router.ts";
 import { addTo, addToOpenList, addToOtherList, saveAsList } from "./commands.ts";
+import { ORDERS, order, ownOrder } from "./kept_order.ts";
 import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
-import { matcher, type Order, placedBefore, sorted } from "./order.ts";
+import { matcher, placedBefore, sorted } from "./order.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";
 import { groupOf, rowsOf, type TreeRow } from "./tree_rows.ts";
 
-const ORDERS: readonly Order[] = ["name", "changed", "own"];
-
 const folded = keptForUser<string[]>("folded_groups", [], isTexts);
-const ownOrder = keptForUser<string[]>("playlist_order", [], isTexts);
-const order = keptForUser<Order>("order_of_playlists", "name", (value): value is Order =>
-  ORDERS.includes(value as Order),
-);
 
 /** What the menus do; the first page does without it. */
 function act(use: (actions: typeof import("./playlist_actions.ts")) => unknown) {

@@ -4,7 +4,8 @@ import { type Signal, signal } from "@preact/signals";
 import { get, type RequestError } from "../api/http.ts";
 import type { Page, PlayerEntry, PlayerStatus } from "../api/types.ts";
 import type { Chosen, Item } from "../list/items.ts";
-import { type ListSource, PagedSource } from "../list/source.ts";
+import { rangesOf } from "../list/selection.ts";
+import { type FetchPage, type ListSource, PagedSource } from "../list/source.ts";
 import { type House, itemOfEntry } from "../playback/house.ts";
 import { isPlayable } from "../playback/queue.ts";
 import { t } from "../text/index.ts";
@@ -24,11 +25,19 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
   /** Where the entries stand in what was read; undefined: as they were read. */
   private places: (number | undefined)[] | undefined;
   private view = { first: 0, end: 1 };
-  private isEditing = false;
+  /** Edits that are not done yet, and the last one of them. */
+  private editing = 0;
+  private last: Promise<void> = Promise.resolve();
 
   constructor(private readonly house: House) {
     this.shown = this.read();
   }
+
+  private readonly fetchPage: FetchPage<Item> = async (offset, limit, stop) => {
+    const path = `players/${this.house.id}/queue`;
+    const page = await get<Page<PlayerEntry>>(path, { offset, limit }, stop);
+    return { ...page, items: page.items.map((entry) => itemOfEntry(entry) ?? {}) };
+  };
 
   at(index: number) {
     const place = this.places ? this.places[index] : index;
@@ -47,16 +56,12 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
 
   /** Reads it anew. What is there stays to be seen until then. */
   refresh() {
-    if (!this.isEditing) this.read();
+    if (this.editing === 0) this.read();
   }
 
   /** What is read becomes what is shown as soon as it is there. */
   private read() {
-    const source = new PagedSource<Item>(async (offset, limit, stop) => {
-      const path = `players/${this.house.id}/queue`;
-      const page = await get<Page<PlayerEntry>>(path, { offset, limit }, stop);
-      return { ...page, items: page.items.map((entry) => itemOfEntry(entry) ?? {}) };
-    });
+    const source = new PagedSource<Item>(this.fetchPage);
     this.reading = source;
     source.revision.subscribe(() => this.show(source));
     source.error.subscribe((error) => {
@@ -67,7 +72,7 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
   }
 
   private show(source: PagedSource<Item>) {
-    if (source !== this.reading || this.isEditing || !this.isInView(source)) return;
+    if (source !== this.reading || this.editing > 0 || !this.isInView(source)) return;
     if (source !== this.shown) this.shown.cancel();
     this.shown = source;
     this.places = undefined;
@@ -102,11 +107,12 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
   }
 
   private async load(positions: readonly number[], stop?: AbortSignal): Promise<Item[]> {
+    const known = positions.flatMap((position) => this.at(position) ?? []);
+    if (known.length === positions.length) return known;
+    await this.last; // then the player has them where they are seen here
+    const source = new PagedSource<Item>(this.fetchPage);
     const items: Item[] = [];
-    for (const position of positions) {
-      const item = this.at(position) ?? (await this.shown.load(position, position + 1, stop))[0];
-      if (item) items.push(item);
-    }
+    for (const { first, end } of rangesOf(positions)) items.push(...(await source.load(first, end, stop)));
     return items;
   }
 
@@ -120,18 +126,28 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
   }
 
   removeAt(positions: readonly number[]) {
-    void this.remove([...positions]);
+    void this.remove([...positions], t("queue.removed", { count: positions.length }));
   }
 
-  private async remove(positions: number[]) {
-    const label = t("queue.removed", { count: positions.length });
+  private async remove(positions: number[], label: string) {
     try {
       const items = await this.load(positions);
-      const itemAt = (position: number) => items[positions.indexOf(position)] ?? {};
-      await this.edit(label, removals(positions, itemAt));
+      const byPosition = new Map(positions.map((position, place) => [position, items[place] ?? {}]));
+      await this.edit(
+        label,
+        removals(positions, (position) => byPosition.get(position) ?? {}),
+      );
     } catch (error) {
-      notifyFailure(t("queue.not_loaded"), error, () => void this.remove(positions));
+      notifyFailure(t("queue.not_loaded"), error, () => void this.remove(positions, label));
     }
+  }
+
+  clear() {
+    const count = this.total.peek() ?? 0;
+    void this.remove(
+      Array.from({ length: count }, (_, position) => position),
+      t("queue.cleared", { count }),
+    );
   }
 
   insertAt(items: readonly Item[], position: number) {
@@ -169,15 +185,24 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
     return (await get<PlayerStatus>(`players/${this.house.id}`)).queue_length ?? 0;
   }
 
+  /** One edit after another, as each goes by positions. When one fails, those that wait for it do so, too. */
   private async take(steps: readonly Step[]) {
-    this.isEditing = true;
+    this.editing++;
     this.showDone(steps);
+    this.last = this.askAll(steps, this.last);
     try {
-      for (const step of steps) await this.ask(step);
+      await this.last;
     } finally {
-      this.isEditing = false;
-      this.read();
+      if (--this.editing === 0) {
+        this.last = Promise.resolve();
+        this.read();
+      }
     }
+  }
+
+  private async askAll(steps: readonly Step[], after: Promise<void>) {
+    await after;
+    for (const step of steps) await this.ask(step);
   }
 
   private showDone(steps: readonly Step[]) {

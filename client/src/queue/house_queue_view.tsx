@@ -50,6 +50,16 @@ export function HouseQueueView({ house }: { house: House }) {
           <Icon name="list" />
           {!isNarrow.value && t("queue.save")}
         </button>
+        <button
+          type="button"
+          class="icon-button"
+          disabled={isEmpty}
+          aria-label={t("queue.clear")}
+          title={t("queue.clear")}
+          onClick={() => queue.clear()}
+        >
+          <Icon name="trash" />
+        </button>
       </header>
       <QueueList label={title} queue={queue} current={status?.position ?? -1} selection={selection} />
     </div>

@@ -235,6 +235,28 @@ test("its queue is put in order by keys, by the handle and by dropping, and all 
     await notice(page, "Undone: Moved").nth(1).waitFor();
     await shown(...ALBUM);
     assert.deepEqual(await titles(), ALBUM);
+    await done("remove", () => page.getByRole("button", { name: "Clear" }).click());
+    await page.getByText("The queue is empty.").waitFor();
+    await page.keyboard.press("Control+z");
+    await notice(page, "Undone: Cleared the queue of 4 songs").waitFor();
+    await shown(...ALBUM);
+  });
+});
+
+test("edits of its queue that follow each other fast are done one after another", async () => {
+  await give(ALBUM);
+  await stop();
+  await house.visit({ at: "#/queue" }, async (page) => {
+    await choosePlayer(page);
+    await grid(page).getByRole("row", { name: "Seed" }).click();
+    for (let steps = 0; steps < 3; steps++) await page.keyboard.press("Alt+ArrowDown");
+    await page.keyboard.press("Delete");
+    await notice(page, "Removed 1 song").waitFor();
+    const { items } = await house.get<Stretch<PlayerEntry>>("api/players/0/queue");
+    assert.deepEqual(
+      items.map(({ title }) => title),
+      ALBUM.slice(1),
+    );
   });
 });
 

@@ -419,6 +419,36 @@ test("songs are added to several lists, or a new one, by keys", async () => {
   });
 });
 
+test("a list that is deleted on a phone leads to the others, and back when that is undone", async () => {
+  const id = await make("Seen on a phone");
+  await house.visit({ size: PHONE, at: addressOf(id), errors: /404/ }, async (page) => {
+    await page.getByRole("main").getByRole("button", { name: "Menu" }).click();
+    await page.getByRole("menuitem", { name: /^Delete/ }).click();
+    await page.waitForURL((url) => url.hash === "#/playlists");
+    await undo(page, "Deleted “Seen on a phone”");
+    await page.getByRole("heading", { name: "Seen on a phone" }).waitFor();
+    const [again] = await listsCalled("Seen on a phone");
+    assert.equal(new URL(page.url()).hash, addressOf(again?.id ?? ""));
+  });
+});
+
+test("the order that is one's own is that of the table, too", async () => {
+  const names = ["Own order A", "Own order B", "Own order C"];
+  const ids: string[] = [];
+  for (const name of names) ids.push(await make(name));
+  await house.visit({ size: TALL, at: "#/playlists" }, async (page) => {
+    await page.evaluate((own) => {
+      localStorage.setItem("order_of_playlists:anna", '"own"');
+      localStorage.setItem("playlist_order:anna", JSON.stringify(own));
+    }, [...ids].reverse());
+    await page.reload();
+    const rows = page.getByRole("main").getByRole("row").filter({ hasText: "Own order" });
+    await rows.first().waitFor();
+    const shown = (await rows.allTextContents()).map((text) => text.slice(0, names[0]?.length));
+    assert.deepEqual(shown, [...names].reverse());
+  });
+});
+
 test("a list is made on a phone, and opened there", () =>
   house.visit({ size: PHONE, at: "#/playlists" }, async (page) => {
     await page.getByRole("button", { name: "New", exact: true }).click();
