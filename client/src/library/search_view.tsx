@@ -1,4 +1,4 @@
-// What a search finds: artists, albums and playlists above all songs.
+// What a search finds in all libraries: artists, albums, genres, composers and playlists above all songs.
 import type { ComponentChildren } from "preact";
 import { useEffect, useLayoutEffect } from "preact/hooks";
 import { get, type Query } from "../api/http.ts";
@@ -11,7 +11,7 @@ import { Icon, type IconName } from "../ui/icon.tsx";
 import { openMenu } from "../ui/menu.tsx";
 import { announce } from "../ui/notices.tsx";
 import { linkTo, type Route } from "../ui/router.ts";
-import { user } from "../ui/session.tsx";
+import { overview } from "../ui/session.tsx";
 import { useTitle } from "../ui/title.ts";
 import { albumName } from "./albums_view.tsx";
 import { Cover } from "./cover.tsx";
@@ -21,10 +21,10 @@ import { focusFirstHit, focusLastLink, focusSearchField, hits } from "./hits.ts"
 import { Joined } from "./joined.ts";
 import { type KeptAnswer, KeptList, pagesOf, useAnswer, useKept, useSteady } from "./lists.ts";
 import { SongTable } from "./song_table.tsx";
-import { type Songs, songsAt, songsOfAlbum, songsOfName, songsOfPlaylist } from "./songs.ts";
+import { type NameKind, type Songs, songsAt, songsOfAlbum, songsOfName, songsOfPlaylist } from "./songs.ts";
 import { ColumnsButton, onSort, songOrder } from "./songs_view.tsx";
 
-const MOST_ARTISTS = 8;
+const MOST_NAMES = 8;
 const MOST_ALBUMS = 12;
 const MOST_PLAYLISTS = 8;
 
@@ -32,6 +32,8 @@ interface InLibrary {
   library: LibraryName;
   artists: Page<Name>;
   albums: Page<Album>;
+  genres: Page<Name>;
+  composers: Page<Name>;
 }
 
 interface Groups {
@@ -40,17 +42,21 @@ interface Groups {
   playlists: Page<Playlist>;
 }
 
-/** All that the user has. */
+/** All that the user has something in; the shared one in any case. */
 function libraries(): LibraryName[] {
-  return user.value?.personal_library ? ["shared", "personal"] : ["shared"];
+  const mine = overview.value?.libraries.find(({ name }) => name === "personal");
+  return mine && mine.songs > 0 ? ["shared", "personal"] : ["shared"];
 }
 
 async function findIn(library: LibraryName, q: string, stop: AbortSignal): Promise<InLibrary> {
-  const [artists, albums] = await Promise.all([
-    get<Page<Name>>("artists", { q, library, limit: MOST_ARTISTS }, stop),
+  const names = (kind: NameKind) => get<Page<Name>>(kind, { q, library, limit: MOST_NAMES }, stop);
+  const [artists, albums, genres, composers] = await Promise.all([
+    names("artists"),
     get<Page<Album>>("albums", { q, library, limit: MOST_ALBUMS }, stop),
+    names("genres"),
+    names("composers"),
   ]);
-  return { library, artists, albums };
+  return { library, artists, albums, genres, composers };
 }
 
 async function findGroups(q: string, stop: AbortSignal): Promise<Groups> {
@@ -146,7 +152,8 @@ function Found({ q, route }: { q: string; route: Route }) {
 }
 
 function countOf({ libraries: all, playlists }: Groups) {
-  return all.reduce((sum, { artists, albums }) => sum + artists.total + albums.total, playlists.total);
+  const pages = all.flatMap(({ library: _, ...groups }) => Object.values(groups));
+  return [...pages, playlists].reduce((sum, { total }) => sum + total, 0);
 }
 
 function Lead({ groups, hasHeading }: { groups: KeptAnswer<Groups>; hasHeading: boolean }) {
@@ -181,23 +188,27 @@ function useFocusAmongLinks() {
   });
 }
 
-/** The artists and albums of one library. */
-function GroupsIn({ q, found: { library, artists, albums } }: { q: string; found: InLibrary }) {
+/** What one library has. */
+function GroupsIn({ q, found }: { q: string; found: InLibrary }) {
+  const { library, albums } = found;
   const isMine = library === "personal";
   const query = { q, library: isMine ? library : undefined };
+  const names = (kind: "artists" | "genres" | "composers") => (
+    <Group
+      label={t(isMine ? `search.${kind}_mine` : `library.${kind}`)}
+      page={found[kind]}
+      all={linkTo([kind], query)}
+    >
+      {found[kind].items.map((name) => (
+        <Hit key={name.id} href={linkTo([kind, name.id])} songs={songsOfName(kind, name)}>
+          <Chip text={name.name} icon={ICONS[kind]} {...(kind !== "genres" && { cover: name })} />
+        </Hit>
+      ))}
+    </Group>
+  );
   return (
     <>
-      <Group
-        label={t(isMine ? "search.artists_mine" : "library.artists")}
-        page={artists}
-        all={linkTo(["artists"], query)}
-      >
-        {artists.items.map((artist) => (
-          <Hit key={artist.id} href={linkTo(["artists", artist.id])} songs={songsOfName("artists", artist)}>
-            <Chip text={artist.name} icon="artist" cover={artist} />
-          </Hit>
-        ))}
-      </Group>
+      {names("artists")}
       <Group
         label={t(isMine ? "search.albums_mine" : "library.albums")}
         page={albums}
@@ -210,9 +221,13 @@ function GroupsIn({ q, found: { library, artists, albums } }: { q: string; found
           </Hit>
         ))}
       </Group>
+      {names("genres")}
+      {names("composers")}
     </>
   );
 }
+
+const ICONS = { artists: "artist", genres: "genre", composers: "edit" } as const;
 
 function AlbumPicture({ album }: { album: Album }) {
   return (

@@ -196,6 +196,8 @@ export const de: Catalogue = {
   "search.all": "Alle {count}",
   "search.artists_mine": "Interpreten deiner Bibliothek",
   "search.albums_mine": "Alben deiner Bibliothek",
+  "search.genres_mine": "Genres deiner Bibliothek",
+  "search.composers_mine": "Komponisten deiner Bibliothek",
   "search.songs_shared": "Titel der gemeinsamen Bibliothek",
   "search.songs_mine": "Titel deiner Bibliothek",
 

@@ -83,6 +83,8 @@ export const parts = {
   "search.all": "All {count}",
   "search.artists_mine": "Artists of your library",
   "search.albums_mine": "Albums of your library",
+  "search.genres_mine": "Genres of your library",
+  "search.composers_mine": "Composers of your library",
   "search.songs_shared": "Songs of the shared library",
   "search.songs_mine": "Songs of your library",
   // Playlists

@@ -80,6 +80,7 @@ test("a result is added to the open list by A", async () => {
     await page.reload();
     await field(page).fill("kitchen");
     await row(page, "Kettle & Spoon").waitFor();
+    await page.locator("main .hit").first().waitFor();
     await page.keyboard.press("ArrowDown");
     await page.keyboard.press("a");
     await page.locator("aside").getByText("Kettle & Spoon").waitFor();
@@ -146,7 +147,13 @@ test("both libraries are searched, and what is found is told apart", async () =>
   const song = (path: string, title: string) => ({
     path,
     seconds: 5,
-    tags: { TITLE: title, ARTIST: "Zither Club", ALBUM: "Zither Evenings" },
+    tags: {
+      TITLE: title,
+      ARTIST: "Zither Club",
+      ALBUM: "Zither Evenings",
+      GENRE: "Zither Music",
+      COMPOSER: "Zither Anton",
+    },
   });
   const mine = relative(house.places.library, house.places.personal);
   await house.makeSongs([
@@ -154,7 +161,14 @@ test("both libraries are searched, and what is found is told apart", async () =>
     ...["One", "Two"].map((title) => song(`${mine}/Zither/${title}.flac`, `Mine ${title}`)),
   ]);
   await house.visit({ at: "#/search?q=zither" }, async (page) => {
-    for (const name of ["Artists", "Albums", "Artists of your library", "Albums of your library"]) {
+    for (const name of [
+      "Artists",
+      "Albums",
+      "Genres",
+      "Composers",
+      "Artists of your library",
+      "Genres of your library",
+    ]) {
       await page
         .getByRole("group", { name, exact: true })
         .getByText(/^Zither/)
