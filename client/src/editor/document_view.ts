@@ -19,6 +19,10 @@ export class DocumentView implements ListSource<Item>, InView {
     return this.document.revision;
   }
 
+  get ids() {
+    return this.document.order;
+  }
+
   get error() {
     return this.document.error;
   }

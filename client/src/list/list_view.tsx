@@ -6,6 +6,7 @@ import { useEffect, useLayoutEffect, useMemo, useRef } from "preact/hooks";
 import { Failure } from "../ui/failure.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
+import { useGlide } from "./glide.ts";
 import { type Column, Row } from "./row.tsx";
 import { Selection } from "./selection.ts";
 import { Slots } from "./slots.ts";
@@ -119,6 +120,8 @@ export function ListView<T>(props: ListViewProps<T>) {
     focusNow.current = false;
     (row ?? body.current?.parentElement)?.focus({ preventScroll: true });
   });
+
+  useGlide(body, rowHeight, { ids: source.ids?.value, first, end });
 
   const act = listActions(props, selection, total, moveTo);
   const rowOf = (event: Event) => {

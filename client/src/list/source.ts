@@ -16,6 +16,8 @@ export interface ListSource<T> {
   /** The positions from `first` on, before `end`, are in view; nothing else is. */
   want(first: number, end: number): void;
   retry(): void;
+  /** What stands at each position, by names that stay the same wherever it is moved to; another array each time. */
+  readonly ids?: ReadonlySignal<ArrayLike<unknown>>;
 }
 
 export type FetchPage<T> = (offset: number, limit: number, signal: AbortSignal) => Promise<Page<T>>;

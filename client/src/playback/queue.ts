@@ -58,6 +58,7 @@ class Queue implements ListSource<Item> {
   readonly error: Signal<RequestError | undefined> = signal(undefined);
   private readonly isKnown = signal(false);
   readonly total = computed(() => (this.isKnown.value ? this.order.value.keys.length : undefined));
+  readonly ids = computed(() => this.order.value.keys);
   readonly position = computed(() => {
     const { keys, current } = this.order.value;
     return current === undefined ? -1 : keys.indexOf(current);

@@ -83,6 +83,44 @@ test("songs are moved by keys, and keep focus and selection", async () => {
   });
 });
 
+/** Counts from now on how many rows glide, and from where. */
+async function watchGlides(page: Page) {
+  const glides = await page.evaluateHandle(() => {
+    const seen: string[] = [];
+    const { animate } = Element.prototype;
+    Element.prototype.animate = function (this: HTMLElement, frames, options) {
+      const [first] = frames as Keyframe[];
+      seen.push(`${this.dataset.index}: ${first?.transform}`);
+      return animate.call(this, frames, options);
+    };
+    return seen;
+  });
+  return () => glides.evaluate((seen) => seen.splice(0).sort());
+}
+
+test("songs that are moved glide to their places, unless people want no motion", async () => {
+  const id = await makeList(house, "Gliding", 4);
+  await house.visit({}, async (page) => {
+    const { panel, row, saved } = await openInPanel(page, id);
+    await row(1).click();
+    const glides = await watchGlides(page);
+    await page.keyboard.press("Alt+ArrowDown");
+    await page.getByText("Moved to 3 of 4").waitFor({ state: "attached" });
+    assert.deepEqual(await glides(), ["1: translateY(36px)", "2: translateY(-36px)"]);
+    await saved();
+    await page.keyboard.press("Control+z");
+    await page.getByText("Undone").waitFor({ state: "attached" });
+    assert.deepEqual(await glides(), ["1: translateY(36px)", "2: translateY(-36px)"]);
+    await panel.locator("[data-scroller]").hover();
+    await page.mouse.wheel(0, 40);
+    await page.emulateMedia({ reducedMotion: "reduce" });
+    await page.waitForFunction(() => matchMedia("(prefers-reduced-motion: reduce)").matches);
+    await page.keyboard.press("Alt+ArrowDown");
+    await saved();
+    assert.deepEqual(await glides(), []);
+  });
+});
+
 test("songs are dragged to their place, and Escape puts them back", async () => {
   const id = await makeList(house, "Dragging", 6);
   const before = await titlesOf(house, id);
