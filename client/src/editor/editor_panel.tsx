@@ -1,6 +1,6 @@
 // The playlist that is being made: at the right, or as a view of its own.
-import { useSignalEffect } from "@preact/signals";
-import { useEffect, useMemo, useRef } from "preact/hooks";
+import { effect, untracked, useSignalEffect } from "@preact/signals";
+import { useEffect, useLayoutEffect, useMemo, useRef } from "preact/hooks";
 import type { LibraryName, Playlist } from "../api/types.ts";
 import type { Dragged } from "../list/drag.tsx";
 import type { Chosen, Item } from "../list/items.ts";
@@ -160,14 +160,17 @@ function dropping(document: ListDocument) {
   };
 }
 
+/** At once: the next key may come before the next frame, and means what was selected. */
 function useFollowing(document: ListDocument, selection: Selection) {
-  const before = useRef(document.order.peek());
-  useSignalEffect(() => {
-    const after = document.order.value;
-    const order = before.current;
-    before.current = after;
-    follow(selection, order, after);
-  });
+  useLayoutEffect(() => {
+    let before = document.order.peek();
+    return effect(() => {
+      const after = document.order.value;
+      const order = before;
+      before = after;
+      untracked(() => follow(selection, order, after));
+    });
+  }, [document, selection]);
 }
 
 /** Looks for the songs that missing entries may mean, once such an entry is seen. */
