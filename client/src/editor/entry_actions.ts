@@ -1,7 +1,7 @@
 // What is done to entries of a list: by keys, by their menu, by the bar of the selection.
 import type { Chosen } from "../list/items.ts";
 import type { Selection } from "../list/selection.ts";
-import { play } from "../playback/commands.ts";
+import { enqueue, play, playNext } from "../playback/commands.ts";
 import { t } from "../text/index.ts";
 import { askForText } from "../ui/dialog.tsx";
 import { keyOf } from "../ui/keys.tsx";
@@ -112,8 +112,11 @@ export class EntryActions {
         run: () => void play(this.document.chosen(), { startAt: index }),
       },
     ];
+    const chosen = this.document.chosen(this.positions());
     const reading: MenuItem[] = [
       ...playing,
+      { label: t("library.play_next"), icon: "next", run: () => void playNext(chosen) },
+      { label: t("library.enqueue"), icon: "queue", run: () => void enqueue(chosen) },
       { label: t("library.add_to"), icon: "add", key: "L", run: () => this.addToOther() },
     ];
     if (!this.document.canEdit.peek()) return reading;

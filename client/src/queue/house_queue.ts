@@ -151,23 +151,25 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
   }
 
   insertAt(items: readonly Item[], position: number) {
-    const count = items.length;
-    if (count > 0) void this.edit(t("queue.added", { count }), [{ kind: "insert", position, items }]);
+    const playable = items.filter(isPlayable);
+    const count = playable.length;
+    if (count === 0) return;
+    void this.edit(t("queue.added", { count }), [{ kind: "insert", position, items: playable }]);
   }
 
-  private async edit(label: string, steps: readonly Step[]) {
-    const before = this.total.peek();
+  /** `left` is what is not done yet of the steps, `before` how many entries there were. */
+  private async edit(label: string, steps: readonly Step[], left = [...steps], before = this.total.peek()) {
     try {
-      await this.take(steps);
+      await this.take(left);
     } catch (error) {
       const what = t("players.refused", { name: this.name });
-      return notifyFailure(what, error, () => void this.edit(label, steps));
+      return notifyFailure(what, error, () => void this.edit(label, steps, left, before));
     }
     const after = this.house.status.peek()?.queue_length;
     record({
       label,
       undo: () => this.takeFrom(after, inverse(steps)),
-      redo: () => this.takeFrom(before, steps),
+      redo: () => this.takeFrom(before, [...steps]),
     });
   }
 
@@ -176,7 +178,7 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
   }
 
   /** Steps name positions, so they lead elsewhere when somebody has added or removed entries meanwhile. */
-  private async takeFrom(length: number | undefined, steps: readonly Step[]) {
+  private async takeFrom(length: number | undefined, steps: Step[]) {
     if ((await this.length()) !== length) throw new Refusal(t("queue.is_another", { name: this.name }));
     await this.take(steps);
   }
@@ -186,7 +188,7 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
   }
 
   /** One edit after another, as each goes by positions. When one fails, those that wait for it do so, too. */
-  private async take(steps: readonly Step[]) {
+  private async take(steps: Step[]) {
     this.editing++;
     this.showDone(steps);
     this.last = this.askAll(steps, this.last);
@@ -200,9 +202,13 @@ export class HouseQueue implements ListSource<Item>, EditableQueue {
     }
   }
 
-  private async askAll(steps: readonly Step[], after: Promise<void>) {
+  /** Takes away what is done. */
+  private async askAll(steps: Step[], after: Promise<void>) {
     await after;
-    for (const step of steps) await this.ask(step);
+    for (let step = steps[0]; step; step = steps[0]) {
+      await this.ask(step);
+      steps.shift();
+    }
   }
 
   private showDone(steps: readonly Step[]) {

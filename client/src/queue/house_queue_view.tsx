@@ -8,12 +8,12 @@ import { moveTo } from "../playback/players.ts";
 import { t } from "../text/index.ts";
 import { Buttons, Dialog, openDialog } from "../ui/dialog.tsx";
 import { Icon } from "../ui/icon.tsx";
-import { isNarrow } from "../ui/media.ts";
 import { notify, notifyFailure } from "../ui/notices.tsx";
 import { user } from "../ui/session.tsx";
 import { useTitle } from "../ui/title.ts";
 import { todaysName } from "./columns.tsx";
 import { HouseQueue } from "./house_queue.ts";
+import { QueueHead } from "./queue_head.tsx";
 import { QueueList } from "./queue_list.tsx";
 
 export function HouseQueueView({ house }: { house: House }) {
@@ -30,37 +30,18 @@ export function HouseQueueView({ house }: { house: House }) {
   const isEmpty = (queue.total.value ?? 0) === 0;
   return (
     <div class="queue-view">
-      <header class="view-head">
-        <div class="queue-title">
-          <h1>{title}</h1>
-          <p class="small">{!isEmpty && t("count.songs", { count: queue.total.value ?? 0 })}</p>
-        </div>
-        <span class="spacer" />
+      <QueueHead
+        title={title}
+        facts={t("count.songs", { count: queue.total.value ?? 0 })}
+        isEmpty={isEmpty}
+        save={() => void save(house)}
+        clear={() => queue.clear()}
+      >
         <button type="button" class="button" disabled={isEmpty} onClick={() => void moveTo(null)}>
           <Icon name="play" />
           {t("queue.play_here")}
         </button>
-        <button
-          type="button"
-          class={isNarrow.value ? "icon-button" : "button"}
-          disabled={isEmpty}
-          aria-label={t("queue.save")}
-          onClick={() => void save(house)}
-        >
-          <Icon name="list" />
-          {!isNarrow.value && t("queue.save")}
-        </button>
-        <button
-          type="button"
-          class="icon-button"
-          disabled={isEmpty}
-          aria-label={t("queue.clear")}
-          title={t("queue.clear")}
-          onClick={() => queue.clear()}
-        >
-          <Icon name="trash" />
-        </button>
-      </header>
+      </QueueHead>
       <QueueList label={title} queue={queue} current={status?.position ?? -1} selection={selection} />
     </div>
   );

@@ -8,12 +8,11 @@ import { upNext } from "../playback/order.ts";
 import { isPlayable, queue } from "../playback/queue.ts";
 import { saveAsList } from "../playlists/commands.ts";
 import { formatDuration, t } from "../text/index.ts";
-import { Icon } from "../ui/icon.tsx";
-import { isNarrow } from "../ui/media.ts";
-import { type MenuItem, openMenu } from "../ui/menu.tsx";
+import type { MenuItem } from "../ui/menu.tsx";
 import { useTitle } from "../ui/title.ts";
 import { todaysName } from "./columns.tsx";
 import { clear, insertAt, moveBefore, removeAt } from "./edits.ts";
+import { QueueHead } from "./queue_head.tsx";
 import { type EditableQueue, QueueList } from "./queue_list.tsx";
 
 const WHOLE_UP_TO = 10_000; // entries, of which the time is told even if they have to be fetched for it
@@ -79,53 +78,24 @@ export function QueueView() {
 function Head() {
   const remaining = useComputed(() => upNext(queue.order.value).length);
   const { secondsUpNext, stopsAfter } = queue;
-  const hasSongs = (queue.total.value ?? 0) > 0;
-  const save = () => void saveAsList(wholeQueue(), todaysName());
-  const more = (event: MouseEvent) => {
-    const saving: MenuItem[] = isNarrow.peek() ? [{ label: t("queue.save"), icon: "list", run: save }] : [];
-    const items: MenuItem[] = [
-      ...saving,
-      {
-        label: t("queue.stop_after"),
-        checked: stopsAfter.peek(),
-        run: () => {
-          stopsAfter.value = !stopsAfter.peek();
-        },
+  const duration = formatDuration(secondsUpNext.value);
+  const items = (): MenuItem[] => [
+    {
+      label: t("queue.stop_after"),
+      checked: stopsAfter.peek(),
+      run: () => {
+        stopsAfter.value = !stopsAfter.peek();
       },
-      { label: t("queue.clear"), icon: "trash", danger: true, divided: true, run: clear },
-    ];
-    openMenu(event.currentTarget as HTMLElement, t("more"), items);
-  };
+    },
+  ];
   return (
-    <header class="view-head">
-      <div class="queue-title">
-        <h1>{t("frame.queue")}</h1>
-        <p class="small">
-          {hasSongs &&
-            t("queue.remaining", {
-              count: remaining.value,
-              duration: formatDuration(secondsUpNext.value),
-            })}
-        </p>
-      </div>
-      <span class="spacer" />
-      {!isNarrow.value && (
-        <button type="button" class="button" disabled={!hasSongs} onClick={save}>
-          <Icon name="list" />
-          {t("queue.save")}
-        </button>
-      )}
-      <button
-        type="button"
-        class="icon-button"
-        aria-haspopup="menu"
-        aria-label={t("more")}
-        title={t("more")}
-        disabled={!hasSongs}
-        onClick={more}
-      >
-        <Icon name="more" />
-      </button>
-    </header>
+    <QueueHead
+      title={t("frame.queue")}
+      facts={t("queue.remaining", { count: remaining.value, duration })}
+      isEmpty={(queue.total.value ?? 0) === 0}
+      save={() => void saveAsList(wholeQueue(), todaysName())}
+      clear={clear}
+      items={items}
+    />
   );
 }

@@ -280,7 +280,14 @@ test("an administrator scans, and sees what is new", () =>
     await page.getByRole("button", { name: "Account of anna" }).click();
     await page.getByRole("menuitem", { name: "Scan the folder of music" }).click();
     await page.getByText(/^Last scanned/).waitFor();
+    const ended = page.waitForResponse(
+      async (answer) =>
+        answer.url().endsWith("api/scan") &&
+        answer.request().method() === "GET" &&
+        !((await answer.json()) as { running: boolean }).running,
+    );
     await page.getByRole("button", { name: "Scan now" }).click();
+    await ended;
     await page.getByRole("button", { name: "Scan now", disabled: false }).waitFor();
     assert.equal((await house.get<{ running: boolean }>("api/scan")).running, false);
   }));

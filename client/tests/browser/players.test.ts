@@ -235,7 +235,8 @@ test("its queue is put in order by keys, by the handle and by dropping, and all 
     await notice(page, "Undone: Moved").nth(1).waitFor();
     await shown(...ALBUM);
     assert.deepEqual(await titles(), ALBUM);
-    await done("remove", () => page.getByRole("button", { name: "Clear" }).click());
+    await page.getByRole("main").getByRole("button", { name: "More" }).click();
+    await done("remove", () => page.getByRole("menuitem", { name: "Clear" }).click());
     await page.getByText("The queue is empty.").waitFor();
     await page.keyboard.press("Control+z");
     await notice(page, "Undone: Cleared the queue of 4 songs").waitFor();
@@ -257,6 +258,34 @@ test("edits of its queue that follow each other fast are done one after another"
       items.map(({ title }) => title),
       ALBUM.slice(1),
     );
+  });
+});
+
+test("an edit of its queue that fails half way goes on from there when it is tried again", async () => {
+  await give(ALBUM);
+  await stop();
+  await house.visit({ at: "#/queue", errors: /50\d/ }, async (page) => {
+    await choosePlayer(page);
+    let moves = 0;
+    await page.route(/players\/0\/move/, async (route) => {
+      if (++moves === 2) await route.fulfill({ status: 503, json: {} });
+      else await route.continue();
+    });
+    await grid(page).getByRole("row", { name: "Seed" }).click();
+    await page.keyboard.press("Shift+ArrowDown");
+    await page.keyboard.press("Alt+ArrowDown");
+    const failed = notice(page, "Player 0 did not do that.");
+    await failed.getByRole("button", { name: "Try again" }).click();
+    await page.waitForResponse((answer) => answer.url().endsWith("players/0/move") && answer.ok());
+    const { items } = await house.get<Stretch<PlayerEntry>>("api/players/0/queue");
+    const [seed, rain, snail, compost] = ALBUM;
+    assert.deepEqual(
+      items.map(({ title }) => title),
+      [snail, seed, rain, compost],
+    );
+    await page.keyboard.press("Control+z");
+    await notice(page, "Undone: Moved 2 songs").waitFor();
+    assert.deepEqual((await house.get<Stretch<PlayerEntry>>("api/players/0/queue")).items[0]?.title, seed);
   });
 });
 
