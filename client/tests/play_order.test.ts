@@ -10,9 +10,11 @@ import {
   type Key,
   moved,
   type Order,
+  placesPlayed,
   removed,
   restored,
   shuffled,
+  shuffledAs,
   stepFrom,
   unshuffled,
   upNext,
@@ -134,4 +136,19 @@ test("up next is all that comes after the song that plays", () => {
   assert.deepEqual(upNext(order([1, 2, 3], 2)), [3]);
   assert.deepEqual(upNext({ keys: [1, 2, 3], shuffled: [2, 3, 1], current: 2 }), [3, 1]);
   assert.ok(isAtEnd({ keys: [1, 2, 3], shuffled: [2, 3, 1], current: 1 }));
+});
+
+test("a shuffled order is told by places, and taken up again by other keys", () => {
+  const before: Order = { keys: [7, 8, 9], shuffled: [9, 7, 8], current: 7 };
+  const places = placesPlayed(before);
+  assert.deepEqual(places, [2, 0, 1]);
+  const again = shuffledAs(order([20, 21, 22], 20), places ?? []);
+  assert.deepEqual(again, { keys: [20, 21, 22], shuffled: [22, 20, 21], current: 20 });
+  assert.equal(placesPlayed(order([1, 2])), undefined);
+});
+
+test("places that are not those of the entries are passed over for a random order", () => {
+  for (const places of [[], [0], [0, 1, 1], [0, 1, 3], [0, 1, 2, 2]]) {
+    assert.deepEqual(shuffledAs(order([4, 5, 6]), places, first).shuffled, [4, 6, 5]);
+  }
 });

@@ -45,6 +45,19 @@ export function shuffled(order: Order, random: Random = chance): Order {
   return { ...order, shuffled: order.current === undefined ? others : [order.current, ...others] };
 }
 
+/** The places of the shown entries in the order in which they are played; undefined where that is the same. */
+export function placesPlayed({ keys, shuffled }: Order): number[] | undefined {
+  const places = new Map(keys.map((key, place) => [key, place]));
+  return shuffled?.map((key) => places.get(key) as number);
+}
+
+/** Plays in the order of these places, if they are those of the entries, each once; else in random order. */
+export function shuffledAs(order: Order, places: readonly number[], random: Random = chance): Order {
+  const mixed = [...new Set(places)].flatMap((place) => order.keys[place] ?? []);
+  const isWhole = places.length === order.keys.length && mixed.length === places.length;
+  return isWhole ? { ...order, shuffled: mixed } : shuffled(order, random);
+}
+
 export function unshuffled(order: Order): Order {
   return { ...order, shuffled: undefined };
 }

@@ -20,6 +20,7 @@ import {
   removed,
   restored,
   shuffled,
+  shuffledAs,
   stepFrom,
   unshuffled,
   upNext,
@@ -153,8 +154,8 @@ class Queue implements ListSource<Item> {
     this.revision.value++;
   }
 
-  /** The queue is what the server has; `page` is a part of it. */
-  open(page: QueuePage) {
+  /** The queue is what the server has; `page` is a part of it. Shuffled it is played in the order of `places`. */
+  open(page: QueuePage, places: readonly number[] = []) {
     this.items.clear();
     this.asked.clear();
     const first = this.nextKey;
@@ -163,7 +164,7 @@ class Queue implements ListSource<Item> {
     const keys = Array.from({ length: page.total }, (_, position) => first + position);
     const current = keys[Math.min(page.position, page.total - 1)];
     const order = { keys, shuffled: undefined, current };
-    this.order.value = this.shuffles.peek() ? shuffled(order) : order;
+    this.order.value = this.shuffles.peek() ? shuffledAs(order, places) : order;
     this.isKnown.value = true;
     this.keep(page);
   }

@@ -9,6 +9,7 @@ import { notify, notifyFailure } from "../ui/notices.tsx";
 import { Pauses } from "../ui/pauses.ts";
 import { ownerOfPage, user } from "../ui/session.tsx";
 import { entriesOf, queue } from "./queue.ts";
+import { keepShuffled, shuffledLeft } from "./shuffle_kept.ts";
 
 const SETTLES = 300; // milliseconds, in which several changes become one request
 const LARGEST_KEEPALIVE = 60_000; // bytes that browsers send when the page is left
@@ -68,6 +69,7 @@ function contentOf(what: "items" | "place"): Content {
 function remember({ position, elapsed }: Place, unsure?: Left["unsure"]) {
   lastPlace = { position, elapsed };
   const total = queue.total.peek() ?? 0;
+  keepShuffled(queue.order.peek(), version);
   keepLeft({ position, elapsed, total, ...(unsure && { unsure }) });
 }
 
@@ -158,11 +160,12 @@ async function fetchLeft() {
   const { unsure, ...left } = leftHere() ?? { ...page, unsure: undefined };
   if (!unsure) return page;
   const { content, ifMatch } = unsure;
-  const isWritten = ifMatch === version && (await writeAgain(content));
+  const isPending = ifMatch === version;
+  const isWritten = isPending && (await writeAgain(content));
   keepLeft(left);
-  if (isWritten) return fetchQueue();
-  if (content.items && !isSame(content, page)) contest(() => writeLeft(content));
-  return page;
+  const now = isPending ? await fetchQueue() : page; // what was written came after this page had asked
+  if (!isWritten && content.items && !isSame(content, now)) contest(() => writeLeft(content));
+  return now;
 }
 
 /** False when that is refused. */
@@ -221,8 +224,8 @@ async function takeTheirs() {
 
 let onOpened: (elapsed: number) => void = () => {};
 
-async function show(page: QueuePage) {
-  queue.open(page);
+async function show(page: QueuePage, places?: readonly number[]) {
+  queue.open(page, places);
   lastPlace = { position: page.position, elapsed: page.elapsed };
   onOpened(page.elapsed);
   const { current } = queue.order.peek();
@@ -234,7 +237,7 @@ async function restore() {
   try {
     const page = await fetchLeft();
     const isOwn = isLeftHere(page);
-    await show(page);
+    await show(page, shuffledLeft(version, isOwn));
     if (isOwn || page.total === 0 || isContested.peek()) return;
     closeOffer = notify({
       text: t("queue.played_elsewhere", {
@@ -272,6 +275,7 @@ function keep(content: Content) {
 
 /** The page goes, perhaps for good: what the server does not know yet is sent while it can be, and kept here. */
 function leave() {
+  if (user.peek()) keepShuffled(queue.order.peek(), version);
   const content = user.peek() && unwritten();
   if (!content) return;
   keep(content);

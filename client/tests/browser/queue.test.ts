@@ -3,7 +3,16 @@ import { test } from "node:test";
 import type { Page } from "playwright-core";
 import type { Queue } from "../../src/api/types.ts";
 import { examine, openHouse, PHONE, SIZES } from "./fixture.ts";
-import { ALBUM, bar, button, hear, leaveQueue as leave, notice, titlesAtServer } from "./player_steps.ts";
+import {
+  ALBUM,
+  bar,
+  button,
+  hear,
+  leaveQueue as leave,
+  notice,
+  shows,
+  titlesAtServer,
+} from "./player_steps.ts";
 
 const house = openHouse();
 
@@ -67,6 +76,32 @@ test("the queue is there after a reload, where it was", async () => {
     await button(page, "Play").waitFor();
     assert.deepEqual(await titlesShown(page), ALBUM);
     assert.equal(await notice(page, "another device").count(), 0);
+  });
+});
+
+test("a shuffled queue goes on in the same order after a reload", async () => {
+  await leaveQueue(ALBUM);
+  await house.visit({ at: "#/queue", alone: true, errors: /412/ }, async (page) => {
+    await shows(page, "Seed");
+    await button(page, "Shuffle").click();
+    await page.reload();
+    await shows(page, "Seed");
+    await button(page, "Next").click();
+    await page.reload();
+    const { places } = await page.evaluate(
+      () => JSON.parse(localStorage.getItem("player.shuffled:anna") ?? "{}") as { places: number[] },
+    );
+    const [first = "", second = "", third = "", last = ""] = places.map((place) => ALBUM[place] ?? "");
+    assert.equal(first, "Seed");
+    await shows(page, second);
+    for (const title of [third, last]) {
+      await button(page, "Next").click();
+      await shows(page, title);
+    }
+    await page.reload();
+    await shows(page, last);
+    await button(page, "Previous").click();
+    await shows(page, third);
   });
 });
 
