@@ -3,11 +3,14 @@
 import { useEffect } from "preact/hooks";
 import { connected } from "../api/http.ts";
 import { openListId } from "../editor/commands.ts";
+import type { ListDocument } from "../editor/document.ts";
+import { refusedLists, waitingLists } from "../editor/open_documents.ts";
 import { LibraryNavigation } from "../library/navigation.tsx";
 import { SearchField } from "../library/search_field.tsx";
 import { DragGhost } from "../list/drag.tsx";
 import { PlayerBar } from "../playback/player_bar.tsx";
 import { PlayerMenuButton } from "../playback/player_menu.tsx";
+import { isWaiting as queueWaits } from "../playback/queue_sync.ts";
 
 import { FileDrop } from "../playlists/file_drop.tsx";
 import { forEditor } from "../playlists/for_editor.ts";
@@ -89,7 +92,10 @@ export function Frame() {
         <PlayerMenuButton />
         <UserMenuButton name={user.value?.name ?? ""} />
       </header>
-      <WhatWaits />
+      <div class="unsent">
+        <WhatWaits />
+        <Refused />
+      </div>
       <nav class="side" aria-label={t("frame.navigation")}>
         <LibraryNavigation />
         <PlaylistTree />
@@ -114,15 +120,38 @@ export function Frame() {
   );
 }
 
-/** That there is no connection, and what waits for it. */
+/** That there is no connection, and what waits for it or for the server. */
 function WhatWaits() {
-  const [first, ...others] = waiting.value;
-  if (connected.value && !first) return null;
-  const what = others.length > 0 ? t("waiting_several", { count: others.length + 1 }) : first?.label;
+  const nameOf = ({ playlist }: ListDocument) => t("waiting_list", { name: playlist.value?.name ?? "" });
+  const [first, ...others] = [
+    ...waiting.value.map(({ label }) => label),
+    ...(queueWaits.value ? [t("waiting_queue")] : []),
+    ...waitingLists.value.map(nameOf),
+  ];
+  if (connected.value && first === undefined) return null;
+  const what = others.length > 0 ? t("waiting_several", { count: others.length + 1 }) : first;
   return (
     <p class="offline" role="status">
       {!connected.value && t("offline")} {what !== undefined && t("waiting", { what })}
     </p>
+  );
+}
+
+/** Lists whose edits were refused, unless they tell it themselves. */
+function Refused() {
+  const isShown = ({ listId }: ListDocument) =>
+    listId === openListId.value || listId === route.value.segments[1];
+  return (
+    <>
+      {refusedLists.value
+        .filter((list) => !isShown(list))
+        .map(({ listId, playlist }) => (
+          <p key={listId} class="offline" role="alert">
+            {t("not_saved", { name: playlist.value?.name ?? "" })}{" "}
+            <a href={linkTo(["playlists", listId])}>{t("show_list")}</a>
+          </p>
+        ))}
+    </>
   );
 }
 

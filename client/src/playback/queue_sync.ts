@@ -45,7 +45,7 @@ let settling = 0;
 const pauses = new Pauses();
 /** Another device has written the queue; until the user decides, this one writes nothing. */
 const isContested = signal(false);
-/** The session has ended before the server knew of an edit, which waits for its user to come back. */
+/** Edits wait for the server, or for their user to log in again. */
 export const isWaiting = signal(false);
 
 /** What the player tells: where it is in the current entry, in seconds. */
@@ -124,6 +124,7 @@ async function attempt(what: "items" | "place") {
     unanswered = what;
     await put(contentOf(what));
     pauses.reset();
+    isWaiting.value = false;
     return true;
   } catch (error) {
     if (!user.peek()) return false; // it is kept for who comes back
@@ -138,8 +139,10 @@ async function attempt(what: "items" | "place") {
 function failed(error: unknown) {
   if (!(error instanceof RequestError)) throw error;
   if (error.status === 412) contest(keepMine);
-  else if (error.isPassing) pauses.after(send);
-  else {
+  else if (error.isPassing) {
+    isWaiting.value = unsent === "items";
+    pauses.after(send);
+  } else {
     unsent = undefined;
     notifyFailure(t("queue.not_saved"), error, () => changed("items"));
   }
@@ -311,6 +314,8 @@ export function keepQueue(player: {
     version = undefined;
     unsent = undefined;
     isContested.value = false;
-    if (now !== undefined) void restore();
+    if (now === undefined) return;
+    isWaiting.value = false;
+    void restore();
   });
 }

@@ -65,6 +65,10 @@ export const de: Catalogue = {
   offline: "Keine Verbindung. Änderungen warten und werden gesendet, wenn sie zurück ist.",
   waiting: "Noch nicht gesendet: {what}.",
   waiting_several: { one: "{count} Änderung", other: "{count} Änderungen" },
+  waiting_queue: "die Warteschlange",
+  waiting_list: "Änderungen an „{name}“",
+  not_saved: "Änderungen an „{name}“ wurden nicht gesichert.",
+  show_list: "Liste zeigen",
 
   // Keys
   "keys.title": "Tasten",

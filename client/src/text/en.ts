@@ -51,6 +51,10 @@ export const en = {
   offline: "No connection. Changes wait, and are sent when it is back.",
   waiting: "Not sent yet: {what}.",
   waiting_several: { one: "{count} change", other: "{count} changes" },
+  waiting_queue: "the queue",
+  waiting_list: "changes of “{name}”",
+  not_saved: "Changes of “{name}” were not saved.",
+  show_list: "Show the list",
   // Keys
   "keys.title": "Keys",
   "keys.search": "Search everything",

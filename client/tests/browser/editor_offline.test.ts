@@ -226,3 +226,33 @@ test("a star that is given without a connection is given when it is back", async
     assert.equal((await mark()).star, true);
   });
 });
+
+test("edits of a list that is not open wait visibly, and are told when they are refused", async () => {
+  const id = await makeList(house, "Closed", 0);
+  const answer = (page: Page, status: number) =>
+    page.route(isAction, (route) => route.fulfill({ status, json: { success: false } }));
+  await house.visit({ at: "#/songs", errors: FAILED }, async (page) => {
+    const add = async (title: string) => {
+      await page.getByRole("main").getByRole("row", { name: title }).click();
+      await page.keyboard.press("l");
+      await page.getByRole("combobox", { name: "Find a playlist" }).fill("Closed");
+      await page.keyboard.press("Enter");
+    };
+    await answer(page, 503);
+    await add("Seed");
+    await page.getByText("Not sent yet: changes of “Closed”.").waitFor();
+    await page.unroute(isAction);
+    await page.getByText("Not sent yet").waitFor({ state: "detached" });
+    assert.equal((await titlesOf(house, id)).length, 1);
+    await answer(page, 403);
+    await add("Rain on Glass");
+    const told = page.getByRole("alert").filter({ hasText: "Changes of “Closed” were not saved." });
+    await told.waitFor();
+    await examine(page, "not-saved", ".unsent");
+    await page.unroute(isAction);
+    await told.getByRole("link", { name: "Show the list" }).click();
+    await page.getByRole("main").getByRole("button", { name: "Try again" }).click();
+    await page.getByRole("main").getByText("Saved", { exact: true }).waitFor();
+    assert.equal((await titlesOf(house, id)).length, 2);
+  });
+});
