@@ -1,5 +1,6 @@
 // What other rooms ask of playlists.
 import { computed } from "@preact/signals";
+import { RequestError } from "../api/http.ts";
 import type { LibraryName } from "../api/types.ts";
 import { appendTo, openListId } from "../editor/commands.ts";
 import type { Chosen, Item } from "../list/items.ts";
@@ -70,4 +71,10 @@ export function saveAsList(chosen: Chosen, name: string, library: LibraryName = 
   );
 }
 
-carry("rename", async (name: NewName) => (await fetchPart(() => import("./edits.ts"))).sendName(name));
+// Of an earlier page; what sends it is fetched, which may have to wait as well.
+carry("rename", async (name: NewName) => {
+  const { sendName } = await fetchPart(() => import("./edits.ts")).catch(() => {
+    throw new RequestError(0, undefined);
+  });
+  await sendName(name);
+});

@@ -10,7 +10,7 @@ import { unsaved } from "../editor/open_documents.ts";
 import { type Item, itemOf, referenceOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { giveNewId, idNow, record } from "../ui/history.ts";
-import { post } from "../ui/outbox.ts";
+import { carry, post } from "../ui/outbox.ts";
 import { goTo, linkTo, route } from "../ui/router.ts";
 import { freeName } from "./order.ts";
 import { type NewName, named, newNameOf, playlists, refreshPlaylists, showAtOnce } from "./store.ts";
@@ -236,6 +236,8 @@ export async function sendName({ was, name, ...list }: NewName) {
   }
   follow(playlist.id, id);
 }
+
+carry("rename", sendName); // once it is here, it needs no connection to be fetched
 
 async function giveName(playlist: Playlist, name: string) {
   const { id, kind, library } = playlist;
