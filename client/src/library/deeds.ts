@@ -7,13 +7,13 @@ import { playlistOf } from "../playlists/store.ts";
 import { t } from "../text/index.ts";
 import type { MenuItem } from "../ui/menu.tsx";
 import { notify, notifyFailure } from "../ui/notices.tsx";
-import { sampleParts } from "./parts.ts";
+import { cut, sampleParts } from "./parts.ts";
 import { Songs } from "./songs.ts";
 
-/** As many songs as are queued at once: enough for days, and there within a second. */
-export const MOST_QUEUED = 2000;
+/** As many songs as a queue takes. */
+export const MOST_QUEUED = 100_000;
 
-/** As many as are queued at once; says so if that is not all. */
+/** As many as are queued; says so if that is not all. */
 function queued(songs: Songs) {
   if ((songs.count ?? 0) <= MOST_QUEUED) return songs;
   notify({ text: t("library.queued_first", { count: MOST_QUEUED }) });
@@ -24,9 +24,10 @@ function queued(songs: Songs) {
 function shuffled(songs: Songs) {
   const parts = sampleParts(songs.count ?? 0, MOST_QUEUED, Math.random);
   if (parts.length <= 1) return songs;
-  return new Songs(songs.name, MOST_QUEUED, async (_, __, stop) => {
+  return new Songs(songs.name, MOST_QUEUED, async (from, to, stop) => {
     const items: Item[] = [];
-    for (const { first, end } of parts) items.push(...(await songs.part(first, end).load(stop)));
+    for (const { first, end } of cut(parts, from, to))
+      items.push(...(await songs.loadSome(first, end, stop)));
     return items;
   });
 }

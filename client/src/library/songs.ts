@@ -32,6 +32,11 @@ export class Songs implements Chosen {
     );
   }
 
+  /** Without telling that it takes a while. */
+  loadSome(first: number, end: number, stop = new AbortController().signal) {
+    return this.loadPart(first, Math.min(end, this.count ?? end), stop);
+  }
+
   async load(stop?: AbortSignal): Promise<Item[]> {
     if ((this.count ?? 0) > MOST_CHOSEN) throw tooMany();
     const items = await tellLoading(this.count, stop, (signal) =>
@@ -96,8 +101,9 @@ export function songsOfAlbum({ id, name, songs }: Album) {
 export function songsOfAlbums(source: PagedSource<Album>, name: string) {
   return new Songs(name, undefined, async (first, end, stop) => {
     const items: Item[] = [];
-    for (const album of await source.load(0, source.total.peek() ?? 0, stop)) {
-      items.push(...(await songsOfAlbum(album).load(stop)));
+    const albums = Math.min(source.total.peek() ?? 0, end); // each has a song at least
+    for (const album of await source.load(0, albums, stop)) {
+      items.push(...(await songsOfAlbum(album).loadSome(0, end, stop)));
       if (items.length >= end) break;
     }
     return items.slice(first, end);

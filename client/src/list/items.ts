@@ -15,7 +15,7 @@ export interface Chosen {
   playlist?: string;
   load(stop?: AbortSignal): Promise<Item[]>;
   /** Those from position `first` on, before `end`, where these need not wait for the others; some hundred at most. */
-  loadSome?(first: number, end: number): Promise<Item[]>;
+  loadSome?(first: number, end: number, stop?: AbortSignal): Promise<Item[]>;
 }
 
 export function chosenSongs(songs: readonly Song[], name?: string): Chosen {

@@ -1,5 +1,6 @@
 // What other rooms ask of the player: this browser, or the player of the house that is chosen.
 import { computed } from "@preact/signals";
+import { isAborted } from "../api/http.ts";
 import type { Chosen } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { notifyFailure } from "../ui/notices.tsx";
@@ -15,7 +16,7 @@ async function attempt(work: () => Promise<void>) {
   try {
     await work();
   } catch (error) {
-    notifyFailure(t("playing.failed"), error, () => void attempt(work));
+    if (!isAborted(error)) notifyFailure(t("playing.failed"), error, () => void attempt(work));
   }
 }
 

@@ -4,7 +4,7 @@ import { RequestError, refusals, send } from "../api/http.ts";
 import { type Chosen, durationOf, type Item, titleOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { record } from "../ui/history.ts";
-import { notify } from "../ui/notices.tsx";
+import { notify, Refusal } from "../ui/notices.tsx";
 import { Pauses } from "../ui/pauses.ts";
 import { overview, user } from "../ui/session.tsx";
 import { isHeard } from "./formats.ts";
@@ -29,6 +29,7 @@ const STREAM_ATTEMPTS = 5;
 
 class Here implements Player {
   readonly name = signal(undefined);
+  private loading = new AbortController();
   readonly item = withDetails(queue.current);
   readonly canPlay = computed(() => queue.order.value.keys.length > 0);
   readonly isPlaying = signal(false);
@@ -184,19 +185,37 @@ class Here implements Player {
     this.failures = 0;
     const before = queue.order.peek();
     const gone = queue.isHandmade ? queue.itemsOf(before.keys) : new Map<Key, Item>();
-    const begun = await this.beginWithSome(chosen, first);
-    const items = await this.load(chosen);
-    if (!items) return;
-    if (begun) queue.complete(begun, items.slice(0, first), items.slice(first + BEGINS_WITH));
-    else this.takeOver(items, startAt ?? random(items.length), 0, true);
+    const stop = this.loadAnother();
+    const begun = await this.beginWithSome(chosen, first, stop);
+    if (begun && gone.size > 1) this.offerBack(before, gone);
+    const items = await this.load(chosen, stop).catch((error) => this.goOnWith(begun, error));
+    if (!items || stop.aborted) return;
+    if (begun) return queue.complete(begun, items.slice(0, first), items.slice(first + BEGINS_WITH));
+    this.takeOver(items, startAt ?? random(items.length), 0, true);
     if (gone.size > 1) this.offerBack(before, gone);
   }
 
+  /** What is chosen now is loaded instead of what was chosen before. */
+  private loadAnother() {
+    this.loading.abort();
+    this.loading = new AbortController();
+    return this.loading.signal;
+  }
+
+  /** Who does not wait for all of many has what has begun. */
+  private goOnWith(begun: readonly Key[] | undefined, error: unknown) {
+    if (!begun || !(error instanceof Refusal)) throw error;
+    notify({ text: t("queue.only_begun", { count: begun.length }) });
+    return undefined;
+  }
+
   /** Of many, the first ones are heard while the others are still fetched; tells which these are. */
-  private async beginWithSome({ count = 0, loadSome }: Chosen, first: number) {
-    if (!loadSome || count <= BEGINS_WITH) return undefined;
-    const items = (await loadSome(first, first + BEGINS_WITH)).filter(isPlayable);
-    if (items.length === 0) return undefined;
+  private async beginWithSome(chosen: Chosen, first: number, stop: AbortSignal) {
+    const mayBeMany = chosen.count === undefined ? !queue.shuffles.peek() : chosen.count > BEGINS_WITH;
+    if (!mayBeMany) return undefined;
+    const some = await chosen.loadSome?.(first, first + BEGINS_WITH, stop);
+    const items = some?.filter(isPlayable) ?? [];
+    if (items.length === 0 || stop.aborted) return undefined;
     this.takeOver(items, 0, 0, true);
     return queue.order.peek().keys;
   }
@@ -232,8 +251,8 @@ class Here implements Player {
     if (items) this.add(items.filter(isPlayable), (playable) => queue.append(playable));
   }
 
-  private async load(chosen: Chosen) {
-    const items = await chosen.load();
+  private async load(chosen: Chosen, stop?: AbortSignal) {
+    const items = await chosen.load(stop);
     if (!items.some(isPlayable)) {
       notify({ text: t("queue.nothing_to_play") });
       return undefined;

@@ -29,8 +29,8 @@ export function chosenPlaylist(playlist: Playlist): Chosen {
   if (kind === "random") return chosen; // it has others each time
   return {
     ...chosen,
-    loadSome: async (offset, end) =>
-      (await get<PlaylistPage>(path, { offset, limit: end - offset })).items.map(itemOf),
+    loadSome: async (offset, end, stop) =>
+      (await get<PlaylistPage>(path, { offset, limit: end - offset }, stop)).items.map(itemOf),
   };
 }
 

@@ -670,6 +670,10 @@ export const de: Catalogue = {
   },
   "queue.nothing_to_play": "Darin ist nichts, was sich abspielen lässt.",
   "queue.too_many": "Die Warteschlange fasst {count} Einträge; die übrigen fehlen.",
+  "queue.only_begun": {
+    one: "Nur der erste Titel ist in der Warteschlange.",
+    other: "Nur die ersten {count} Titel sind in der Warteschlange.",
+  },
   "queue.not_saved": "Die Warteschlange wurde nicht gespeichert.",
   "queue.not_loaded": "Die Warteschlange wurde nicht geladen.",
   "queue.changed_elsewhere": "Ein anderes Gerät hat mit der Warteschlange weitergemacht.",

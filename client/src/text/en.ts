@@ -263,6 +263,10 @@ export const en = {
   "queue.added": { one: "Added {count} song to the queue", other: "Added {count} songs to the queue" },
   "queue.nothing_to_play": "There is nothing in it that can be played.",
   "queue.too_many": "The queue holds {count} entries; the others were left out.",
+  "queue.only_begun": {
+    one: "Only the first song is queued.",
+    other: "Only the first {count} songs are queued.",
+  },
   "queue.not_saved": "The queue was not saved.",
   "queue.not_loaded": "The queue was not loaded.",
   "queue.changed_elsewhere": "Another device went on with the queue.",

@@ -298,3 +298,35 @@ test("an empty library invites to fill it", () =>
     await page.getByRole("button", { name: "Scan now" }).waitFor();
     await examine(page, "empty-desktop");
   }));
+
+test("of many songs the first are heard at once, and the others come if one waits for them", async () => {
+  const songs = Array.from({ length: 300 }, (_, at) => ({
+    path: `Crowd/Song ${at}.flac`,
+    seconds: 60,
+    tags: { TITLE: `One of many ${at}`, ARTIST: "Zz" },
+  }));
+  await house.makeSongs(songs);
+  const { total } = await house.get<{ total: number }>("api/songs?limit=0");
+  await house.visit({ at: "#/songs" }, async (page) => {
+    const pause = page.getByRole("region", { name: "Player" }).getByRole("button", { name: "Pause" });
+    const playAll = async () => {
+      await page.goto("#/songs");
+      await row(page, "untagged").dblclick();
+      await pause.click();
+    };
+    const queued = async (count: number) => {
+      await page.goto("#/queue");
+      await page.locator(`[role=grid][aria-label="Queue"][aria-rowcount="${count}"]`).waitFor();
+    };
+    const isRest = (url: URL) =>
+      url.pathname.endsWith("api/songs") && Number(url.searchParams.get("limit")) > 150;
+    await page.route(isRest, () => {}); // it never comes
+    await playAll();
+    await page.locator(".notice", { hasText: "Reading" }).getByRole("button", { name: "Cancel" }).click();
+    await page.getByText("Only the first 200 songs are queued.").waitFor();
+    await queued(200);
+    await page.unroute(isRest);
+    await playAll();
+    await queued(total);
+  });
+});
