@@ -1,6 +1,4 @@
 // Icons, drawn by ourselves on a grid of 16 pixels with lines of 1.5.
-import type { JSX } from "preact";
-
 const PATHS = {
   add: "M8 3v10M3 8h10",
   album: "M8 14A6 6 0 1 0 8 2a6 6 0 0 0 0 12zM8 9a1 1 0 1 0 0-2 1 1 0 0 0 0 2z",
@@ -59,21 +57,11 @@ export type IconName = keyof typeof PATHS;
 
 const FILLED: readonly string[] = ["play", "next", "previous", "stop"];
 
-/** Each only once: what is the same as before is not looked into again. */
-const drawn = new Map<string, JSX.Element>();
-
-function draw(name: IconName, look: string) {
-  const icon = (
-    <svg class={look} viewBox="0 0 16 16" aria-hidden="true" focusable="false">
+/** For the eye only: what it means stands in the label of what it is in. */
+export function Icon({ name, filled = FILLED.includes(name) }: { name: IconName; filled?: boolean }) {
+  return (
+    <svg class={filled ? "icon filled" : "icon"} viewBox="0 0 16 16" aria-hidden="true" focusable="false">
       <path d={PATHS[name]} />
     </svg>
   );
-  drawn.set(look + name, icon);
-  return icon;
-}
-
-/** For the eye only: what it means stands in the label of what it is in. */
-export function Icon({ name, filled = FILLED.includes(name) }: { name: IconName; filled?: boolean }) {
-  const look = filled ? "icon filled" : "icon";
-  return drawn.get(look + name) ?? draw(name, look);
 }
