@@ -4,12 +4,12 @@ import { batch, computed, type Signal, signal } from "@preact/signals";
 import { ask, RequestError } from "../api/http.ts";
 import { type PlaylistPage, playlistPath, readWhole } from "../api/playlists.ts";
 import type { LibraryName, Playlist } from "../api/types.ts";
-import { type Chosen, durationOf, type Item, identityOf } from "../list/items.ts";
+import { type Chosen, type Item, identityOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { idNow, record } from "../ui/history.ts";
 import { notify } from "../ui/notices.tsx";
 import { Contents, OtherVersion, type ServerState } from "./contents.ts";
-import { factsOf } from "./facts.ts";
+import { durationOfAll, factsOf } from "./facts.ts";
 import { type Matched, match, movedBetween } from "./match.ts";
 import { type Change, changeBetween, merge } from "./merge.ts";
 import { Candidates } from "./missing.ts";
@@ -493,10 +493,6 @@ export class ListDocument implements Saved {
     const told = this.playlist.value?.duration;
     if (told === undefined) return undefined;
     const { before, after } = changeBetween(this.server.order, order);
-    return told + this.durationOfEntries(after) - this.durationOfEntries(before);
-  }
-
-  private durationOfEntries(ids: Order): number {
-    return ids.reduce((sum, id) => sum + (durationOf(this.contents.get(id) ?? {}) ?? 0), 0);
+    return told + durationOfAll(after, this.contents) - durationOfAll(before, this.contents);
   }
 }

@@ -31,3 +31,8 @@ export function factsOf(order: Order, contents: Contents): Facts {
   }
   return { duration, duplicates, missing, known };
 }
+
+/** As far as it is known, in seconds. */
+export function durationOfAll(ids: Order, contents: Contents): number {
+  return ids.reduce((sum, id) => sum + (durationOf(contents.get(id) ?? {}) ?? 0), 0);
+}

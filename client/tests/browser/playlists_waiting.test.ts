@@ -1,0 +1,87 @@
+// New names of playlists that cannot be sent at once.
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import type { Page } from "playwright-core";
+import { idOf, makeList } from "./editor_support.ts";
+import { openHouse } from "./fixture.ts";
+
+const house = openHouse();
+const FAILED = /ERR_|Failed to load/;
+
+const item = (page: Page, name: string) =>
+  page.getByRole("tree", { name: "Playlists" }).getByRole("treeitem", { name: new RegExp(`^${name}`) });
+
+async function rename(page: Page, from: string, to: string) {
+  await item(page, from).focus();
+  await page.keyboard.press("F2");
+  await page.getByRole("dialog").getByLabel("Name").fill(to);
+  await page.keyboard.press("Enter");
+  await item(page, to).waitFor();
+}
+
+test("without a connection a new name waits, visibly, and is sent when it is back", async () => {
+  const id = await makeList(house, "Called one", 3);
+  await house.visit({ errors: FAILED }, async (page) => {
+    await item(page, "Called one").focus();
+    await page.keyboard.press("F2"); // fetches the part of the page that asks for a name
+    await page.getByRole("dialog").waitFor();
+    await page.keyboard.press("Escape");
+    await page.getByRole("dialog").waitFor({ state: "detached" });
+    await page.context().setOffline(true);
+    await rename(page, "Called one", "Called two");
+    await page.getByText("Not sent yet: Renamed “Called one” to “Called two”").waitFor();
+    await rename(page, "Called two", "Called three");
+    await page.getByText("Not sent yet: Renamed “Called one” to “Called three”").waitFor();
+    await page.context().setOffline(false);
+    await page.getByText("Not sent yet").waitFor({ state: "detached" });
+    assert.equal(await idOf(house, "Called three"), id);
+    await page.keyboard.press("Control+z");
+    await item(page, "Called two").waitFor();
+    await page.getByText("Undone: Renamed").waitFor();
+    assert.equal(await idOf(house, "Called two"), id);
+  });
+});
+
+test("a new name waits for its user to log in again, and is told when another list has it by then", async () => {
+  const id = await makeList(house, "Waits for anna", 3);
+  await house.visit({ errors: FAILED }, async (page) => {
+    const logIn = async () => {
+      await page.getByText("What is not saved yet is sent when anna logs in again.").waitFor();
+      await page.getByLabel("Name").fill("anna");
+      await page.getByLabel("Password").fill(house.places.users.anna);
+      await page.getByRole("button", { name: "Log in" }).click();
+    };
+    const renameWithoutSession = async (from: string, to: string) => {
+      await item(page, from).focus();
+      await page.keyboard.press("F2");
+      await page.getByRole("dialog").getByLabel("Name").fill(to);
+      await page.context().clearCookies();
+      await page.keyboard.press("Enter");
+      await logIn();
+    };
+    await renameWithoutSession("Waits for anna", "Sent for anna");
+    await item(page, "Sent for anna").waitFor();
+    await page.waitForFunction(() => localStorage.getItem("outbox:anna") === "[]");
+    assert.equal(await idOf(house, "Sent for anna"), id);
+    await makeList(house, "Taken by another", 3);
+    await renameWithoutSession("Sent for anna", "Taken by another");
+    await page.getByText("Not done: Renamed “Sent for anna” to “Taken by another”.").waitFor();
+    await item(page, "Sent for anna").waitFor();
+  });
+});
+
+test("a new name whose answer was lost is not refused as one that there is already", async () => {
+  const id = await makeList(house, "Lost call", 3);
+  await house.visit({ errors: FAILED }, async (page) => {
+    await item(page, "Lost call").waitFor();
+    await page.route(/audio_playlist\.cgi/, async (route) => {
+      await route.fetch();
+      await route.abort();
+      await page.unroute(/audio_playlist\.cgi/);
+    });
+    await rename(page, "Lost call", "Found call");
+    await page.waitForFunction(() => localStorage.getItem("outbox:anna") === "[]");
+    assert.equal(await idOf(house, "Found call"), id);
+    assert.equal(await page.getByText("Not done").count(), 0);
+  });
+});
