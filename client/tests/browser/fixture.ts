@@ -12,6 +12,8 @@ import { type Browser, type BrowserContext, chromium, type Page } from "playwrig
 const SERVER_TESTS = resolve("../tests/system");
 const AXE = readFileSync("node_modules/axe-core/axe.min.js", "utf8");
 const PATIENCE_MS = 20_000;
+// A connection of its own: one that waits may be closed by the server just then.
+const ONCE = { Connection: "close" };
 
 export interface Size {
   name: string;
@@ -142,6 +144,7 @@ export class House {
   async ask(path: string, init: RequestInit = {}, user: User = "anna"): Promise<Response> {
     const headers = new Headers(init.headers);
     headers.set("Authorization", `Basic ${btoa(`${user}:${this.places.users[user]}`)}`);
+    for (const [name, value] of Object.entries(ONCE)) headers.set(name, value);
     return fetch(new URL(path, this.url), { ...init, headers });
   }
 
@@ -230,9 +233,7 @@ export class House {
 
   private async logIn(context: BrowserContext, name: User) {
     const data = { name, password: this.places.users[name] };
-    // A connection of its own: one that waits may be closed by the server just then.
-    const headers = { Connection: "close" };
-    const answer = await context.request.post("api/session", { data, headers });
+    const answer = await context.request.post("api/session", { data, headers: ONCE });
     assert.equal(answer.status(), 200);
   }
 
