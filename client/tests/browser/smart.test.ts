@@ -188,7 +188,7 @@ test("two who edit a rule see both", async () => {
     await page.evaluate("window.dispatchEvent(new Event('focus'))");
     await page.getByRole("button", { name: "Show both" }).click();
     await dialog.getByRole("button", { name: "Take what is saved" }).click();
-    assert.equal(await textOf(page).inputValue(), "year > 4");
+    await waitForText(page, "year > 4");
 
     await put("year > 5");
     await page.evaluate("window.dispatchEvent(new Event('focus'))");
