@@ -21,7 +21,8 @@ export interface SongColumn {
   quiet?: true;
 }
 
-function Stars({ rating }: { rating: number }) {
+function Stars({ song }: { song: number }) {
+  const { rating } = markOf(song);
   if (rating === 0) return null;
   return (
     <span class="stars">
@@ -66,7 +67,7 @@ export const SONG_COLUMNS: SongColumn[] = [
     least: 32,
     share: 0,
     quiet: true,
-    cell: (song) => <StarButton song={song} tabIndex={-1} />,
+    cell: (song) => <StarButton key={song.id} song={song} tabIndex={-1} />,
   },
   { key: "year", label: "library.year", least: 48, share: 0, align: "end", cell: ({ year }) => number(year) },
   { key: "genre", label: "library.genre", least: 96, share: 1, cell: ({ genre }) => genre },
@@ -90,7 +91,7 @@ export const SONG_COLUMNS: SongColumn[] = [
     label: "library.rating",
     least: 80,
     share: 0,
-    cell: (song) => <Stars rating={markOf(song.id).rating} />,
+    cell: ({ id }) => <Stars key={id} song={id} />,
   },
   { key: "type", label: "library.type", least: 56, share: 0, cell: ({ type }) => type },
 ];

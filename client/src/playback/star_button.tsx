@@ -7,7 +7,8 @@ import { markOf, setRating, setStar } from "./marks.ts";
 type Marked = Pick<Song, "id" | "title">;
 
 /**
- * For rows as well: it asks for its mark together with those that are drawn with it. There the row has the focus, so
+ * For rows as well, there with the song as its key, as what reads the marks of one song after the other keeps all of it:
+ * it asks for its mark together with those that are drawn with it. There the row has the focus, so
  * `tabIndex` is -1.
  */
 export function StarButton({ song, tabIndex = 0 }: { song: Marked; tabIndex?: number }) {
