@@ -20,7 +20,8 @@ CLEANING = ["packages.clean"]
 LISTS = {"serve": SERVING, "packaging/install": SERVING, "scripts/build": SERVING,
          "scripts/install_packages": [], "scripts/lay_root": SERVING,
          "scripts/lighttpd_conf": SERVING, "scripts/mpd_conf": SERVING,
-         "scripts/static_jsoncpp": SERVING, "scripts/clean_machine": CLEANING}
+         "scripts/static_jsoncpp": SERVING,
+         "scripts/static_libpq": SERVING, "scripts/debian_source": SERVING, "scripts/clean_machine": CLEANING}
 DEBIAN = "/usr/sbin:/usr/bin:/sbin:/bin"  # where packages put programs
 # Started only where they are there.
 OPTIONAL = {"sudo", "systemctl", "ccache"}
