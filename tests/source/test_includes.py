@@ -30,7 +30,7 @@ ALLOWED = {
     "standalone/files": [],
     "standalone/system": ["files", "text", "ini.h"],
     "standalone/accounts": ["system", "files", "text"],
-    "standalone/index": ["system", "files", "text", "sqlite3.h"],
+    "standalone/index": ["system", "files", "text", "sqlite3.h", "libpq-fe.h"],
     "standalone/playlists": ["index", "accounts", "system", "files", "text", "xxhash.h"],
     "standalone/smart": ["index", "accounts", "system", "files", "text"],
     "standalone/web": ["json", "nettle", "accounts", "system", "files", "text"],

@@ -1,8 +1,8 @@
 #pragma once
 // The media index: songs, and the rows of the playlists that are kept in libraries. One interface;
-// an engine (SQLite today) stands behind it. An owner is 0 for the shared library, else the id of
-// the user whose personal library it is. Everything throws IndexError; "not found" is an empty
-// result.
+// an engine (SQLite or PostgreSQL) stands behind it. An owner is 0 for the shared library, else the
+// id of the user whose personal library it is. Everything throws IndexError; "not found" is an
+// empty result.
 
 #include "files/file_identity.h"
 #include "index/catalog.h"
@@ -192,8 +192,21 @@ public:
 /// The engine on a SQLite file, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenSqliteIndex(const std::string &path);
 
+/// The engine on a PostgreSQL server, which the URL tells; the schema is made and migrated where
+/// needed, when it is first asked.
+std::unique_ptr<MediaIndex> OpenPostgresIndex(const std::string &url);
+
+/// The index that a URL names: a path of a SQLite file, or postgresql://... Throws IndexError.
+std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url);
+
 /// Opens the index of this machine, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenMediaIndex();
+
+/// The file of the index of this machine; empty: a server has it.
+std::string MediaIndexFile();
+
+/// Whether there is an index to open; else opening would make an empty one.
+bool HasMediaIndex();
 
 /// The one index of this process, opened at the first call; open until the process has ended.
 MediaIndex &ProcessIndex();

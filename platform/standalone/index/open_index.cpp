@@ -1,9 +1,43 @@
 #include "index/media_index.h"
+#include "system/config.h"
 #include "system/paths.h"
+
+#include <unistd.h>
 
 namespace vexo::index {
 
-std::unique_ptr<MediaIndex> OpenMediaIndex() { return OpenSqliteIndex(system::kIndexFile); }
+namespace {
+
+std::string IndexUrl() { return system::Setting("index", "url").value_or(system::kIndexFile); }
+
+bool IsServer(std::string_view url) {
+  return url.starts_with("postgresql://") || url.starts_with("postgres://");
+}
+
+} // namespace
+
+std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url) {
+  if (!IsServer(url)) {
+    return OpenSqliteIndex(url);
+  }
+#ifdef VEXO_HAS_POSTGRES
+  return OpenPostgresIndex(url);
+#else
+  throw IndexError("this program was built without a way to the server of " + url);
+#endif
+}
+
+std::unique_ptr<MediaIndex> OpenMediaIndex() { return OpenIndexAt(IndexUrl()); }
+
+std::string MediaIndexFile() {
+  std::string url = IndexUrl();
+  return IsServer(url) ? std::string() : url;
+}
+
+bool HasMediaIndex() {
+  const std::string file = MediaIndexFile();
+  return file.empty() || access(file.c_str(), F_OK) == 0;
+}
 
 namespace {
 

@@ -1,15 +1,19 @@
 #pragma once
 // The media index on SQLite.
 
-#include "index/media_index.h"
+#include "index/sql_index.h"
 #include "index/sqlite_database.h"
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace vexo::index {
 
-class SqliteIndex : public MediaIndex {
+/// What SqliteIndex has before it is a SqlIndex.
+struct SqliteConnection {
+  SqliteDatabase sqlite;
+};
+
+class SqliteIndex : private SqliteConnection, public SqlIndex {
 public:
   /// How long a lock of another process is waited for.
   static constexpr int kBusyMilliseconds = 10'000;
@@ -17,46 +21,9 @@ public:
   explicit SqliteIndex(const std::string &path, int busy_milliseconds = kBusyMilliseconds);
   ~SqliteIndex() override;
 
-  std::vector<Song> SongsById(int owner, const std::vector<int32_t> &ids) override;
-  void VisitSongsById(int owner, const std::vector<int32_t> &ids,
-                      const std::function<void(const SongView &)> &visit) override;
-  std::vector<Song> SongsByPath(const std::vector<std::string> &paths) override;
-  void VisitSongsByPath(const std::vector<std::string> &paths,
-                        const std::function<void(const SongView &)> &visit) override;
-  std::vector<Song> SearchSongs(int owner, const Search &search) override;
-  std::vector<Song> RandomSongs(int owner, int count) override;
-  std::vector<Song> QuerySongs(int owner, const SongQuery &query) override;
-  SongTotals CountSongs(int owner, const SongQuery &query) override;
-  std::vector<Song> SongsNamed(int owner, SongName kind, const std::vector<std::string> &names,
-                               int most_of_each) override;
-  Page<CatalogSong> ListSongs(const SongList &list, const Range &range) override;
-  Page<Group> ListGroups(const GroupList &list, const Range &range) override;
-  std::optional<CatalogSong> FindSong(int owner, int32_t id) override;
-  std::optional<Group> FindGroup(int owner, GroupKind kind, int32_t id) override;
-  int32_t GroupNamed(int owner, GroupKind kind, const std::string &name) override;
-  int64_t Revision() override;
-  std::vector<SongMark> MarksOf(int user, const std::vector<int32_t> &songs) override;
-  Page<SongMark> ListMarks(int user, bool starred, const Range &range) override;
-  std::optional<Mark> ChangeMark(int user, int32_t song, const MarkChange &change) override;
-  int64_t RemoveMarks(int user) override;
-  std::vector<SongFile> SongFiles(int owner) override;
-  void WriteSongs(const std::vector<Song> &songs, const std::vector<int32_t> &removed) override;
-  std::vector<SongFile> UnreadableFiles(int owner) override;
-  void SetUnreadableFiles(int owner, const std::vector<SongFile> &files) override;
-
-  int32_t AddPlaylist(const Playlist &playlist) override;
-  bool UpdatePlaylist(int owner, int32_t id, const Playlist &values) override;
-  bool UpdatePlaylist(int owner, const std::string &old_path, const Playlist &values) override;
-  bool RemovePlaylist(int owner, int32_t id) override;
-  std::vector<Playlist> PlaylistsById(int owner, const std::vector<int32_t> &ids) override;
-  std::optional<Playlist> PlaylistByPath(int owner, const std::string &path) override;
-  std::vector<Playlist> AllPlaylists(int owner) override;
-  void InTransaction(Durable durable, const std::function<void()> &work) override;
-
   void CompleteCatalog() override;
   void Optimize() override;
   std::vector<std::string> FindDamage() override;
-  void RepairDamage() override;
 
 private:
   /// Pages that the write-ahead log holds before they are moved into the database. Every process
@@ -66,14 +33,12 @@ private:
   /// after each batch would be most of the work.
   static constexpr int kLogPagesOfBatches = 4000;
 
-  /// What a process that writes songs in batches needs otherwise.
-  void BeginBatches();
+  void BeginBatches() override;
+  void ClearTexts() override;
   static int AfterCommit(void *self, sqlite3 *, const char *, int log_pages);
   int EmptyLog();
   void ReserveLog();
 
-  Database database_;
-  std::optional<Statement> playlist_by_id_; ///< prepared once: an edit looks at its row repeatedly
   std::string path_;
   int most_log_pages_ = kLogPages;
 };

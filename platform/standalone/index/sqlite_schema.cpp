@@ -166,7 +166,7 @@ int64_t StoredVersion(Database &database) {
 
 /// The switch to the write-ahead log needs the file for itself and does not wait for it, so
 /// processes that make the index at the same time take turns here.
-void UseWriteAheadLog(Database &database) {
+void UseWriteAheadLog(SqliteDatabase &database) {
   constexpr int kTries = 500;
   for (int tries = 1;; ++tries) {
     try {
@@ -184,18 +184,18 @@ void UseWriteAheadLog(Database &database) {
 
 int SchemaVersion() { return static_cast<int>(kMigrations.size()); }
 
-bool MigrateSchema(Database &database) {
+bool MigrateSchema(SqliteDatabase &database) {
   int64_t version = StoredVersion(database);
   if (version == SchemaVersion()) {
     return false;
   }
   UseWriteAheadLog(database);
-  Transaction transaction(database);
-  for (version = StoredVersion(database); version < SchemaVersion(); ++version) {
-    database.Execute(kMigrations.at(static_cast<std::size_t>(version)));
-  }
-  database.Execute(("PRAGMA user_version=" + std::to_string(version)).c_str());
-  transaction.Commit();
+  database.Transact(Lock::kSongs, [&] {
+    for (version = StoredVersion(database); version < SchemaVersion(); ++version) {
+      database.Execute(kMigrations.at(static_cast<std::size_t>(version)));
+    }
+    database.Execute(("PRAGMA user_version=" + std::to_string(version)).c_str());
+  });
   return true;
 }
 

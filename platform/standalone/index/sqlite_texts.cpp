@@ -1,63 +1,47 @@
 #include "index/sqlite_texts.h"
-#include "text/case_folding.h"
-#include "text/utf8.h"
+#include "index/sqlite_match.h"
+#include "index/sqlite_titles.h"
+#include "index/words.h"
 
-#include <algorithm>
+#include "text/case_folding.h"
 
 namespace vexo::index {
 namespace {
 
-void FoldFunction(sqlite3_context *context, int, sqlite3_value **arguments) {
-  const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(arguments[0]));
-  const auto size = static_cast<std::size_t>(sqlite3_value_bytes(arguments[0]));
-  try {
-    const std::string folded = text::FoldCase(std::string_view(text == nullptr ? "" : text, size));
-    sqlite3_result_text64(context, folded.data(), folded.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
-  } catch (const std::exception &) {
-    sqlite3_result_error_nomem(context);
+class SqliteTextWriter : public TextWriter {
+public:
+  SqliteTextWriter(Database &database, ListWriter &lists);
+  void AddSong(const Song &song) override { WriteSong(add_song_, song); }
+  void RemoveSong(const Song &song) override { WriteSong(remove_song_, song); }
+  void AddTitle(int32_t song, std::string_view title) override { titles_.Add(song, title); }
+  void RemoveTitle(int32_t song, std::string_view title) override { titles_.Remove(song, title); }
+  void AddGroup(int32_t group, std::string_view name, std::string_view artist) override {
+    WriteGroup(add_group_, group, name, artist);
   }
-}
-
-} // namespace
-
-void DefineFold(Database &database) {
-  constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-  if (sqlite3_create_function_v2(database.get(), "fold", 1, kFlags, nullptr, FoldFunction, nullptr,
-                                 nullptr, nullptr) != SQLITE_OK) {
-    database.Fail("fold()");
+  void RemoveGroup(int32_t group, std::string_view name, std::string_view artist) override {
+    WriteGroup(remove_group_, group, name, artist);
   }
-}
+  void Flush() override { titles_.Flush(); }
 
-bool HasTrigram(const std::string &folded) {
-  const auto begins_character = [](char c) {
-    return (static_cast<unsigned char>(c) & 0xc0) != 0x80;
-  };
-  return text::IsUtf8(folded) && std::count_if(folded.begin(), folded.end(), begins_character) >= 3;
-}
+private:
+  static void WriteSong(Statement &statement, const Song &song);
+  static void WriteGroup(Statement &statement, int32_t group, std::string_view name,
+                         std::string_view artist);
+  Statement add_song_, remove_song_, add_group_, remove_group_;
+  TitleWriter titles_;
+};
 
-std::string MatchExpression(const char *column, const std::string &folded) {
-  std::string expression = column == nullptr ? "" : std::string(column) + " : ";
-  expression += '"';
-  for (const char c : folded) {
-    expression += c;
-    if (c == '"') {
-      expression += c;
-    }
-  }
-  return expression + '"';
-}
+SqliteTextWriter::SqliteTextWriter(Database &database, ListWriter &lists)
+    : add_song_(database, "INSERT INTO song_texts(rowid, title, artist, album, genre) "
+                          "VALUES(?1, ?2, ?3, ?4, ?5)"),
+      remove_song_(database, "INSERT INTO song_texts(song_texts, rowid, title, artist, album, "
+                             "genre) VALUES('delete', ?1, ?2, ?3, ?4, ?5)"),
+      add_group_(database, "INSERT INTO group_words(rowid, name, artist) VALUES(?1, ?2, ?3)"),
+      remove_group_(database, "INSERT INTO group_words(group_words, rowid, name, artist) "
+                              "VALUES('delete', ?1, ?2, ?3)"),
+      titles_(database, lists) {}
 
-SearchWriter::SearchWriter(Database &database)
-    : add_(database, "INSERT INTO song_texts(rowid, title, artist, album, genre) "
-                     "VALUES(?1, ?2, ?3, ?4, ?5)"),
-      remove_(database, "INSERT INTO song_texts(song_texts, rowid, title, artist, album, genre) "
-                        "VALUES('delete', ?1, ?2, ?3, ?4, ?5)") {}
-
-void SearchWriter::Add(const Song &song) { Write(add_, song); }
-
-void SearchWriter::Remove(const Song &song) { Write(remove_, song); }
-
-void SearchWriter::Write(Statement &statement, const Song &song) {
+void SqliteTextWriter::WriteSong(Statement &statement, const Song &song) {
   const std::array texts = {text::FoldCase(song.title), text::FoldCase(song.artist),
                             text::FoldCase(song.album), text::FoldCase(song.genre)};
   statement.Bind(1, int64_t{song.id});
@@ -65,6 +49,43 @@ void SearchWriter::Write(Statement &statement, const Song &song) {
     statement.Bind(i + 2, texts[static_cast<std::size_t>(i)]);
   }
   statement.Run();
+}
+
+void SqliteTextWriter::WriteGroup(Statement &statement, int32_t group, std::string_view name,
+                                  std::string_view artist) {
+  const std::string marked = MarkedText(name);
+  const std::string marked_artist = MarkedText(artist);
+  statement.Bind(1, int64_t{group}).Bind(2, marked).Bind(3, marked_artist).Run();
+}
+
+} // namespace
+
+std::unique_ptr<TextWriter> SqliteTexts::MakeWriter(ListWriter &lists) {
+  return std::make_unique<SqliteTextWriter>(database_, lists);
+}
+
+std::vector<IdSet> SqliteTexts::SongsWithWords(const std::vector<std::string> &words) {
+  std::vector<IdSet> found;
+  found.reserve(words.size());
+  std::optional<TitleReader> titles; // most lists ask for none
+  for (const std::string &word : words) {
+    found.push_back((titles ? *titles : titles.emplace(database_)).With(word));
+  }
+  return found;
+}
+
+IdSet SqliteTexts::GroupsWithWord(const std::string &word, bool with_artist) {
+  Statement groups(database_, "SELECT rowid FROM group_words WHERE group_words MATCH ?1");
+  const std::string expression = MatchExpression(with_artist ? nullptr : "name", MarkedWord(word));
+  return ReadIds(groups.Bind(1, expression));
+}
+
+KeywordCondition SqliteTexts::WithKeyword(const char *column, const std::string &folded) {
+  if (HasTrigram(folded)) {
+    return {"id IN (SELECT rowid FROM song_texts WHERE song_texts MATCH ?2) AND +owner = ?1",
+            {MatchExpression(column, folded)}};
+  }
+  return {"owner = ?1 AND " + HoldsKeyword(database_.dialect(), column, "?2"), {folded}};
 }
 
 } // namespace vexo::index

@@ -1,37 +1,21 @@
 #pragma once
-// Text search in the SQLite engine: the SQL function fold(), and the trigram index song_texts.
+// Text search in the SQLite engine: the trigram indexes song_texts and group_words. Words of titles
+// are kept in their own way: see sqlite_titles.h.
 
-#include "index/sqlite_database.h"
-#include <array>
-#include <string>
+#include "index/texts.h"
 
 namespace vexo::index {
 
-/// Gives the connection fold(TEXT): the text without differences of letter case.
-void DefineFold(Database &database);
-
-/// The columns of song_texts, in its order.
-inline constexpr std::array kSearchedColumns = {"title", "artist", "album", "genre"};
-
-/// Whether the trigram index can find the folded text: it knows nothing shorter than three
-/// characters.
-bool HasTrigram(const std::string &folded);
-
-/// The search expression for rows with `folded` as a part of `column`; of any column when that is
-/// null.
-std::string MatchExpression(const char *column, const std::string &folded);
-
-/// Takes songs into the trigram index and out of it again.
-class SearchWriter {
+class SqliteTexts : public Texts {
 public:
-  explicit SearchWriter(Database &database);
-  void Add(const Song &song);
-  /// The texts must be those that were added.
-  void Remove(const Song &song);
+  explicit SqliteTexts(Database &database) : database_(database) {}
+  std::unique_ptr<TextWriter> MakeWriter(ListWriter &lists) override;
+  std::vector<IdSet> SongsWithWords(const std::vector<std::string> &words) override;
+  IdSet GroupsWithWord(const std::string &word, bool with_artist) override;
+  KeywordCondition WithKeyword(const char *column, const std::string &folded) override;
 
 private:
-  void Write(Statement &statement, const Song &song);
-  Statement add_, remove_;
+  Database &database_;
 };
 
 } // namespace vexo::index

@@ -1,11 +1,10 @@
 #include "index/sqlite_titles.h"
 #include "index/orders.h"
-#include "index/sqlite_words.h"
+#include "index/sqlite_match.h"
+#include "index/words.h"
 
 namespace vexo::index {
 namespace {
-
-int64_t OldTitles(Database &database) { return database.Number("SELECT old_titles FROM catalog"); }
 
 /// The lists are those of MemberList().
 constexpr const char *kSongsWithPart =
@@ -14,6 +13,8 @@ constexpr const char *kSongsWithPart =
 static_assert(MemberList(1, Membership::kTitles) == -8 - 5);
 
 } // namespace
+
+int64_t OldTitles(Database &database) { return database.Number("SELECT old_titles FROM catalog"); }
 
 TitleReader::TitleReader(Database &database)
     : old_titles_(OldTitles(database)), songs_(database, kSongsWithPart) {
@@ -24,7 +25,7 @@ TitleReader::TitleReader(Database &database)
 }
 
 IdSet TitleReader::With(const std::string &word) {
-  const std::string expression = WordExpression(word);
+  const std::string expression = MatchExpression(nullptr, MarkedWord(word));
   const Reading reading(songs_);
   IdSet ids = ReadIds(songs_.Bind(1, expression));
   if (old_songs_) {
@@ -36,7 +37,7 @@ IdSet TitleReader::With(const std::string &word) {
 }
 
 TitleWriter::TitleWriter(Database &database, ListWriter &lists)
-    : database_(database), lists_(lists), old_titles_(OldTitles(database)),
+    : lists_(lists), old_titles_(OldTitles(database)),
       find_(database, "SELECT id FROM entries WHERE list = ?1 AND key = ?2"),
       first_song_(database, "SELECT id FROM entries WHERE list = ?1 AND key = x'' LIMIT 1"),
       add_(database, "INSERT INTO title_words(word) VALUES(?1)"),
@@ -83,8 +84,7 @@ int32_t TitleWriter::IdOf(const std::string &word) {
 }
 
 int32_t TitleWriter::Make(const std::string &word) {
-  add_.Bind(1, word).Run();
-  const auto id = static_cast<int32_t>(sqlite3_last_insert_rowid(database_.get()));
+  const int32_t id = add_.Bind(1, word).Insert();
   lists_.Add(kTitleWords, word, id);
   return id;
 }
@@ -107,25 +107,25 @@ void TitleWriter::Flush() {
 
 bool MoveOldTitles(Database &database) {
   constexpr int64_t kBatch = 1000;
-  Transaction transaction(database);
-  Statement songs(database, "SELECT id, title FROM songs WHERE id <= ?1 AND folder_id <> 0 "
-                            "ORDER BY id DESC LIMIT ?2");
-  songs.Bind(1, OldTitles(database)).Bind(2, kBatch);
-  database.Execute("UPDATE catalog SET old_titles = 0"); // for the writer: they are its own now
-  ListWriter lists(database);
-  TitleWriter titles(database, lists);
   int64_t last = 1;
-  while (songs.Step()) {
-    last = songs.Int64(0);
-    titles.Add(static_cast<int32_t>(last), songs.View(1));
-  }
-  lists.Flush();
-  if (last > 1) {
-    Statement(database, "UPDATE catalog SET old_titles = ?1").Bind(1, last - 1).Run();
-  } else {
-    ForgetOldTitles(database);
-  }
-  transaction.Commit();
+  database.Transact(Lock::kSongs, [&] {
+    Statement songs(database, "SELECT id, title FROM songs WHERE id <= ?1 AND folder_id <> 0 "
+                              "ORDER BY id DESC LIMIT ?2");
+    songs.Bind(1, OldTitles(database)).Bind(2, kBatch);
+    database.Execute("UPDATE catalog SET old_titles = 0"); // for the writer: they are its own now
+    ListWriter lists(database);
+    TitleWriter titles(database, lists);
+    while (songs.Step()) {
+      last = songs.Int64(0);
+      titles.Add(static_cast<int32_t>(last), songs.View(1));
+    }
+    lists.Flush();
+    if (last > 1) {
+      Statement(database, "UPDATE catalog SET old_titles = ?1").Bind(1, last - 1).Run();
+    } else {
+      ForgetOldTitles(database);
+    }
+  });
   return last > 1;
 }
 

@@ -9,8 +9,8 @@
 // Older programs kept each title in a trigram index of its own, song_words. What they wrote is
 // found there until MoveOldTitles() has been through it.
 
-#include "index/sqlite_ids.h"
-#include "index/sqlite_lists.h"
+#include "index/ids.h"
+#include "index/lists.h"
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -48,7 +48,6 @@ private:
   int32_t Make(const std::string &word);
   bool IsUsed(int32_t word);
 
-  Database &database_;
   ListWriter &lists_;
   int64_t old_titles_;
   Statement find_, first_song_, add_, remove_;
@@ -60,6 +59,9 @@ private:
 /// Takes some titles of song_words in, in a transaction; false: none is left, and the table is
 /// gone.
 bool MoveOldTitles(Database &database);
+
+/// The last song whose title is in song_words as yet; 0: there is none.
+int64_t OldTitles(Database &database);
 
 /// Drops song_words without a look at what is in it.
 void ForgetOldTitles(Database &database);

@@ -23,6 +23,9 @@ inline constexpr const char *kSessionKey = DEVICE_ROOT "/etc/vexo/session_key";
 /// How often passwords were tried in vain.
 inline constexpr const char *kLoginAttempts = DEVICE_ROOT "/var/lib/vexo/login_attempts";
 inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
+/// Passwords for the server that has the index instead, where it wants any: see pgpass in
+/// PostgreSQL's documentation.
+inline constexpr const char *kDatabasePasswords = DEVICE_ROOT "/etc/vexo/database_passwords";
 /// What was read of playlists, to be found again; it may go at any time.
 inline constexpr const char *kPlaylistFacts = DEVICE_ROOT "/var/lib/vexo/playlist_facts";
 /// Pictures of songs in the sizes that clients ask for, and which song has which. All can be made

@@ -78,7 +78,7 @@ void RemoveAccount(const AccountOptions &options) {
   }
   accounts::RemovePassword(account->name);
   accounts::RemoveAccount(account->name);
-  if (access(system::kIndexFile, F_OK) == 0) {
+  if (index::HasMediaIndex()) {
     ForgetUser(*index::OpenMediaIndex(), account->id);
   }
 }

@@ -73,7 +73,7 @@ void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdConnection &pl
     }
   }
   // An index that is not there is the scanner's to make, under the scanner's user.
-  if (paths.empty() || (index_ == nullptr && access(system::kIndexFile, F_OK) != 0)) {
+  if (paths.empty() || (index_ == nullptr && !index::HasMediaIndex())) {
     return;
   }
   try {

@@ -3,6 +3,7 @@
 
 #include "index/media_index.h"
 #include "index/sqlite_index.h"
+#include "support/postgres_server.h"
 #include "support/temporary_folder.h"
 #include <functional>
 #include <gtest/gtest.h>
@@ -19,9 +20,22 @@ struct Engine {
 
 inline void PrintTo(const Engine &engine, std::ostream *out) { *out << engine.name; }
 
+/// The index of the server stands for that of the folder which was opened last; it is empty when
+/// another one is opened.
+inline std::unique_ptr<MediaIndex> OpenPostgresOf(const std::string &folder) {
+  static std::string last;
+  const PostgresServer &server = PostgresServer::Get();
+  if (folder != last) {
+    server.Clear();
+    last = folder;
+  }
+  return OpenPostgresIndex(server.url());
+}
+
 inline std::vector<Engine> Engines() {
   return {
-      {"Sqlite", [](const std::string &folder) { return OpenSqliteIndex(folder + "/index.db"); }}};
+      {"Sqlite", [](const std::string &folder) { return OpenSqliteIndex(folder + "/index.db"); }},
+      {"Postgres", OpenPostgresOf}};
 }
 
 /// An empty index for each test.

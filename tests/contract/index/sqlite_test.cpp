@@ -2,7 +2,7 @@
 
 #include "contract/index/engine.h"
 #include "index/sqlite_schema.h"
-#include "index/sqlite_words.h"
+#include "index/words.h"
 
 #include <filesystem>
 #include <fstream>
@@ -97,39 +97,39 @@ TEST_F(SqliteFile, OfManyEqualRowsAtOnceExactlyOneIsAdded) {
 TEST_F(SqliteFile, AnEmptyFileIsMigrated) {
   WriteBytes(path(), "");
   SqliteIndex(path()).AddPlaylist(MakePlaylist("/a"));
-  EXPECT_EQ(Database(path(), kImpatient).Number("PRAGMA user_version"), SchemaVersion());
+  EXPECT_EQ(SqliteDatabase(path(), kImpatient).Number("PRAGMA user_version"), SchemaVersion());
 }
 
 TEST_F(SqliteFile, AnIndexOfANewerProgramIsRefusedAndKept) {
   SqliteIndex(path()).AddPlaylist(MakePlaylist("/a"));
   const std::string newer = "PRAGMA user_version=" + std::to_string(SchemaVersion() + 1);
-  Database(path(), kImpatient).Execute(newer.c_str());
+  SqliteDatabase(path(), kImpatient).Execute(newer.c_str());
   EXPECT_THROW(SqliteIndex index(path()), IndexError);
-  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM playlists"), 1);
+  EXPECT_EQ(SqliteDatabase(path(), kImpatient).Number("SELECT count(*) FROM playlists"), 1);
 }
 
 /// What it was when each title was in a trigram index by itself.
 void MakeFifthVersion(const std::string &path) {
-  Database database(path, kImpatient);
+  SqliteDatabase database(path, kImpatient);
   database.Execute("DROP TABLE title_words; DELETE FROM entries WHERE list < 0 AND list % 8 = -5;"
                    "ALTER TABLE catalog DROP COLUMN old_titles;"
                    "CREATE VIRTUAL TABLE song_words USING fts5("
                    "title, content='', tokenize='trigram case_sensitive 1');"
                    "PRAGMA user_version=5");
-  Transaction transaction(database);
-  Statement songs(database, "SELECT id, title FROM songs");
-  Statement add(database, "INSERT INTO song_words(rowid, title) VALUES(?1, ?2)");
-  while (songs.Step()) {
-    const std::string marked = MarkedText(songs.View(1));
-    add.Bind(1, songs.Int64(0)).Bind(2, marked).Run();
-  }
-  transaction.Commit();
+  database.Transact(Lock::kSongs, [&] {
+    Statement songs(database, "SELECT id, title FROM songs");
+    Statement add(database, "INSERT INTO song_words(rowid, title) VALUES(?1, ?2)");
+    while (songs.Step()) {
+      const std::string marked = MarkedText(songs.View(1));
+      add.Bind(1, songs.Int64(0)).Bind(2, marked).Run();
+    }
+  });
 }
 
 /// What it was before there were albums.
 void MakeThirdVersion(const std::string &path) {
   MakeFifthVersion(path);
-  Database database(path, kImpatient);
+  SqliteDatabase database(path, kImpatient);
   for (const std::string column :
        {"album", "artist", "album_artist", "genre", "composer", "folder"}) {
     database.Execute(("ALTER TABLE songs DROP COLUMN " + column + "_id").c_str());
@@ -143,7 +143,7 @@ void MakeThirdVersion(const std::string &path) {
 /// What the index was at first.
 void MakeFirstVersion(const std::string &path) {
   MakeThirdVersion(path);
-  Database(path, kImpatient)
+  SqliteDatabase(path, kImpatient)
       .Execute("ALTER TABLE playlists DROP COLUMN inode;"
                "ALTER TABLE playlists DROP COLUMN born_ns;"
                "DROP TABLE unreadable_files;"
@@ -204,7 +204,7 @@ TEST_F(SqliteFile, AnOlderIndexOfManySongsWaitsForAScan) {
   EXPECT_EQ(index.ListSongs(list, {0, 1}).total, 1) << "what is written meanwhile is there";
   index.CompleteCatalog();
   EXPECT_EQ(index.ListSongs(list, {0, 1}).total, kSongs - 1);
-  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT complete FROM catalog"), 1);
+  EXPECT_EQ(SqliteDatabase(path(), kImpatient).Number("SELECT complete FROM catalog"), 1);
   EXPECT_THAT(index.FindDamage(), IsEmpty());
 }
 
@@ -225,7 +225,7 @@ TEST_F(SqliteFile, TitlesOfAnOlderIndexAreFound) {
   SqliteIndex index(path());
   EXPECT_EQ(index.SongFiles(0), before) << "with their ids";
   EXPECT_THAT(PathsWith(index, "een river"), ElementsAre("/green river/2"));
-  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
+  EXPECT_EQ(SqliteDatabase(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
   EXPECT_THAT(index.FindDamage(), IsEmpty());
 }
 
@@ -238,7 +238,7 @@ TEST_F(SqliteFile, TitlesOfManySongsAreFoundBeforeAndAfterAScan) {
   SqliteIndex(path()).WriteSongs(songs, {});
   MakeFifthVersion(path());
   SqliteIndex index(path());
-  EXPECT_GT(Database(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
+  EXPECT_GT(SqliteDatabase(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
   EXPECT_THAT(PathsWith(index, "ong1999"), SizeIs(11));
   songs[0].id = index.SongsByPath({"/song1999"}).at(0).id;
   songs[0].path = "/song1999";
@@ -251,14 +251,14 @@ TEST_F(SqliteFile, TitlesOfManySongsAreFoundBeforeAndAfterAScan) {
     EXPECT_THAT(index.FindDamage(), IsEmpty()) << when;
     index.CompleteCatalog();
   }
-  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
+  EXPECT_EQ(SqliteDatabase(path(), kImpatient).Number("SELECT old_titles FROM catalog"), 0);
 }
 
 TEST_F(SqliteFile, WordsThatNoTitleHasAreForgotten) {
   SqliteIndex index(path());
   index.WriteSongs({MakeSong("/green 1"), MakeSong("/green 2")}, {});
   const auto words = [&] {
-    return Database(path(), kImpatient).Number("SELECT count(*) FROM title_words");
+    return SqliteDatabase(path(), kImpatient).Number("SELECT count(*) FROM title_words");
   };
   EXPECT_EQ(words(), 3);
   index.WriteSongs({}, {1});
@@ -267,7 +267,8 @@ TEST_F(SqliteFile, WordsThatNoTitleHasAreForgotten) {
   index.WriteSongs({MakeSong("/green 1")}, {2});
   EXPECT_EQ(words(), 2);
   EXPECT_THAT(PathsWith(index, "green"), ElementsAre("/green 1"));
-  EXPECT_EQ(Database(path(), kImpatient).Number("SELECT count(*) FROM entries WHERE list = -5"), 2);
+  EXPECT_EQ(
+      SqliteDatabase(path(), kImpatient).Number("SELECT count(*) FROM entries WHERE list = -5"), 2);
 }
 
 TEST_F(SqliteFile, ListsThatAreBrokenAreFoundAndBuiltAnew) {
@@ -275,7 +276,7 @@ TEST_F(SqliteFile, ListsThatAreBrokenAreFoundAndBuiltAnew) {
   song.album = "Blue";
   SqliteIndex(path()).WriteSongs({song, MakeSong("/m/b/2.ogg")}, {});
   const int32_t album = SqliteIndex(path()).ListGroups({}, {0, 1}).items.at(0).id;
-  Database(path(), kImpatient).Execute("DELETE FROM entries WHERE id = 1");
+  SqliteDatabase(path(), kImpatient).Execute("DELETE FROM entries WHERE id = 1");
   SqliteIndex index(path());
   EXPECT_THAT(index.FindDamage(), Not(IsEmpty()));
   index.RepairDamage();
@@ -287,9 +288,9 @@ TEST_F(SqliteFile, ListsThatAreBrokenAreFoundAndBuiltAnew) {
 }
 
 TEST_F(SqliteFile, AMigrationThatFailsChangesNothing) {
-  Database(path(), kImpatient).Execute("CREATE TABLE playlists(other)");
+  SqliteDatabase(path(), kImpatient).Execute("CREATE TABLE playlists(other)");
   EXPECT_THROW(SqliteIndex index(path()), IndexError);
-  Database database(path(), kImpatient);
+  SqliteDatabase database(path(), kImpatient);
   EXPECT_EQ(database.Number("SELECT count(*) FROM sqlite_master"), 1);
   EXPECT_EQ(database.Number("PRAGMA user_version"), 0);
 }
@@ -297,8 +298,8 @@ TEST_F(SqliteFile, AMigrationThatFailsChangesNothing) {
 TEST_F(SqliteFile, ALockedIndexIsReadButAWriteFailsAfterItsTime) {
   SqliteIndex index(path(), kImpatient);
   index.AddPlaylist(MakePlaylist("/a"));
-  Database other(path(), kImpatient);
-  const Transaction lock(other);
+  SqliteDatabase other(path(), kImpatient);
+  other.Execute("BEGIN IMMEDIATE");
   EXPECT_THROW(index.AddPlaylist(MakePlaylist("/b")), IndexError);
   EXPECT_THROW(index.WriteSongs({MakeSong("/s")}, {}), IndexError);
   EXPECT_THAT(index.AllPlaylists(0), SizeIs(1));
@@ -306,8 +307,8 @@ TEST_F(SqliteFile, ALockedIndexIsReadButAWriteFailsAfterItsTime) {
 
 TEST_F(SqliteFile, AnErrorTellsTheFileAndTheCause) {
   SqliteIndex index(path(), kImpatient);
-  Database other(path(), kImpatient);
-  const Transaction lock(other);
+  SqliteDatabase other(path(), kImpatient);
+  other.Execute("BEGIN IMMEDIATE");
   try {
     index.AddPlaylist(MakePlaylist("/b"));
     FAIL() << "added in spite of the lock";
@@ -444,7 +445,8 @@ TEST_F(SqliteFile, ASearchIndexThatIsBrokenIsFoundAndBuiltAnew) {
   Song song = MakeSong("/a");
   song.title = "searched text";
   SqliteIndex(path()).WriteSongs({song}, {});
-  Database(path(), kImpatient).Execute("UPDATE song_texts_data SET block = x'00' WHERE id > 10");
+  SqliteDatabase(path(), kImpatient)
+      .Execute("UPDATE song_texts_data SET block = x'00' WHERE id > 10");
   SqliteIndex index(path());
   EXPECT_THAT(index.FindDamage(), Not(IsEmpty()));
   index.RepairDamage();
@@ -465,7 +467,7 @@ TEST_F(SqliteFile, ASoundIndexHasNoDamage) {
 TEST_F(SqliteFile, IdsEndAtThirtyTwoBits) {
   SqliteIndex index(path());
   index.AddPlaylist(MakePlaylist("/a"));
-  Database(path(), kImpatient)
+  SqliteDatabase(path(), kImpatient)
       .Execute("UPDATE sqlite_sequence SET seq = 2147483646 WHERE name = 'playlists'");
   EXPECT_EQ(index.AddPlaylist(MakePlaylist("/b")), 2147483647);
   EXPECT_THROW(index.AddPlaylist(MakePlaylist("/c")), IndexError);

@@ -46,8 +46,12 @@ void CheckRemovedAccounts(index::MediaIndex &index, Findings &findings) {
 /// Nothing when it cannot be opened, which is a finding.
 std::unique_ptr<index::MediaIndex> OpenIndex(Findings &findings) {
   try {
-    accounts::MakeFileIfMissing(system::kIndexFile);
-    return index::OpenMediaIndex();
+    if (!index::MediaIndexFile().empty()) {
+      accounts::MakeFileIfMissing(index::MediaIndexFile());
+    }
+    std::unique_ptr<index::MediaIndex> index = index::OpenMediaIndex();
+    (void)index->Revision(); // a server is asked first
+    return index;
   } catch (const index::IndexError &error) {
     findings.Found(std::string("index: ") + error.what(),
                    [] { throw std::runtime_error(kAdvice); });

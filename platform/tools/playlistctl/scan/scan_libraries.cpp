@@ -71,7 +71,9 @@ void Scan(index::MediaIndex &index, const Library &library, const ScanOptions &h
 
 bool ScanLibraries(const std::string &name, bool forget_all) {
   const std::vector<Library> libraries = LibrariesNamed(name);
-  accounts::MakeFileIfMissing(system::kIndexFile);
+  if (!index::MediaIndexFile().empty()) {
+    accounts::MakeFileIfMissing(index::MediaIndexFile());
+  }
   const std::unique_ptr<index::MediaIndex> index = index::OpenMediaIndex();
   // Two scans at once would both take a moved song for their own.
   const index::ScanLock lock;

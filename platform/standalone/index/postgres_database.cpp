@@ -1,0 +1,439 @@
+#include "index/postgres_database.h"
+#include "index/postgres_schema.h"
+#include "index/postgres_texts.h"
+#include "index/random_generator.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <chrono>
+#include <thread>
+
+namespace vexo::index {
+namespace {
+
+/// So often a transaction is tried that others undo, or whose connection breaks.
+constexpr int kMostAttempts = 10;
+
+/// Waits longer each time, and everyone for another time.
+void WaitBeforeAttempt(int attempt) {
+  std::mt19937_64 generator = RandomGenerator();
+  std::uniform_int_distribution<int> milliseconds(1, 4 << std::min(attempt, 7));
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds(generator)));
+}
+
+/// Values stand in the places $1, $2, ...
+std::string Translate(std::string_view sql) {
+  std::string translated(sql);
+  std::replace(translated.begin(), translated.end(), '?', '$');
+  return translated;
+}
+
+/// A statement, as it is sent each time that it runs.
+class PostgresCursor : public Cursor {
+public:
+  PostgresCursor(PostgresDatabase &database, std::string_view sql)
+      : database_(database), query_{Translate(sql)} {}
+  /// The rows of an answer that has come.
+  PostgresCursor(PostgresDatabase &database, PostgresResult result)
+      : database_(database), result_(std::move(result)) {}
+
+  void Bind(int parameter, int64_t value) override { At(parameter) = ToValue(value); }
+  void Bind(int parameter, double value) override { At(parameter) = ToValue(value); }
+  void Bind(int parameter, std::string_view text) override { At(parameter) = ToValue(text); }
+  void BindBytes(int parameter, std::string_view bytes) override { Bind(parameter, bytes); }
+  bool Step() override;
+  void Run() override { database_.Post(query_); }
+  int32_t Insert() override;
+  int64_t Change() override;
+  void Reset() override { Abandon(); }
+  void Abandon() noexcept override {
+    result_.reset();
+    row_ = -1;
+  }
+  [[nodiscard]] int64_t Int64(int column) const override;
+  [[nodiscard]] double Double(int column) const override;
+  [[nodiscard]] std::string_view View(int column) const override;
+
+private:
+  PostgresValue &At(int parameter);
+  PostgresDatabase &database_;
+  PostgresQuery query_;
+  PostgresResult result_;
+  int row_ = -1;
+};
+
+PostgresValue &PostgresCursor::At(int parameter) {
+  const auto position = static_cast<std::size_t>(parameter);
+  if (query_.parameters.size() < position) {
+    query_.parameters.resize(position, ToValue(int64_t{0}));
+  }
+  return query_.parameters[position - 1];
+}
+
+bool PostgresCursor::Step() {
+  if (!result_) {
+    result_ = database_.Read(query_);
+  }
+  return ++row_ < PQntuples(result_.get());
+}
+
+int32_t PostgresCursor::Insert() {
+  PostgresQuery query = query_;
+  query.sql += " RETURNING id";
+  result_ = database_.Write(std::move(query));
+  row_ = 0;
+  const auto id = static_cast<int32_t>(Int64(0));
+  Abandon();
+  return id;
+}
+
+int64_t PostgresCursor::Change() {
+  const PostgresResult result = database_.Write(query_);
+  const std::string_view count = PQcmdTuples(result.get());
+  int64_t rows = 0;
+  std::from_chars(count.data(), count.data() + count.size(), rows);
+  return rows;
+}
+
+uint64_t BigEndian(std::string_view bytes) {
+  uint64_t number = 0;
+  for (const char c : bytes) {
+    number = number << 8 | static_cast<unsigned char>(c);
+  }
+  return number;
+}
+
+/// Numbers of every size, and truth values.
+int64_t PostgresCursor::Int64(int column) const {
+  const std::string_view bytes = View(column);
+  const uint64_t number = BigEndian(bytes);
+  return bytes.size() == sizeof(int32_t) ? static_cast<int32_t>(static_cast<uint32_t>(number))
+                                         : static_cast<int64_t>(number);
+}
+
+double PostgresCursor::Double(int column) const {
+  return std::bit_cast<double>(BigEndian(View(column)));
+}
+
+std::string_view PostgresCursor::View(int column) const {
+  return {PQgetvalue(result_.get(), row_, column),
+          static_cast<std::size_t>(PQgetlength(result_.get(), row_, column))};
+}
+
+template <typename Key>
+void LookUp(PostgresDatabase &database, const Lookup &lookup, std::span<const Key> keys,
+            const RowVisitor &read) {
+  if (keys.empty()) {
+    return;
+  }
+  PostgresQuery query{Translate("SELECT " + lookup.columns +
+                                " FROM unnest(?2) WITH ORDINALITY AS keys(column1, position) "
+                                "CROSS JOIN " +
+                                lookup.from + " ORDER BY position")};
+  if (lookup.tie != nullptr) {
+    query.sql += std::string(", ") + lookup.tie;
+  }
+  query.parameters = {ToValue(lookup.first), ToValue(keys)};
+  auto cursor = std::make_unique<PostgresCursor>(database, database.Read(std::move(query)));
+  Statement rows(std::move(cursor));
+  while (rows.Step()) {
+    read(rows);
+  }
+}
+
+} // namespace
+
+PostgresDatabase::PostgresDatabase(std::string url, int busy_milliseconds)
+    : url_(std::move(url)), busy_milliseconds_(busy_milliseconds),
+      texts_(std::make_unique<PostgresTexts>(*this)) {}
+
+PostgresDatabase::~PostgresDatabase() = default;
+
+const Dialect &PostgresDatabase::dialect() const {
+  static constexpr Dialect kDialect{[](const std::string &column) { return "folded_" + column; },
+                                    [](const std::string &text, const std::string &part) {
+                                      return "position(" + part + " IN " + text + ") > 0";
+                                    },
+                                    [](const std::string &text, const std::string &part) {
+                                      return "substr(" + text + ", greatest(1, length(" + text +
+                                             ") - length(" + part + ") + 1)) = " + part;
+                                    },
+                                    [](const std::string &text) { return "sha256(" + text + ")"; },
+                                    "trunc(duration)",
+                                    true};
+  return kDialect;
+}
+
+std::unique_ptr<Cursor> PostgresDatabase::Prepare(std::string_view sql) {
+  return std::make_unique<PostgresCursor>(*this, sql);
+}
+
+void PostgresDatabase::ForEachKey(const Lookup &lookup, std::span<const int64_t> keys,
+                                  const RowVisitor &read) {
+  LookUp(*this, lookup, keys, read);
+}
+
+void PostgresDatabase::ForEachKey(const Lookup &lookup, std::span<const std::string_view> keys,
+                                  const RowVisitor &read) {
+  LookUp(*this, lookup, keys, read);
+}
+
+namespace {
+
+std::vector<PostgresValue> ToValues(const EntryRows &rows) {
+  const std::vector<std::string_view> keys(rows.keys.begin(), rows.keys.end());
+  return {ToValue(std::span(rows.lists)), ToValue(std::span(keys)), ToValue(std::span(rows.ids))};
+}
+
+} // namespace
+
+namespace {
+
+/// The sequence of a table's ids.
+std::string SequenceOf(const std::string &table) {
+  return (table == "song_groups" ? "group" : table.substr(0, table.size() - 1)) + "_ids";
+}
+
+} // namespace
+
+int64_t PostgresDatabase::LastId(const std::string &table) {
+  return Number(
+      ("SELECT CASE WHEN is_called THEN last_value ELSE 0 END FROM " + SequenceOf(table)).c_str());
+}
+
+void PostgresDatabase::SetLastId(const std::string &table, int64_t id) {
+  Post({"SELECT setval(CAST(convert_from($1, 'UTF8') AS regclass), greatest(1, $2), $2 > 0)",
+        {ToValue(std::string_view(SequenceOf(table))), ToValue(id)}});
+}
+
+void PostgresDatabase::AddEntries(const EntryRows &rows) {
+  if (!rows.ids.empty()) {
+    Post({"INSERT INTO entries(list, key, id) SELECT * FROM unnest($1, $2, $3)", ToValues(rows)});
+  }
+}
+
+void PostgresDatabase::RemoveEntries(const EntryRows &rows) {
+  if (!rows.ids.empty()) {
+    Post({"DELETE FROM entries USING unnest($1, $2, $3) AS gone(list, key, id) "
+          "WHERE entries.list = gone.list AND entries.key = gone.key AND entries.id = gone.id",
+          ToValues(rows)});
+  }
+}
+
+void PostgresDatabase::Connect() {
+  if (connection_ && !is_begun_ && !connection_->IsAlive()) {
+    ForgetConnection();
+  }
+  if (!connection_) {
+    connection_.emplace(url_);
+  }
+}
+
+void PostgresDatabase::ForgetConnection() noexcept {
+  connection_.reset();
+  is_schema_known_ = false;
+  is_begun_ = false;
+}
+
+/// Sends what is queued. With the first batch of a connection it asks for the version of the
+/// schema, so that this takes no time of its own.
+PostgresResult PostgresDatabase::ExchangeQueue() {
+  Connect();
+  if (is_schema_known_) {
+    return connection_->Exchange(queue_);
+  }
+  std::vector<PostgresQuery> batch = queue_;
+  const std::size_t place = state_ == State::kAlone ? 0 : 1; // behind BEGIN
+  batch.insert(batch.begin() + static_cast<std::ptrdiff_t>(place), PostgresQuery{SchemaCheck()});
+  try {
+    PostgresResult result = connection_->Exchange(batch);
+    is_schema_known_ = true;
+    return result;
+  } catch (const PostgresError &error) {
+    if (error.position() != place || !connection_->Undo()) {
+      throw;
+    }
+  }
+  MigrateSchema(*connection_);
+  is_schema_known_ = true;
+  return connection_->Exchange(queue_);
+}
+
+/// The same, and the queue is empty then.
+PostgresResult PostgresDatabase::SendQueue() {
+  PostgresResult result = ExchangeQueue();
+  is_begun_ = state_ != State::kAlone;
+  queue_.clear();
+  return result;
+}
+
+/// A batch that is a transaction of its own. When its connection breaks, what it wrote may be
+/// there: only what reads is asked again.
+PostgresResult PostgresDatabase::Alone(bool is_read) {
+  for (int attempt = 1;; ++attempt) {
+    try {
+      return SendQueue();
+    } catch (const PostgresError &error) {
+      if (!connection_->Undo()) {
+        ForgetConnection();
+      }
+      if (!error.IsConflict() || attempt == kMostAttempts) {
+        queue_.clear();
+        throw;
+      }
+    } catch (const ConnectionLost &) {
+      const bool was_sent = connection_.has_value();
+      ForgetConnection();
+      if ((was_sent && !is_read) || attempt == kMostAttempts) {
+        queue_.clear();
+        throw;
+      }
+    }
+    WaitBeforeAttempt(attempt);
+  }
+}
+
+PostgresResult PostgresDatabase::Read(PostgresQuery query) {
+  queue_.push_back(std::move(query));
+  return state_ == State::kAlone ? Alone(true) : SendQueue();
+}
+
+PostgresResult PostgresDatabase::Write(PostgresQuery query) {
+  queue_.push_back(std::move(query));
+  return state_ == State::kAlone ? Alone(false) : SendQueue();
+}
+
+void PostgresDatabase::Post(PostgresQuery query) {
+  constexpr std::size_t kMostQueued = 256;
+  queue_.push_back(std::move(query));
+  if (state_ == State::kAlone) {
+    Alone(false);
+  } else if (queue_.size() >= kMostQueued) {
+    SendQueue();
+  }
+}
+
+void PostgresDatabase::Execute(const char *sql) {
+  std::string_view rest = sql;
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find(';'), rest.size());
+    Post({std::string(rest.substr(0, end))});
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+}
+
+void PostgresDatabase::AddLock(Lock lock) {
+  queue_.push_back(
+      {"SELECT set_config('lock_timeout', '" + std::to_string(busy_milliseconds_) + "ms', true)"});
+  queue_.push_back(
+      {"SELECT 1 FROM locks WHERE id = $1 FOR UPDATE", {ToValue(static_cast<int64_t>(lock))}});
+}
+
+void PostgresDatabase::LockForNext(Lock lock) {
+  if (state_ == State::kAlone) {
+    queue_.clear(); // of a statement that was never run
+    AddLock(lock);
+  }
+}
+
+void PostgresDatabase::Attempt(Lock lock, MediaIndex::Durable durable,
+                               const std::function<void()> &work) {
+  queue_.assign(1, {"BEGIN"});
+  state_ = State::kTransaction;
+  AddLock(lock);
+  if (durable == MediaIndex::Durable::kSoon) {
+    queue_.push_back({"SET LOCAL synchronous_commit = off"});
+  }
+  const std::size_t prologue = queue_.size();
+  work();
+  if (is_begun_ || queue_.size() > prologue) {
+    Commit();
+  }
+  AbandonTransaction();
+}
+
+namespace {
+
+/// Nobody knows whether the transaction was committed.
+class OutcomeUnknown : public IndexError {
+public:
+  using IndexError::IndexError;
+};
+
+} // namespace
+
+void PostgresDatabase::Commit() {
+  if (!queue_.empty() && is_begun_) {
+    SendQueue(); // what breaks up to here is certainly not committed
+  }
+  queue_.push_back({"COMMIT"});
+  try {
+    SendQueue();
+  } catch (const ConnectionLost &lost) {
+    if (!connection_) {
+      throw;
+    }
+    throw OutcomeUnknown(std::string("it is not known whether this was written: ") + lost.what());
+  }
+}
+
+/// Back to the state without a transaction.
+void PostgresDatabase::AbandonTransaction() noexcept {
+  state_ = State::kAlone;
+  queue_.clear();
+  if (connection_ && !connection_->Undo()) {
+    ForgetConnection();
+  }
+  is_begun_ = false;
+}
+
+void PostgresDatabase::Transact(Lock lock, MediaIndex::Durable durable,
+                                const std::function<void()> &work) {
+  for (int attempt = 1;; ++attempt) {
+    try {
+      return Attempt(lock, durable, work);
+    } catch (const PostgresError &error) {
+      AbandonTransaction();
+      if (!error.IsConflict() || attempt == kMostAttempts) {
+        throw;
+      }
+    } catch (const ConnectionLost &) {
+      AbandonTransaction();
+      ForgetConnection();
+      if (attempt == kMostAttempts) {
+        throw;
+      }
+    } catch (...) {
+      AbandonTransaction();
+      throw;
+    }
+    WaitBeforeAttempt(attempt);
+  }
+}
+
+bool PostgresDatabase::BeginMoment() {
+  if (state_ != State::kAlone) {
+    return false;
+  }
+  state_ = State::kMoment;
+  queue_.assign(1, {"BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"});
+  return true;
+}
+
+void PostgresDatabase::EndMoment() noexcept {
+  const bool was_begun = is_begun_;
+  state_ = State::kAlone;
+  queue_.clear();
+  is_begun_ = false;
+  try {
+    if (was_begun && connection_) {
+      connection_->Leave();
+    }
+  } catch (const std::exception &) {
+    ForgetConnection();
+  }
+}
+
+} // namespace vexo::index

@@ -1,0 +1,71 @@
+#pragma once
+// PostgreSQL, or what speaks its language, as a Database. Statements of a transaction whose answers
+// nobody waits for are sent with the next one that somebody waits for.
+
+#include "index/database.h"
+#include "index/postgres_connection.h"
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vexo::index {
+
+class PostgresDatabase : public Database {
+public:
+  /// How long a lock of another process is waited for.
+  static constexpr int kBusyMilliseconds = 10'000;
+
+  /// Connects at the first statement. The schema is made or migrated then, where needed.
+  explicit PostgresDatabase(std::string url, int busy_milliseconds = kBusyMilliseconds);
+  ~PostgresDatabase() override;
+
+  [[nodiscard]] const Dialect &dialect() const override;
+  Texts &texts() override { return *texts_; }
+  std::unique_ptr<Cursor> Prepare(std::string_view sql) override;
+  void Execute(const char *sql) override;
+  void ForEachKey(const Lookup &lookup, std::span<const int64_t> keys,
+                  const RowVisitor &read) override;
+  void ForEachKey(const Lookup &lookup, std::span<const std::string_view> keys,
+                  const RowVisitor &read) override;
+  int64_t LastId(const std::string &table) override;
+  void SetLastId(const std::string &table, int64_t id) override;
+  void AddEntries(const EntryRows &rows) override;
+  void RemoveEntries(const EntryRows &rows) override;
+  void Transact(Lock lock, MediaIndex::Durable durable, const std::function<void()> &work) override;
+  using Database::Transact;
+  void LockForNext(Lock lock) override;
+  [[nodiscard]] const char *HoldingRows() const override { return " FOR UPDATE"; }
+  bool BeginMoment() override;
+  void EndMoment() noexcept override;
+
+  /// Asks for rows.
+  PostgresResult Read(PostgresQuery query);
+  /// Changes something, and gives the answer.
+  PostgresResult Write(PostgresQuery query);
+  /// Changes something; inside a transaction, at any time before its end.
+  void Post(PostgresQuery query);
+
+private:
+  enum class State { kAlone, kMoment, kTransaction };
+
+  void Connect();
+  void Attempt(Lock lock, MediaIndex::Durable durable, const std::function<void()> &work);
+  void Commit();
+  void AddLock(Lock lock);
+  PostgresResult Alone(bool is_read);
+  PostgresResult SendQueue();
+  PostgresResult ExchangeQueue();
+  void AbandonTransaction() noexcept;
+  void ForgetConnection() noexcept;
+
+  std::string url_;
+  int busy_milliseconds_;
+  std::unique_ptr<Texts> texts_;
+  std::optional<PostgresConnection> connection_;
+  bool is_schema_known_ = false; ///< on this connection
+  State state_ = State::kAlone;
+  bool is_begun_ = false; ///< the server has heard of the transaction
+  std::vector<PostgresQuery> queue_;
+};
+
+} // namespace vexo::index

@@ -1,0 +1,58 @@
+// The media index on PostgreSQL.
+
+#include "index/lists.h"
+#include "index/postgres_database.h"
+#include "index/sql_index.h"
+#include "index/texts.h"
+
+namespace vexo::index {
+namespace {
+
+/// What PostgresIndex has before it is a SqlIndex.
+struct Connection {
+  PostgresDatabase server;
+};
+
+class PostgresIndex : private Connection, public SqlIndex {
+public:
+  explicit PostgresIndex(const std::string &url)
+      : Connection{PostgresDatabase(url)}, SqlIndex(server) {}
+
+  void Optimize() override;
+  std::vector<std::string> FindDamage() override;
+
+private:
+  void ClearTexts() override { server.Execute("DELETE FROM texts"); }
+};
+
+void PostgresIndex::Optimize() {
+  for (const char *table : {"songs", "texts", "entries", "marks", "song_groups", "group_albums"}) {
+    server.Execute(("VACUUM (ANALYZE) " + std::string(table)).c_str());
+  }
+}
+
+std::vector<std::string> PostgresIndex::FindDamage() {
+  std::vector<std::string> findings;
+  try {
+    const int64_t missing =
+        server.Number("SELECT count(*) FROM songs WHERE NOT EXISTS (SELECT 1 FROM texts "
+                      "WHERE kind = 0 AND texts.id = songs.id)");
+    if (missing != 0) {
+      findings.push_back(std::to_string(missing) + " songs are in no search");
+    }
+    for (std::string &finding : FindListDamage(server)) {
+      findings.push_back(std::move(finding));
+    }
+  } catch (const IndexError &error) {
+    findings.emplace_back(error.what());
+  }
+  return findings;
+}
+
+} // namespace
+
+std::unique_ptr<MediaIndex> OpenPostgresIndex(const std::string &url) {
+  return std::make_unique<PostgresIndex>(url);
+}
+
+} // namespace vexo::index
