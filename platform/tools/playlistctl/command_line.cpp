@@ -4,6 +4,7 @@
 #include "playlistctl/accounts.h"
 #include "playlistctl/doctor/doctor.h"
 #include "playlistctl/log.h"
+#include "playlistctl/move_index.h"
 #include "playlistctl/scan/scan_libraries.h"
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -109,6 +110,16 @@ void AddDoctorCommand(CLI::App &program) {
   });
 }
 
+void AddIndexCommand(CLI::App &program) {
+  CLI::App &index = *program.add_subcommand("index", "Where the index is kept");
+  index.require_subcommand(1);
+  CLI::App &move = *index.add_subcommand(
+      "move", "Copies the index into another one, which must be empty, with all ids");
+  const auto url = std::make_shared<std::string>();
+  move.add_option("--to", *url, "postgresql://..., or the path of a file")->required();
+  move.callback([url] { MoveIndex(*url); });
+}
+
 void AddLogCommand(CLI::App &program) {
   CLI::App &log = *program.add_subcommand("log", "Prints the administrative log");
   const auto count = std::make_shared<std::size_t>(0);
@@ -124,6 +135,7 @@ int RunCommandLine(std::vector<std::string> arguments) {
   AddAccountCommand(program);
   AddScanCommand(program);
   AddDoctorCommand(program);
+  AddIndexCommand(program);
   AddLogCommand(program);
   std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
   try {
