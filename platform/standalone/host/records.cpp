@@ -114,7 +114,7 @@ void CopyText(char *field, std::size_t size, std::string_view text) {
       --length;
     }
   }
-  std::memcpy(field, text.data(), length);
+  text.copy(field, length); // which may be of no text at all
   field[length] = '\0';
 }
 
