@@ -1,6 +1,7 @@
-"""A PostgreSQL server of a test's own, and a pgbouncer in front of it."""
+"""A PostgreSQL server of a test's own, and pgbouncers in front of it."""
 
 import os
+import shutil
 import subprocess
 import tempfile
 from pathlib import Path
@@ -9,7 +10,7 @@ from places import SOURCE
 from server import listens, start
 
 BOUNCER = """[databases]
-* = host={folder}
+* = host={server}
 [pgbouncer]
 listen_addr =
 unix_socket_dir = {folder}
@@ -18,6 +19,30 @@ auth_type = trust
 auth_file = {folder}/users
 pool_mode = transaction
 """
+
+
+class Bouncer:
+    """A pgbouncer that listens on a socket in `folder`, which is made, for the server whose socket is in
+    the folder `server`. Runs until stop(). `seen_at`: the place of the folder where the command `enter`
+    leads, when that is another one."""
+
+    def __init__(self, folder, server, enter=(), seen_at=None):
+        folder.mkdir(exist_ok=True)
+        as_user = ()
+        if os.geteuid() == 0:
+            as_user = ("setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups")
+            shutil.chown(folder, "nobody")
+        seen_at = seen_at or folder
+        (folder / "users").write_text('"vexo" ""\n')
+        (folder / "pgbouncer.ini").write_text(BOUNCER.format(folder=seen_at, server=server))
+        socket = folder / ".s.PGSQL.6432"
+        self.process = start([*enter, *as_user, "/usr/sbin/pgbouncer", "-q", seen_at / "pgbouncer.ini"],
+                             folder / "pgbouncer.log", lambda: listens(socket))
+        self.url = f"postgresql://vexo@/postgres?host={seen_at}&port=6432"
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait()
 
 
 class Postgres:
@@ -29,20 +54,12 @@ class Postgres:
         self.server = subprocess.Popen([SOURCE / "tests/support/postgres_server", self.folder],
                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         assert self.server.stdout.readline() == b"ready\n"
-        (self.folder / "users").write_text('"vexo" ""\n')
-        config = self.folder / "pgbouncer.ini"
-        config.write_text(BOUNCER.format(folder=self.folder))
-        as_user = (["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"]
-                   if os.geteuid() == 0 else [])
-        socket = self.folder / ".s.PGSQL.6432"
-        self.bouncer = start([*as_user, "/usr/sbin/pgbouncer", "-q", config],
-                             self.folder / "pgbouncer.log", lambda: listens(socket))
+        self.bouncer = Bouncer(self.folder, self.folder)
         self.url = f"postgresql://vexo@/postgres?host={self.folder}"
-        self.bouncer_url = self.url + "&port=6432"
+        self.bouncer_url = self.bouncer.url
 
     def stop(self):
-        self.bouncer.terminate()
-        self.bouncer.wait()
+        self.bouncer.stop()
         self.server.stdin.close()
         self.server.wait()
         self.server.stdout.close()

@@ -161,16 +161,17 @@ def start(command, log_file, listens, **options):
 class Server:
     """A lighttpd on a free port of the loopback."""
 
-    def __init__(self, address="127.0.0.1", without=(), port=None):
-        """Lines of the configuration that hold any of the texts `without` are left out."""
+    def __init__(self, address="127.0.0.1", without=(), port=None, root=ROOT, enter=()):
+        """Lines of the configuration that hold any of the texts `without` are left out. `root`: where
+        the device root lies that it has where the command `enter` leads."""
         self.port = port or free_port()
-        conf = ROOT / "etc/lighttpd.conf"
-        lines = run(SOURCE / "scripts/lighttpd_conf", ROOT, address, self.port).splitlines()
-        conf.write_text("".join(f"{line}\n" for line in lines
-                                if not any(text in line for text in without)))
-        self.log_file = ROOT / "var/log/vexo/lighttpd.log"
-        self.process = start(["lighttpd", "-D", "-f", conf], self.log_file, self._listens,
-                             start_new_session=True)
+        conf = "etc/lighttpd.conf"
+        lines = run(*enter, SOURCE / "scripts/lighttpd_conf", ROOT, address, self.port).splitlines()
+        (root / conf).write_text("".join(f"{line}\n" for line in lines
+                                         if not any(text in line for text in without)))
+        self.log_file = root / "var/log/vexo/lighttpd.log"
+        self.process = start([*enter, "lighttpd", "-D", "-f", ROOT / conf], self.log_file,
+                             self._listens, start_new_session=True)
 
     def _listens(self):
         with socket.socket() as client:
