@@ -11,7 +11,6 @@ import { DragGhost } from "../list/drag.tsx";
 import { PlayerBar } from "../playback/player_bar.tsx";
 import { PlayerMenuButton } from "../playback/player_menu.tsx";
 import { isWaiting as queueWaits } from "../playback/queue_sync.ts";
-
 import { FileDrop } from "../playlists/file_drop.tsx";
 import { forEditor } from "../playlists/for_editor.ts";
 import { PlaylistTree } from "../playlists/tree.tsx";

@@ -5,6 +5,7 @@ import { language, languages, setLanguage, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { showKeys } from "../ui/keys.tsx";
 import { withPart } from "../ui/lazy.tsx";
+import { mediaMatches } from "../ui/media.ts";
 import { type MenuItem, openMenu } from "../ui/menu.tsx";
 import { notifyFailure } from "../ui/notices.tsx";
 import { goTo } from "../ui/router.ts";
@@ -17,11 +18,7 @@ const KEPT = "theme";
 const kept = localStorage.getItem(KEPT);
 const theme = signal<Theme>(THEMES.find((name) => name === kept) ?? "auto");
 
-const prefersDark = matchMedia("(prefers-color-scheme: dark)");
-const deviceIsDark = signal(prefersDark.matches);
-prefersDark.addEventListener("change", () => {
-  deviceIsDark.value = prefersDark.matches;
-});
+const deviceIsDark = mediaMatches("(prefers-color-scheme: dark)");
 
 effect(() => {
   localStorage.setItem(KEPT, theme.value);

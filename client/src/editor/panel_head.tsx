@@ -2,6 +2,7 @@
 import { formatDuration, t } from "../text/index.ts";
 import { redo, undo } from "../ui/history.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
+import { MenuButton } from "../ui/menu.tsx";
 import { reasonOf } from "../ui/notices.tsx";
 import { closeList } from "./commands.ts";
 import type { ListDocument } from "./document.ts";
@@ -84,15 +85,7 @@ function Tools({ document, isPage, showMenu }: HeadProps) {
           />
         </>
       )}
-      <button
-        type="button"
-        class="icon-button"
-        aria-label={t("menu")}
-        aria-haspopup="menu"
-        onClick={({ currentTarget }) => showMenu(currentTarget)}
-      >
-        <Icon name="more" />
-      </button>
+      <MenuButton label={t("menu")} open={showMenu} />
       {!isPage && <Tool icon="close" label={t("editor.close")} run={closeList} />}
     </div>
   );

@@ -14,7 +14,7 @@ import {
   changeQuery,
   FilterField,
   LibrarySwitch,
-  MenuButton,
+  MoreButton,
   SortChoice,
   type SortKey,
   sortOf,
@@ -71,7 +71,7 @@ export function AlbumsView({ route }: { route: Route }) {
         <LibrarySwitch shown={library} />
         <FilterField />
         <SortChoice keys={sortKeys()} />
-        <MenuButton items={() => songsMenu(songs())} />
+        <MoreButton items={() => songsMenu(songs())} />
       </ViewHead>
       <Ways at="albums" />
       <Filters filters={filters} />

@@ -2,6 +2,7 @@
 import { songsDownload } from "../api/actions.ts";
 import type { Item } from "../list/items.ts";
 import { enqueue, play, playNext } from "../playback/commands.ts";
+import { MOST_ENTRIES } from "../playback/queue.ts";
 import { addToOpenList, addToOtherList, listToAddTo, saveAsList } from "../playlists/commands.ts";
 import { playlistOf } from "../playlists/store.ts";
 import { t } from "../text/index.ts";
@@ -10,21 +11,18 @@ import { notify, notifyFailure } from "../ui/notices.tsx";
 import { cut, sampleParts } from "./parts.ts";
 import { Songs } from "./songs.ts";
 
-/** As many songs as a queue takes. */
-export const MOST_QUEUED = 100_000;
-
 /** As many as are queued; says so if that is not all. */
 function queued(songs: Songs) {
-  if ((songs.count ?? 0) <= MOST_QUEUED) return songs;
-  notify({ text: t("library.queued_first", { count: MOST_QUEUED }) });
-  return songs.part(0, MOST_QUEUED);
+  if ((songs.count ?? 0) <= MOST_ENTRIES) return songs;
+  notify({ text: t("library.queued_first", { count: MOST_ENTRIES }) });
+  return songs.part(0, MOST_ENTRIES);
 }
 
 /** Of more songs than are queued, some from everywhere. */
 function shuffled(songs: Songs) {
-  const parts = sampleParts(songs.count ?? 0, MOST_QUEUED, Math.random);
+  const parts = sampleParts(songs.count ?? 0, MOST_ENTRIES, Math.random);
   if (parts.length <= 1) return songs;
-  return new Songs(songs.name, MOST_QUEUED, async (from, to, stop) => {
+  return new Songs(songs.name, MOST_ENTRIES, async (from, to, stop) => {
     const items: Item[] = [];
     for (const { first, end } of cut(parts, from, to))
       items.push(...(await songs.loadSome(first, end, stop)));

@@ -1,24 +1,16 @@
 // What stands above what a view shows: its name, how much there is, and what can be done with all of it.
 
-import { signal } from "@preact/signals";
 import type { ComponentChildren } from "preact";
 import { useEffect, useId, useRef } from "preact/hooks";
 import type { LibraryName } from "../api/types.ts";
 import { formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
-import { type MenuItem, openMenu } from "../ui/menu.tsx";
+import { MenuButton, type MenuItem, openMenu } from "../ui/menu.tsx";
 import { type Route, replaceQuery, route } from "../ui/router.ts";
 import { user } from "../ui/session.tsx";
 import { addLabel, addToOpen, playSongs, shuffleSongs, songsMenu } from "./deeds.ts";
 import { linkToWay, WAYS } from "./navigation.tsx";
 import type { Songs } from "./songs.ts";
-
-const narrow = matchMedia("(max-width: 699px)");
-/** Whether it is a phone. */
-export const isNarrow = signal(narrow.matches);
-narrow.addEventListener("change", () => {
-  isNarrow.value = narrow.matches;
-});
 
 interface ViewHeadProps {
   title: string;
@@ -164,20 +156,9 @@ export function sortOf(keys: SortKey[], { query }: Route) {
   return { key: choice?.key ?? "", down: dir === null ? (choice?.down ?? false) : dir === "desc" };
 }
 
-/** A button that opens a menu. */
-export function MenuButton({ items, label = t("more") }: { items: () => MenuItem[]; label?: string }) {
-  return (
-    <button
-      type="button"
-      class="icon-button"
-      aria-haspopup="menu"
-      aria-label={label}
-      title={label}
-      onClick={({ currentTarget }) => openMenu(currentTarget, label, items())}
-    >
-      <Icon name="more" />
-    </button>
-  );
+/** A button for what else can be done. */
+export function MoreButton({ items, label = t("more") }: { items: () => MenuItem[]; label?: string }) {
+  return <MenuButton label={label} tip open={(button) => openMenu(button, label, items())} />;
 }
 
 /** What people do most with all songs of a thing; the rest is in the menu. */
@@ -196,7 +177,7 @@ export function SongsButtons({ songs, more = [] }: { songs: Songs; more?: MenuIt
         <Icon name="add" />
         <span class="button-label">{addLabel()}</span>
       </button>
-      <MenuButton items={() => [...songsMenu(songs), ...more]} />
+      <MoreButton items={() => [...songsMenu(songs), ...more]} />
     </div>
   );
 }

@@ -16,7 +16,7 @@ import { useTitle } from "../ui/title.ts";
 import { albumName } from "./albums_view.tsx";
 import { Cover } from "./cover.tsx";
 import { onSongsKey, songsMenu } from "./deeds.ts";
-import { MenuButton, ViewHead } from "./head.tsx";
+import { MoreButton, ViewHead } from "./head.tsx";
 import { focusFirstHit, focusLastLink, focusSearchField, hits } from "./hits.ts";
 import { Joined } from "./joined.ts";
 import { type KeptAnswer, KeptList, pagesOf, useAnswer, useKept, useSteady } from "./lists.ts";
@@ -132,7 +132,7 @@ function Found({ q, route }: { q: string; route: Route }) {
     <>
       <ViewHead title={t("search.title")} count={total}>
         <ColumnsButton />
-        <MenuButton items={() => songsMenu(all())} />
+        <MoreButton items={() => songsMenu(all())} />
       </ViewHead>
       <SongTable
         label={t("library.songs")}

@@ -3,7 +3,7 @@ import { SelectionBar as ListSelectionBar } from "../list/selection_bar.tsx";
 import { t } from "../text/index.ts";
 import { Icon, type IconName } from "../ui/icon.tsx";
 import { addLabel, addToOpen, playSongs, songsMenu } from "./deeds.ts";
-import { MenuButton } from "./head.tsx";
+import { MoreButton } from "./head.tsx";
 import type { KeptList } from "./lists.ts";
 import type { Songs } from "./songs.ts";
 
@@ -36,7 +36,7 @@ export function SelectionBar<T>({ list, chosen }: SelectionBarProps<T>) {
     <ListSelectionBar selection={selection}>
       {button("add", addLabel(), addToOpen, true)}
       {button("play", t("library.play"), playSongs)}
-      <MenuButton
+      <MoreButton
         items={() => {
           const songs = chosen();
           return songs ? songsMenu(songs) : [];

@@ -6,11 +6,12 @@ import type { Dragged } from "../list/drag.tsx";
 import { type Column, ListView, type Section, type Sort } from "../list/list_view.tsx";
 import { type Range, rangesOf } from "../list/selection.ts";
 import { currentSongId } from "../playback/commands.ts";
+import { MOST_ENTRIES } from "../playback/queue.ts";
 import { formatDuration, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { useKeys } from "../ui/keys.tsx";
 import { openMenu } from "../ui/menu.tsx";
-import { addToOpen, addToOther, MOST_QUEUED, onSongsKey, playSongs, songsMenu } from "./deeds.ts";
+import { addToOpen, addToOther, onSongsKey, playSongs, songsMenu } from "./deeds.ts";
 import type { KeptList } from "./lists.ts";
 import { SelectionBar } from "./selection_bar.tsx";
 import { fittingColumns, isCompact, listColumn, wanted } from "./song_columns.tsx";
@@ -58,7 +59,7 @@ export function SongTable<T>(props: SongTableProps<T>) {
   const playFrom = (row: T, index: number) => {
     if (!songOf(row)) return props.onOpenOther?.(row);
     const total = source.total.peek() ?? 0;
-    const first = total <= MOST_QUEUED ? firstOf(props, index) : index;
+    const first = total <= MOST_ENTRIES ? firstOf(props, index) : index;
     playSongs(songsAt([{ first, end: total }]), index - first);
   };
   const menuOf = (index: number) => {

@@ -4,11 +4,12 @@ import type { Song } from "../api/types.ts";
 import type { Sort } from "../list/list_view.tsx";
 import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
+import { MenuButton } from "../ui/menu.tsx";
 import type { Route } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
 import { saveAs, shuffleSongs, songsMenu } from "./deeds.ts";
 import { Empty } from "./empty.tsx";
-import { changeQuery, FilterField, LibrarySwitch, MenuButton, ViewHead, Ways } from "./head.tsx";
+import { changeQuery, FilterField, LibrarySwitch, MoreButton, ViewHead, Ways } from "./head.tsx";
 import { libraryOf, useList, useSteady } from "./lists.ts";
 import { openColumnsMenu } from "./song_columns.tsx";
 import { SongTable } from "./song_table.tsx";
@@ -41,18 +42,14 @@ export function onSort({ key, down }: Sort) {
 }
 
 export function ColumnsButton() {
-  const label = t("library.columns");
   return (
-    <button
-      type="button"
-      class="icon-button columns-button"
-      aria-haspopup="menu"
-      aria-label={label}
-      title={label}
-      onClick={({ currentTarget }) => openColumnsMenu(currentTarget)}
-    >
-      <Icon name="columns" />
-    </button>
+    <MenuButton
+      label={t("library.columns")}
+      icon="columns"
+      tip
+      class="columns-button"
+      open={openColumnsMenu}
+    />
   );
 }
 
@@ -80,7 +77,7 @@ export function SongsView({ route }: { route: Route }) {
           {t("library.save_as")}
         </button>
         <ColumnsButton />
-        <MenuButton items={() => songsMenu(all())} />
+        <MoreButton items={() => songsMenu(all())} />
       </ViewHead>
       <Ways at="songs" />
       <SongTable

@@ -2,9 +2,10 @@
 // has the focus.
 import { useSignal } from "@preact/signals";
 import type { ComponentChildren, JSX } from "preact";
-import { useEffect, useLayoutEffect, useMemo, useRef } from "preact/hooks";
+import { useLayoutEffect, useMemo, useRef } from "preact/hooks";
 import { Failure } from "../ui/failure.tsx";
 import { Icon } from "../ui/icon.tsx";
+import { isCoarse } from "../ui/media.ts";
 import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
 import { useGlide } from "./glide.ts";
 import { type Column, Row } from "./row.tsx";
@@ -59,26 +60,17 @@ export interface ListViewProps<T> {
 }
 
 /** Pixels, as --row-height says: more where fingers press. */
-function useRowHeight() {
-  const height = useSignal(coarse.matches ? 48 : 36);
-  useEffect(() => {
-    const follow = () => {
-      height.value = coarse.matches ? 48 : 36;
-    };
-    coarse.addEventListener("change", follow);
-    return () => coarse.removeEventListener("change", follow);
-  }, [height]);
-  return height.value;
+function rowHeightNow() {
+  return isCoarse.value ? 48 : 36;
 }
 
-const coarse = matchMedia("(pointer: coarse)");
 const HEADING = 32; // pixels, as --heading-height says
 const SECTION = 40; // pixels, as --section-height says
 const LONG_TOUCH = 500; // milliseconds
 
 export function ListView<T>(props: ListViewProps<T>) {
   const { source, columns, label, header = false } = props;
-  const rowHeight = useRowHeight();
+  const rowHeight = rowHeightNow();
   const total = source.total.value ?? 0;
   void source.revision.value;
   const heading = header ? HEADING : 0;

@@ -9,6 +9,7 @@ import { ArraySource } from "../list/source.ts";
 import { compareNames, formatDate, formatDuration, formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { isNarrow } from "../ui/media.ts";
+import { MenuButton } from "../ui/menu.tsx";
 import { type Route, replaceQuery } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
 import { addToOpenList, addToOtherList } from "./commands.ts";
@@ -54,18 +55,8 @@ function NameCell({ playlist }: { playlist: Playlist }) {
 }
 
 function MoreButton({ playlist }: { playlist: Playlist }) {
-  return (
-    <button
-      type="button"
-      class="icon-button"
-      aria-haspopup="menu"
-      aria-label={t("playlists.more", { name: nameOf(playlist) })}
-      tabIndex={-1}
-      onClick={(event) => showMenu(playlist, event.currentTarget)}
-    >
-      <Icon name="more" />
-    </button>
-  );
+  const label = t("playlists.more", { name: nameOf(playlist) });
+  return <MenuButton label={label} tabIndex={-1} open={(button) => showMenu(playlist, button)} />;
 }
 
 function libraryOf({ kind, library }: Playlist) {

@@ -15,6 +15,7 @@ import { formatDuration, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { useKeys } from "../ui/keys.tsx";
 import { isNarrow } from "../ui/media.ts";
+import { MenuButton } from "../ui/menu.tsx";
 import { reasonOf } from "../ui/notices.tsx";
 import { linkTo, type Route, replaceQuery } from "../ui/router.ts";
 import { user } from "../ui/session.tsx";
@@ -229,15 +230,10 @@ function ChoiceButtons({ choice, playlist, choose }: ButtonsProps) {
         <Icon name={playlist.kind === "random" ? "shuffle" : "repeat"} />
         {t(playlist.kind === "random" ? "playlists.shuffle_anew" : "playlists.choose_anew")}
       </button>
-      <button
-        type="button"
-        class="icon-button"
-        aria-haspopup="menu"
-        aria-label={t("playlists.more", { name: nameOf(playlist) })}
-        onClick={(event) => showMenu(playlist, event.currentTarget)}
-      >
-        <Icon name="more" />
-      </button>
+      <MenuButton
+        label={t("playlists.more", { name: nameOf(playlist) })}
+        open={(button) => showMenu(playlist, button)}
+      />
     </>
   );
 }

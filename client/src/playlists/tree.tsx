@@ -10,7 +10,7 @@ import { Icon } from "../ui/icon.tsx";
 import { isTexts, keptForUser } from "../ui/kept.ts";
 import { withPart } from "../ui/lazy.tsx";
 import { isCoarse } from "../ui/media.ts";
-import { openMenu } from "../ui/menu.tsx";
+import { MenuButton, openMenu } from "../ui/menu.tsx";
 import { announce, reasonOf } from "../ui/notices.tsx";
 import { linkTo, route } from "../ui/router.ts";
 import { addTo, addToOpenList, addToOtherList, saveAsList } from "./commands.ts";
@@ -58,26 +58,13 @@ export function PlaylistTree() {
         <h2 id="lists-title">
           <a href={linkTo(["playlists"])}>{t("frame.lists")}</a>
         </h2>
-        <button
-          type="button"
-          class="icon-button"
-          aria-haspopup="menu"
-          aria-label={t("playlists.order")}
-          title={t("playlists.order")}
-          onClick={(event) => showOrders(event.currentTarget)}
-        >
-          <Icon name="sort" />
-        </button>
-        <button
-          type="button"
-          class="icon-button"
-          aria-haspopup="menu"
-          aria-label={t("playlists.new")}
-          title={t("playlists.new")}
-          onClick={({ currentTarget }) => act(({ showNewMenu }) => showNewMenu(currentTarget))}
-        >
-          <Icon name="add" />
-        </button>
+        <MenuButton label={t("playlists.order")} icon="sort" tip open={showOrders} />
+        <MenuButton
+          label={t("playlists.new")}
+          icon="add"
+          tip
+          open={(button) => act(({ showNewMenu }) => showNewMenu(button))}
+        />
       </header>
       <input
         class="lists-filter"

@@ -3,7 +3,7 @@ import type { ComponentChildren } from "preact";
 import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { isNarrow } from "../ui/media.ts";
-import { type MenuItem, openMenu } from "../ui/menu.tsx";
+import { MenuButton, type MenuItem, openMenu } from "../ui/menu.tsx";
 
 interface QueueHeadProps {
   title: string;
@@ -39,17 +39,12 @@ export function QueueHead({ title, facts, isEmpty, save, clear, items, children 
           {t("queue.save")}
         </button>
       )}
-      <button
-        type="button"
-        class="icon-button"
-        aria-haspopup="menu"
-        aria-label={t("more")}
-        title={t("more")}
+      <MenuButton
+        label={t("more")}
+        tip
         disabled={isEmpty}
-        onClick={({ currentTarget }) => openMenu(currentTarget, t("more"), menu())}
-      >
-        <Icon name="more" />
-      </button>
+        open={(button) => openMenu(button, t("more"), menu())}
+      />
     </header>
   );
 }

@@ -11,6 +11,7 @@ import { showMenu } from "../playlists/playlist_actions.ts";
 import { playlistOf, playlists } from "../playlists/store.ts";
 import { formatDuration, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
+import { MenuButton } from "../ui/menu.tsx";
 import { notify, notifyFailure, reasonOf } from "../ui/notices.tsx";
 import { linkTo, type Route } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
@@ -249,15 +250,10 @@ function KeptButtons({ draft, playlist }: { draft: Draft; playlist: Playlist }) 
         <Icon name="music" />
         {t("smart.songs")}
       </a>
-      <button
-        type="button"
-        class="icon-button"
-        aria-haspopup="menu"
-        aria-label={t("playlists.more", { name: playlist.name })}
-        onClick={(event) => showMenu(playlist, event.currentTarget)}
-      >
-        <Icon name="more" />
-      </button>
+      <MenuButton
+        label={t("playlists.more", { name: playlist.name })}
+        open={(button) => showMenu(playlist, button)}
+      />
     </>
   );
 }

@@ -37,6 +37,36 @@ export function closeMenu() {
   menu.value = undefined;
 }
 
+interface MenuButtonProps {
+  label: string;
+  /** Opens it, below the button. */
+  open: (button: HTMLElement) => void;
+  icon?: IconName;
+  /** A mouse that comes to it is told the label, too. */
+  tip?: boolean;
+  /** Beside that of all buttons with an icon. */
+  class?: string;
+  disabled?: boolean;
+  tabIndex?: number;
+}
+
+/** A button that opens a menu. */
+export function MenuButton({ label, open, icon = "more", tip = false, ...others }: MenuButtonProps) {
+  return (
+    <button
+      {...others}
+      type="button"
+      class={others.class ? `icon-button ${others.class}` : "icon-button"}
+      aria-haspopup="menu"
+      aria-label={label}
+      title={tip ? label : undefined}
+      onClick={({ currentTarget }) => open(currentTarget)}
+    >
+      <Icon name={icon} />
+    </button>
+  );
+}
+
 export function Menus() {
   return menu.value ? <Menu key={menu.value} menu={menu.value} /> : null;
 }

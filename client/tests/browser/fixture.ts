@@ -197,7 +197,7 @@ export class House {
   // A context and its page. To make one costs a second of a processor, so they are used again.
   private async enter({ size = DESKTOP, language = "en-GB", alone = false }: Visit): Promise<Room> {
     const kind = alone ? undefined : JSON.stringify([size, language]);
-    const idle = this.idle.findIndex((room) => room.kind === kind && !alone);
+    const idle = this.idle.findIndex((room) => room.kind === kind);
     if (idle >= 0) return this.idle.splice(idle, 1)[0] as Room;
     const context = await this.browser.newContext({
       baseURL: this.url,

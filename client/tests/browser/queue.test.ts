@@ -189,14 +189,19 @@ test("when another device has gone on, the user says which queue holds", async (
   });
 });
 
+// The server goes away, and an edit cannot be sent.
+async function removeFirstWhileAway(page: Page) {
+  await row(page, "Seed").click();
+  await house.stop();
+  const failed = page.waitForEvent("requestfailed");
+  await page.keyboard.press("Delete");
+  await failed;
+}
+
 test("an edit while the server is away is sent when it is back", async () => {
   await leaveQueue(ALBUM);
   await house.visit({ at: "#/queue", errors: /ERR_CONNECTION|Failed to load/ }, async (page) => {
-    await row(page, "Seed").click();
-    await house.stop();
-    const failed = page.waitForEvent("requestfailed");
-    await page.keyboard.press("Delete");
-    await failed;
+    await removeFirstWhileAway(page);
     await saved(page, () => house.start());
     assert.deepEqual(await titlesAtServer(house), ALBUM.slice(1));
   });
@@ -205,11 +210,7 @@ test("an edit while the server is away is sent when it is back", async () => {
 test("an edit that was not sent when the page was left is sent by the next one", async () => {
   await leaveQueue(ALBUM);
   await house.visit({ at: "#/queue", errors: /ERR_CONNECTION|Failed to load/ }, async (page) => {
-    await row(page, "Seed").click();
-    await house.stop();
-    const failed = page.waitForEvent("requestfailed");
-    await page.keyboard.press("Delete");
-    await failed;
+    await removeFirstWhileAway(page);
     await page.goto("about:blank");
     await house.start();
     await page.goto(`${house.url}#/queue`);
