@@ -202,8 +202,11 @@ std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url);
 /// Opens the index of this machine, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenMediaIndex();
 
-/// The file of the index of this machine; empty: a server has it.
-std::string MediaIndexFile();
+/// What names the index of this machine, as its configuration says.
+std::string MediaIndexUrl();
+
+/// The file that such a URL names; empty: a server has the index.
+std::string IndexFileOf(const std::string &url);
 
 /// Whether there is an index to open; else opening would make an empty one.
 bool HasMediaIndex();

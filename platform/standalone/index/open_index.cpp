@@ -8,8 +8,6 @@ namespace vexo::index {
 
 namespace {
 
-std::string IndexUrl() { return system::Setting("index", "url").value_or(system::kIndexFile); }
-
 bool IsServer(std::string_view url) {
   return url.starts_with("postgresql://") || url.starts_with("postgres://");
 }
@@ -27,15 +25,14 @@ std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url) {
 #endif
 }
 
-std::unique_ptr<MediaIndex> OpenMediaIndex() { return OpenIndexAt(IndexUrl()); }
+std::string MediaIndexUrl() { return system::Setting("index", "url").value_or(system::kIndexFile); }
 
-std::string MediaIndexFile() {
-  std::string url = IndexUrl();
-  return IsServer(url) ? std::string() : url;
-}
+std::string IndexFileOf(const std::string &url) { return IsServer(url) ? std::string() : url; }
+
+std::unique_ptr<MediaIndex> OpenMediaIndex() { return OpenIndexAt(MediaIndexUrl()); }
 
 bool HasMediaIndex() {
-  const std::string file = MediaIndexFile();
+  const std::string file = IndexFileOf(MediaIndexUrl());
   return file.empty() || access(file.c_str(), F_OK) == 0;
 }
 

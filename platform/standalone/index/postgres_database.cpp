@@ -187,10 +187,6 @@ std::vector<PostgresValue> ToValues(const EntryRows &rows) {
   return {ToValue(std::span(rows.lists)), ToValue(std::span(keys)), ToValue(std::span(rows.ids))};
 }
 
-} // namespace
-
-namespace {
-
 /// The sequence of a table's ids.
 std::string SequenceOf(const std::string &table) {
   return (table == "song_groups" ? "group" : table.substr(0, table.size() - 1)) + "_ids";

@@ -1,9 +1,7 @@
 // The media index on PostgreSQL.
 
-#include "index/lists.h"
 #include "index/postgres_database.h"
 #include "index/sql_index.h"
-#include "index/texts.h"
 
 namespace vexo::index {
 namespace {
@@ -19,9 +17,9 @@ public:
       : Connection{PostgresDatabase(url)}, SqlIndex(server) {}
 
   void Optimize() override;
-  std::vector<std::string> FindDamage() override;
 
 private:
+  void FindOwnDamage(std::vector<std::string> &findings) override;
   void ClearTexts() override { server.Execute("DELETE FROM texts"); }
 };
 
@@ -31,22 +29,13 @@ void PostgresIndex::Optimize() {
   }
 }
 
-std::vector<std::string> PostgresIndex::FindDamage() {
-  std::vector<std::string> findings;
-  try {
-    const int64_t missing =
-        server.Number("SELECT count(*) FROM songs WHERE NOT EXISTS (SELECT 1 FROM texts "
-                      "WHERE kind = 0 AND texts.id = songs.id)");
-    if (missing != 0) {
-      findings.push_back(std::to_string(missing) + " songs are in no search");
-    }
-    for (std::string &finding : FindListDamage(server)) {
-      findings.push_back(std::move(finding));
-    }
-  } catch (const IndexError &error) {
-    findings.emplace_back(error.what());
+void PostgresIndex::FindOwnDamage(std::vector<std::string> &findings) {
+  const int64_t missing =
+      server.Number("SELECT count(*) FROM songs WHERE NOT EXISTS (SELECT 1 FROM texts "
+                    "WHERE kind = 0 AND texts.id = songs.id)");
+  if (missing != 0) {
+    findings.push_back(std::to_string(missing) + " songs are in no search");
   }
-  return findings;
 }
 
 } // namespace

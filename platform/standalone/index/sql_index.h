@@ -52,6 +52,7 @@ public:
   [[nodiscard]] Database &database() const { return database_; }
 
   void CompleteCatalog() override;
+  std::vector<std::string> FindDamage() override;
   void RepairDamage() override;
 
 protected:
@@ -60,6 +61,8 @@ protected:
 
   /// What a process that writes songs in batches needs otherwise.
   virtual void BeginBatches() {}
+  /// Adds what is wrong with the engine's own part: its files, and search by texts.
+  virtual void FindOwnDamage(std::vector<std::string> &findings) = 0;
   /// Empties what search by texts has, and builds the indexes of the tables anew.
   virtual void ClearTexts() = 0;
 

@@ -1,5 +1,4 @@
 #include "index/sqlite_index.h"
-#include "index/lists.h"
 #include "index/sqlite_fold.h"
 #include "index/sqlite_schema.h"
 #include "index/sqlite_texts.h"
@@ -94,23 +93,14 @@ void SqliteIndex::Optimize() {
   EmptyLog();
 }
 
-std::vector<std::string> SqliteIndex::FindDamage() {
-  std::vector<std::string> findings;
-  try {
-    Statement check(sqlite, "PRAGMA quick_check");
-    while (check.Step()) {
-      if (std::string finding = check.Text(0); finding != "ok") {
-        findings.push_back(std::move(finding));
-      }
-    }
-    CommandWordTables(sqlite, "integrity-check");
-    for (std::string &finding : FindListDamage(sqlite)) {
+void SqliteIndex::FindOwnDamage(std::vector<std::string> &findings) {
+  Statement check(sqlite, "PRAGMA quick_check");
+  while (check.Step()) {
+    if (std::string finding = check.Text(0); finding != "ok") {
       findings.push_back(std::move(finding));
     }
-  } catch (const IndexError &error) {
-    findings.emplace_back(error.what());
   }
-  return findings;
+  CommandWordTables(sqlite, "integrity-check");
 }
 
 void SqliteIndex::ClearTexts() {

@@ -23,7 +23,6 @@ public:
 
   void CompleteCatalog() override;
   void Optimize() override;
-  std::vector<std::string> FindDamage() override;
 
 private:
   /// Pages that the write-ahead log holds before they are moved into the database. Every process
@@ -34,6 +33,7 @@ private:
   static constexpr int kLogPagesOfBatches = 4000;
 
   void BeginBatches() override;
+  void FindOwnDamage(std::vector<std::string> &findings) override;
   void ClearTexts() override;
   static int AfterCommit(void *self, sqlite3 *, const char *, int log_pages);
   int EmptyLog();

@@ -1,6 +1,7 @@
 // What brings the index into order.
 
 #include "index/ids.h"
+#include "index/lists.h"
 #include "index/rows.h"
 #include "index/song_writer.h"
 #include "index/sql_index.h"
@@ -47,6 +48,19 @@ void SqlIndex::CompleteCatalog() {
     database_.Transact(Lock::kSongs, [&] { TakeIntoCatalog(database_, ids); });
   }
   database_.Execute("UPDATE catalog SET complete = 1");
+}
+
+std::vector<std::string> SqlIndex::FindDamage() {
+  std::vector<std::string> findings;
+  try {
+    FindOwnDamage(findings);
+    for (std::string &finding : FindListDamage(database_)) {
+      findings.push_back(std::move(finding));
+    }
+  } catch (const IndexError &error) {
+    findings.emplace_back(error.what());
+  }
+  return findings;
 }
 
 /// Groups keep their ids: those that songs still have are found again by their identities.

@@ -2,6 +2,7 @@
 
 #include "index/move.h"
 #include "index/scan_state.h"
+#include "playlistctl/open_index.h"
 #include "playlistctl/scan/output.h"
 #include "system/paths.h"
 #include <iostream>
@@ -18,7 +19,7 @@ void MoveIndex(const std::string &url) {
     throw std::runtime_error("a scan is at work");
   }
   const std::unique_ptr<index::MediaIndex> from = index::OpenMediaIndex();
-  const std::unique_ptr<index::MediaIndex> to = index::OpenIndexAt(url);
+  const std::unique_ptr<index::MediaIndex> to = OpenIndex(url);
   StreamOutput output(std::cout, TerminalColumns(STDOUT_FILENO));
   index::CopyIndex(*from, *to, [&](const std::string &table, int64_t done, int64_t all) {
     output.Progress(table, static_cast<std::size_t>(done), static_cast<std::size_t>(all));

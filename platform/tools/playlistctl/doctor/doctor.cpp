@@ -1,10 +1,10 @@
 #include "playlistctl/doctor/doctor.h"
 
 #include "accounts/accounts.h"
-#include "accounts/ownership.h"
 #include "playlistctl/doctor/findings.h"
 #include "playlistctl/doctor/leftovers.h"
 #include "playlistctl/doctor/playlist_check.h"
+#include "playlistctl/open_index.h"
 #include "playlistctl/scan/forget_library.h"
 #include "system/paths.h"
 #include <memory>
@@ -44,12 +44,9 @@ void CheckRemovedAccounts(index::MediaIndex &index, Findings &findings) {
 }
 
 /// Nothing when it cannot be opened, which is a finding.
-std::unique_ptr<index::MediaIndex> OpenIndex(Findings &findings) {
+std::unique_ptr<index::MediaIndex> IndexOrFinding(Findings &findings) {
   try {
-    if (!index::MediaIndexFile().empty()) {
-      accounts::MakeFileIfMissing(index::MediaIndexFile());
-    }
-    std::unique_ptr<index::MediaIndex> index = index::OpenMediaIndex();
+    std::unique_ptr<index::MediaIndex> index = tools::OpenIndex();
     (void)index->Revision(); // a server is asked first
     return index;
   } catch (const index::IndexError &error) {
@@ -63,7 +60,7 @@ std::unique_ptr<index::MediaIndex> OpenIndex(Findings &findings) {
 
 std::size_t ExamineHost(const DoctorOptions &options, Output &output) {
   Findings findings(output, options.repair);
-  if (const std::unique_ptr<index::MediaIndex> index = OpenIndex(findings)) {
+  if (const std::unique_ptr<index::MediaIndex> index = IndexOrFinding(findings)) {
     CheckIndex(*index, findings);
     CheckRemovedAccounts(*index, findings);
     for (const Library &library : AllLibraries()) {

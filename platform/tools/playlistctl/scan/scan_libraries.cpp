@@ -1,7 +1,7 @@
 #include "playlistctl/scan/scan_libraries.h"
 
-#include "accounts/ownership.h"
 #include "index/scan_state.h"
+#include "playlistctl/open_index.h"
 #include "playlistctl/scan/scanner.h"
 #include "playlistctl/scan/tags.h"
 #include "system/paths.h"
@@ -71,10 +71,7 @@ void Scan(index::MediaIndex &index, const Library &library, const ScanOptions &h
 
 bool ScanLibraries(const std::string &name, bool forget_all) {
   const std::vector<Library> libraries = LibrariesNamed(name);
-  if (!index::MediaIndexFile().empty()) {
-    accounts::MakeFileIfMissing(index::MediaIndexFile());
-  }
-  const std::unique_ptr<index::MediaIndex> index = index::OpenMediaIndex();
+  const std::unique_ptr<index::MediaIndex> index = OpenIndex();
   // Two scans at once would both take a moved song for their own.
   const index::ScanLock lock;
   if (!lock.IsHeld()) {
