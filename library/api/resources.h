@@ -12,6 +12,9 @@ Answer Overview(Request &request);
 // document.cpp
 Answer Document(Request &request);
 
+// health.cpp
+Answer Health(Request &request);
+
 // session.cpp
 Answer LogIn(Request &request);
 Answer WhoAmI(Request &request);

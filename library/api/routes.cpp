@@ -18,6 +18,7 @@ std::span<const Route> Routes() {
   static constexpr std::array kRoutes = {
       Route{"GET", "/", Overview},
       Route{"GET", "/openapi.json", Document, "", true},
+      Route{"GET", "/health", Health, "", true},
       Route{"POST", "/session", LogIn, "", true},
       Route{"GET", "/session", WhoAmI},
       Route{"DELETE", "/session", LogOut, "everywhere", true},

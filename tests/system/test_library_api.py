@@ -4,7 +4,7 @@ import unittest
 
 from api import Api
 from openapi import DOCUMENT, EVERY_OPERATION
-from server import ANNA, BEN, ServerTest
+from server import ANNA, BEN, LIBRARY, ROOT, ServerTest
 
 
 def with_every_response(part):
@@ -43,6 +43,19 @@ class EveryResource(ServerTest):
         self.assertEqual(answer.json, {**expected, "paths": paths})
         again = nobody.get("/openapi.json", headers={"If-None-Match": answer.headers["ETag"]})
         self.assertEqual((again.status, again.body), (304, b""))
+
+    def test_its_health_needs_index_and_library(self):
+        nobody = Api(self.server, None)
+        answer = nobody.get("/health")
+        self.assertEqual((answer.status, answer.body), (204, b""))
+        away = LIBRARY.rename(ROOT / "away")
+        self.problem(nobody.get("/health"), 503)
+        away.rename(LIBRARY)
+        config = ROOT / "etc/vexo/playlist.conf"
+        config.write_text("[index]\nurl = postgresql://vexo@/vexo?host=/nowhere\n")
+        self.problem(nobody.get("/health"), 500)
+        config.unlink()
+        self.assertEqual(nobody.get("/health").status, 204)
 
     def test_a_head_has_no_body(self):
         answer = self.api.ask("HEAD", "/")
