@@ -14,12 +14,14 @@ from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
 SERVING = ["packages"]
-TESTING = [*SERVING, "packages.test"]
+MACHINES = [*SERVING, "packages.machines"]
+TESTING = [*MACHINES, "packages.test"]
 CLEANING = ["packages.clean"]
 # The lists that are installed before a script runs; of all others, those of the tests.
 LISTS = {"serve": SERVING, "packaging/install": SERVING, "scripts/build": SERVING,
          "scripts/install_packages": [], "scripts/lay_root": SERVING,
          "scripts/lighttpd_conf": SERVING, "scripts/mpd_conf": SERVING,
+         "scripts/three_machines": MACHINES, "scripts/haproxy_conf": MACHINES,
          "scripts/static_jsoncpp": SERVING,
          "scripts/static_libpq": SERVING, "scripts/debian_source": SERVING, "scripts/clean_machine": CLEANING}
 DEBIAN = "/usr/sbin:/usr/bin:/sbin:/bin"  # where packages put programs

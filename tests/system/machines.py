@@ -6,42 +6,53 @@ those of the test's own root, so the test finds there what the machines write.
 """
 
 import os
+import re
+import select
+import shutil
 import subprocess
 import unittest
 
 from places import BUILD, SOURCE
 from postgres import Bouncer, Postgres
-from server import BIN, LIBRARY, ROOT, RootTest, Server, playlistctl, run
+from server import BIN, LIBRARY, ROOT, Client, RootTest, Server, free_port, playlistctl, run, start
 
 SHARED = ("library", "etc/vexo", "var/services/homes", "var/lib/vexo/preferences")
 
 
 class Machine:
-    """Runs until kill(). `folder` is its device root, as the test sees it; `server` its web server."""
+    """Runs until kill(), and may start() again. `folder` is its device root, as the test sees it;
+    `server` its web server, which keeps its port."""
 
     def __init__(self, number, postgres_folder):
-        self.folder = BUILD / f"m{number}"
+        self.folder, self.postgres_folder = BUILD / f"m{number}", postgres_folder
         # Or lay_root finds one in memory, which would be one for all.
         (self.folder / "tmp").mkdir(parents=True)
+        self.port = free_port()
+        self.start()
+
+    def start(self):
         self.process = subprocess.Popen([SOURCE / "tests/support/machine", self.folder, ROOT, *SHARED],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.started = []
         try:
             assert self.process.stdout.readline() == b"ready\n"
-            self._start(postgres_folder)
+            self._start_servers()
         except BaseException:
             self.kill()
             raise
 
-    def _start(self, postgres_folder):
-        first = f"/proc/{self.process.pid}/task/{self.process.pid}/children"
-        with open(first, encoding="ascii") as children:
-            self.enter = ("nsenter", "--mount", "--pid", "--target", children.read().strip())
+    def _start_servers(self):
+        self.enter = ("nsenter", "--mount", "--pid", "--target", str(self._first_process()))
         self.run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
-        self.bouncer = Bouncer(self.folder / "run", postgres_folder, self.enter, ROOT / "run")
+        self.bouncer = Bouncer(self.folder / "run", self.postgres_folder, self.enter, ROOT / "run")
         self.started.append(self.bouncer.process)
-        self.server = Server(root=self.folder, enter=self.enter)
+        self.server = Server(port=self.port, root=self.folder, enter=self.enter, proxy="127.0.0.1")
         self.started.append(self.server.process)
+
+    def _first_process(self):
+        children = f"/proc/{self.process.pid}/task/{self.process.pid}/children"
+        with open(children, encoding="ascii") as file:
+            return int(file.read())
 
     def run(self, *command, **options):
         """Runs a program there, which must succeed, and gives its standard output."""
@@ -58,13 +69,66 @@ class Machine:
             raise AssertionError(done.stdout)
         return done.stdout if done.returncode else ""
 
+    @property
+    def is_running(self):
+        return self.process.returncode is None
+
     def kill(self):
         """Nothing of it runs any more, as after a power failure."""
+        # With its first process all others have ended, too.
+        first = os.pidfd_open(self._first_process())
         self.process.kill()
+        select.select([first], [], [])
+        os.close(first)
         for process in (self.process, *self.started):
             process.wait()
         self.process.stdin.close()
         self.process.stdout.close()
+
+
+class Proxy(Client):
+    """An HAProxy on a port of the loopback, in front of machines. Runs until stop()."""
+
+    def __init__(self, machines, port=None):
+        super().__init__(port or free_port())
+        places = [f"127.0.0.1:{machine.server.port}" for machine in machines]
+        conf = BUILD / "haproxy.cfg"
+        text = run(SOURCE / "scripts/haproxy_conf", f"127.0.0.1:{self.port}", *places)
+        conf.write_text(text.replace("  option dontlog-normal\n", ""))
+        self.log_file = BUILD / "haproxy.log"
+        self.process = start(["/usr/sbin/haproxy", "-db", "-f", conf], self.log_file, self.listens)
+
+    def served(self, backend):
+        """Who has served each request that came to a backend: m1, m2, ..."""
+        return re.findall(rf" {backend}/(m\d+) ", self.log_file.read_text())
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait()
+
+
+class Machines:
+    """Several machines on the device root's playlists, accounts and index, which moves to a PostgreSQL
+    server of their own. Run until stop()."""
+
+    def __init__(self, count):
+        self.all = []
+        self.postgres = Postgres()
+        try:
+            playlistctl("index", "move", "--to", self.postgres.url)
+            url = f"postgresql://vexo@/postgres?host={ROOT}/run&port=6432"
+            (ROOT / "etc/vexo/playlist.conf").write_text(f"[index]\nurl = {url}\n")
+            for number in range(count):
+                self.all.append(Machine(number, self.postgres.folder))
+        except BaseException:
+            self.stop()
+            raise
+
+    def stop(self):
+        for machine in self.all:
+            machine.kill()
+            shutil.rmtree(machine.folder)
+        self.postgres.stop()
 
 
 class MachinesTest(RootTest):
@@ -75,14 +139,8 @@ class MachinesTest(RootTest):
     @classmethod
     def setUpClass(cls):
         if "VEXO_OWN_MOUNTS" not in os.environ:
-            raise unittest.SkipTest("machines need mounts of their own, which this system does not let us make")
+            raise unittest.SkipTest("machines need mounts, which this system does not let us make")
         super().setUpClass()
-        cls.postgres = Postgres()
-        cls.addClassCleanup(cls.postgres.stop)
-        playlistctl("index", "move", "--to", cls.postgres.url)
-        url = f"postgresql://vexo@/postgres?host={ROOT}/run&port=6432"
-        (ROOT / "etc/vexo/playlist.conf").write_text(f"[index]\nurl = {url}\n")
-        cls.machines = []
-        for number in range(cls.MACHINES):
-            cls.machines.append(Machine(number, cls.postgres.folder))
-            cls.addClassCleanup(cls.machines[-1].kill)
+        together = Machines(cls.MACHINES)
+        cls.addClassCleanup(together.stop)
+        cls.machines, cls.postgres = together.all, together.postgres

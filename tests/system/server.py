@@ -158,28 +158,15 @@ def start(command, log_file, listens, **options):
     return process
 
 
-class Server:
-    """A lighttpd on a free port of the loopback."""
+class Client:
+    """Asks who listens on a port of the loopback."""
 
-    def __init__(self, address="127.0.0.1", without=(), port=None, root=ROOT, enter=()):
-        """Lines of the configuration that hold any of the texts `without` are left out. `root`: where
-        the device root lies that it has where the command `enter` leads."""
-        self.port = port or free_port()
-        conf = "etc/lighttpd.conf"
-        lines = run(*enter, SOURCE / "scripts/lighttpd_conf", ROOT, address, self.port).splitlines()
-        (root / conf).write_text("".join(f"{line}\n" for line in lines
-                                         if not any(text in line for text in without)))
-        self.log_file = root / "var/log/vexo/lighttpd.log"
-        self.process = start([*enter, "lighttpd", "-D", "-f", ROOT / conf], self.log_file,
-                             self._listens, start_new_session=True)
+    def __init__(self, port):
+        self.port = port
 
-    def _listens(self):
+    def listens(self):
         with socket.socket() as client:
             return client.connect_ex(("127.0.0.1", self.port)) == 0
-
-    def log(self):
-        """All that the web server and the programs it started have logged."""
-        return self.log_file.read_text(errors="replace")
 
     def send(self, user, query="", body=None, headers=None, password=PASSWORD, timeout=120,
              method=None, path=PROGRAM):
@@ -212,6 +199,28 @@ class Server:
         if songs is not None:
             parameters["id_info_list"] = songs
         return self.ask("add", kind.user, name=name, type=kind.type, **parameters)
+
+
+class Server(Client):
+    """A lighttpd on a free port of the loopback."""
+
+    def __init__(self, address="127.0.0.1", without=(), port=None, root=ROOT, enter=(), proxy=""):
+        """Lines of the configuration that hold any of the texts `without` are left out. `root`: where
+        the device root lies that it has where the command `enter` leads. `proxy`: the address of what
+        stands in front."""
+        super().__init__(port or free_port())
+        conf = "etc/lighttpd.conf"
+        lines = run(*enter, SOURCE / "scripts/lighttpd_conf", ROOT, address, self.port,
+                    proxy).splitlines()
+        (root / conf).write_text("".join(f"{line}\n" for line in lines
+                                         if not any(text in line for text in without)))
+        self.log_file = root / "var/log/vexo/lighttpd.log"
+        self.process = start([*enter, "lighttpd", "-D", "-f", ROOT / conf], self.log_file,
+                             self.listens, start_new_session=True)
+
+    def log(self):
+        """All that the web server and the programs it started have logged."""
+        return self.log_file.read_text(errors="replace")
 
     def stop(self):
         self.process.send_signal(signal.SIGTERM)

@@ -1,13 +1,23 @@
 """Three machines on one collection."""
 
+import os
+import re
+import subprocess
 import unittest
+from http.client import HTTPConnection
 
 from api import Api
-from machines import MachinesTest
-from server import SHARED, songs_of
+from machines import MachinesTest, Proxy
+from server import ANNA, BUILD, PASSWORD, SHARED, SOURCE, Client, free_port, songs_of, wait_until
 
 
-class Machines(MachinesTest):
+class BehindAProxy(MachinesTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.proxy = Proxy(cls.machines)
+        cls.addClassCleanup(cls.proxy.stop)
+
     def test_what_one_writes_all_have(self):
         first, second, third = [machine.server for machine in self.machines]
         made = first.add(SHARED, "one for all", [{"res": "http://a/1"}])
@@ -17,6 +27,89 @@ class Machines(MachinesTest):
         self.assertEqual(songs_of(SHARED.file("one for all")), ["http://a/1", "http://a/2"])
         self.assertEqual(Api(third).get(f"/playlists/{made.id}").json["total"], 2)
         self.assertEqual([machine.examine() for machine in self.machines], [""] * 3)
+
+    def test_a_session_holds_on_all(self):
+        body = {"name": ANNA, "password": PASSWORD}
+        answers = [Api(machine.server, None).post("/session", body) for machine in self.machines]
+        for cookie in [answer.headers["Set-Cookie"].split(";")[0] for answer in answers]:
+            for machine in self.machines:
+                self.assertEqual(Api(machine.server, cookie=cookie).get("/session").status, 200)
+
+    def test_the_password_of_one_is_that_of_all(self):
+        first, *others = self.machines
+        first.playlistctl("account", "add", "cleo", "--password-stdin", input="first\n")
+        body = {"name": "cleo", "password": "first"}
+        session = Api(first.server, None).post("/session", body)
+        cookie = session.headers["Set-Cookie"].split(";")[0]
+        change = Api(others[0].server, cookie=cookie).post("/password", {"old": "first", "new": "next"})
+        self.assertEqual(change.status, 204, change)
+        self.assertEqual(Api(others[1].server, cookie=cookie).get("/session").status, 401)
+        body["password"] = "next"
+        self.assertEqual(Api(first.server, None).post("/session", body).status, 200)
+
+    def logged(self):
+        """The addresses and users of log-ins that failed, on any machine."""
+        logs = "".join(machine.server.log() for machine in self.machines)
+        return re.findall("login refused: address (.*), user (.*)", logs)
+
+    def refuse(self, client, name, address, headers=None):
+        """A log-in in vain, from an address of the loopback."""
+        connection = HTTPConnection("127.0.0.1", client.port, timeout=60, source_address=(address, 0))
+        connection.request("POST", "/api/session", f'{{"name": "{name}", "password": "wrong"}}',
+                           {"Content-Type": "application/json", **(headers or {})})
+        self.assertEqual(connection.getresponse().status, 401)
+        connection.close()
+
+    def test_clients_have_their_own_addresses(self):
+        self.refuse(self.proxy, "one", "127.0.0.1")
+        self.refuse(self.proxy, "two", "127.0.0.2")
+        self.assertLessEqual({("127.0.0.1", "one"), ("127.0.0.2", "two")}, set(self.logged()))
+
+    def test_nobody_claims_anothers_address(self):
+        for header in ("X-Forwarded-For", "Forwarded"):
+            claim = {header: "for=192.0.2.1" if header == "Forwarded" else "192.0.2.1"}
+            self.refuse(self.proxy, f"by the proxy {header}", "127.0.0.3", claim)
+            self.refuse(self.machines[0].server, f"past it {header}", "127.0.0.4", claim)
+        addresses = {address for address, name in self.logged() if "the proxy" in name or "past it" in name}
+        self.assertEqual(addresses, {"127.0.0.3", "127.0.0.4"})
+
+    def test_a_browser_and_a_song_stay_with_a_machine(self):
+        cookies = {self.proxy.send(ANNA, path="/api/").headers["Set-Cookie"] for _ in range(9)}
+        names = {re.match("vexo_machine=(m[123]); path=/; HttpOnly$", cookie).group(1)
+                 for cookie in cookies}
+        self.assertEqual(names, {"m1", "m2", "m3"})
+        for name in names:
+            answer = self.proxy.send(ANNA, path="/api/", headers={"Cookie": f"vexo_machine={name}"})
+            self.assertNotIn("Set-Cookie", answer.headers)
+        for _ in range(9):
+            answer = self.proxy.send(ANNA, path="/api/songs/1/stream", headers={"Range": "bytes=0-9"})
+            self.assertEqual((answer.status, len(answer.body)), (206, 10))
+        wait_until(lambda: len(self.proxy.served("streams")) == 9, "the proxy has logged all")
+        self.assertEqual(len(set(self.proxy.served("streams"))), 1)
+
+
+class ForALook(unittest.TestCase):
+    """The command scripts/three_machines."""
+
+    def test_a_machine_goes_and_the_others_go_on_and_nothing_is_left(self):
+        before = sorted(BUILD.iterdir())
+        port = free_port()
+        shown = subprocess.Popen([SOURCE / "scripts/three_machines", f"--port={port}"], text=True,
+                                 env={**os.environ, "VEXO_BUILD": str(BUILD)},
+                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        output = "".join(iter(shown.stdout.readline, "Ctrl-C ends it.\n"))
+        password = re.search("password (.*)", output).group(1)
+        for _ in range(2):
+            for _ in range(6):
+                answer = Client(port).send(ANNA, path="/api/albums", password=password)
+                self.assertEqual(answer.status, 200)
+            shown.stdin.write("2\n")
+            shown.stdin.flush()
+            self.assertRegex(shown.stdout.readline(), "2 is o(n|ff)")
+        shown.terminate()
+        shown.communicate(timeout=60)
+        self.assertEqual(sorted(BUILD.iterdir()), before)
+        self.assertFalse(Client(port).listens())
 
 
 if __name__ == "__main__":

@@ -59,7 +59,7 @@ class OtherServer(Server):
 
     def __init__(self, command, log_file):  # pylint: disable=super-init-not-called
         self.log_file = log_file
-        self.process = start(command, log_file, self._listens, start_new_session=True)
+        self.process = start(command, log_file, self.listens, start_new_session=True)
 
     def send(self, user, query="", body=None, headers=None, password=PASSWORD, timeout=120,
              method=None, path="/audio_playlist.cgi"):
