@@ -9,6 +9,7 @@
 #include "index/song.h"
 #include "index/song_mark.h"
 #include "index/song_query.h"
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -192,12 +193,18 @@ public:
 /// The engine on a SQLite file, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenSqliteIndex(const std::string &path);
 
+/// How long a server may be silent before it counts as gone: for who asks about some songs, and for
+/// who goes through all of them.
+inline constexpr std::chrono::seconds kRequestPatience{30}, kToolPatience{3600};
+
 /// The engine on a PostgreSQL server, which the URL tells; the schema is made and migrated where
 /// needed, when it is first asked.
-std::unique_ptr<MediaIndex> OpenPostgresIndex(const std::string &url);
+std::unique_ptr<MediaIndex> OpenPostgresIndex(const std::string &url,
+                                              std::chrono::seconds patience = kRequestPatience);
 
 /// The index that a URL names: a path of a SQLite file, or postgresql://... Throws IndexError.
-std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url);
+std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url,
+                                        std::chrono::seconds patience = kRequestPatience);
 
 /// Opens the index of this machine, made and migrated where needed.
 std::unique_ptr<MediaIndex> OpenMediaIndex();

@@ -14,13 +14,14 @@ bool IsServer(std::string_view url) {
 
 } // namespace
 
-std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url) {
+std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url, std::chrono::seconds patience) {
   if (!IsServer(url)) {
     return OpenSqliteIndex(url);
   }
 #ifdef VEXO_HAS_POSTGRES
-  return OpenPostgresIndex(url);
+  return OpenPostgresIndex(url, patience);
 #else
+  (void)patience;
   throw IndexError("this program was built without a way to the server of " + url);
 #endif
 }

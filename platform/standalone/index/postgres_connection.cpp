@@ -4,8 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cerrno>
+#include <climits>
 #include <concepts>
 #include <poll.h>
+#include <sys/socket.h>
 
 namespace vexo::index {
 namespace {
@@ -47,6 +50,21 @@ std::string ServerMessage(const char *message) {
   return text;
 }
 
+std::string LossMessage(const PGconn *connection) {
+  return "the index's server: " + ServerMessage(PQerrorMessage(connection));
+}
+
+PostgresError ErrorOf(const PGresult *result, const std::string &sql, std::size_t position) {
+  const char *state = PQresultErrorField(result, PG_DIAG_SQLSTATE);
+  return {"the index's server: " + ServerMessage(PQresultErrorMessage(result)) + " in: " + sql,
+          state == nullptr ? "" : state, position};
+}
+
+bool IsError(const PGresult *result) {
+  const ExecStatusType status = PQresultStatus(result);
+  return status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK;
+}
+
 } // namespace
 
 PostgresValue ToValue(int64_t number) {
@@ -81,26 +99,53 @@ PostgresValue ToValue(std::span<const std::string_view> texts) {
   return {kBytesArray, std::move(bytes)};
 }
 
-PostgresConnection::PostgresConnection(const std::string &url) {
+PostgresConnection::PostgresConnection(const std::string &url, std::chrono::seconds patience)
+    : patience_(patience) {
   // What the URL says itself holds, as it comes last.
   const std::array keywords = {
       "fallback_application_name", "connect_timeout", "passfile",
       "client_encoding",           "dbname",          static_cast<const char *>(nullptr)};
   const std::array values = {"vexo", "10",        system::kDatabasePasswords,
                              "UTF8", url.c_str(), static_cast<const char *>(nullptr)};
+  constexpr std::chrono::seconds kLongestRefusal{2};
+  const Clock::time_point silent_from = Clock::now() + kLongestRefusal;
   connection_.reset(PQconnectdbParams(keywords.data(), values.data(), 1));
   if (PQstatus(connection_.get()) != CONNECTION_OK) {
+    if (Clock::now() >= silent_from) {
+      throw ServerSilent(LossMessage(connection_.get()));
+    }
     Lose();
   }
+  PQsetnonblocking(connection_.get(), 1);
   PQsetNoticeProcessor(
       connection_.get(), [](void *, const char *) {}, nullptr);
 }
 
-void PostgresConnection::Lose() {
-  throw ConnectionLost("the index's server: " + ServerMessage(PQerrorMessage(connection_.get())));
+void PostgresConnection::Lose() { throw ConnectionLost(LossMessage(connection_.get())); }
+
+/// Waits until the socket is ready; false: it is not by the time `end`.
+bool PostgresConnection::Poll(short events, Clock::time_point end) {
+  pollfd socket{PQsocket(connection_.get()), events, 0};
+  for (;;) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    const int ready = poll(&socket, 1, static_cast<int>(std::clamp<int64_t>(left, 0, INT_MAX)));
+    if (ready >= 0 || errno != EINTR) {
+      return ready != 0;
+    }
+  }
+}
+
+/// Sends what waits to be sent, as far as the server takes it.
+bool PostgresConnection::Flush() {
+  const int rest = PQflush(connection_.get());
+  if (rest < 0) {
+    Lose();
+  }
+  return rest == 0;
 }
 
 void PostgresConnection::Send(std::span<const PostgresQuery> queries) {
+  end_ = Clock::now() + patience_;
   for (const PostgresQuery &query : queries) {
     std::vector<Oid> types;
     std::vector<const char *> values;
@@ -121,8 +166,27 @@ void PostgresConnection::Send(std::span<const PostgresQuery> queries) {
   }
 }
 
+/// Waits until the next answer is there.
+void PostgresConnection::Await() {
+  for (;;) {
+    const bool is_sent = Flush();
+    if (PQisBusy(connection_.get()) == 0) {
+      return;
+    }
+    if (!Poll(is_sent ? POLLIN : POLLIN | POLLOUT, end_)) {
+      shutdown(PQsocket(connection_.get()), SHUT_RDWR); // or its end would wait, too
+      throw ServerSilent("the index's server: no answer within " +
+                         std::to_string(patience_.count()) + " seconds");
+    }
+    if (PQconsumeInput(connection_.get()) == 0) {
+      Lose();
+    }
+  }
+}
+
 /// The next answer, none when all of a statement's have come.
 PostgresResult PostgresConnection::Next() {
+  Await();
   PostgresResult result(PQgetResult(connection_.get()));
   if (PQstatus(connection_.get()) != CONNECTION_OK) {
     Lose();
@@ -148,13 +212,8 @@ PostgresResult PostgresConnection::Exchange(std::span<const PostgresQuery> queri
   PostgresResult last;
   for (std::size_t i = 0; i < queries.size(); ++i) {
     last = Next();
-    const ExecStatusType status = PQresultStatus(last.get());
-    if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
-      const char *state = PQresultErrorField(last.get(), PG_DIAG_SQLSTATE);
-      const PostgresError error(
-          "the index's server: " + ServerMessage(PQresultErrorMessage(last.get())) +
-              " in: " + queries[i].sql,
-          state == nullptr ? "" : state, i);
+    if (IsError(last.get())) {
+      const PostgresError error = ErrorOf(last.get(), queries[i].sql, i);
       AwaitEnd();
       throw error;
     }
@@ -166,16 +225,18 @@ PostgresResult PostgresConnection::Exchange(std::span<const PostgresQuery> queri
 
 void PostgresConnection::Execute(const char *sql) {
   TakeAnswers();
-  const PostgresResult result(PQexec(connection_.get(), sql));
-  if (PQstatus(connection_.get()) != CONNECTION_OK) {
+  end_ = Clock::now() + patience_;
+  if (PQsendQuery(connection_.get(), sql) == 0) {
     Lose();
   }
-  const ExecStatusType status = PQresultStatus(result.get());
-  if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
-    const char *state = PQresultErrorField(result.get(), PG_DIAG_SQLSTATE);
-    throw PostgresError("the index's server: " + ServerMessage(PQresultErrorMessage(result.get())) +
-                            " in: " + sql,
-                        state == nullptr ? "" : state, 0);
+  std::optional<PostgresError> error;
+  while (const PostgresResult result = Next()) {
+    if (!error && IsError(result.get())) {
+      error = ErrorOf(result.get(), sql, 0);
+    }
+  }
+  if (error) {
+    throw *std::move(error);
   }
 }
 
@@ -213,8 +274,7 @@ bool PostgresConnection::IsAlive() noexcept {
   } catch (const std::exception &) {
     return false;
   }
-  pollfd socket{PQsocket(connection_.get()), POLLIN, 0};
-  return poll(&socket, 1, 0) == 0;
+  return !Poll(POLLIN, Clock::now());
 }
 
 } // namespace vexo::index

@@ -4,6 +4,7 @@
 // do.
 
 #include "index/media_index.h"
+#include <chrono>
 #include <cstdint>
 #include <libpq-fe.h>
 #include <memory>
@@ -38,6 +39,12 @@ public:
   using IndexError::IndexError;
 };
 
+/// The same, because the server keeps silent: to ask again would only take as long again.
+class ServerSilent : public ConnectionLost {
+public:
+  using ConnectionLost::ConnectionLost;
+};
+
 /// The value of a parameter, as the server reads it.
 struct PostgresValue {
   Oid type = 0;
@@ -63,8 +70,10 @@ using PostgresResult = std::unique_ptr<PGresult, ClearResult>;
 
 class PostgresConnection {
 public:
-  /// Connects; throws ConnectionLost.
-  explicit PostgresConnection(const std::string &url);
+  /// Connects, within 10 s a host where the URL does not say otherwise; throws ConnectionLost. For
+  /// the answer to what is sent at once it waits `patience`, and throws ServerSilent then.
+  explicit PostgresConnection(const std::string &url,
+                              std::chrono::seconds patience = kRequestPatience);
 
   /// Sends the statements together, and gives the answer of the last one. Outside of a transaction
   /// they are one.
@@ -77,19 +86,27 @@ public:
   bool Undo() noexcept;
   /// Whether it can still be used, as far as one sees from here.
   [[nodiscard]] bool IsAlive() noexcept;
+  /// For the answers from now on.
+  void SetPatience(std::chrono::seconds patience) { patience_ = patience; }
 
 private:
+  using Clock = std::chrono::steady_clock;
   struct Finish {
     void operator()(PGconn *connection) const { PQfinish(connection); }
   };
 
   void Send(std::span<const PostgresQuery> queries);
+  bool Poll(short events, Clock::time_point end);
+  bool Flush();
+  void Await();
   PostgresResult Next();
   void AwaitEnd();
   void TakeAnswers();
   [[noreturn]] void Lose();
 
   std::unique_ptr<PGconn, Finish> connection_;
+  std::chrono::seconds patience_;
+  Clock::time_point end_;   ///< of the patience with what was sent last
   bool is_leaving_ = false; ///< the answer of Leave() is to come
 };
 

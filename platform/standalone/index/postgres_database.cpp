@@ -16,6 +16,9 @@ namespace {
 /// So often a transaction is tried that others undo, or whose connection breaks.
 constexpr int kMostAttempts = 10;
 
+/// A server that kept silent is not asked again for so long: a request asks several times.
+constexpr std::chrono::seconds kPause{30};
+
 /// Waits longer each time, and everyone for another time.
 void WaitBeforeAttempt(int attempt) {
   std::mt19937_64 generator = RandomGenerator();
@@ -145,8 +148,9 @@ void LookUp(PostgresDatabase &database, const Lookup &lookup, std::span<const Ke
 
 } // namespace
 
-PostgresDatabase::PostgresDatabase(std::string url, int busy_milliseconds)
-    : url_(std::move(url)), busy_milliseconds_(busy_milliseconds),
+PostgresDatabase::PostgresDatabase(std::string url, int busy_milliseconds,
+                                   std::chrono::seconds patience)
+    : url_(std::move(url)), busy_milliseconds_(busy_milliseconds), patience_(patience),
       texts_(std::make_unique<PostgresTexts>(*this)) {}
 
 PostgresDatabase::~PostgresDatabase() = default;
@@ -223,7 +227,7 @@ void PostgresDatabase::Connect() {
     ForgetConnection();
   }
   if (!connection_) {
-    connection_.emplace(url_);
+    connection_.emplace(url_, patience_);
   }
 }
 
@@ -253,21 +257,35 @@ PostgresResult PostgresDatabase::ExchangeQueue() {
     }
   }
   MigrateSchema(*connection_);
+  connection_->SetPatience(patience_);
   is_schema_known_ = true;
   return connection_->Exchange(queue_);
 }
 
 /// The same, and the queue is empty then.
 PostgresResult PostgresDatabase::SendQueue() {
-  PostgresResult result = ExchangeQueue();
-  is_begun_ = state_ != State::kAlone;
-  queue_.clear();
-  return result;
+  if (IsSilent()) {
+    throw ServerSilent("the index's server: there was no answer a moment ago");
+  }
+  try {
+    PostgresResult result = ExchangeQueue();
+    is_begun_ = state_ != State::kAlone;
+    queue_.clear();
+    return result;
+  } catch (const ServerSilent &) {
+    silent_until_ = Clock::now() + kPause;
+    throw;
+  }
+}
+
+bool PostgresDatabase::MayTryAgain(int attempt, Clock::time_point begin) const {
+  return attempt < kMostAttempts && !IsSilent() && Clock::now() < begin + patience_;
 }
 
 /// A batch that is a transaction of its own. When its connection breaks, what it wrote may be
 /// there: only what reads is asked again.
 PostgresResult PostgresDatabase::Alone(bool is_read) {
+  const Clock::time_point begin = Clock::now();
   for (int attempt = 1;; ++attempt) {
     try {
       return SendQueue();
@@ -275,14 +293,14 @@ PostgresResult PostgresDatabase::Alone(bool is_read) {
       if (!connection_->Undo()) {
         ForgetConnection();
       }
-      if (!error.IsConflict() || attempt == kMostAttempts) {
+      if (!error.IsConflict() || !MayTryAgain(attempt, begin)) {
         queue_.clear();
         throw;
       }
     } catch (const ConnectionLost &) {
       const bool was_sent = connection_.has_value();
       ForgetConnection();
-      if ((was_sent && !is_read) || attempt == kMostAttempts) {
+      if ((was_sent && !is_read) || !MayTryAgain(attempt, begin)) {
         queue_.clear();
         throw;
       }
@@ -321,8 +339,10 @@ void PostgresDatabase::Execute(const char *sql) {
 }
 
 void PostgresDatabase::AddLock(Lock lock) {
-  queue_.push_back(
-      {"SELECT set_config('lock_timeout', '" + std::to_string(busy_milliseconds_) + "ms', true)"});
+  // The server lets go of what a machine holds that died and could not say so.
+  queue_.push_back({"SELECT set_config('lock_timeout', '" + std::to_string(busy_milliseconds_) +
+                    "ms', true), set_config('idle_in_transaction_session_timeout', '" +
+                    std::to_string(kRequestPatience.count()) + "s', true)"});
   queue_.push_back(
       {"SELECT 1 FROM locks WHERE id = $1 FOR UPDATE", {ToValue(static_cast<int64_t>(lock))}});
 }
@@ -387,18 +407,19 @@ void PostgresDatabase::AbandonTransaction() noexcept {
 
 void PostgresDatabase::Transact(Lock lock, MediaIndex::Durable durable,
                                 const std::function<void()> &work) {
+  const Clock::time_point begin = Clock::now();
   for (int attempt = 1;; ++attempt) {
     try {
       return Attempt(lock, durable, work);
     } catch (const PostgresError &error) {
       AbandonTransaction();
-      if (!error.IsConflict() || attempt == kMostAttempts) {
+      if (!error.IsConflict() || !MayTryAgain(attempt, begin)) {
         throw;
       }
     } catch (const ConnectionLost &) {
       AbandonTransaction();
       ForgetConnection();
-      if (attempt == kMostAttempts) {
+      if (!MayTryAgain(attempt, begin)) {
         throw;
       }
     } catch (...) {

@@ -4,6 +4,7 @@
 
 #include "index/database.h"
 #include "index/postgres_connection.h"
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,7 +17,8 @@ public:
   static constexpr int kBusyMilliseconds = 10'000;
 
   /// Connects at the first statement. The schema is made or migrated then, where needed.
-  explicit PostgresDatabase(std::string url, int busy_milliseconds = kBusyMilliseconds);
+  explicit PostgresDatabase(std::string url, int busy_milliseconds = kBusyMilliseconds,
+                            std::chrono::seconds patience = kRequestPatience);
   ~PostgresDatabase() override;
 
   [[nodiscard]] const Dialect &dialect() const override;
@@ -49,6 +51,9 @@ private:
   enum class State { kAlone, kMoment, kTransaction };
 
   void Connect();
+  using Clock = std::chrono::steady_clock;
+  [[nodiscard]] bool IsSilent() const { return Clock::now() < silent_until_; }
+  [[nodiscard]] bool MayTryAgain(int attempt, Clock::time_point begin) const;
   void Attempt(Lock lock, MediaIndex::Durable durable, const std::function<void()> &work);
   void Commit();
   void AddLock(Lock lock);
@@ -60,6 +65,8 @@ private:
 
   std::string url_;
   int busy_milliseconds_;
+  std::chrono::seconds patience_;
+  Clock::time_point silent_until_; ///< so long the server is not asked
   std::unique_ptr<Texts> texts_;
   std::optional<PostgresConnection> connection_;
   bool is_schema_known_ = false; ///< on this connection

@@ -13,8 +13,9 @@ struct Connection {
 
 class PostgresIndex : private Connection, public SqlIndex {
 public:
-  explicit PostgresIndex(const std::string &url)
-      : Connection{PostgresDatabase(url)}, SqlIndex(server) {}
+  PostgresIndex(const std::string &url, std::chrono::seconds patience)
+      : Connection{PostgresDatabase(url, PostgresDatabase::kBusyMilliseconds, patience)},
+        SqlIndex(server) {}
 
   void Optimize() override;
 
@@ -40,8 +41,9 @@ void PostgresIndex::FindOwnDamage(std::vector<std::string> &findings) {
 
 } // namespace
 
-std::unique_ptr<MediaIndex> OpenPostgresIndex(const std::string &url) {
-  return std::make_unique<PostgresIndex>(url);
+std::unique_ptr<MediaIndex> OpenPostgresIndex(const std::string &url,
+                                              std::chrono::seconds patience) {
+  return std::make_unique<PostgresIndex>(url, patience);
 }
 
 } // namespace vexo::index

@@ -195,6 +195,7 @@ std::string SchemaCheck() {
 
 void MigrateSchema(PostgresConnection &connection) {
   constexpr int kMostAttempts = 100;
+  connection.SetPatience(kToolPatience);
   for (int attempt = 1;; ++attempt) {
     try {
       return MigrateOnce(connection);

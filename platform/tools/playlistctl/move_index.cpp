@@ -18,7 +18,8 @@ void MoveIndex(const std::string &url) {
   if (!lock.IsHeld()) {
     throw std::runtime_error("a scan is at work");
   }
-  const std::unique_ptr<index::MediaIndex> from = index::OpenMediaIndex();
+  const std::unique_ptr<index::MediaIndex> from =
+      index::OpenIndexAt(index::MediaIndexUrl(), index::kToolPatience);
   const std::unique_ptr<index::MediaIndex> to = OpenIndex(url);
   StreamOutput output(std::cout, TerminalColumns(STDOUT_FILENO));
   index::CopyIndex(*from, *to, [&](const std::string &table, int64_t done, int64_t all) {

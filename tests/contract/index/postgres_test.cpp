@@ -5,6 +5,7 @@
 #include "index/postgres_schema.h"
 #include "support/processes.h"
 
+#include <csignal>
 #include <gmock/gmock.h>
 
 namespace vexo::index {
@@ -121,6 +122,42 @@ TEST_F(PostgresServerTest, ALockOfAnotherProcessIsWaitedForNotLongerThanItsTime)
         other.Transact(Lock::kPlaylists, [&] { other.Execute("UPDATE playlists SET size = 0"); }),
         IndexError);
     other.Transact(Lock::kMarks, [&] { other.Execute("UPDATE song_marks SET rating = 0"); });
+  });
+}
+
+TEST_F(PostgresServerTest, AServerThatKeepsSilentIsGivenUpAndLeftAloneForAWhile) {
+  PostgresDatabase database(url_, 20, std::chrono::seconds(1));
+  const auto server = static_cast<pid_t>(database.Number("SELECT pg_backend_pid()"));
+  ASSERT_EQ(kill(server, SIGSTOP), 0);
+  const auto write = [&] { database.Execute("UPDATE playlists SET size = 0"); };
+  EXPECT_THROW(database.Transact(Lock::kPlaylists, write), IndexError);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_THROW(database.Number("SELECT 1"), ServerSilent);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
+  kill(server, SIGCONT);
+  EXPECT_EQ(PostgresDatabase(url_).Number("SELECT 1"), 1);
+}
+
+TEST_F(PostgresServerTest, AStatementLargerThanTheServerTakesAtOnceIsGivenUpWhenItIsSilent) {
+  PostgresConnection connection(url_, std::chrono::seconds(1));
+  const PostgresQuery whose{"SELECT CAST(pg_backend_pid() AS text)"};
+  const PostgresResult answer = connection.Exchange(std::span(&whose, 1));
+  const pid_t server = std::stoi(PQgetvalue(answer.get(), 0, 0));
+  const std::string text(10'000'000, 'x');
+  const PostgresQuery large{"SELECT length($1)", {ToValue(std::string_view(text))}};
+  connection.Exchange(std::span(&large, 1));
+  ASSERT_EQ(kill(server, SIGSTOP), 0);
+  EXPECT_THROW(connection.Exchange(std::span(&large, 1)), ServerSilent);
+  EXPECT_FALSE(connection.Undo());
+  kill(server, SIGCONT);
+}
+
+TEST_F(PostgresServerTest, WhoHoldsALockAndSaysNothingMoreLosesIt) {
+  PostgresDatabase holder(url_);
+  holder.Transact(Lock::kPlaylists, [&] {
+    const std::string limit = "SELECT CAST(setting AS integer) FROM pg_settings "
+                              "WHERE name = 'idle_in_transaction_session_timeout'";
+    EXPECT_EQ(holder.Number(limit.c_str()), 1000 * kRequestPatience.count());
   });
 }
 
