@@ -1,5 +1,6 @@
 #include "web/session.h"
 
+#include "system/log.h"
 #include "text/numbers.h"
 #include "text/text.h"
 #include "web/header_value.h"
@@ -51,8 +52,14 @@ std::optional<Session> ParseSession(std::string_view value) {
 }
 
 bool IsOfThisTime(const Session &session, int64_t now) {
-  const bool is_of_the_future = session.issued - kClockSkewSeconds > now;
-  return !is_of_the_future && now - session.issued < kSessionSeconds;
+  if (session.issued - kClockSkewSeconds > now) {
+    const std::string what = "it began " + std::to_string(session.issued - now) +
+                             " seconds in the future: a clock is wrong, here or where its user "
+                             "logged in";
+    system::LogFailure("session", what.c_str());
+    return false;
+  }
+  return now - session.issued < kSessionSeconds;
 }
 
 /// Takes the first cookie off `cookies`; its value when it has the name of ours.

@@ -18,8 +18,10 @@ namespace vexo::web {
 inline constexpr std::string_view kSessionCookie = "vexo_session";
 /// How long a session lasts.
 inline constexpr int64_t kSessionSeconds = int64_t{30} * 24 * 60 * 60;
-/// By how much the clock of another machine with the same key may be ahead.
-inline constexpr int64_t kClockSkewSeconds = 60;
+/// By how much the clock of another machine with the same key may be ahead. Only who has the key
+/// can begin a session, and it lasts so much longer at most; a machine that takes local time for
+/// UTC is half a day wrong.
+inline constexpr int64_t kClockSkewSeconds = int64_t{24} * 60 * 60;
 /// Cookies of a request that are longer than this are not looked at.
 inline constexpr std::size_t kLongestCookies = 8192;
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <map>
 #include <optional>
 #include <set>
@@ -166,18 +165,6 @@ auto KeyOf(const PlaylistDifference &difference) {
   return std::tuple(difference.kind, difference.row.id, difference.mended.path);
 }
 
-/// Waits until the youngest file has been left alone for `grace_period`.
-void WaitUntilSettled(const std::vector<PlaylistDifference> &differences,
-                      std::chrono::seconds grace_period) {
-  const int64_t now = std::time(nullptr);
-  int64_t youngest = 0;
-  for (const PlaylistDifference &difference : differences) {
-    const auto file = FindFile(difference.mended.path);
-    youngest = std::max(youngest, file ? std::min(file->time_changed, now) : 0);
-  }
-  std::this_thread::sleep_for(std::chrono::seconds(youngest - now) + grace_period);
-}
-
 /// What differs now, and did so before the grace period.
 std::vector<PlaylistDifference> Lasting(index::MediaIndex &index, const Library &library,
                                         const std::vector<PlaylistDifference> &before) {
@@ -313,7 +300,8 @@ PlaylistChanges UpdatePlaylistRows(index::MediaIndex &index, const Library &libr
     if (found.empty()) {
       return changes;
     }
-    WaitUntilSettled(found, grace_period);
+    // However old the files seem: another machine that writes them may have another clock.
+    std::this_thread::sleep_for(grace_period);
     for (const PlaylistDifference &difference : Lasting(index, library, found)) {
       if (MendPlaylist(index, difference)) {
         ++(difference.kind == Kind::kNew ? changes.added : changes.moved);

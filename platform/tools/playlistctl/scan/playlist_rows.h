@@ -47,8 +47,8 @@ struct PlaylistChanges {
 };
 
 /// Gives playlist files without a row their row, and rows whose file was renamed its path. Rows
-/// without a file stay: it may be back soon. A file that changed less than `grace_period`
-/// ago is waited for: a request may be about to write its row.
+/// without a file stay: it may be back soon. What is found is looked at again after `grace_period`:
+/// a request may be about to write its row.
 PlaylistChanges UpdatePlaylistRows(index::MediaIndex &index, const Library &library,
                                    std::chrono::seconds grace_period, Output &output);
 
