@@ -18,6 +18,8 @@ listen_port = 6432
 auth_type = trust
 auth_file = {folder}/users
 pool_mode = transaction
+server_login_retry = 1
+query_wait_timeout = 5
 """
 
 

@@ -23,6 +23,7 @@ from places import BUILD, SOURCE
 ROOT = BUILD / "root"
 BIN = BUILD / "bin"
 LIBRARY = ROOT / "library"
+CONFIG = ROOT / "etc/vexo/playlist.conf"
 PASSWORD = "correct horse"
 LONG = "VEXO_LONG" in os.environ
 
