@@ -9,14 +9,22 @@ import os
 import re
 import select
 import shutil
+import signal
 import subprocess
 import unittest
+from pathlib import Path
 
 from places import BUILD, SOURCE
 from postgres import Bouncer, Postgres
 from server import BIN, LIBRARY, ROOT, Client, RootTest, Server, free_port, playlistctl, run, start
 
 SHARED = ("library", "etc/vexo", "var/services/homes", "var/lib/vexo/preferences")
+
+
+def child_of(process):
+    """The number of a process's only child."""
+    children = f"/proc/{process.pid}/task/{process.pid}/children"
+    return int(Path(children).read_text(encoding="ascii"))
 
 
 class Machine:
@@ -42,17 +50,12 @@ class Machine:
             raise
 
     def _start_servers(self):
-        self.enter = ("nsenter", "--mount", "--pid", "--target", str(self._first_process()))
+        self.enter = ("nsenter", "--mount", "--pid", "--target", str(child_of(self.process)))
         self.run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
         self.bouncer = Bouncer(self.folder / "run", self.postgres_folder, self.enter, ROOT / "run")
         self.started.append(self.bouncer.process)
         self.server = Server(port=self.port, root=self.folder, enter=self.enter, proxy="127.0.0.1")
         self.started.append(self.server.process)
-
-    def _first_process(self):
-        children = f"/proc/{self.process.pid}/task/{self.process.pid}/children"
-        with open(children, encoding="ascii") as file:
-            return int(file.read())
 
     def run(self, *command, **options):
         """Runs a program there, which must succeed, and gives its standard output."""
@@ -73,10 +76,15 @@ class Machine:
     def is_running(self):
         return self.process.returncode is None
 
+    def kill_web_server(self):
+        """The programs that it has started go on."""
+        os.kill(child_of(self.server.process), signal.SIGKILL)
+        self.server.process.wait()
+
     def kill(self):
         """Nothing of it runs any more, as after a power failure."""
         # With its first process all others have ended, too.
-        first = os.pidfd_open(self._first_process())
+        first = os.pidfd_open(child_of(self.process))
         self.process.kill()
         select.select([first], [], [])
         os.close(first)
@@ -96,11 +104,15 @@ class Proxy(Client):
         text = run(SOURCE / "scripts/haproxy_conf", f"127.0.0.1:{self.port}", *places)
         conf.write_text(text.replace("  option dontlog-normal\n", ""))
         self.log_file = BUILD / "haproxy.log"
+        self.log_file.unlink(missing_ok=True)
         self.process = start(["/usr/sbin/haproxy", "-db", "-f", conf], self.log_file, self.listens)
 
     def served(self, backend):
         """Who has served each request that came to a backend: m1, m2, ..."""
-        return re.findall(rf" {backend}/(m\d+) ", self.log_file.read_text())
+        return re.findall(rf" clients {backend}/(m\d+) ", self.log())
+
+    def log(self):
+        return self.log_file.read_text()
 
     def stop(self):
         self.process.terminate()
@@ -126,7 +138,8 @@ class Machines:
 
     def stop(self):
         for machine in self.all:
-            machine.kill()
+            if machine.is_running:
+                machine.kill()
             shutil.rmtree(machine.folder)
         self.postgres.stop()
 

@@ -3,11 +3,15 @@
 import os
 import re
 import subprocess
+import threading
 import unittest
-from http.client import HTTPConnection
+from concurrent.futures import ThreadPoolExecutor
+from http.client import HTTPConnection, HTTPException
 
 from api import Api
 from machines import MachinesTest, Proxy
+from mixed_edits import edit_all_at_once
+from openapi import Mismatch
 from server import ANNA, BUILD, PASSWORD, SHARED, SOURCE, Client, free_port, songs_of, wait_until
 
 
@@ -18,6 +22,8 @@ class BehindAProxy(MachinesTest):
         cls.proxy = Proxy(cls.machines)
         cls.addClassCleanup(cls.proxy.stop)
 
+
+class Machines(BehindAProxy):
     def test_what_one_writes_all_have(self):
         first, second, third = [machine.server for machine in self.machines]
         made = first.add(SHARED, "one for all", [{"res": "http://a/1"}])
@@ -86,6 +92,67 @@ class BehindAProxy(MachinesTest):
             self.assertEqual((answer.status, len(answer.body)), (206, 10))
         wait_until(lambda: len(self.proxy.served("streams")) == 9, "the proxy has logged all")
         self.assertEqual(len(set(self.proxy.served("streams"))), 1)
+
+
+class Edits(MachinesTest):
+    CLIENTS, EDITS = 48, 2000
+
+    def test_of_many_clients_on_all_machines_are_all_there(self):
+        servers = [machine.server for machine in self.machines]
+        problems, hot = edit_all_at_once(servers, self.CLIENTS, self.EDITS)
+        self.assertEqual(problems, [])
+        self.assertGreater(min(len(hot.appended), len(hot.counted), len(hot.played)), 5)
+        self.assertEqual([machine.examine() for machine in self.machines], [""] * 3)
+
+
+class Appends:
+    """Clients that append to one list by the proxy."""
+
+    CLIENTS, EACH = 24, 10
+
+    def __init__(self, proxy):
+        self.proxy = proxy
+        self.id = proxy.add(SHARED, "appended", []).id
+        self.done, self.unsure, self.late = [], [], []
+        self.killed = threading.Event()
+
+    def append(self, song):
+        is_late = self.killed.is_set()
+        try:
+            answer = self.proxy.ask("addsongs", playlist=self.id, id_info_list=[{"res": song}])
+            done = answer.success
+        except (HTTPException, OSError, Mismatch):  # which is what a proxy's own answer is
+            done = False
+        (self.done if done else self.late if is_late else self.unsure).append(song)
+
+    def client(self, number):
+        for each in range(self.EACH):
+            self.append(f"http://{number}/{each}")
+
+    def run(self, machine):
+        """Its web server is killed when a third is done."""
+        with ThreadPoolExecutor(self.CLIENTS) as pool:
+            clients = pool.map(self.client, range(self.CLIENTS))
+            wait_until(lambda: len(self.done) > self.CLIENTS * self.EACH // 3, "a third is done")
+            machine.kill_web_server()
+            self.killed.set()
+            list(clients)
+
+
+class Failure(BehindAProxy):
+    def test_when_a_web_server_is_killed_the_others_go_on(self):
+        appends = Appends(self.proxy)
+        appends.run(self.machines[1])
+        self.assertEqual(appends.late, [])
+        songs = songs_of(SHARED.file("appended"))
+        self.assertEqual(len(songs), len(set(songs)))
+        self.assertLessEqual(set(appends.done), set(songs))
+        self.assertLessEqual(set(songs), {*appends.done, *appends.unsure})
+        wait_until(lambda: "m2 is DOWN" in self.proxy.log(), "the proxy has found it out")
+        self.machines[1].kill()
+        self.machines[1].start()
+        wait_until(lambda: "m2 is UP" in self.proxy.log(), "the proxy has found it again")
+        self.assertEqual([machine.examine() for machine in self.machines], [""] * 3)
 
 
 class ForALook(unittest.TestCase):

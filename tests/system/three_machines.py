@@ -37,16 +37,22 @@ def switch(machine, number):
     print(f"{number} is {'on' if machine.is_running else 'off'}", flush=True)
 
 
-def main():
-    password = lay_collection()
-    machines = Machines(COUNT).all
-    proxy = Proxy(machines, int(sys.argv[1]))
-    tell(machines, proxy, password)
+def serve(machines, password):
+    tell(machines, Proxy(machines, int(sys.argv[1])), password)
     numbers = {str(number): machine for number, machine in enumerate(machines, 1)}
     for line in sys.stdin:
         if line.strip() in numbers:
             switch(numbers[line.strip()], line.strip())
     signal.pause()
+
+
+def main():
+    password = lay_collection()
+    together = Machines(COUNT)
+    try:
+        serve(together.all, password)
+    finally:
+        together.stop()
 
 
 if __name__ == "__main__":
