@@ -12,6 +12,7 @@ export function columnsOf(document: ListDocument, isWide: boolean): Column<Item>
   const handle: Column<Item> = {
     key: "handle",
     label: t("editor.handle"),
+    quiet: true,
     width: "24px",
     cell: () => (
       <span class="handle" title={t("editor.handle")}>
@@ -66,15 +67,18 @@ function wideColumns(): Column<Item>[] {
 
 function titleOfEntry(document: ListDocument, item: Item, id: number, isWide: boolean) {
   const artist = artistOf(item);
+  const title = <span class="entry-title">{titleOf(item)}</span>;
+  const isDuplicate = document.duplicates.value.has(id);
+  if (isWide && !item.missing && !isDuplicate) return title;
   return (
     <span class="entry">
       {item.missing && <Icon name="missing" />}
       <span class="entry-text">
-        <span class="entry-title">{titleOf(item)}</span>
+        {title}
         {item.missing && <NotFound document={document} id={id} isWide={isWide} />}
         {!isWide && artist && !item.missing && <span class="entry-artist">{artist}</span>}
       </span>
-      {document.duplicates.value.has(id) && (
+      {isDuplicate && (
         <span class="entry-mark" title={t("editor.duplicate")}>
           {t("editor.duplicate_short")}
         </span>

@@ -1,9 +1,8 @@
 // The columns of songs: which there are, which a person wants, and which of those there is room for.
 import type { ComponentChildren } from "preact";
-import type { Song } from "../api/types.ts";
+import type { Mark, Song } from "../api/types.ts";
 import type { Column } from "../list/list_view.tsx";
-import { markOf } from "../playback/marks.ts";
-import { StarButton } from "../playback/star_button.tsx";
+import { OfMark, StarButton } from "../playback/star_button.tsx";
 import { formatDate, formatDuration, type TextKey, t } from "../text/index.ts";
 import { isTexts, keptForUser } from "../ui/kept.ts";
 import { openMenu } from "../ui/menu.tsx";
@@ -21,8 +20,7 @@ export interface SongColumn {
   quiet?: true;
 }
 
-function Stars({ song }: { song: number }) {
-  const { rating } = markOf(song);
+function Stars({ rating }: Mark) {
   if (rating === 0) return null;
   return (
     <span class="stars">
@@ -67,7 +65,7 @@ export const SONG_COLUMNS: SongColumn[] = [
     least: 32,
     share: 0,
     quiet: true,
-    cell: (song) => <StarButton key={song.id} song={song} tabIndex={-1} />,
+    cell: (song) => <StarButton song={song} tabIndex={-1} />,
   },
   { key: "year", label: "library.year", least: 48, share: 0, align: "end", cell: ({ year }) => number(year) },
   { key: "genre", label: "library.genre", least: 96, share: 1, cell: ({ genre }) => genre },
@@ -91,7 +89,7 @@ export const SONG_COLUMNS: SongColumn[] = [
     label: "library.rating",
     least: 80,
     share: 0,
-    cell: ({ id }) => <Stars key={id} song={id} />,
+    cell: ({ id }) => <OfMark song={id} show={Stars} />,
   },
   { key: "type", label: "library.type", least: 56, share: 0, cell: ({ type }) => type },
 ];

@@ -8,7 +8,7 @@ import { Icon } from "../ui/icon.tsx";
 import { isCoarse } from "../ui/media.ts";
 import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
 import { useGlide } from "./glide.ts";
-import { type Column, Row } from "./row.tsx";
+import { type Column, classOf, Row } from "./row.tsx";
 import { Selection } from "./selection.ts";
 import { Slots } from "./slots.ts";
 import type { ListSource } from "./source.ts";
@@ -252,7 +252,7 @@ function Heading<T>({ columns, sort, onSort }: HeadingProps<T>) {
             role="columnheader"
             aria-colindex={place + 1}
             aria-sort={direction}
-            class={column.align === "end" ? "cell end" : "cell"}
+            class={classOf(column)}
           >
             {column.sortable && onSort ? (
               <button type="button" onClick={() => onSort({ key: column.key, down: isSorted && !sort.down })}>

@@ -15,6 +15,12 @@ export interface Column<T> {
   sortable?: boolean;
 }
 
+/** Cutting off what does not fit is work for each cell, so where all fits nothing is cut. */
+export function classOf<T>({ align, quiet }: Column<T>) {
+  if (align === "end") return "cell end";
+  return quiet ? "cell" : "cell text";
+}
+
 interface RowProps<T> {
   index: number;
   /** Undefined while it is not there yet. */
@@ -52,12 +58,7 @@ export class Row<T> extends Component<RowProps<T>> {
         style={{ top: `${top}px` }}
       >
         {columns.map((column, place) => (
-          <div
-            key={column.key}
-            role="gridcell"
-            aria-colindex={place + 1}
-            class={column.align === "end" ? "cell end" : "cell"}
-          >
+          <div key={column.key} role="gridcell" aria-colindex={place + 1} class={classOf(column)}>
             {item === undefined ? place === 0 && <span class="skeleton" /> : column.cell(item, index)}
           </div>
         ))}

@@ -53,7 +53,7 @@ export function itemColumns<T>(itemOf: (row: T) => Item): Column<T>[] {
     width: "var(--control)",
     cell: (row) => {
       const { song } = itemOf(row);
-      return song && <StarButton key={song.id} song={song} />;
+      return song && <StarButton song={song} />;
     },
   };
   return [title, artist, star, duration];

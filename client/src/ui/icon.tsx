@@ -1,4 +1,6 @@
 // Icons, drawn by ourselves on a grid of 16 pixels with lines of 1.5.
+import { Component } from "preact";
+
 const PATHS = {
   add: "M8 3v10M3 8h10",
   album: "M8 14A6 6 0 1 0 8 2a6 6 0 0 0 0 12zM8 9a1 1 0 1 0 0-2 1 1 0 0 0 0 2z",
@@ -57,11 +59,23 @@ export type IconName = keyof typeof PATHS;
 
 const FILLED: readonly string[] = ["play", "next", "previous", "stop"];
 
+interface IconProps {
+  name: IconName;
+  filled?: boolean;
+}
+
 /** For the eye only: what it means stands in the label of what it is in. */
-export function Icon({ name, filled = FILLED.includes(name) }: { name: IconName; filled?: boolean }) {
-  return (
-    <svg class={filled ? "icon filled" : "icon"} viewBox="0 0 16 16" aria-hidden="true" focusable="false">
-      <path d={PATHS[name]} />
-    </svg>
-  );
+export class Icon extends Component<IconProps> {
+  /** Rows that are scrolled are drawn anew with the icons that they have. */
+  override shouldComponentUpdate({ name, filled }: IconProps) {
+    return name !== this.props.name || filled !== this.props.filled;
+  }
+
+  override render({ name, filled = FILLED.includes(name) }: IconProps) {
+    return (
+      <svg class={filled ? "icon filled" : "icon"} viewBox="0 0 16 16" aria-hidden="true" focusable="false">
+        <path d={PATHS[name]} />
+      </svg>
+    );
+  }
 }

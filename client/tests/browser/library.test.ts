@@ -219,6 +219,21 @@ test("a song tells all of itself, and gets a rating", () =>
     await examine(page, "details-desktop");
   }));
 
+test("a star stays with its song, whichever row shows that", () =>
+  house.visit({ at: "#/songs?sort=title" }, async (page) => {
+    const stars = () => page.locator(".row:has(.star-button[aria-pressed=true])");
+    const known = page.waitForResponse(/api\/marks/);
+    await row(page, "Seed").hover();
+    await known;
+    const kept = page.waitForResponse(/mark$/);
+    await row(page, "Seed").getByRole("button", { name: "Favourite: Seed" }).click();
+    await kept;
+    assert.equal(await stars().getAttribute("data-index"), "5");
+    await page.getByRole("button", { name: "Title" }).click();
+    await page.locator(".row").first().filter({ hasText: "霧笛" }).waitFor();
+    assert.match((await stars().textContent()) ?? "", /^Seed/);
+  }));
+
 test("songs are downloaded as an archive", () =>
   house.visit({ alone: true, at: "#/albums" }, async (page) => {
     await page.getByText("Garden Pieces").click({ button: "right" });
