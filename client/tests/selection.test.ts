@@ -48,6 +48,16 @@ test("extending leaves alone what was chosen one by one", () => {
   assert.deepEqual(selection.positions(), [1, 10, 11]);
 });
 
+test("what is extended from a place of a selection comes beside it", () => {
+  const selection = new Selection();
+  selection.replace([{ first: 2, end: 5 }]);
+  selection.goOnFrom(4);
+  selection.extendTo(6);
+  assert.deepEqual(selection.positions(), [2, 3, 4, 5, 6]);
+  selection.extendTo(4);
+  assert.deepEqual(selection.positions(), [2, 3, 4]);
+});
+
 test("choosing one that is chosen gives it up", () => {
   const selection = new Selection();
   selection.all(4);

@@ -3,6 +3,7 @@ import { test } from "node:test";
 import {
   extentOf,
   HIGHEST,
+  rowsBetween,
   rowsInView,
   scrollFor,
   topAfter,
@@ -67,4 +68,19 @@ test("a row is brought into view by the shortest way", () => {
   assert.equal(topToShow(5, ROW, 0, VIEW), 0);
   assert.equal(topToShow(5, ROW, 1000, VIEW), 5 * ROW);
   assert.equal(topToShow(30, ROW, 0, VIEW), 31 * ROW - VIEW);
+});
+
+test("rows between two heights are those that a part of lies there, whatever stands between them", () => {
+  const between = (top: number, bottom: number) => rowsBetween(top, bottom, 10, 20, [], 0);
+  assert.deepEqual(between(0, 1), { first: 0, end: 1 });
+  assert.deepEqual(between(9, 31), { first: 0, end: 4 });
+  assert.deepEqual(between(10, 30), { first: 1, end: 3 });
+  assert.deepEqual(between(190, 500), { first: 19, end: 20 });
+  assert.deepEqual(between(200, 500), { first: 20, end: 20 });
+  const apart = (top: number, bottom: number) => rowsBetween(top, bottom, 10, 20, [0, 3], 5);
+  assert.deepEqual(apart(0, 4), { first: 0, end: 0 });
+  assert.deepEqual(apart(0, 6), { first: 0, end: 1 });
+  assert.deepEqual(apart(34, 39), { first: 2, end: 3 });
+  assert.deepEqual(apart(35, 41), { first: 3, end: 4 });
+  assert.deepEqual(apart(205, 210), { first: 19, end: 20 });
 });

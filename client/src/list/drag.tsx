@@ -1,8 +1,9 @@
-// Dragging with mouse, pen or finger, by pointer events: what is dragged, where it may land, scrolling at edges.
+// Dragging with mouse, pen or finger, by pointer events: what is dragged, and where it may land.
 import { signal } from "@preact/signals";
 import { useEffect, useRef } from "preact/hooks";
 import { t } from "../text/index.ts";
 import { announce } from "../ui/notices.tsx";
+import { EdgeScroll, type Gesture, watchForGesture } from "./gesture.ts";
 import type { Chosen } from "./items.ts";
 
 /** What is being dragged. `origin` lets a list know its own entries again. */
@@ -21,10 +22,6 @@ export interface DropTarget {
   leave(): void;
   drop(dragged: Dragged, event: PointerEvent): void;
 }
-
-const BEGINS_AFTER = 4; // pixels, with a mouse
-const EDGE = 48; // pixels at the edge of what can be scrolled
-const FASTEST = 24; // pixels a frame
 
 const targets = new Map<Element, DropTarget>();
 const current = signal<{ dragged: Dragged; x: number; y: number } | undefined>(undefined);
@@ -61,30 +58,27 @@ function targetAt(x: number, y: number, dragged: Dragged) {
 }
 
 function scrollerAt(x: number, y: number) {
-  return document.elementFromPoint(x, y)?.closest<HTMLElement>("[data-scroller]") ?? undefined;
-}
-
-/** How many pixels to scroll in a frame, for a pointer at `at` between the edges. */
-function scrollStep(at: number, start: number, end: number) {
-  const into = at < start + EDGE ? at - start - EDGE : at > end - EDGE ? at - end + EDGE : 0;
-  return Math.max(-FASTEST, Math.min(FASTEST, (into / EDGE) * FASTEST));
+  return document.elementFromPoint(x, y)?.closest("[data-scroller]");
 }
 
 /** One drag, from its beginning to its end, whichever that is. */
-class Drag {
+class Drag implements Gesture {
   private target: DropTarget | undefined;
-  private frame = 0;
   private last: PointerEvent;
+  private readonly edges: EdgeScroll;
 
   constructor(
     private readonly dragged: Dragged,
     event: PointerEvent,
-    private readonly onEnd: () => void,
   ) {
     this.last = event;
     document.body.classList.add("dragging");
     this.move(event);
-    this.frame = requestAnimationFrame(this.scroll);
+    this.edges = new EdgeScroll(
+      () => this.last,
+      ({ clientX: x, clientY: y }) => scrollerAt(x, y),
+      () => this.move(this.last),
+    );
     announce(t("drag.begins", { what: dragged.label }));
   }
 
@@ -98,79 +92,22 @@ class Drag {
     current.value = { dragged: this.dragged, x, y };
   }
 
-  /** `lands` is false when it was given up: everything is as it was before. */
   end(lands: boolean) {
-    cancelAnimationFrame(this.frame);
+    this.edges.stop();
     document.body.classList.remove("dragging");
     const { target } = this;
     target?.leave();
     current.value = undefined;
     if (lands) target?.drop(this.dragged, this.last);
-    this.onEnd();
   }
-
-  private readonly scroll = () => {
-    const { clientX: x, clientY: y } = this.last;
-    const scroller = scrollerAt(x, y);
-    if (scroller) {
-      const { top, bottom } = scroller.getBoundingClientRect();
-      const step = scrollStep(y, top, bottom);
-      if (step !== 0) {
-        scroller.scrollTop += step;
-        this.move(this.last);
-      }
-    }
-    this.frame = requestAnimationFrame(this.scroll);
-  };
 }
 
-/**
- * Begins a drag when the pointer that went down moves: with a mouse after some pixels, with a finger (which must be
- * on a handle that does not scroll) at once. `lift` tells what is dragged; undefined: nothing.
- */
+/** Begins a drag when the pointer that went down moves. `lift` tells what is dragged; undefined: nothing. */
 export function watchForDrag(down: PointerEvent, lift: () => Dragged | undefined) {
-  let drag: Drag | undefined;
-  const stop = new AbortController();
-  const listen = { signal: stop.signal, capture: true };
-  const end = (lands: boolean) => {
-    stop.abort();
-    drag?.end(lands);
-  };
-  const onMove = (event: PointerEvent) => {
-    if (event.pointerId !== down.pointerId) return;
-    if (drag) return drag.move(event);
-    if (Math.hypot(event.clientX - down.clientX, event.clientY - down.clientY) < BEGINS_AFTER) return;
+  watchForGesture(down, (event) => {
     const dragged = lift();
-    if (!dragged) return stop.abort();
-    drag = new Drag(dragged, event, swallowClick);
-  };
-  document.addEventListener("pointermove", onMove, listen);
-  document.addEventListener("pointerup", () => end(true), listen);
-  document.addEventListener("pointercancel", () => end(false), listen);
-  document.addEventListener("lostpointercapture", () => {}, listen);
-  // A row that gets the focus takes it from another element, which tells the window too.
-  const onBlur = (event: FocusEvent) => event.target === window && end(false);
-  window.addEventListener("blur", onBlur, listen);
-  document.addEventListener(
-    "keydown",
-    (event) => {
-      if (event.key !== "Escape" || !drag) return;
-      event.preventDefault();
-      event.stopPropagation();
-      end(false);
-    },
-    listen,
-  );
-}
-
-/** The click that follows the end of a drag is none. */
-function swallowClick() {
-  const swallow = (event: Event) => {
-    event.stopPropagation();
-    event.preventDefault();
-  };
-  document.addEventListener("click", swallow, { capture: true, once: true });
-  setTimeout(() => document.removeEventListener("click", swallow, { capture: true }), 0);
+    return dragged && new Drag(dragged, event);
+  });
 }
 
 /** What is dragged, beside the pointer. */

@@ -3,17 +3,19 @@
 import { useSignal } from "@preact/signals";
 import type { ComponentChildren, JSX } from "preact";
 import { useLayoutEffect, useMemo, useRef } from "preact/hooks";
-import { Failure } from "../ui/failure.tsx";
 import { Icon } from "../ui/icon.tsx";
 import { isCoarse } from "../ui/media.ts";
 import { type Dragged, type DropTarget, useDropTarget, watchForDrag } from "./drag.tsx";
+import { type FramedList, FrameShape, Framing, isOnContent } from "./frame.tsx";
 import { useGlide } from "./glide.ts";
+import { ListEnd } from "./list_end.tsx";
 import { type Column, classOf, Row } from "./row.tsx";
 import { Selection } from "./selection.ts";
 import { Slots } from "./slots.ts";
 import type { ListSource } from "./source.ts";
 import { tellWhole } from "./tips.ts";
 import { type Place, useViewport } from "./viewport.ts";
+import { rowsBetween } from "./window.ts";
 
 export type { Column } from "./row.tsx";
 
@@ -115,7 +117,25 @@ export function ListView<T>(props: ListViewProps<T>) {
 
   useGlide(body, rowHeight, { ids: source.ids?.value, first, end });
 
-  const act = listActions(props, selection, total, moveTo);
+  const framing = useMemo(() => new Framing(), []);
+  const framed = useRef<() => FramedList | undefined>(() => undefined);
+  framed.current = () => {
+    const [rows, view] = [body.current, viewport.scroller.current];
+    if (!rows || !view) return undefined;
+    const { left, top, width } = rows.getBoundingClientRect();
+    const above = top - view.getBoundingClientRect().top + view.scrollTop;
+    const starts = sections.map(({ at }) => at);
+    return {
+      selection,
+      scroller: view,
+      moveTo,
+      origin: { left, top: top + viewport.offsetOf(0) },
+      size: { width, height: Math.max(offsetOf(total), view.scrollHeight - above) },
+      rowsBetween: (from, to) => rowsBetween(from, to, rowHeight, total, starts, SECTION),
+    };
+  };
+  const frame = (down: PointerEvent) => framing.watch(down, () => framed.current());
+  const act = listActions(props, selection, total, moveTo, frame);
   const rowOf = (event: Event) => {
     const row = (event.target as Element).closest<HTMLElement>("[data-index]");
     return row ? Number(row.dataset.index) : undefined;
@@ -172,6 +192,7 @@ export function ListView<T>(props: ListViewProps<T>) {
       data-scroller
       style={{ "--columns": gridColumns }}
       onScroll={viewport.onScroll}
+      onPointerDown={(event) => act.onPointerDown(event, rowOf(event))}
     >
       {props.lead && <div ref={viewport.lead}>{props.lead}</div>}
       <div
@@ -197,7 +218,6 @@ export function ListView<T>(props: ListViewProps<T>) {
         onClick={(event) => act.onClick(event, rowOf(event))}
         onDblClick={(event) => act.onOpen(rowOf(event))}
         onContextMenu={(event) => act.onMenu(event, rowOf(event))}
-        onPointerDown={(event) => act.onPointerDown(event, rowOf(event))}
       >
         {header && <Heading columns={columns} sort={props.sort} onSort={props.onSort} />}
         <div ref={body} role="presentation" class="list-body" style={{ height: `${viewport.boxHeight}px` }}>
@@ -209,6 +229,7 @@ export function ListView<T>(props: ListViewProps<T>) {
             />
           )}
         </div>
+        <FrameShape frame={framing.frame} shift={heading + viewport.offsetOf(0)} />
       </div>
       <ListEnd source={source} empty={props.empty} />
     </div>
@@ -220,17 +241,6 @@ function SectionHead({ label, top }: { label: string; top: number }) {
     <div role="row" class="section" style={{ top: `${top}px` }}>
       <div role="gridcell">{label}</div>
     </div>
-  );
-}
-
-/** What stands in the place of rows: that there are none, or why. */
-export function ListEnd({ source, empty }: { source: ListSource<unknown>; empty: ComponentChildren }) {
-  const error = source.error.value;
-  return (
-    <>
-      {source.total.value === 0 && <div class="empty">{empty}</div>}
-      {error && <Failure error={error} retry={() => source.retry()} />}
-    </>
   );
 }
 
@@ -294,6 +304,7 @@ function listActions<T>(
   selection: Selection,
   total: number,
   moveTo: (index: number) => void,
+  frame: (down: PointerEvent) => void,
 ) {
   const canSelect = props.selection !== undefined;
   const onOpen = (index: number | undefined) => {
@@ -355,14 +366,27 @@ function listActions<T>(
       props.onMenu?.(index, { x: event.clientX, y: event.clientY });
     },
     onPointerDown: (event: PointerEvent, index: number | undefined) => {
-      if (index === undefined || event.button !== 0) return;
+      if (event.button !== 0) return;
       const onHandle = (event.target as Element).closest(".handle") !== null;
-      if (event.pointerType === "touch" && !onHandle)
-        return watchForLongTouch(event, index, selection, canSelect);
-      if ((isControl(event) && !onHandle) || !props.lift) return;
+      if (event.pointerType === "touch" && !onHandle) {
+        if (index !== undefined) watchForLongTouch(event, index, selection, canSelect);
+        return;
+      }
+      if (isControl(event) && !onHandle) return;
+      if (index === undefined ? isBesideRows(event) : !selection.has(index) && !isOnContent(event)) {
+        if (canSelect) return frame(event);
+      }
+      if (index === undefined || !props.lift) return;
       watchForDrag(event, () => props.lift?.(selection.has(index) ? selection.positions() : [index]));
     },
   };
+}
+
+/** Whether it is in the room of a list that rows leave. */
+function isBesideRows({ target, currentTarget, clientX }: MouseEvent) {
+  const list = currentTarget as Element;
+  const onBar = clientX >= list.getBoundingClientRect().left + list.clientWidth;
+  return !onBar && (target === list || (target as Element).matches(".list-grid, .list-body"));
 }
 
 /** A finger that stays on a row begins to select. */

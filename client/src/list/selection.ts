@@ -74,8 +74,7 @@ export class Selection {
   toggle(position: number) {
     const range = { first: position, end: position + 1 };
     this.replace(this.has(position) ? without(this.ranges.value, range) : [...this.ranges.value, range]);
-    this.moveTo(position);
-    this.kept = this.ranges.value;
+    this.goOnFrom(position);
   }
 
   /** All from the position that was chosen last to this one, instead of what was so selected before. */
@@ -83,6 +82,12 @@ export class Selection {
     const range = { first: Math.min(this.anchor, position), end: Math.max(this.anchor, position) + 1 };
     this.ranges.value = normalized([...this.kept, range]);
     this.active.value = position;
+  }
+
+  /** Makes it the active one of those that are selected; what is extended from there comes beside them. */
+  goOnFrom(position: number) {
+    this.moveTo(position);
+    this.kept = this.ranges.peek();
   }
 
   /** Makes it the active one, without selecting it. */

@@ -4,7 +4,7 @@ import { useSignal } from "@preact/signals";
 import type { ComponentChildren, JSX } from "preact";
 import { useEffect, useLayoutEffect, useRef } from "preact/hooks";
 import { type Dragged, watchForDrag } from "./drag.tsx";
-import { ListEnd } from "./list_view.tsx";
+import { ListEnd } from "./list_end.tsx";
 import type { ListSource } from "./source.ts";
 import { type Place, useViewport } from "./viewport.ts";
 

@@ -51,6 +51,24 @@ export function rowsInView(top: number, view: number, rowHeight: number, rows: n
   return { first, end };
 }
 
+/** The rows that lie between two heights, at least in part; some have a gap before them, of `gap` pixels each. */
+export function rowsBetween(
+  top: number,
+  bottom: number,
+  rowHeight: number,
+  rows: number,
+  gaps: readonly number[],
+  gap: number,
+) {
+  const gapsAbove = (row: number) => gaps.filter((at) => at <= row).length * gap;
+  const topOf = (row: number) => row * rowHeight + gapsAbove(row);
+  let first = clamp(Math.floor((top - gaps.length * gap) / rowHeight), 0, rows);
+  while (first < rows && topOf(first) + rowHeight <= top) first++;
+  let end = clamp(Math.ceil(bottom / rowHeight), first, rows);
+  while (end > first && topOf(end - 1) >= bottom) end--;
+  return { first, end };
+}
+
 /** Of so many steps like the last one. */
 const STEPS_AHEAD = 4;
 

@@ -9,14 +9,22 @@ const house = openHouse();
 async function middleOf(element: Locator) {
   const box = await element.boundingBox();
   if (!box) throw new Error("it is not to be seen");
-  return { x: box.x + box.width / 2, y: box.y + box.height / 2, top: box.y, bottom: box.y + box.height };
+  return {
+    x: box.x + box.width / 2,
+    y: box.y + box.height / 2,
+    left: box.x,
+    top: box.y,
+    bottom: box.y + box.height,
+  };
 }
 
+/** From what the row says first. */
 async function drag(page: Page, from: Locator, to: { x: number; y: number }, drop = true) {
   const at = await middleOf(from);
-  await page.mouse.move(at.x, at.y);
+  const x = at.left + 40;
+  await page.mouse.move(x, at.y);
   await page.mouse.down();
-  await page.mouse.move(at.x, at.y + 10);
+  await page.mouse.move(x, at.y + 10);
   await page.mouse.move(to.x, to.y, { steps: 5 });
   if (drop) await page.mouse.up();
 }
@@ -118,6 +126,59 @@ test("songs that are moved glide to their places, unless people want no motion",
     await page.keyboard.press("Alt+ArrowDown");
     await saved();
     assert.deepEqual(await glides(), []);
+  });
+});
+
+/** In a row of the panel, beside what it says. */
+async function besideText(row: Locator) {
+  const box = await row.boundingBox();
+  if (!box) throw new Error("it is not to be seen");
+  return { x: box.x + box.width - 62, y: box.y + box.height / 2 };
+}
+
+test("a frame beside what rows say selects them, scrolls at the edge, and is given up by Escape", async () => {
+  const ids = (await songsOf(house)).map(({ id }) => id);
+  const id = await makeList(
+    house,
+    "Framed",
+    Array.from({ length: 60 }, (_, at) => ids[at % ids.length] ?? 0),
+  );
+  await house.visit({}, async (page) => {
+    const { panel, row } = await openInPanel(page, id);
+    const selected = () =>
+      panel
+        .locator("[aria-selected=true]")
+        .evaluateAll((rows) => rows.map((one) => Number((one as HTMLElement).dataset.index)).sort());
+    const press = async (from: number, to: number) => {
+      const [start, end] = [await besideText(row(from)), await besideText(row(to))];
+      await page.mouse.move(start.x, start.y);
+      await page.mouse.down();
+      await page.mouse.move(end.x - 40, end.y, { steps: 4 });
+      await page.locator(".selection-frame").waitFor();
+    };
+    await press(1, 3);
+    assert.deepEqual(await selected(), [1, 2, 3]);
+    await takePicture(page, "editor-framing");
+    await page.mouse.up();
+    await page.locator(".selection-frame").waitFor({ state: "detached" });
+    assert.deepEqual(await selected(), [1, 2, 3]);
+    assert.equal(await page.evaluate(() => document.activeElement?.getAttribute("data-index")), "3");
+
+    await page.keyboard.down("Control");
+    await press(6, 5);
+    assert.deepEqual(await selected(), [1, 2, 3, 5, 6]);
+    await page.keyboard.up("Control");
+    await page.keyboard.press("Escape");
+    await page.locator(".selection-frame").waitFor({ state: "detached" });
+    await page.mouse.up();
+    assert.deepEqual(await selected(), [1, 2, 3]);
+
+    await press(8, 10);
+    const view = await panel.locator("[data-scroller]").boundingBox();
+    await page.mouse.move((view?.x ?? 0) + 100, (view?.y ?? 0) + (view?.height ?? 0) - 4);
+    await row(59).and(page.locator("[aria-selected=true]")).waitFor();
+    await page.mouse.up();
+    await panel.getByText("52 selected").waitFor();
   });
 });
 

@@ -286,7 +286,7 @@ test("a list is downloaded and exported", async () => {
 async function dragTo(page: Page, from: ReturnType<Page["locator"]>, to: ReturnType<Page["locator"]>) {
   const target = await to.boundingBox();
   if (!target) throw new Error("the target is not in view");
-  await from.hover();
+  await from.hover({ position: { x: 30, y: 12 } }); // where it has its name
   await page.mouse.down();
   await page.mouse.move(target.x + 40, target.y + target.height / 2, { steps: 8 });
 }
