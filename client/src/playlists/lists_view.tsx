@@ -8,12 +8,13 @@ import { SelectionBar } from "../list/selection_bar.tsx";
 import { ArraySource } from "../list/source.ts";
 import { compareNames, formatDate, formatDuration, formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
+import { keyOf } from "../ui/keys.tsx";
 import { isNarrow } from "../ui/media.ts";
-import { MenuButton } from "../ui/menu.tsx";
+import { MenuButton, type MenuItem } from "../ui/menu.tsx";
 import { type Route, replaceQuery } from "../ui/router.ts";
 import { useTitle } from "../ui/title.ts";
 import { addToOpenList, addToOtherList } from "./commands.ts";
-import { order, ownOrder } from "./kept_order.ts";
+import { order, ownOrder, showOrders, step } from "./kept_order.ts";
 import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
 import { matcher, sorted } from "./order.ts";
 import { askForRename, deleteAll, showMenu, showNewMenu } from "./playlist_actions.ts";
@@ -54,9 +55,11 @@ function NameCell({ playlist }: { playlist: Playlist }) {
   );
 }
 
-function MoreButton({ playlist }: { playlist: Playlist }) {
+type ShowMenu = (playlist: Playlist, place: HTMLElement | { x: number; y: number }) => void;
+
+function MoreButton({ playlist, show }: { playlist: Playlist; show: ShowMenu }) {
   const label = t("playlists.more", { name: nameOf(playlist) });
-  return <MenuButton label={label} tabIndex={-1} open={(button) => showMenu(playlist, button)} />;
+  return <MenuButton label={label} tabIndex={-1} open={(button) => show(playlist, button)} />;
 }
 
 function libraryOf({ kind, library }: Playlist) {
@@ -64,7 +67,7 @@ function libraryOf({ kind, library }: Playlist) {
   return t(library === "shared" ? "playlists.shared" : "playlists.mine");
 }
 
-function columns(): Column<Playlist>[] {
+function columns(show: ShowMenu): Column<Playlist>[] {
   const all: (Column<Playlist> & { always?: boolean })[] = [
     {
       key: "name",
@@ -113,7 +116,7 @@ function columns(): Column<Playlist>[] {
       quiet: true,
       width: "var(--control)",
       always: true,
-      cell: (playlist) => <MoreButton playlist={playlist} />,
+      cell: (playlist) => <MoreButton playlist={playlist} show={show} />,
     },
   ];
   return isNarrow.value ? all.filter(({ always }) => always) : all;
@@ -154,17 +157,37 @@ function useLists(filter: { readonly value: string }, sort: Sort | undefined) {
   });
   source.retry = () => void refreshPlaylists();
   const selected = () => selection.positions().flatMap((position) => shown.current[position] ?? []);
-  return { source, selection, selected };
+  return { source, selection, selected, shown: () => shown.current };
+}
+
+/** For a list among those that stand in the user's own order. */
+function orderItems(playlist: Playlist, members: readonly Playlist[]): MenuItem[] {
+  const at = members.indexOf(playlist);
+  const item = (label: string, icon: "up" | "down", by: -1 | 1): MenuItem => ({
+    label,
+    icon,
+    disabled: members[at + by] === undefined,
+    run: () => step(playlist, by, members),
+  });
+  return [item(t("playlists.move_up"), "up", -1), item(t("playlists.move_down"), "down", 1)];
 }
 
 export function ListsView({ route: { query } }: { route: Route }) {
   const sort = sortOf(query);
   const filter = useSignal("");
-  const { source, selection, selected } = useLists(filter, sort);
+  const { source, selection, selected, shown } = useLists(filter, sort);
+  const isOwn = !sort && order.value === "own";
+  const show: ShowMenu = (playlist, place) =>
+    showMenu(playlist, place, isOwn ? orderItems(playlist, shown()) : []);
   useTitle(t("frame.lists"));
   useEffect(() => void refreshPlaylists(), []);
   const onKey = (event: KeyboardEvent, active: number) => {
     const playlist = source.at(active);
+    const by = keyOf(event) === "Alt+ArrowUp" ? -1 : keyOf(event) === "Alt+ArrowDown" ? 1 : undefined;
+    if (playlist && isOwn && by) {
+      if (step(playlist, by, shown())) selection.moveTo(active + by);
+      return true;
+    }
     if (!playlist || event.ctrlKey || event.metaKey || event.altKey) return false;
     if (event.key.toLowerCase() === "l") void addToOtherList(chosenPlaylist(playlist));
     else if (event.key.toLowerCase() === "a") void addToOpenList(chosenPlaylist(playlist));
@@ -194,6 +217,12 @@ export function ListsView({ route: { query } }: { route: Route }) {
             filter.value = event.currentTarget.value;
           }}
         />
+        <MenuButton
+          label={t("playlists.order")}
+          icon="sort"
+          tip
+          open={(button) => showOrders(button, () => replaceQuery({ sort: undefined, dir: undefined }))}
+        />
         <button
           type="button"
           class="button"
@@ -207,7 +236,7 @@ export function ListsView({ route: { query } }: { route: Route }) {
       <ListView
         label={t("frame.lists")}
         source={source}
-        columns={columns()}
+        columns={columns(show)}
         selection={selection}
         header={!isNarrow.value}
         sort={sort}
@@ -216,12 +245,12 @@ export function ListsView({ route: { query } }: { route: Route }) {
         onKey={onKey}
         onMenu={(index, place) => {
           const playlist = source.at(index);
-          if (playlist && selection.count.peek() <= 1) showMenu(playlist, place);
+          if (playlist && selection.count.peek() <= 1) show(playlist, place);
         }}
         empty={<Nothing filtered={filter.value !== ""} />}
       />
       {selection.count.value > 0 && (
-        <ListsBar selection={selection} selected={selected} remove={removeSelected} />
+        <ListsBar selection={selection} selected={selected} remove={removeSelected} show={show} />
       )}
     </>
   );
@@ -240,9 +269,10 @@ interface BarProps {
   selection: Selection;
   selected: () => Playlist[];
   remove: (lists: Playlist[]) => void;
+  show: ShowMenu;
 }
 
-function ListsBar({ selection, selected, remove }: BarProps) {
+function ListsBar({ selection, selected, remove, show }: BarProps) {
   const [first] = selected();
   return (
     <SelectionBar selection={selection}>
@@ -251,7 +281,7 @@ function ListsBar({ selection, selected, remove }: BarProps) {
           type="button"
           class="button"
           aria-haspopup="menu"
-          onClick={(event) => showMenu(first, event.currentTarget)}
+          onClick={(event) => show(first, event.currentTarget)}
         >
           {t("more")}
         </button>

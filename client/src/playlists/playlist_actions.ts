@@ -225,8 +225,11 @@ export function menuOf(playlist: Playlist, place: Place): MenuItem[] {
   ];
 }
 
-export function showMenu(playlist: Playlist, place: Place) {
-  openMenu(place, nameOf(playlist), menuOf(playlist, place));
+/** The same behind what is offered only where the menu opens. */
+export function showMenu(playlist: Playlist, place: Place, own: MenuItem[] = []) {
+  const items = menuOf(playlist, place);
+  if (items[0]) items[0].divided = own.length > 0;
+  openMenu(place, nameOf(playlist), [...own, ...items]);
 }
 
 /** What can be made anew. */

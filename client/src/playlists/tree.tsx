@@ -10,13 +10,13 @@ import { Icon } from "../ui/icon.tsx";
 import { isTexts, keptForUser } from "../ui/kept.ts";
 import { withPart } from "../ui/lazy.tsx";
 import { isCoarse } from "../ui/media.ts";
-import { MenuButton, openMenu } from "../ui/menu.tsx";
-import { announce, reasonOf } from "../ui/notices.tsx";
+import { MenuButton } from "../ui/menu.tsx";
+import { reasonOf } from "../ui/notices.tsx";
 import { linkTo, route } from "../ui/router.ts";
 import { addTo, addToOpenList, addToOtherList, saveAsList } from "./commands.ts";
-import { ORDERS, order, ownOrder } from "./kept_order.ts";
+import { order, ownOrder, place, showOrders, step } from "./kept_order.ts";
 import { chosenPlaylist, linkToPlaylist, nameOf, openPlaylist } from "./opening.ts";
-import { matcher, placedBefore, sorted } from "./order.ts";
+import { matcher, sorted } from "./order.ts";
 import { playlists, refreshPlaylists, storeError } from "./store.ts";
 import { groupOf, rowsOf, type TreeRow } from "./tree_rows.ts";
 
@@ -33,12 +33,6 @@ const carried: { playlist: Playlist | undefined } = { playlist: undefined };
 function fold(name: string, closed: boolean) {
   const others = folded.value.filter((other) => other !== name);
   folded.value = closed ? [...others, name] : others;
-}
-
-/** Before another list of its group, in the order that is the user's own. */
-function place(id: string, before: string | undefined) {
-  const all = sorted(playlists.peek() ?? [], "own", ownOrder.peek(), compareNames).map((list) => list.id);
-  ownOrder.value = placedBefore(all, id, before);
 }
 
 export function PlaylistTree() {
@@ -58,7 +52,7 @@ export function PlaylistTree() {
         <h2 id="lists-title">
           <a href={linkTo(["playlists"])}>{t("frame.lists")}</a>
         </h2>
-        <MenuButton label={t("playlists.order")} icon="sort" tip open={showOrders} />
+        <MenuButton label={t("playlists.order")} icon="sort" tip open={(button) => showOrders(button)} />
         <MenuButton
           label={t("playlists.new")}
           icon="add"
@@ -88,17 +82,6 @@ export function PlaylistTree() {
       )}
     </section>
   );
-}
-
-function showOrders(button: HTMLElement) {
-  const items = ORDERS.map((name) => ({
-    label: t(`playlists.by_${name}`),
-    checked: order.peek() === name,
-    run: () => {
-      order.value = name;
-    },
-  }));
-  openMenu(button, t("playlists.order"), items);
 }
 
 function keyOf(row: TreeRow) {
@@ -220,11 +203,7 @@ function stepInOrder(key: string, playlist: Playlist, rows: TreeRow[]) {
   if (order.peek() !== "own" || (key !== "ArrowUp" && key !== "ArrowDown")) return false;
   const group = groupOf(playlist);
   const members = rows.flatMap((row) => (row.kind === "list" && row.group === group ? [row.playlist] : []));
-  const at = members.findIndex(({ id }) => id === playlist.id);
-  const to = key === "ArrowUp" ? at - 1 : at + 1;
-  if (to < 0 || to >= members.length) return true;
-  place(playlist.id, members[key === "ArrowUp" ? to : to + 1]?.id);
-  announce(t("playlists.moved", { name: playlist.name, place: to + 1, count: members.length }));
+  step(playlist, key === "ArrowUp" ? -1 : 1, members);
   return true;
 }
 

@@ -139,6 +139,7 @@ export const en = {
   "playlists.by_name": "By name",
   "playlists.by_changed": "Last changed first",
   "playlists.by_own": "My own order (drag them, or Alt and arrows)",
+  "playlists.by_own_touch": "My own order (by the lists’ menus)",
   "playlists.moved": "{name} is at place {place} of {count}.",
   "playlists.more": "More for {name}",
   "playlists.new": "New playlist",

@@ -130,8 +130,30 @@ test("playlists stand in the user's own order", async () => {
     await page.goto("#/playlists");
     const rows = page.getByRole("main").getByRole("row").filter({ hasText: "Order" });
     await rows.nth(2).waitFor();
-    const shown = (await rows.allTextContents()).map((text) => text.slice(0, "Order A".length));
-    assert.deepEqual(shown, ["Order B", "Order A", "Order C"]);
+    const shown = async () => (await rows.allTextContents()).map((text) => text.slice(0, "Order A".length));
+    assert.deepEqual(await shown(), ["Order B", "Order A", "Order C"]);
+    await rows.nth(0).locator(".cell").nth(1).click();
+    await page.keyboard.press("Alt+ArrowDown");
+    await page.keyboard.press("Alt+ArrowDown");
+    await page.getByText(/Order B is at place/).waitFor({ state: "attached" });
+    assert.deepEqual(await shown(), ["Order A", "Order C", "Order B"]);
+  });
+});
+
+test("on a phone playlists are put into the user's own order by their menus", async () => {
+  const names = ["Place A", "Place B"];
+  for (const name of names) await make(name, "personal");
+  await house.visit({ size: PHONE, at: "#/playlists" }, async (page) => {
+    const rows = page.getByRole("main").getByRole("row").filter({ hasText: "Place" });
+    const order = async () => (await rows.allTextContents()).map((text) => text.slice(0, "Place A".length));
+    await page.getByRole("button", { name: "Order of the playlists" }).click();
+    await page.getByRole("menuitemcheckbox", { name: /My own order/ }).click();
+    await rows.nth(1).waitFor();
+    assert.deepEqual(await order(), names);
+    await rows.nth(1).getByRole("button", { name: "Place B" }).click();
+    await page.getByRole("menuitem", { name: "Move up" }).click();
+    await page.getByText(/Place B is at place/).waitFor({ state: "attached" });
+    assert.deepEqual(await order(), ["Place B", "Place A"]);
   });
 });
 
