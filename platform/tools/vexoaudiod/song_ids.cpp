@@ -72,8 +72,10 @@ void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdConnection &pl
       }
     }
   }
+  using Clock = std::chrono::steady_clock;
   // An index that is not there is the scanner's to make, under the scanner's user.
-  if (paths.empty() || (index_ == nullptr && !index::HasMediaIndex())) {
+  if (paths.empty() || Clock::now() < ask_again_ ||
+      (index_ == nullptr && !index::HasMediaIndex())) {
     return;
   }
   try {
@@ -87,7 +89,9 @@ void SongIds::Complete(std::vector<QueueEntry> &entries, const MpdConnection &pl
       }
     }
   } catch (const std::exception &error) {
+    constexpr std::chrono::seconds kPause{10};
     index_.reset();
+    ask_again_ = Clock::now() + kPause;
     system::LogFailure("songs of a queue", error.what());
   }
 }

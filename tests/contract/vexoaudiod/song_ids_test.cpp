@@ -39,11 +39,16 @@ protected:
   }
   /// Completes the entries of an MPD with this folder.
   static void Complete(std::vector<QueueEntry> &entries, const std::string &directory) {
+    SongIds ids;
+    Complete(entries, directory, ids);
+  }
+  static void Complete(std::vector<QueueEntry> &entries, const std::string &directory,
+                       SongIds &ids) {
     const std::string path = std::string(system::kTemporary) + "/mpd";
     const ScriptedMpd mpd(path, QueueOfFiles(0));
     MpdConnection queue({path, 0, "", directory});
     FetchQueue(queue, 0, 1);
-    SongIds().Complete(entries, queue);
+    ids.Complete(entries, queue);
   }
 };
 
@@ -141,6 +146,19 @@ TEST_F(SongIdsTest, AnIndexThatIsDamagedDoesNoHarm) {
   std::vector<QueueEntry> entries = {Entry("/srv", "a.mp3")};
   Complete(entries, "/srv");
   EXPECT_EQ(entries[0].song_id, 0);
+}
+
+TEST_F(SongIdsTest, AnIndexThatFailedIsNotAskedAgainAtOnce) {
+  WriteBytes(system::kIndexFile, std::string(10000, 'x'));
+  std::vector<QueueEntry> entries = {Entry("/srv", "a.mp3")};
+  SongIds ids;
+  Complete(entries, "/srv", ids);
+  std::filesystem::remove(system::kIndexFile);
+  Index({Song("/srv/a.mp3")});
+  Complete(entries, "/srv", ids);
+  EXPECT_EQ(entries[0].song_id, 0);
+  Complete(entries, "/srv");
+  EXPECT_GT(entries[0].song_id, 0);
 }
 
 } // namespace
