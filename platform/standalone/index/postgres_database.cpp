@@ -339,10 +339,10 @@ void PostgresDatabase::Execute(const char *sql) {
 }
 
 void PostgresDatabase::AddLock(Lock lock) {
-  // The server lets go of what a machine holds that died and could not say so.
+  // A machine may die and say nothing.
   queue_.push_back({"SELECT set_config('lock_timeout', '" + std::to_string(busy_milliseconds_) +
                     "ms', true), set_config('idle_in_transaction_session_timeout', '" +
-                    std::to_string(kRequestPatience.count()) + "s', true)"});
+                    std::to_string(3 * busy_milliseconds_) + "ms', true)"});
   queue_.push_back(
       {"SELECT 1 FROM locks WHERE id = $1 FOR UPDATE", {ToValue(static_cast<int64_t>(lock))}});
 }

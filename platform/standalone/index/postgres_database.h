@@ -13,7 +13,8 @@ namespace vexo::index {
 
 class PostgresDatabase : public Database {
 public:
-  /// How long a lock of another process is waited for.
+  /// How long a lock of another process is waited for. Who holds one, and says nothing for three
+  /// times as long, loses it.
   static constexpr int kBusyMilliseconds = 10'000;
 
   /// Connects at the first statement. The schema is made or migrated then, where needed.
