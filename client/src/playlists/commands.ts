@@ -10,7 +10,7 @@ import { isWide } from "../ui/media.ts";
 import { notifyFailure } from "../ui/notices.tsx";
 import { carry } from "../ui/outbox.ts";
 import { recentLists, rememberUse } from "./recent.ts";
-import { type NewName, playlistOf } from "./store.ts";
+import { playlistOf } from "./store.ts";
 
 /** Loads what was chosen; a failure is told, with a way to try again. */
 async function withItems(chosen: Chosen, use: (items: Item[]) => Promise<unknown>) {
@@ -72,9 +72,11 @@ export function saveAsList(chosen: Chosen, name: string, library: LibraryName = 
 }
 
 // Of an earlier page; what sends it is fetched, which may have to wait as well.
-carry("rename", async (name: NewName) => {
-  const { sendName } = await fetchPart(() => import("./edits.ts")).catch(() => {
-    throw new RequestError(0, undefined);
+for (const kind of ["rename", "delete", "duplicate"] as const) {
+  carry(kind, async (content: never) => {
+    const { senders } = await fetchPart(() => import("./edits.ts")).catch(() => {
+      throw new RequestError(0, undefined);
+    });
+    await senders[kind](content);
   });
-  await sendName(name);
-});
+}

@@ -10,10 +10,18 @@ import { unsaved } from "../editor/open_documents.ts";
 import { type Item, itemOf, referenceOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { giveNewId, idNow, record } from "../ui/history.ts";
-import { carry, post } from "../ui/outbox.ts";
+import { canWait, carry, post, postLater, withdraw } from "../ui/outbox.ts";
 import { goTo, linkTo, route } from "../ui/router.ts";
 import { freeName } from "./order.ts";
-import { type NewName, named, newNameOf, playlists, refreshPlaylists, showAtOnce } from "./store.ts";
+import {
+  deletionOf,
+  type NewName,
+  newNameOf,
+  playlists,
+  refreshPlaylists,
+  showAtOnce,
+  withWaiting,
+} from "./store.ts";
 
 /** Enough to make a playlist again. */
 export interface Snapshot {
@@ -23,6 +31,9 @@ export interface Snapshot {
   library: LibraryName;
   content: { items: Item[] } | { rule: string };
 }
+
+/** A list as it is named to who sends something about it later. */
+type Named = Pick<Playlist, "id" | "kind" | "library" | "name">;
 
 const MOST_NAMES_TRIED = 20;
 /** How often something is deleted that others edit meanwhile. */
@@ -102,15 +113,20 @@ async function removeOne({ id, kind }: Pick<Playlist, "id" | "kind">, version?: 
   else await actions.remove([id], version);
 }
 
+/** What was deleted, by the ids that it had. */
+const taken = new Map<string, Snapshot>();
+
 /** Deletes it as it was read, so that nothing is lost that undoing would not bring back. */
 async function takeAway(playlist: Playlist, stop?: AbortSignal): Promise<Snapshot> {
   const { id, name, library, kind } = playlist;
   if (kind === "list") await sendEdits(id);
   for (let tries = 1; ; tries++) {
     const { content, version } = await contentOf(playlist, stop);
+    const snapshot = { id, name, library, content };
+    taken.set(id, snapshot); // the answer may be lost
     try {
       await removeOne({ id, kind }, version);
-      return { id, name, library, content };
+      return snapshot;
     } catch (error) {
       if (!isStale(error) || tries === MOST_TRIES) throw error;
     }
@@ -174,8 +190,7 @@ export function otherLibrary(library: LibraryName): LibraryName {
   return library === "shared" ? "personal" : "shared";
 }
 
-/** A copy in the other library, by the name that it has or another. */
-export async function duplicate(playlist: Playlist, name: string) {
+async function copy(playlist: Playlist, name: string) {
   const library = otherLibrary(playlist.library);
   const label = t("playlists.duplicated", { name: playlist.name });
   if (name === playlist.name) {
@@ -187,6 +202,25 @@ export async function duplicate(playlist: Playlist, name: string) {
     recordMade(label, { id, name, library, kind: playlist.kind });
   }
   await refreshPlaylists();
+}
+
+type Copy = Named & { as: string };
+
+function sendCopy({ as, ...list }: Copy) {
+  return copy({ ...list, id: idNow(list.id) }, as);
+}
+
+/** A copy in the other library, by the name that it has or another; waits for a connection, if it has to. */
+export async function duplicate(playlist: Playlist, as: string) {
+  const { id, kind, library, name } = playlist;
+  try {
+    await copy(playlist, as);
+  } catch (error) {
+    if (!canWait(error)) throw error;
+    const content: Copy = { id, kind, library, name, as };
+    const label = t("playlists.duplicated", { name });
+    postLater({ kind: "duplicate", key: `duplicate ${id} ${as}`, label, content });
+  }
 }
 
 /** The name is the id of a rule, so it has another one then. */
@@ -237,15 +271,13 @@ export async function sendName({ was, name, ...list }: NewName) {
   follow(playlist.id, id);
 }
 
-carry("rename", sendName); // once it is here, it needs no connection to be fetched
-
 async function giveName(playlist: Playlist, name: string) {
   const { id, kind, library } = playlist;
   const was = newNameOf(id)?.was ?? playlist.name;
   const label = t("playlists.renamed", { old: was, name });
   const isSent = await post({ kind: "rename", key: id, label, content: { id, kind, library, was, name } });
   if (isSent) await refreshPlaylists();
-  else showAtOnce(named);
+  else showAtOnce(withWaiting);
 }
 
 export async function renamePlaylist(playlist: Playlist, name: string) {
@@ -265,62 +297,107 @@ export async function deleteForGood({ id, kind }: Playlist) {
 }
 
 export interface Deleted {
-  snapshots: Snapshot[];
+  gone: Playlist[];
   failed: { playlist: Playlist; error: unknown }[];
 }
 
-/** One after the other, until `stop`; those that fail are told, the others go. */
+/** Those whose deletion has had to wait since this page was opened, which so knows how to undo it. */
+const left = new Set<string>();
+
+function leaveLater({ id, kind, library, name }: Playlist) {
+  left.add(id);
+  const content: Named = { id, kind, library, name };
+  postLater({ kind: "delete", key: deletionOf(id), label: t("playlists.deleted", { name }), content });
+}
+
+/** Of one that has gone meanwhile, all is done. */
+async function sendDeletion(list: Named) {
+  try {
+    await takeAway({ ...list, id: idNow(list.id) });
+  } catch (error) {
+    if (!(error instanceof RequestError) || error.status !== 404) throw error;
+  }
+  if (!left.has(list.id)) recordDeleted([list]);
+}
+
+/** What is sent later, by the kinds of the outbox. */
+export const senders = { rename: sendName, delete: sendDeletion, duplicate: sendCopy };
+// Once they are here, they need no connection to be fetched.
+carry("rename", sendName);
+carry("delete", sendDeletion);
+carry("duplicate", sendCopy);
+
+/** One after the other, until `stop`; those that fail are told, the others go, now or when they can. */
 async function takeAllAway(lists: readonly Playlist[], stop?: AbortSignal): Promise<Deleted> {
-  const deleted: Deleted = { snapshots: [], failed: [] };
+  const deleted: Deleted = { gone: [], failed: [] };
   const ids = new Set(lists.map(({ id }) => id));
   showAtOnce((all) => all.filter(({ id }) => !ids.has(id)));
   for (const playlist of lists) {
     if (stop?.aborted) break;
     try {
-      deleted.snapshots.push(await takeAway(playlist, stop));
+      await takeAway(playlist, stop);
+      deleted.gone.push(playlist);
     } catch (error) {
-      if (!stop?.aborted) deleted.failed.push({ playlist, error });
+      if (stop?.aborted) break;
+      if (canWait(error)) {
+        leaveLater(playlist);
+        deleted.gone.push(playlist);
+      } else deleted.failed.push({ playlist, error });
     }
   }
   await refreshPlaylists();
   return deleted;
 }
 
+/** Is not deleted after all, or made again. */
+async function bringOneBack(list: Playlist) {
+  const { id } = list;
+  if (await withdraw(deletionOf(id)))
+    return showAtOnce((all) => [...all.filter((other) => other.id !== id), list]);
+  const snapshot = taken.get(id) ?? taken.get(idNow(id));
+  if (snapshot) await bringBack(snapshot);
+}
+
+/** `goBack` is done when they are there again. */
+function recordDeleted(lists: readonly Playlist[], goBack = () => {}) {
+  const gone = [...lists];
+  const [first] = lists;
+  if (!first) return;
+  const label =
+    lists.length === 1
+      ? t("playlists.deleted", { name: first.name })
+      : t("playlists.deleted_several", { count: lists.length });
+  const undo = async () => {
+    for (let next = gone[0]; next; next = gone[0]) {
+      await bringOneBack(next);
+      gone.shift();
+    }
+    goBack();
+    await refreshPlaylists();
+  };
+  const redo = async () => {
+    const ids = lists.map(({ id }) => idNow(id));
+    const again = await takeAllAway((playlists.peek() ?? []).filter(({ id }) => ids.includes(id)));
+    gone.push(...again.gone);
+    if (again.failed[0]) throw again.failed[0].error;
+  };
+  record({ label, undo, redo });
+}
+
 /** Deletes playlists, and brings them back by undo. */
 export async function deletePlaylists(lists: readonly Playlist[], stop?: AbortSignal): Promise<Deleted> {
   const deleted = await takeAllAway(lists, stop);
-  const { snapshots } = deleted;
-  const gone = [...snapshots];
-  const [first] = snapshots;
-  if (!first) return deleted;
+  const ids = deleted.gone.map(({ id }) => id);
   const open = openListId.peek();
-  const closed = snapshots.some(({ id }) => id === open) ? open : undefined;
+  const closed = open !== undefined && ids.includes(open) ? open : undefined;
   if (closed !== undefined) openListId.value = undefined;
   const { segments } = route.peek();
-  const left = snapshots.find(({ id }) => segments[1] === id);
-  if (left) goTo(["playlists"]);
-  const label =
-    snapshots.length === 1
-      ? t("playlists.deleted", { name: first.name })
-      : t("playlists.deleted_several", { count: snapshots.length });
-  const bringAllBack = async () => {
-    for (let next = gone[0]; next; next = gone[0]) {
-      await bringBack(next);
-      gone.shift();
-    }
+  const shown = ids.find((id) => id === segments[1]);
+  if (shown !== undefined) goTo(["playlists"]);
+  recordDeleted(deleted.gone, () => {
     if (closed !== undefined) openList(idNow(closed));
     const isWhereItLed = route.peek().segments.join("/") === "playlists";
-    if (left && isWhereItLed) goTo([segments[0] ?? "playlists", idNow(left.id)]);
-    await refreshPlaylists();
-  };
-  const again = async () => {
-    const ids = snapshots.map(({ id }) => idNow(id));
-    const { snapshots: taken, failed } = await takeAllAway(
-      (playlists.peek() ?? []).filter(({ id }) => ids.includes(id)),
-    );
-    gone.push(...taken);
-    if (failed[0]) throw failed[0].error;
-  };
-  record({ label, undo: bringAllBack, redo: again });
+    if (shown !== undefined && isWhereItLed) goTo([segments[0] ?? "playlists", idNow(shown)]);
+  });
   return deleted;
 }

@@ -54,7 +54,7 @@ async function read() {
     for (let tries = 1; whole && !whole.settled && tries < MOST_TRIES; tries++) whole = await readOnce();
     storeError.value = undefined;
     if (!whole || again) return;
-    playlists.value = named(whole.items);
+    playlists.value = withWaiting(whole.items);
     version = whole.settled && outbox().length === 0 ? whole.version : undefined;
   } catch (error) {
     if (!(error instanceof RequestError)) throw error;
@@ -72,9 +72,15 @@ export function newNameOf(id: string) {
   return letter?.content as NewName | undefined;
 }
 
-/** With the names that wait to be sent. */
-export function named(lists: readonly Playlist[]) {
-  return lists.map((list) => ({ ...list, name: newNameOf(list.id)?.name ?? list.name }));
+/** What names the deletion of a list that waits to be sent. */
+export const deletionOf = (id: string) => `delete ${id}`;
+
+/** With the names that wait to be sent, and without what waits to be deleted. */
+export function withWaiting(lists: readonly Playlist[]) {
+  const keys = new Set(outbox().map(({ key }) => key));
+  return lists
+    .filter(({ id }) => !keys.has(deletionOf(id)))
+    .map((list) => ({ ...list, name: newNameOf(list.id)?.name ?? list.name }));
 }
 
 async function readUntilQuiet() {

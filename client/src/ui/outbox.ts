@@ -29,6 +29,8 @@ const hasFailed = signal(false);
 export const settled = signal(0);
 const pauses = new Pauses();
 let isBusy = false;
+/** The one that is being sent again. */
+let sending: Promise<boolean> | undefined;
 
 /** What is not sent yet. */
 export function outbox(): readonly Letter[] {
@@ -53,13 +55,18 @@ async function send({ kind, content }: Letter) {
   await carriers.get(kind)?.(content as never);
 }
 
-function canWait(error: unknown) {
+/** Whether it may be done later, without anybody doing anything else than logging in. */
+export function canWait(error: unknown) {
   return error instanceof RequestError && (error.isPassing || error.status === 401);
+}
+
+function put(letter: Letter) {
+  letters.value = [...letters.peek().filter(({ key }) => key !== letter.key), letter];
 }
 
 /** Sends it, now or when it can be: false when it has to wait. Fails when it is refused. */
 export async function post(letter: Letter): Promise<boolean> {
-  letters.value = [...letters.peek().filter(({ key }) => key !== letter.key), letter];
+  put(letter);
   try {
     await send(letter);
     drop(letter);
@@ -74,6 +81,21 @@ export async function post(letter: Letter): Promise<boolean> {
   }
 }
 
+/** Sends it when it can be, as it has turned out that it cannot be now. */
+export function postLater(letter: Letter) {
+  put(letter);
+  fail();
+}
+
+/** It is not to be sent any more; false when it is not there, as it has been sent. */
+export async function withdraw(key: string): Promise<boolean> {
+  await sending;
+  const letter = letters.peek().find((other) => other.key === key);
+  if (letter) drop(letter);
+  if (letters.peek().length === 0) hasFailed.value = false;
+  return letter !== undefined;
+}
+
 function fail() {
   hasFailed.value = true;
   pauses.after(() => void sendAll());
@@ -83,7 +105,11 @@ function fail() {
 async function sendAll() {
   if (isBusy || !user.peek()) return;
   isBusy = true;
-  for (const letter of letters.peek()) if (!(await sendAgain(letter))) break;
+  for (const letter of letters.peek()) {
+    if (!letters.peek().includes(letter)) continue; // it was withdrawn meanwhile
+    sending = sendAgain(letter);
+    if (!(await sending)) break;
+  }
   isBusy = false;
   if (letters.peek().length > 0) return;
   hasFailed.value = false;

@@ -1,8 +1,8 @@
-// New names of playlists that cannot be sent at once.
+// What is done to playlists that cannot be sent at once: new names, deletions, copies.
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
-import { idOf, makeList } from "./editor_support.ts";
+import { idOf, makeList, titlesOf } from "./editor_support.ts";
 import { openHouse } from "./fixture.ts";
 
 const house = openHouse();
@@ -83,5 +83,70 @@ test("a new name whose answer was lost is not refused as one that there is alrea
     await page.waitForFunction(() => localStorage.getItem("outbox:anna") === "[]");
     assert.equal(await idOf(house, "Found call"), id);
     assert.equal(await page.getByText("Not done").count(), 0);
+  });
+});
+
+const isThere = async (name: string) =>
+  (await house.get<{ items: { name: string }[] }>("api/playlists")).items.some((list) => list.name === name);
+
+test("without a connection a deletion waits, is undone before it is sent and after it", async () => {
+  const before = await titlesOf(house, await makeList(house, "Leaves", 3));
+  await house.visit({ errors: FAILED }, async (page) => {
+    await item(page, "Leaves").focus();
+    await page.keyboard.press("F2"); // fetches what deletes, too
+    await page.getByRole("dialog").waitFor();
+    await page.keyboard.press("Escape");
+    await page.getByRole("dialog").waitFor({ state: "detached" });
+    await page.context().setOffline(true);
+    const deletes = async () => {
+      await item(page, "Leaves").focus();
+      await page.keyboard.press("Delete");
+      await page.getByText("Not sent yet: Deleted “Leaves”").waitFor();
+      assert.equal(await item(page, "Leaves").count(), 0);
+    };
+    await deletes();
+    await page.keyboard.press("Control+z");
+    await item(page, "Leaves").waitFor();
+    await page.getByText("Not sent yet").waitFor({ state: "detached" });
+    await deletes();
+    assert.ok(await isThere("Leaves"));
+    await page.context().setOffline(false);
+    await page.getByText("Not sent yet").waitFor({ state: "detached" });
+    assert.ok(!(await isThere("Leaves")));
+    await page.keyboard.press("Control+z");
+    await item(page, "Leaves").waitFor();
+    assert.deepEqual(await titlesOf(house, await idOf(house, "Leaves")), before);
+  });
+});
+
+test("a deletion that an earlier page has left is sent, and can be undone", async () => {
+  const id = await makeList(house, "Was left", 3);
+  await house.visit({}, async (page) => {
+    await item(page, "Was left").waitFor();
+    await page.evaluate((list) => {
+      const content = { id: list, kind: "list", library: "shared", name: "Was left" };
+      const letter = { kind: "delete", key: `delete ${list}`, label: "Deleted “Was left”", content };
+      localStorage.setItem("outbox:anna", JSON.stringify([letter]));
+    }, id);
+    await page.reload();
+    await page.getByText("Deleted “Was left”").waitFor();
+    assert.equal(await item(page, "Was left").count(), 0);
+    assert.ok(!(await isThere("Was left")));
+    await page.keyboard.press("Control+z");
+    await item(page, "Was left").waitFor();
+  });
+});
+
+test("without a connection a copy waits, and is made when it is back", async () => {
+  await makeList(house, "Copied later", 3);
+  await house.visit({ errors: FAILED }, async (page) => {
+    await item(page, "Copied later").click({ button: "right" });
+    await page.context().setOffline(true);
+    await page.getByRole("menuitem", { name: /^Copy to/ }).click();
+    await page.getByText("Not sent yet: Copied “Copied later”").waitFor();
+    assert.equal(await item(page, "Copied later").count(), 1);
+    await page.context().setOffline(false);
+    await page.getByText("Not sent yet").waitFor({ state: "detached" });
+    await item(page, "Copied later").nth(1).waitFor();
   });
 });
