@@ -6,7 +6,8 @@ import os
 import subprocess
 import unittest
 
-from server import ANNA, BIN, LIBRARY, PASSWORD, SHARED, Answer, RootTest, cgi, run, songs_of
+from server import (ANNA, BIN, LIBRARY, PASSWORD, ROOT, SHARED, Answer, RootTest, cgi, run,
+                    songs_of)
 
 MINUTE, DAY, YEAR = 60, 86400, 366 * 86400
 CLOCKS = (0, 10 * MINUTE, -10 * MINUTE, YEAR, -YEAR)
@@ -81,6 +82,13 @@ class Clocks(RootTest):
             self.assertTrue(done.success)
             for ahead in CLOCKS:
                 self.assertEqual(ask(ahead, "GET", f"/playlists/{made.id}")[0].json["total"], number)
+
+    def test_what_was_added_of_late_goes_by_the_clock_of_who_asks(self):
+        (ROOT / "etc/mt-daapd.playlist").write_text('"New" { time_added after 7 days ago }\n')
+        path = "/playlists/musiclib_music_shared/smart/New"
+        totals = [ask(ahead, "GET", path)[0].json["total"] for ahead in CLOCKS]
+        songs = len(self.tracks)
+        self.assertEqual(totals, [songs, songs, songs, 0, songs])
 
     def test_the_doctor_leaves_what_a_writer_holds_however_old_it_seems(self):
         held, left = [SHARED.folder / f".vexo-{process:x}-1-1-1.tmp" for process in (1, 0x7ffffff)]
