@@ -14,30 +14,23 @@ namespace vexo::index {
 namespace {
 
 // Types of values, by their numbers in every server.
-constexpr Oid kBytes = 17, kBigint = 20, kDouble = 701, kBytesArray = 1001, kBigintArray = 1016;
+constexpr Oid kBytes = 17, kBigint = 20, kDouble = 701;
 
-template <std::unsigned_integral Number> void AppendBigEndian(std::string &bytes, Number number) {
-  for (int shift = 8 * (static_cast<int>(sizeof number) - 1); shift >= 0; shift -= 8) {
-    bytes += static_cast<char>(number >> shift & 0xff);
-  }
+Oid ArrayOf(Oid type) {
+  constexpr Oid kBytesArray = 1001, kBigintArray = 1016, kDoubleArray = 1022;
+  return type == kBytes ? kBytesArray : type == kBigint ? kBigintArray : kDoubleArray;
 }
 
-void AppendLength(std::string &bytes, std::size_t length) {
-  AppendBigEndian(bytes, static_cast<uint32_t>(length));
-}
-
-std::string BeginOfArray(Oid type, std::size_t size) {
-  std::string bytes;
-  const std::size_t dimensions = size == 0 ? 0 : 1;
-  for (const std::size_t number : {dimensions, std::size_t{0}, std::size_t{type}}) {
-    AppendLength(bytes, number);
-  }
-  if (size != 0) {
-    AppendLength(bytes, size);
-    AppendLength(bytes, 1); // its first index
+/// The bytes of a number, the highest one first.
+template <std::unsigned_integral Number> std::string BigEndian(Number number) {
+  std::string bytes(sizeof number, '\0');
+  for (std::size_t i = sizeof number; i > 0; number = static_cast<Number>(number >> 8)) {
+    bytes[--i] = static_cast<char>(number & 0xff);
   }
   return bytes;
 }
+
+constexpr std::size_t kArrayHead = 5 * sizeof(uint32_t);
 
 /// On one line.
 std::string ServerMessage(const char *message) {
@@ -68,35 +61,48 @@ bool IsError(const PGresult *result) {
 } // namespace
 
 PostgresValue ToValue(int64_t number) {
-  std::string bytes;
-  AppendBigEndian(bytes, static_cast<uint64_t>(number));
-  return {kBigint, std::move(bytes)};
+  return {kBigint, BigEndian(static_cast<uint64_t>(number))};
 }
 
 PostgresValue ToValue(double number) {
-  std::string bytes;
-  AppendBigEndian(bytes, std::bit_cast<uint64_t>(number));
-  return {kDouble, std::move(bytes)};
+  return {kDouble, BigEndian(std::bit_cast<uint64_t>(number))};
 }
 
 PostgresValue ToValue(std::string_view bytes) { return {kBytes, std::string(bytes)}; }
 
 PostgresValue ToValue(std::span<const int64_t> numbers) {
-  std::string bytes = BeginOfArray(kBigint, numbers.size());
+  PostgresArray array(kBigint);
   for (const int64_t number : numbers) {
-    AppendLength(bytes, sizeof number);
-    AppendBigEndian(bytes, static_cast<uint64_t>(number));
+    array.Add(BigEndian(static_cast<uint64_t>(number)));
   }
-  return {kBigintArray, std::move(bytes)};
+  return std::move(array).Finish();
 }
 
 PostgresValue ToValue(std::span<const std::string_view> texts) {
-  std::string bytes = BeginOfArray(kBytes, texts.size());
+  PostgresArray array(kBytes);
   for (const std::string_view text : texts) {
-    AppendLength(bytes, text.size());
-    bytes += text;
+    array.Add(text);
   }
-  return {kBytesArray, std::move(bytes)};
+  return std::move(array).Finish();
+}
+
+PostgresArray::PostgresArray(Oid type) : type_(type), bytes_(kArrayHead, '\0') {}
+
+void PostgresArray::Add(std::string_view bytes) {
+  bytes_ += BigEndian(static_cast<uint32_t>(bytes.size()));
+  bytes_ += bytes;
+  ++size_;
+}
+
+PostgresValue PostgresArray::Finish() && {
+  std::string head;
+  // Its dimensions, that nothing in it is null, the type; of the dimension its size and first
+  // index.
+  for (const uint32_t number : {1U, 0U, uint32_t{type_}, size_, 1U}) {
+    head += BigEndian(number);
+  }
+  bytes_.replace(0, kArrayHead, head);
+  return {ArrayOf(type_), std::move(bytes_)};
 }
 
 PostgresConnection::PostgresConnection(const std::string &url, std::chrono::seconds patience)
@@ -152,8 +158,8 @@ void PostgresConnection::Send(std::span<const PostgresQuery> queries) {
     std::vector<int> lengths, formats;
     for (const PostgresValue &value : query.parameters) {
       types.push_back(value.type);
-      values.push_back(value.bytes ? value.bytes->data() : nullptr);
-      lengths.push_back(value.bytes ? static_cast<int>(value.bytes->size()) : 0);
+      values.push_back(value.bytes.data());
+      lengths.push_back(static_cast<int>(value.bytes.size()));
       formats.push_back(1); // binary, as are the answers
     }
     if (PQsendQueryParams(connection_.get(), query.sql.c_str(), static_cast<int>(types.size()),

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <libpq-fe.h>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -48,7 +47,22 @@ public:
 /// The value of a parameter, as the server reads it.
 struct PostgresValue {
   Oid type = 0;
-  std::optional<std::string> bytes; ///< nothing: null
+  std::string bytes;
+};
+
+/// An array that becomes the value of a parameter.
+class PostgresArray {
+public:
+  /// `type`: of its elements, one that ToValue() gives.
+  explicit PostgresArray(Oid type);
+  /// As ToValue() gives them.
+  void Add(std::string_view bytes);
+  [[nodiscard]] PostgresValue Finish() &&;
+
+private:
+  Oid type_;
+  std::string bytes_; ///< with room for the head
+  uint32_t size_ = 0;
 };
 
 PostgresValue ToValue(int64_t number);

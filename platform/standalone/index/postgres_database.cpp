@@ -48,7 +48,7 @@ public:
   void BindBytes(int parameter, std::string_view bytes) override { Bind(parameter, bytes); }
   bool Step() override;
   void Run() override { database_.Post(query_); }
-  int32_t Insert() override;
+  int32_t Insert() override { return database_.Insert(query_); }
   int64_t Change() override;
   void Reset() override { Abandon(); }
   void Abandon() noexcept override {
@@ -82,22 +82,17 @@ bool PostgresCursor::Step() {
   return ++row_ < PQntuples(result_.get());
 }
 
-int32_t PostgresCursor::Insert() {
-  PostgresQuery query = query_;
-  query.sql += " RETURNING id";
-  result_ = database_.Write(std::move(query));
-  row_ = 0;
-  const auto id = static_cast<int32_t>(Int64(0));
-  Abandon();
-  return id;
-}
-
 int64_t PostgresCursor::Change() {
   const PostgresResult result = database_.Write(query_);
   const std::string_view count = PQcmdTuples(result.get());
   int64_t rows = 0;
   std::from_chars(count.data(), count.data() + count.size(), rows);
   return rows;
+}
+
+std::string_view BytesOf(const PostgresResult &result, int row, int column) {
+  return {PQgetvalue(result.get(), row, column),
+          static_cast<std::size_t>(PQgetlength(result.get(), row, column))};
 }
 
 uint64_t BigEndian(std::string_view bytes) {
@@ -109,21 +104,19 @@ uint64_t BigEndian(std::string_view bytes) {
 }
 
 /// Numbers of every size, and truth values.
-int64_t PostgresCursor::Int64(int column) const {
-  const std::string_view bytes = View(column);
+int64_t NumberOf(std::string_view bytes) {
   const uint64_t number = BigEndian(bytes);
   return bytes.size() == sizeof(int32_t) ? static_cast<int32_t>(static_cast<uint32_t>(number))
                                          : static_cast<int64_t>(number);
 }
 
+int64_t PostgresCursor::Int64(int column) const { return NumberOf(View(column)); }
+
 double PostgresCursor::Double(int column) const {
   return std::bit_cast<double>(BigEndian(View(column)));
 }
 
-std::string_view PostgresCursor::View(int column) const {
-  return {PQgetvalue(result_.get(), row_, column),
-          static_cast<std::size_t>(PQgetlength(result_.get(), row_, column))};
-}
+std::string_view PostgresCursor::View(int column) const { return BytesOf(result_, row_, column); }
 
 template <typename Key>
 void LookUp(PostgresDatabase &database, const Lookup &lookup, std::span<const Key> keys,
@@ -186,14 +179,14 @@ void PostgresDatabase::ForEachKey(const Lookup &lookup, std::span<const std::str
 
 namespace {
 
-std::vector<PostgresValue> ToValues(const EntryRows &rows) {
-  const std::vector<std::string_view> keys(rows.keys.begin(), rows.keys.end());
-  return {ToValue(std::span(rows.lists)), ToValue(std::span(keys)), ToValue(std::span(rows.ids))};
-}
-
 /// The sequence of a table's ids.
 std::string SequenceOf(const std::string &table) {
   return (table == "song_groups" ? "group" : table.substr(0, table.size() - 1)) + "_ids";
+}
+
+std::vector<PostgresValue> ToValues(const EntryRows &rows) {
+  const std::vector<std::string_view> keys(rows.keys.begin(), rows.keys.end());
+  return {ToValue(std::span(rows.lists)), ToValue(std::span(keys)), ToValue(std::span(rows.ids))};
 }
 
 } // namespace
@@ -242,9 +235,10 @@ void PostgresDatabase::ForgetConnection() noexcept {
 PostgresResult PostgresDatabase::ExchangeQueue() {
   Connect();
   if (is_schema_known_) {
-    return connection_->Exchange(queue_);
+    return connection_->Exchange(queue_.Queries());
   }
-  std::vector<PostgresQuery> batch = queue_;
+  const std::span<const PostgresQuery> queries = queue_.Queries();
+  std::vector<PostgresQuery> batch(queries.begin(), queries.end());
   const std::size_t place = state_ == State::kAlone ? 0 : 1; // behind BEGIN
   batch.insert(batch.begin() + static_cast<std::ptrdiff_t>(place), PostgresQuery{SchemaCheck()});
   try {
@@ -259,7 +253,7 @@ PostgresResult PostgresDatabase::ExchangeQueue() {
   MigrateSchema(*connection_);
   connection_->SetPatience(patience_);
   is_schema_known_ = true;
-  return connection_->Exchange(queue_);
+  return connection_->Exchange(queries);
 }
 
 /// The same, and the queue is empty then.
@@ -270,7 +264,7 @@ PostgresResult PostgresDatabase::SendQueue() {
   try {
     PostgresResult result = ExchangeQueue();
     is_begun_ = state_ != State::kAlone;
-    queue_.clear();
+    queue_.Clear();
     return result;
   } catch (const ServerSilent &) {
     silent_until_ = Clock::now() + kPause;
@@ -294,14 +288,14 @@ PostgresResult PostgresDatabase::Alone(bool is_read) {
         ForgetConnection();
       }
       if (!error.IsConflict() || !MayTryAgain(attempt, begin)) {
-        queue_.clear();
+        queue_.Clear();
         throw;
       }
     } catch (const ConnectionLost &) {
       const bool was_sent = connection_.has_value();
       ForgetConnection();
       if ((was_sent && !is_read) || !MayTryAgain(attempt, begin)) {
-        queue_.clear();
+        queue_.Clear();
         throw;
       }
     }
@@ -310,23 +304,59 @@ PostgresResult PostgresDatabase::Alone(bool is_read) {
 }
 
 PostgresResult PostgresDatabase::Read(PostgresQuery query) {
-  queue_.push_back(std::move(query));
+  queue_.Add(std::move(query));
   return state_ == State::kAlone ? Alone(true) : SendQueue();
 }
 
 PostgresResult PostgresDatabase::Write(PostgresQuery query) {
-  queue_.push_back(std::move(query));
+  queue_.Add(std::move(query));
   return state_ == State::kAlone ? Alone(false) : SendQueue();
 }
 
 void PostgresDatabase::Post(PostgresQuery query) {
-  constexpr std::size_t kMostQueued = 256;
-  queue_.push_back(std::move(query));
+  constexpr std::size_t kMostStatements = 256, kMostBytes = 1'000'000;
+  queue_.Add(std::move(query));
   if (state_ == State::kAlone) {
     Alone(false);
-  } else if (queue_.size() >= kMostQueued) {
+  } else if (queue_.statements() >= kMostStatements || queue_.bytes() >= kMostBytes) {
     SendQueue();
   }
+}
+
+/// Ids are taken from the server in advance only where one transaction adds several rows: those
+/// that it does not use are lost.
+int32_t PostgresDatabase::Insert(PostgresQuery query) {
+  constexpr std::string_view kHead = "INSERT INTO ", kValues = "VALUES(";
+  const std::size_t columns = query.sql.find('(') + 1;
+  const std::string table = query.sql.substr(kHead.size(), columns - 1 - kHead.size());
+  if (state_ == State::kAlone || ids_.try_emplace(table).second) {
+    query.sql += " RETURNING id";
+    return static_cast<int32_t>(NumberOf(BytesOf(Write(std::move(query)), 0, 0)));
+  }
+  const int32_t id = TakeId(table);
+  query.parameters.push_back(ToValue(int64_t{id}));
+  query.sql.insert(query.sql.find(kValues) + kValues.size(),
+                   "$" + std::to_string(query.parameters.size()) + ", ");
+  query.sql.insert(columns, "id, ");
+  Post(std::move(query));
+  return id;
+}
+
+int32_t PostgresDatabase::TakeId(const std::string &table) {
+  constexpr std::size_t kMostAtOnce = 1000;
+  Ids &ids = ids_[table];
+  if (ids.left.empty()) {
+    ids.at_once = std::min(2 * ids.at_once, kMostAtOnce);
+    const PostgresResult result =
+        Read({"SELECT nextval('" + SequenceOf(table) + "') FROM generate_series(1, " +
+              std::to_string(ids.at_once) + ")"});
+    for (int row = PQntuples(result.get()); row > 0; --row) {
+      ids.left.push_back(static_cast<int32_t>(NumberOf(BytesOf(result, row - 1, 0))));
+    }
+  }
+  const int32_t id = ids.left.back();
+  ids.left.pop_back();
+  return id;
 }
 
 void PostgresDatabase::Execute(const char *sql) {
@@ -340,31 +370,32 @@ void PostgresDatabase::Execute(const char *sql) {
 
 void PostgresDatabase::AddLock(Lock lock) {
   // A machine may die and say nothing.
-  queue_.push_back({"SELECT set_config('lock_timeout', '" + std::to_string(busy_milliseconds_) +
-                    "ms', true), set_config('idle_in_transaction_session_timeout', '" +
-                    std::to_string(3 * busy_milliseconds_) + "ms', true)"});
-  queue_.push_back(
+  queue_.Add({"SELECT set_config('lock_timeout', '" + std::to_string(busy_milliseconds_) +
+              "ms', true), set_config('idle_in_transaction_session_timeout', '" +
+              std::to_string(3 * busy_milliseconds_) + "ms', true)"});
+  queue_.Add(
       {"SELECT 1 FROM locks WHERE id = $1 FOR UPDATE", {ToValue(static_cast<int64_t>(lock))}});
 }
 
 void PostgresDatabase::LockForNext(Lock lock) {
   if (state_ == State::kAlone) {
-    queue_.clear(); // of a statement that was never run
+    queue_.Clear(); // of a statement that was never run
     AddLock(lock);
   }
 }
 
 void PostgresDatabase::Attempt(Lock lock, MediaIndex::Durable durable,
                                const std::function<void()> &work) {
-  queue_.assign(1, {"BEGIN"});
+  queue_.Clear();
+  queue_.Add({"BEGIN"});
   state_ = State::kTransaction;
   AddLock(lock);
   if (durable == MediaIndex::Durable::kSoon) {
-    queue_.push_back({"SET LOCAL synchronous_commit = off"});
+    queue_.Add({"SET LOCAL synchronous_commit = off"});
   }
-  const std::size_t prologue = queue_.size();
+  const std::size_t prologue = queue_.statements();
   work();
-  if (is_begun_ || queue_.size() > prologue) {
+  if (is_begun_ || queue_.statements() > prologue) {
     Commit();
   }
   AbandonTransaction();
@@ -381,10 +412,10 @@ public:
 } // namespace
 
 void PostgresDatabase::Commit() {
-  if (!queue_.empty() && is_begun_) {
+  if (!queue_.IsEmpty() && is_begun_) {
     SendQueue(); // what breaks up to here is certainly not committed
   }
-  queue_.push_back({"COMMIT"});
+  queue_.Add({"COMMIT"});
   try {
     SendQueue();
   } catch (const ConnectionLost &lost) {
@@ -398,7 +429,8 @@ void PostgresDatabase::Commit() {
 /// Back to the state without a transaction.
 void PostgresDatabase::AbandonTransaction() noexcept {
   state_ = State::kAlone;
-  queue_.clear();
+  queue_.Clear();
+  ids_.clear();
   if (connection_ && !connection_->Undo()) {
     ForgetConnection();
   }
@@ -435,14 +467,15 @@ bool PostgresDatabase::BeginMoment() {
     return false;
   }
   state_ = State::kMoment;
-  queue_.assign(1, {"BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"});
+  queue_.Clear();
+  queue_.Add({"BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"});
   return true;
 }
 
 void PostgresDatabase::EndMoment() noexcept {
   const bool was_begun = is_begun_;
   state_ = State::kAlone;
-  queue_.clear();
+  queue_.Clear();
   is_begun_ = false;
   try {
     if (was_begun && connection_) {

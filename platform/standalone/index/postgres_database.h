@@ -3,8 +3,10 @@
 // nobody waits for are sent with the next one that somebody waits for.
 
 #include "index/database.h"
+#include "index/postgres_batch.h"
 #include "index/postgres_connection.h"
 #include <chrono>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,14 +49,24 @@ public:
   PostgresResult Write(PostgresQuery query);
   /// Changes something; inside a transaction, at any time before its end.
   void Post(PostgresQuery query);
+  /// Adds a row, which gets an id. The second one of a transaction and those behind it may be
+  /// written at any time before its end.
+  int32_t Insert(PostgresQuery query);
 
 private:
   enum class State { kAlone, kMoment, kTransaction };
+
+  /// Ids of a table that the transaction has taken: each time twice as many.
+  struct Ids {
+    std::vector<int32_t> left; ///< the next one is the last
+    std::size_t at_once = 1;
+  };
 
   void Connect();
   using Clock = std::chrono::steady_clock;
   [[nodiscard]] bool IsSilent() const { return Clock::now() < silent_until_; }
   [[nodiscard]] bool MayTryAgain(int attempt, Clock::time_point begin) const;
+  int32_t TakeId(const std::string &table);
   void Attempt(Lock lock, MediaIndex::Durable durable, const std::function<void()> &work);
   void Commit();
   void AddLock(Lock lock);
@@ -73,7 +85,8 @@ private:
   bool is_schema_known_ = false; ///< on this connection
   State state_ = State::kAlone;
   bool is_begun_ = false; ///< the server has heard of the transaction
-  std::vector<PostgresQuery> queue_;
+  PostgresBatch queue_;
+  std::map<std::string, Ids> ids_; ///< of the transaction, by table
 };
 
 } // namespace vexo::index

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 namespace vexo::index {
 namespace {
@@ -24,6 +25,13 @@ std::vector<int32_t> DrawNumbers(std::size_t count, int64_t low, int64_t high) {
     }
   }
   return numbers;
+}
+
+/// The least and the greatest id.
+std::pair<int64_t, int64_t> BoundsOfIds(Database &database) {
+  Statement bounds(database, "SELECT (SELECT min(id) FROM songs), (SELECT max(id) FROM songs)");
+  return bounds.Step() ? std::pair(bounds.Int64(0), bounds.Int64(1))
+                       : std::pair<int64_t, int64_t>();
 }
 
 /// The rows of a statement that answers id, path, size and time of files.
@@ -96,8 +104,7 @@ std::vector<Song> SqlIndex::RandomSongs(int owner, int count) {
   // Ids drawn at random, those that are not songs of this owner thrown away: what is left is a
   // uniform choice in a uniform order. Where the ids are too sparse for that, the owner's songs are
   // gone through once instead, and only `count` of them are ever held.
-  const int64_t low = database_.Number("SELECT min(id) FROM songs");
-  const int64_t high = database_.Number("SELECT max(id) FROM songs");
+  const auto [low, high] = BoundsOfIds(database_);
   for (const int64_t draws_per_song : {2, 16}) {
     const int64_t draws = count * draws_per_song + 16;
     if (count <= 0 || draws > (high - low) / 2) {

@@ -113,6 +113,38 @@ TEST_F(PostgresServerTest, ATransactionWhoseConnectionBreaksIsDoneAgainFromItsBe
   EXPECT_THAT(index->AllPlaylists(0), SizeIs(2));
 }
 
+TEST_F(PostgresServerTest, RowsThatAreSentTogetherKeepTheirPlaceAmongOtherStatements) {
+  PostgresDatabase database(url_);
+  database.Transact(Lock::kSongs, [&] {
+    Statement add(database, "INSERT INTO entries VALUES(?1, ?2, ?3)");
+    Statement add_mark(database, "INSERT INTO marks VALUES(?1, ?2, ?3, 1 + ?3)");
+    for (const int64_t id : {1, 2, 3}) {
+      add.Bind(1, int64_t{7}).Bind(2, "key").Bind(3, id).Run();
+      add_mark.Bind(1, int64_t{7}).Bind(2, "").Bind(3, id).Run();
+    }
+    database.Execute("UPDATE entries SET list = 8");
+    add.Bind(3, int64_t{1}).Run();
+  });
+  EXPECT_EQ(database.Number("SELECT sum(list) FROM entries"), 3 * 8 + 7);
+  EXPECT_EQ(database.Number("SELECT sum(entries) FROM marks"), 2 + 3 + 4);
+}
+
+TEST_F(PostgresServerTest, IdsOfOneTransactionAreInTheOrderOfItsRows) {
+  const auto index = OpenPostgresIndex(url_);
+  std::vector<int32_t> ids{index->AddPlaylist(MakePlaylist("/first"))};
+  index->InTransaction(MediaIndex::Durable::kNow, [&] {
+    for (int i = 0; i < 100; ++i) {
+      ids.push_back(index->AddPlaylist(MakePlaylist("/" + std::to_string(i))));
+    }
+  });
+  EXPECT_EQ(ids.front(), 1);
+  EXPECT_EQ(ids.back(), 101) << "none was left out";
+  ids.push_back(index->AddPlaylist(MakePlaylist("/last")));
+  EXPECT_THAT(ids, testing::WhenSorted(testing::ElementsAreArray(ids)));
+  EXPECT_EQ(index->PlaylistByPath(0, "/99")->id, 101);
+  EXPECT_THAT(index->PlaylistsById(0, ids), SizeIs(102));
+}
+
 TEST_F(PostgresServerTest, ALockOfAnotherProcessIsWaitedForNotLongerThanItsTime) {
   PostgresDatabase holder(url_, 20);
   PostgresDatabase other(url_, 20);
