@@ -74,6 +74,19 @@ bool TryEditRow(const index::Playlist &row, const files::Edit &edit) {
   return files::EditDurably(row.path, Versioned(edit), options);
 }
 
+/// Writes a row, and gives what `write` gives. A server may end when it has written and before it
+/// says so; where `is_done` tells that, the write has not failed.
+bool WriteRow(const std::function<bool()> &write, const std::function<bool()> &is_done) {
+  try {
+    return write();
+  } catch (const index::IndexError &) {
+    if (!is_done()) {
+      throw;
+    }
+    return true;
+  }
+}
+
 /// Takes the file away, then the row; false: no file is at the row's path (any more).
 bool TryRemoveRow(const index::Playlist &row) {
   try {
@@ -82,7 +95,8 @@ bool TryRemoveRow(const index::Playlist &row) {
     if (now && now->path != row.path) {
       return false;
     }
-    index::ProcessIndex().RemovePlaylist(row.owner, row.id);
+    WriteRow([&] { return index::ProcessIndex().RemovePlaylist(row.owner, row.id); },
+             [&] { return !FindRow(row.owner, row.id); });
     file.Commit();
     return true;
   } catch (const std::system_error &error) {
@@ -254,7 +268,12 @@ bool MoveRow(int owner, const std::string &old_path, const index::Playlist &valu
   RequireInLibrary(owner, values.path);
   index::Playlist moved = values;
   moved.file = files::IdentityOf(values.path);
-  return index::ProcessIndex().UpdatePlaylist(owner, old_path, moved);
+  index::MediaIndex &rows = index::ProcessIndex();
+  const auto is_moved = [&] {
+    const auto row = rows.PlaylistByPath(owner, moved.path);
+    return row && row->file == moved.file && !rows.PlaylistByPath(owner, old_path);
+  };
+  return WriteRow([&] { return rows.UpdatePlaylist(owner, old_path, moved); }, is_moved);
 }
 
 } // namespace vexo::playlists

@@ -2,6 +2,7 @@
 #include "contract/playlists/playlists_test.h"
 #include "files/file_identity.h"
 #include "files/temporary_file.h"
+#include "index/sqlite_index.h"
 #include "playlists/playlist_folders.h"
 #include "support/faults.h"
 
@@ -235,6 +236,33 @@ TEST_F(Rows, AreFoundByLists) {
   for (const char *ids : {"", "4711", "x", "0", "-1", ",", "99999999999"}) {
     EXPECT_EQ(Find(ids), Texts{"none"}) << ids;
   }
+}
+
+/// Ends after it has written, and before it says so.
+class EndingIndex : public index::SqliteIndex {
+public:
+  using SqliteIndex::SqliteIndex;
+  using SqliteIndex::UpdatePlaylist;
+  bool UpdatePlaylist(int owner, const std::string &old_path,
+                      const index::Playlist &values) override {
+    SqliteIndex::UpdatePlaylist(owner, old_path, values);
+    throw index::IndexError("it ended");
+  }
+  bool RemovePlaylist(int owner, int32_t id) override {
+    SqliteIndex::RemovePlaylist(owner, id);
+    throw index::IndexError("it ended");
+  }
+};
+
+TEST_F(Rows, AreWrittenEvenIfTheServerEndsBeforeItSaysSo) {
+  const std::string a = AddShared("a.m3u", ""), b = AddShared("b.m3u", "");
+  index::SetProcessIndex(std::make_unique<EndingIndex>(system::kIndexFile));
+  fs::rename(Shared("a.m3u"), Shared("c.m3u"));
+  const auto renamed = MakeRecord(Shared("c.m3u"), "c");
+  EXPECT_EQ(VEXOPlaylistDBUpdate("shared", 0, &renamed, Shared("a.m3u").c_str()), 0);
+  EXPECT_EQ(PathOf(a), Shared("c.m3u"));
+  EXPECT_EQ(Unlink(b), 0);
+  EXPECT_FALSE(fs::exists(Shared("b.m3u")));
 }
 
 TEST_F(Rows, TwentyThousandIdsAreAnOrdinaryList) {
