@@ -84,8 +84,12 @@ class FailOver(Editors, ServerTest):
         standby.start()
         self.take_over(standby)
         self.assertNotEqual(examine(), "")
+        # Or ids that the standby has not heard of would be given again.
+        for name in ("song_ids", "playlist_ids", "group_ids"):
+            standby.ask(f"SELECT setval('{name}', nextval('{name}') + 100000)")
         playlistctl("doctor", "--repair")
         self.assertEqual(examine(), "")
+        self.assertEqual(standby.ask("SELECT count(*) FROM playlists WHERE id > 100000"), "1")
         for id_, name in ((kept, "kept before"), (renamed, "renamed since")):
             answer = self.server.ask("addsongs", playlist=id_, id_info_list=[{"res": "http://a/4"}])
             self.assertTrue(answer.success, answer)
