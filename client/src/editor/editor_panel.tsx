@@ -7,6 +7,7 @@ import type { Chosen, Item } from "../list/items.ts";
 import { ListView } from "../list/list_view.tsx";
 import { Selection } from "../list/selection.ts";
 import { SelectionBar } from "../list/selection_bar.tsx";
+import { useWidth } from "../list/width.ts";
 import { play } from "../playback/commands.ts";
 import { t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
@@ -23,7 +24,6 @@ import { follow } from "./following.ts";
 import { addTo } from "./list_edits.ts";
 import { listMenu } from "./list_menu.ts";
 import { PanelHead } from "./panel_head.tsx";
-import { useWidth } from "./width.ts";
 
 const WIDE = 720; // pixels, where artist and album have columns of their own
 

@@ -1,10 +1,11 @@
 // The table of songs that all views share: selecting, playing, adding, dragging, and what is selected at its foot.
 import type { ComponentChildren } from "preact";
-import { useLayoutEffect, useRef, useState } from "preact/hooks";
+import { useRef } from "preact/hooks";
 import type { Song } from "../api/types.ts";
 import type { Dragged } from "../list/drag.tsx";
 import { type Column, ListView, type Section, type Sort } from "../list/list_view.tsx";
 import { type Range, rangesOf } from "../list/selection.ts";
+import { useWidth } from "../list/width.ts";
 import { currentSongId } from "../playback/commands.ts";
 import { MOST_ENTRIES } from "../playback/queue.ts";
 import { formatDuration, t } from "../text/index.ts";
@@ -100,7 +101,8 @@ export function SongTable<T>(props: SongTableProps<T>) {
         lift={lift}
         rowClass={(row) => {
           const song = songOf(row);
-          return song && song.id === currentSongId.value ? "current" : "";
+          if (!song) return "other";
+          return song.id === currentSongId.value ? "current" : "";
         }}
         lead={props.lead}
         {...(props.sections && { sections: props.sections })}
@@ -117,20 +119,6 @@ function firstOf<T>({ list, songOf, otherCell }: SongTableProps<T>, index: numbe
   let first = index;
   for (let row = list.source.at(first - 1); row && songOf(row); row = list.source.at(first - 1)) first--;
   return first;
-}
-
-function useWidth(box: { readonly current: HTMLElement | null }) {
-  const [width, setWidth] = useState(0);
-  useLayoutEffect(() => {
-    const element = box.current;
-    if (!element) return;
-    const measure = () => setWidth(element.clientWidth);
-    const observer = new ResizeObserver(measure);
-    observer.observe(element);
-    measure();
-    return () => observer.disconnect();
-  }, [box]);
-  return width;
 }
 
 const MORE = 32; // pixels of the button at the end of a row

@@ -6,6 +6,7 @@ import { type Column, ListView, type Sort } from "../list/list_view.tsx";
 import { rangesOf, Selection } from "../list/selection.ts";
 import { SelectionBar } from "../list/selection_bar.tsx";
 import { ArraySource } from "../list/source.ts";
+import { useWidth } from "../list/width.ts";
 import { compareNames, formatDate, formatDuration, formatNumber, t } from "../text/index.ts";
 import { Icon } from "../ui/icon.tsx";
 import { keyOf } from "../ui/keys.tsx";
@@ -67,15 +68,31 @@ function libraryOf({ kind, library }: Playlist) {
   return t(library === "shared" ? "playlists.shared" : "playlists.mine");
 }
 
-function columns(show: ShowMenu): Column<Playlist>[] {
-  const all: (Column<Playlist> & { always?: boolean })[] = [
+/** Those for which there is room in a view of so many pixels. */
+function columns(show: ShowMenu, room: number): Column<Playlist>[] {
+  const all: (Column<Playlist> & { from?: number })[] = [
     {
       key: "name",
       label: t("playlists.name"),
       width: "minmax(8rem, 1fr)",
       sortable: true,
-      always: true,
       cell: (playlist) => <NameCell playlist={playlist} />,
+    },
+    {
+      key: "library",
+      label: t("playlists.library"),
+      width: "6rem",
+      from: 740,
+      sortable: true,
+      cell: libraryOf,
+    },
+    {
+      key: "kind",
+      label: t("playlists.kind"),
+      width: "6rem",
+      from: 860,
+      sortable: true,
+      cell: ({ kind }) => t(`playlists.kind_${kind}`),
     },
     {
       key: "count",
@@ -83,13 +100,13 @@ function columns(show: ShowMenu): Column<Playlist>[] {
       width: isNarrow.value ? "3rem" : "5rem",
       align: "end",
       sortable: true,
-      always: true,
       cell: ({ count }) => count !== undefined && formatNumber(count),
     },
     {
       key: "duration",
       label: t("playlists.duration"),
       width: "6rem",
+      from: 440,
       align: "end",
       sortable: true,
       cell: ({ kind, duration }) => kind === "list" && formatDuration(duration),
@@ -98,28 +115,20 @@ function columns(show: ShowMenu): Column<Playlist>[] {
       key: "changed",
       label: t("playlists.changed"),
       width: "8rem",
+      from: 560,
       align: "end",
       sortable: true,
       cell: ({ changed }) => changed !== undefined && formatDate(changed),
-    },
-    { key: "library", label: t("playlists.library"), width: "6rem", sortable: true, cell: libraryOf },
-    {
-      key: "kind",
-      label: t("playlists.kind"),
-      width: "6rem",
-      sortable: true,
-      cell: ({ kind }) => t(`playlists.kind_${kind}`),
     },
     {
       key: "more",
       label: t("more"),
       quiet: true,
       width: "var(--control)",
-      always: true,
       cell: (playlist) => <MoreButton playlist={playlist} show={show} />,
     },
   ];
-  return isNarrow.value ? all.filter(({ always }) => always) : all;
+  return all.filter(({ from = 0 }) => from <= room);
 }
 
 /** What is selected stays so when the list changes below it. */
@@ -176,6 +185,8 @@ export function ListsView({ route: { query } }: { route: Route }) {
   const sort = sortOf(query);
   const filter = useSignal("");
   const { source, selection, selected, shown } = useLists(filter, sort);
+  const head = useRef<HTMLElement>(null);
+  const width = useWidth(head);
   const isOwn = !sort && order.value === "own";
   const show: ShowMenu = (playlist, place) =>
     showMenu(playlist, place, isOwn ? orderItems(playlist, shown()) : []);
@@ -203,7 +214,7 @@ export function ListsView({ route: { query } }: { route: Route }) {
   };
   return (
     <>
-      <header class="view-head">
+      <header ref={head} class="view-head">
         <h1>{t("frame.lists")}</h1>
         <span class="soft">{playlists.value && formatNumber(source.total.value ?? 0)}</span>
         <span class="spacer" />
@@ -236,7 +247,7 @@ export function ListsView({ route: { query } }: { route: Route }) {
       <ListView
         label={t("frame.lists")}
         source={source}
-        columns={columns(show)}
+        columns={columns(show, width)}
         selection={selection}
         header={!isNarrow.value}
         sort={sort}

@@ -248,7 +248,7 @@ function KeptButtons({ draft, playlist }: { draft: Draft; playlist: Playlist }) 
       </button>
       <a class="button" href={linkToPlaylist(playlist.id)}>
         <Icon name="music" />
-        {t("smart.songs")}
+        <span class="button-label">{t("smart.songs")}</span>
       </a>
       <MenuButton
         label={t("playlists.more", { name: playlist.name })}

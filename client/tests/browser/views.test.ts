@@ -98,12 +98,16 @@ async function picturesAreThere(page: Page) {
   await page.waitForFunction(() => [...document.images].every((image) => image.complete));
 }
 
-// Nothing makes the page itself scroll: it is as large as the screen.
+// Nothing makes the page itself scroll, as it is as large as the screen, or a list sideways.
 async function fits(page: Page, size: Size) {
   const [width, height] = (await page.evaluate(
     "[document.documentElement.scrollWidth, document.documentElement.scrollHeight]",
   )) as [number, number];
   if (width > size.width || height > size.height) throw new Error(`the page is ${width} x ${height}`);
+  const tooWide = await page
+    .locator("[data-scroller]")
+    .evaluateAll((lists) => lists.filter((list) => list.scrollWidth > list.clientWidth).length);
+  if (tooWide > 0) throw new Error("a list is wider than its place");
 }
 
 async function look(page: Page, view: View, size: Size) {
