@@ -17,7 +17,7 @@ OLD = ["http://old/1", f"{LIBRARY}/gone.mp3", "http://old/3"]
 WALKED = KINDS if LONG else (SHARED, PREFERENCE)
 # A kill at a call that only asks finds the files as they are at the next one that does not;
 # what lies in shared memory meanwhile, only the long walk sees.
-ASKING = frozenset("""arch_prctl brk faccessat2 getegid geteuid getgid getpid getrandom getuid lseek
+ASKING = frozenset("""arch_prctl brk faccessat2 fstatfs getegid geteuid getgid getpid getrandom getuid lseek
     mprotect newfstatat pread64 prlimit64 read readlink rseq rt_sigaction set_robust_list
     set_tid_address statx""".split())
 

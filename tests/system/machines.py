@@ -31,7 +31,8 @@ class Machine:
     """Runs until kill(), and may start() again. `folder` is its device root, as the test sees it;
     `server` its web server, which keeps its port."""
 
-    def __init__(self, number, postgres_folder):
+    def __init__(self, number, postgres_folder, under=()):
+        self.under = under
         self.folder, self.postgres_folder = BUILD / f"m{number}", postgres_folder
         # Or lay_root finds one in memory, which would be one for all.
         (self.folder / "tmp").mkdir(parents=True)
@@ -54,7 +55,8 @@ class Machine:
         self.run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
         self.bouncer = Bouncer(self.folder / "run", self.postgres_folder, self.enter, ROOT / "run")
         self.started.append(self.bouncer.process)
-        self.server = Server(port=self.port, root=self.folder, enter=self.enter, proxy="127.0.0.1")
+        self.server = Server(port=self.port, root=self.folder,
+                             enter=(*self.enter, *self.under), proxy="127.0.0.1")
         self.started.append(self.server.process)
 
     def run(self, *command, **options):
@@ -123,7 +125,7 @@ class Machines:
     """Several machines on the device root's playlists, accounts and index, which moves to a PostgreSQL
     server of their own. Run until stop()."""
 
-    def __init__(self, count):
+    def __init__(self, count, under=()):
         self.all = []
         self.postgres = Postgres()
         try:
@@ -131,7 +133,7 @@ class Machines:
             url = f"postgresql://vexo@/postgres?host={ROOT}/run&port=6432"
             (ROOT / "etc/vexo/playlist.conf").write_text(f"[index]\nurl = {url}\n")
             for number in range(count):
-                self.all.append(Machine(number, self.postgres.folder))
+                self.all.append(Machine(number, self.postgres.folder, under))
         except BaseException:
             self.stop()
             raise
@@ -148,12 +150,13 @@ class MachinesTest(RootTest):
     """Three machines with the demo tracks in the library that they share."""
 
     MACHINES = 3
+    UNDER = ()
 
     @classmethod
     def setUpClass(cls):
         if "VEXO_OWN_MOUNTS" not in os.environ:
             raise unittest.SkipTest("machines need mounts, which this system does not let us make")
         super().setUpClass()
-        together = Machines(cls.MACHINES)
+        together = Machines(cls.MACHINES, cls.UNDER)
         cls.addClassCleanup(together.stop)
         cls.machines, cls.postgres = together.all, together.postgres

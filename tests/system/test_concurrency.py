@@ -77,6 +77,7 @@ class Storm:
 
     CLIENTS, EDITS, FRONT, GROUP = 50, 2000, 2500, 2
     NAMES = ("storm", "storm, renamed")
+    PAUSE = 0.2  # between two renames
 
     def __init__(self, server, kind):
         self.server, self.kind = server, kind
@@ -135,7 +136,7 @@ class Storm:
     def rename(self):
         old, new = 0, 1
         # Where the name is the id, a rename makes the requests that are under way fail.
-        while not self.stopped.wait(0.2 if self.kind.indexed else 1):
+        while not self.stopped.wait(self.PAUSE if self.kind.indexed else 1):
             answer = self.server.ask("saveplsname", self.kind.user, id=self.node_id(),
                                      name=self.NAMES[new])
             if answer.success and "name" in answer.json:
@@ -179,12 +180,7 @@ class Storm:
         return songs_of(there[0])
 
 
-class Edits(ServerTest):
-    def test_nothing_appended_is_lost(self):
-        for kind in KINDS:
-            with self.subTest(kind.name):
-                self.weather(Storm(self.server, kind))
-
+class Storms:
     def weather(self, storm):
         storm.run()
         songs = storm.songs()
@@ -203,6 +199,13 @@ class Edits(ServerTest):
         self.assertLessEqual(front, storm.FRONT - storm.taken)
         self.assertGreaterEqual(front, storm.FRONT - storm.taken - storm.unsure_taken)
         self.assertGreater(min(storm.renames, storm.reads), 2)
+
+
+class Edits(Storms, ServerTest):
+    def test_nothing_appended_is_lost(self):
+        for kind in KINDS:
+            with self.subTest(kind.name):
+                self.weather(Storm(self.server, kind))
 
 
 if __name__ == "__main__":

@@ -1,6 +1,7 @@
 """Three machines on one collection."""
 
 import os
+import random
 import re
 import subprocess
 import threading
@@ -13,6 +14,7 @@ from machines import MachinesTest, Proxy
 from mixed_edits import edit_all_at_once
 from openapi import Mismatch
 from server import ANNA, BUILD, PASSWORD, SHARED, SOURCE, Client, free_port, songs_of, wait_until
+from test_concurrency import Storm, Storms
 
 
 class BehindAProxy(MachinesTest):
@@ -102,6 +104,36 @@ class Edits(MachinesTest):
         problems, hot = edit_all_at_once(servers, self.CLIENTS, self.EDITS)
         self.assertEqual(problems, [])
         self.assertGreater(min(len(hot.appended), len(hot.counted), len(hot.played)), 5)
+        self.assertEqual([machine.examine() for machine in self.machines], [""] * 3)
+
+
+class FastStorm(Storm):
+    """Renames as fast as they go, on one machine after the other, as the edits."""
+
+    CLIENTS, EDITS, FRONT, PAUSE = 24, 720, 800, 0.005
+
+    def __init__(self, servers):
+        super().__init__(servers[0], SHARED)
+        self.servers = servers
+
+    @property
+    def server(self):
+        return random.choice(self.servers)
+
+    @server.setter
+    def server(self, value):
+        self.servers = [value]
+
+
+class OnANetworkFileSystem(Storms, MachinesTest):
+    """Renames that exchange two files, or that take no name which is taken, NFS and CephFS do not know. The
+    other way, on which others may come between, is delayed here."""
+
+    UNDER = ("strace", "-f", "--seccomp-bpf", "-qq", "-o", "/dev/null", "-e", "trace=renameat,renameat2",
+             "-e", "inject=renameat2:error=EINVAL", "-e", "inject=renameat:delay_enter=2000")
+
+    def test_nothing_appended_is_lost_to_a_rename(self):
+        self.weather(FastStorm([machine.server for machine in self.machines]))
         self.assertEqual([machine.examine() for machine in self.machines], [""] * 3)
 
 

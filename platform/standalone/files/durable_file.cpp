@@ -85,10 +85,27 @@ void EditOrCreateDurably(const std::string &path, const Edit &edit,
   ThrowErrno("cannot replace", path);
 }
 
+namespace {
+
+/// Gives a file another name, which nobody else has. -1, as rename(2) does.
+int SetAside(const Folder &folder, const char *aside) {
+  const char *const name = folder.name().c_str();
+  if (renameat2(folder.fd(), name, folder.fd(), aside, RENAME_NOREPLACE) == 0) {
+    return 0;
+  }
+  if (!IsUnsupported(errno)) {
+    return -1;
+  }
+  const FileDescriptor lock = LockFolder(folder); // see ReplaceByRename() in edit_file.cpp
+  return renameat(folder.fd(), name, folder.fd(), aside);
+}
+
+} // namespace
+
 FileSetAside::FileSetAside(const std::string &path) : path_(path), aside_(NewTemporaryName()) {
   Folder folder(path);
   name_ = folder.name();
-  if (RenameExclusively(folder.fd(), name_.c_str(), aside_.c_str()) != 0) {
+  if (SetAside(folder, aside_.c_str()) != 0) {
     ThrowErrno("cannot take away", path);
   }
   try {

@@ -40,7 +40,8 @@ std::optional<LockedFile> OpenLocked(const Folder &folder, std::size_t max_bytes
 /// Whether `name` in the folder is the locked file, with the content that was read.
 bool IsUnchanged(const Folder &folder, const char *name, const LockedFile &file) {
   struct stat now {};
-  return fstatat(folder.fd(), name, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+  // A machine may remember what stood at a name; what the file has lost, its server knows.
+  return file.status.st_nlink > 0 && fstatat(folder.fd(), name, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
          IsSameFile(now, file.status) && now.st_size == file.status.st_size &&
          now.st_mtim.tv_sec == file.status.st_mtim.tv_sec &&
          now.st_mtim.tv_nsec == file.status.st_mtim.tv_nsec;
@@ -61,9 +62,10 @@ void ExchangeBack(const Folder &folder, TemporaryFile &file) {
 /// How an edit, or one try of it, ended.
 enum class Outcome { kDone, kLostRace, kGaveUp };
 
-/// For file systems that cannot exchange: a rename between the test and the replacement is not
-/// seen.
+/// For file systems that cannot exchange, as NFS and CephFS. A rename by hand between the test and
+/// the replacement is not seen; those of playlists hold the folder's lock.
 Outcome ReplaceByRename(const Folder &folder, const LockedFile &old, TemporaryFile &file) {
+  const FileDescriptor lock = LockFolder(folder);
   if (!IsUnchanged(folder, folder.name().c_str(), old)) {
     return Outcome::kLostRace;
   }
@@ -163,12 +165,25 @@ Outcome TryEdit(const Folder &folder, const std::string &path, const Edit &edit,
   return PutInPlace(folder, *old, file);
 }
 
+/// NFS says ESTALE of an open file that another machine has replaced.
+Outcome TryOrLoseRace(const Folder &folder, const std::string &path, const Edit &edit,
+                      const EditOptions &options) {
+  try {
+    return TryEdit(folder, path, edit, options);
+  } catch (const std::system_error &error) {
+    if (error.code().value() != ESTALE) {
+      throw;
+    }
+    return Outcome::kLostRace;
+  }
+}
+
 } // namespace
 
 bool EditDurably(const std::string &path, const Edit &edit, const EditOptions &options) {
   const Folder folder(path);
   for (int attempt = 0; attempt < kMaxEditAttempts; ++attempt) {
-    const Outcome outcome = TryEdit(folder, path, edit, options);
+    const Outcome outcome = TryOrLoseRace(folder, path, edit, options);
     if (outcome != Outcome::kLostRace) {
       return outcome == Outcome::kDone;
     }

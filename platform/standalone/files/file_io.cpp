@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <sys/uio.h>
+#include <system_error>
 
 namespace vexo::files {
 
@@ -148,7 +149,9 @@ std::string ReadFile(int fd, std::string_view name, std::size_t max_bytes) {
 
 } // namespace
 
-std::optional<std::string> ReadWholeFile(const std::string &path, std::size_t max_bytes) {
+namespace {
+
+std::optional<std::string> TryReadWholeFile(const std::string &path, std::size_t max_bytes) {
   const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!fd && (errno == ENOENT || errno == ENOTDIR)) {
     return std::nullopt;
@@ -157,6 +160,22 @@ std::optional<std::string> ReadWholeFile(const std::string &path, std::size_t ma
     ThrowErrno("cannot open", path);
   }
   return ReadFile(fd.get(), path, max_bytes);
+}
+
+} // namespace
+
+std::optional<std::string> ReadWholeFile(const std::string &path, std::size_t max_bytes) {
+  constexpr int kTries = 10;
+  for (int tries = 1;; ++tries) {
+    try {
+      return TryReadWholeFile(path, max_bytes);
+    } catch (const std::system_error &error) {
+      // NFS says it of a file that another machine replaced since it was opened.
+      if (error.code().value() != ESTALE || tries == kTries) {
+        throw;
+      }
+    }
+  }
 }
 
 std::string ReadWholeFile(int fd, std::size_t max_bytes) {

@@ -62,6 +62,24 @@ void LockExclusively(int fd, std::string_view name, std::chrono::milliseconds pa
   }
 }
 
+FileDescriptor OpenForLock(int folder, const char *name) {
+  constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  FileDescriptor file(openat(folder, name, O_RDWR | kFlags));
+  if (!file && (errno == EACCES || errno == EPERM || errno == EROFS)) {
+    file = FileDescriptor(openat(folder, name, O_RDONLY | kFlags));
+  }
+  return file;
+}
+
+FileDescriptor LockFolder(const Folder &folder) {
+  FileDescriptor lock(openat(folder.fd(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!lock) {
+    ThrowErrno("cannot open folder", folder.path());
+  }
+  LockExclusively(lock.get(), folder.path());
+  return lock;
+}
+
 void MakeFolders(const std::string &path) {
   constexpr mode_t kMode = 0755;
   if (mkdir(path.c_str(), kMode) != 0 && errno == ENOENT && path != FolderOf(path)) {

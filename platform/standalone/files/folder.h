@@ -55,11 +55,19 @@ private:
 /// another user, may hold it for ever.
 inline constexpr std::chrono::milliseconds kLockPatience{10'000};
 
+/// Opens a file to lock it; none, and errno tells why, when that fails. NFS gives an exclusive lock
+/// only to who may write, so a file is opened to be read alone only where nothing else is allowed.
+FileDescriptor OpenForLock(int folder, const char *name);
+
 /// Takes the exclusive lock of an open file or folder. False when it could not be had in that time;
 /// errno tells why.
 [[nodiscard]] bool LockWithin(int fd, std::chrono::milliseconds patience);
 
-/// The same, but throws.
+/// The lock of the folder, for as long as the descriptor lives; throws. Renames of playlists hold
+/// it.
+FileDescriptor LockFolder(const Folder &folder);
+
+/// As LockWithin(), but throws.
 void LockExclusively(int fd, std::string_view name,
                      std::chrono::milliseconds patience = kLockPatience);
 

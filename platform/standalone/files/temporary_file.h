@@ -27,14 +27,16 @@ private:
   FileDescriptor fd_;
 };
 
-/// A name that IsTemporaryName() tells, different at each call and in each process.
+/// A name that IsTemporaryName() tells, different at each call, in each process and on each
+/// machine.
 std::string NewTemporaryName();
 
 /// Whether a file name (no folders) is that of a temporary file a crash may have left.
 bool IsTemporaryName(std::string_view name);
 
 /// Whether a temporary file's writer is gone: nobody has it locked, and the process that its name
-/// tells is not there, or it is older than a minute.
+/// tells is not there, or it is older than a minute; ten minutes when that is one of another
+/// machine.
 bool IsAbandonedTemporary(const std::string &path);
 /// Removes a temporary file whose writer is gone. Whether it was removed.
 bool RemoveAbandonedTemporary(const std::string &path);

@@ -34,17 +34,19 @@ bool StandsAt(const std::string &path, int fd) {
 
 /// The file at `path`, locked; nothing when none is there.
 std::optional<files::FileDescriptor> LockAt(const std::string &path) {
-  constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   for (int tries = 0; tries < kMostTries; ++tries) {
-    files::FileDescriptor file(open(path.c_str(), kFlags));
+    files::FileDescriptor file = files::OpenForLock(AT_FDCWD, path.c_str());
     if (!file && errno == ENOENT) {
       return std::nullopt;
     }
     if (!file) {
       files::ThrowErrno("cannot open", path);
     }
-    files::LockExclusively(file.get(), path);
-    if (StandsAt(path, file.get())) {
+    const bool is_locked = files::LockWithin(file.get(), files::kLockPatience);
+    if (!is_locked && errno != ESTALE) { // which NFS says of a file that was replaced
+      files::ThrowErrno(errno == EWOULDBLOCK ? "somebody else has locked" : "cannot lock", path);
+    }
+    if (is_locked && StandsAt(path, file.get())) {
       return file;
     }
   }

@@ -8,6 +8,7 @@
 #include "playlists/playlist_edits.h"
 #include "playlists/playlist_folders.h"
 #include "playlists/seen_files.h"
+#include "playlists/settled_rows.h"
 #include "playlists/version.h"
 #include "system/log.h"
 #include "system/paths.h"
@@ -131,6 +132,7 @@ public:
 
   bool FinishAll() noexcept {
     bool succeeded = true;
+    ReleaseRow(); // or an edit might wait for the lock that this process has
     for (const HeldBack &held : std::exchange(all_, {})) {
       try {
         Finish(held);

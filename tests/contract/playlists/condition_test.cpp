@@ -5,6 +5,8 @@
 #include "playlists/held_versions.h"
 #include "playlists/rows.h"
 #include "playlists/version.h"
+#include "support/faults.h"
+#include <cerrno>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -269,6 +271,13 @@ TEST_F(HeldFiles, GiveTheirVersions) {
   EXPECT_EQ(HoldFile(bobs_), ContentVersion(old_));
   EXPECT_EQ(HoldRowsFile(0, std::stoi(id_)), ContentVersion(old_));
   EXPECT_TRUE(IsConditionMet());
+}
+
+TEST_F(HeldFiles, ThatAnotherMachineReplacedMeanwhileAreTakenAnew) {
+  SetCondition({true, {}});
+  const faults::Fault fault(faults::Call::kLock, 1, ESTALE);
+  EXPECT_EQ(HoldFile(bobs_), ContentVersion(old_));
+  EXPECT_TRUE(faults::Fault::Happened());
 }
 
 TEST_F(HeldFiles, OfAnotherVersionAreNotHeld) {
