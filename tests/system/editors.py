@@ -9,18 +9,24 @@ from api import Api
 from server import ANNA, CONFIG, SHARED, examine, playlistctl, songs_of, wait_until
 
 
+# What the doctor finds of requests that could not end what they did.
+HALF_DONE = ("has no row$|does not tell its file's size, time or identity$|has no file: |"
+             "was renamed, its row has the path |a writer that is gone has left ")
+
+
 def objects(*songs):
     return [{"res": song} for song in songs]
 
 
 class Editor(threading.Thread):
     """A client that edits, one after the other, whatever becomes of it: a list of its own, which it
-    renames as well, one that it always writes anew, and one that all append to."""
+    renames as well, one that it always writes anew, one that all append to, and lists that it removes.
+    And it plays `song`, which no other client does."""
 
-    def __init__(self, server, number, common, first_song):
+    def __init__(self, server, number, common, song, first_song):
         super().__init__()
         self.first_song = first_song
-        self.server, self.number, self.common = server, number, common
+        self.server, self.number, self.common, self.song = server, number, common, song
         self.stopped = threading.Event()
         self.done = self.failed = 0
         self.problems, self.may_be_lost = [], False
@@ -28,6 +34,8 @@ class Editor(threading.Thread):
         self.own = self.add(f"own {number}", f"http://first/{number}")
         self.names = {f"own {number}"}
         self.add(f"anew {number}", "http://version/0")
+        self.gone = []  # names of lists
+        self.plays_before, self.plays, self.unsure_plays = self.count_plays(server), 0, 0
         self.versions = []  # any of which may be there
         self.write_anew(0)
 
@@ -37,18 +45,30 @@ class Editor(threading.Thread):
         self.appended[answer.id] = list(songs)
         return answer.id
 
-    def ask(self, action, **parameters):
-        """Whether it is done. A server that is gone ends this client."""
+    def count_plays(self, server):
+        return Api(server).get(f"/songs/{self.song}/mark").json["play_count"]
+
+    def reach(self, request):
+        """The answer. A server that is gone ends this client, and gives none."""
         try:
-            answer = self.server.ask(action, ANNA, **parameters)
+            return request()
         except (OSError, http.client.HTTPException):
-            self.stopped.set()
-            return False
+            return self.stopped.set()
+
+    def act(self, action, **parameters):
+        """The answer of an action that is done; else nothing."""
+        answer = self.reach(lambda: self.server.ask(action, ANNA, **parameters))
+        if answer is None:
+            return None
         self.count(bool(answer.success))
         # A rename whose row cannot be written is undone, and says nothing.
         if not answer.success and answer.json and answer.error != "common/error_system":
             self.problems.append(f"{action}: {answer}")
-        return bool(answer.success)
+        return answer if answer.success else None
+
+    def ask(self, action, **parameters):
+        """Whether it is done."""
+        return self.act(action, **parameters) is not None
 
     def count(self, is_done):
         self.done += is_done
@@ -75,11 +95,23 @@ class Editor(threading.Thread):
         else:
             self.versions.append(songs)
 
+    def come_and_go(self, edit):
+        name = f"brief {self.number} {edit}"
+        made = self.act("add", name=name, type="shared", id_info_list=objects("http://brief"))
+        if made and self.ask("delete", playlists=made.id):
+            self.gone.append(name)
+
+    def play(self, _edit):
+        answer = self.reach(lambda: Api(self.server).post(f"/songs/{self.song}/mark", {"played": True}))
+        done = answer is not None and answer.status == 200
+        self.plays += done
+        self.unsure_plays += not done
+        self.count(done)
+
     def read(self, _edit):
-        try:
-            answer = Api(self.server).get(f"/playlists/{self.own}")
-        except (OSError, http.client.HTTPException):
-            return self.stopped.set()
+        answer = self.reach(lambda: Api(self.server).get(f"/playlists/{self.own}"))
+        if answer is None:
+            return
         self.count(answer.status == 200)
         if answer.status == 200:
             there = answer.json["total"]
@@ -93,7 +125,7 @@ class Editor(threading.Thread):
             if self.stopped.is_set():
                 return
             (lambda n: self.append(self.own, n), self.rename, self.write_anew, self.read,
-             lambda n: self.append(self.common, n))[edit % 5](edit)
+             lambda n: self.append(self.common, n), self.come_and_go, self.play)[edit % 7](edit)
 
 
 class Editors:
@@ -121,7 +153,7 @@ class Editors:
         common = self.server.add(SHARED, f"common {self._testMethodName}", [])
         self.assertTrue(common.success, common)
         first_song = self.first_song()
-        editors = [Editor(server, f"{self._testMethodName} {n}", common.id, first_song)
+        editors = [Editor(server, f"{self._testMethodName} {n}", common.id, n + 1, first_song)
                    for n, server in enumerate(servers)]
         for editor in editors:
             editor.start()
@@ -147,8 +179,8 @@ class Editors:
 
     def check(self, editors):
         self.assertEqual([problem for editor in editors for problem in editor.problems], [])
-        for found in self.examine().splitlines():
-            print("doctor:", found)
+        for finding in self.examine().splitlines():
+            self.assertRegex(finding, HALF_DONE)
         self.playlistctl("doctor", "--repair")
         self.assertEqual(self.examine(), "")
         in_common = songs_of(SHARED.file(f"common {self._testMethodName}"))
@@ -160,6 +192,9 @@ class Editors:
             mine = [song for song in in_common if f"/{editor.number}/" in song]
             self.check_songs(mine, editor, editor.common)
             self.assertIn(songs_of(SHARED.file(f"anew {editor.number}")), editor.versions)
+            self.assertEqual([name for name in editor.gone if SHARED.file(name).exists()], [])
+            plays = editor.count_plays(self.server) - editor.plays_before
+            self.assertIn(plays, range(editor.plays, editor.plays + editor.unsure_plays + 1))
             answer = self.server.ask("addsongs", playlist=editor.own, id_info_list=objects("http://z"))
             self.assertTrue(answer.success, answer)
             self.assertEqual(songs_of(SHARED.file(names[0]))[-1], "http://z")
