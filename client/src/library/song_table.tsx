@@ -129,7 +129,7 @@ function columnsOf<T>(
   more: (index: number, button: HTMLElement) => void,
 ): Column<T>[] {
   const columns = isCompact(width)
-    ? compactColumns(props.songOf)
+    ? compactColumns(props.songOf, props.columns)
     : fittingColumns(props.columns ?? wanted.value, width - MORE).map((column) =>
         listColumn(column, props.songOf),
       );
@@ -143,35 +143,47 @@ function withOther<T>(cell: Column<T>["cell"], { songOf, otherCell }: SongTableP
   return (row, index) => (songOf(row) ? cell(row, index) : otherCell?.(row));
 }
 
-function compactColumns<T>(songOf: (row: T) => Song | undefined): Column<T>[] {
+/** `keys` are those of the columns that there would be in more room, where not all are wanted. */
+function compactColumns<T>(songOf: (row: T) => Song | undefined, keys?: string[]): Column<T>[] {
+  const has = (key: string) => keys?.includes(key) ?? true;
+  const cellOf = (show: (song: Song) => ComponentChildren) => (row: T) => {
+    const song = songOf(row);
+    return song && show(song);
+  };
+  const linesOf = ({ title, artist, album }: Song) => {
+    const below = [has("artist") && artist, has("album") && album].filter(Boolean).join(" – ");
+    return below === "" ? title : <Lines above={title} below={below} />;
+  };
+  const track: Column<T> = {
+    key: "track",
+    label: t("library.track"),
+    width: "1.25rem",
+    align: "end",
+    cell: cellOf((song) => <span class="soft small">{song.track || ""}</span>),
+  };
   return [
+    ...(keys?.includes("track") ? [track] : []),
     {
       key: "title",
       label: t("library.title"),
       width: "minmax(0, 1fr)",
-      cell: (row) => {
-        const song = songOf(row);
-        return song && <Lines song={song} />;
-      },
+      cell: cellOf(linesOf),
     },
     {
       key: "duration",
       label: t("library.duration"),
       width: "auto",
       align: "end",
-      cell: (row) => {
-        const song = songOf(row);
-        return song && <span class="soft small">{formatDuration(song.duration)}</span>;
-      },
+      cell: cellOf(({ duration }) => <span class="soft small">{formatDuration(duration)}</span>),
     },
   ];
 }
 
-function Lines({ song }: { song: Song }) {
+function Lines({ above, below }: { above: string; below: string }) {
   return (
     <span class="lines">
-      <span>{song.title}</span>
-      <span>{[song.artist, song.album].filter(Boolean).join(" – ")}</span>
+      <span>{above}</span>
+      <span>{below}</span>
     </span>
   );
 }
