@@ -112,8 +112,9 @@ Page<Group> ListWanted(Database &database, const GroupList &list, const Range &r
 } // namespace
 
 Page<Group> SqlIndex::ListGroups(const GroupList &list, const Range &range) {
-  const Moment moment(database_, 2);
-  return ListWanted(database_, list, range);
+  Page<Group> page;
+  database_.ReadAtOnce([&] { page = ListWanted(database_, list, range); });
+  return page;
 }
 
 std::optional<Group> SqlIndex::FindGroup(int owner, GroupKind kind, int32_t id) {

@@ -101,9 +101,8 @@ private:
     }
     std::string end = first;
     ++end.back();
-    // The plus keeps SQLite from going through all songs of the owner, by the index of owners.
-    Statement songs(database_,
-                    "SELECT id FROM songs WHERE path >= ?1 AND path < ?2 AND +owner = ?3");
+    Statement songs(database_, "SELECT id FROM songs WHERE " +
+                                   database_.dialect().path_between("?1", "?2", "?3"));
     songs.Bind(1, first).Bind(2, end).Bind(3, int64_t{list_.owner});
     sets_.push_back(ToSet(ReadIds(songs)));
   }
@@ -260,22 +259,27 @@ Page<CatalogSong> PageOfAll(Database &database, const SongList &list, const Rang
           ReadCatalogSongs(database, PartOfChosen(database, list, ids, range))};
 }
 
-} // namespace
-
-Page<CatalogSong> SqlIndex::ListSongs(const SongList &list, const Range &range) {
+Page<CatalogSong> PageOf(Database &database, const SongList &list, const Range &range) {
   constexpr std::size_t kFew = 1000;
-  const Moment moment(database_, 2);
-  SongChooser chooser(database_, list);
+  SongChooser chooser(database, list);
   std::optional<IdSet> chosen = chooser.Choose();
   if (!chosen) {
-    return PageOfAll(database_, list, range);
+    return PageOfAll(database, list, range);
   }
   if (chosen->size() <= kFew) {
-    return PageOfFew(database_, list, *chosen, range);
+    return PageOfFew(database, list, *chosen, range);
   }
   const IdSet ids = chooser.Wanted(*std::move(chosen));
   return {static_cast<int64_t>(ids.size()),
-          ReadCatalogSongs(database_, PartOfChosen(database_, list, ids, range))};
+          ReadCatalogSongs(database, PartOfChosen(database, list, ids, range))};
+}
+
+} // namespace
+
+Page<CatalogSong> SqlIndex::ListSongs(const SongList &list, const Range &range) {
+  Page<CatalogSong> page;
+  database_.ReadAtOnce([&] { page = PageOf(database_, list, range); });
+  return page;
 }
 
 std::optional<CatalogSong> SqlIndex::FindSong(int owner, int32_t id) {

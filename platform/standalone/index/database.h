@@ -118,6 +118,9 @@ struct Dialect {
   std::string (*ends_with)(const std::string &text, const std::string &part);
   /// What stands for a path or an identity where rows are unique, and are looked up.
   std::string (*unique)(const std::string &text);
+  /// A condition on songs: the path is not before `first` and before `end`, of this owner.
+  std::string (*path_between)(const std::string &first, const std::string &end,
+                              const std::string &owner);
   const char *whole_seconds; ///< the length of a song
   bool keeps_folded;         ///< songs have a column `folded_...` beside each text
 
@@ -174,6 +177,9 @@ public:
   /// From here on until EndMoment() all that is read is of one moment; false: that is so anyway.
   virtual bool BeginMoment() = 0;
   virtual void EndMoment() noexcept = 0;
+  /// All that `read` reads is of one moment. It may be called again, when it could not be read to
+  /// the end.
+  virtual void ReadAtOnce(const std::function<void()> &read) = 0;
 };
 
 /// Ends the reading of rows at its own end: a statement that is kept must not hold the database.

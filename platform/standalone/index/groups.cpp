@@ -67,8 +67,9 @@ GroupWriter::GroupWriter(Database &database, ListWriter &lists, TextWriter &text
                             "DO UPDATE SET songs = ?3"),
       remove_link_(database, "DELETE FROM group_albums WHERE group_id = ?1 AND album_id = ?2"),
       first_member_(database, "SELECT id FROM entries WHERE list = ?1 AND key = ?2 LIMIT 1"),
-      first_below_(database, "SELECT id FROM songs WHERE path > ?1 AND path < ?2 AND owner = ?3 "
-                             "ORDER BY path LIMIT 1") {}
+      first_below_(database, "SELECT id FROM songs WHERE " +
+                                 database.dialect().path_between("?1", "?2", "?3") +
+                                 " ORDER BY path LIMIT 1") {}
 
 int32_t GroupWriter::Known(int owner, const GroupIdentity &identity) {
   if (identity.identity.empty()) {

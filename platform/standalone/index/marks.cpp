@@ -45,17 +45,20 @@ std::vector<SongMark> SqlIndex::MarksOf(int user, const std::vector<int32_t> &so
 Page<SongMark> SqlIndex::ListMarks(int user, bool starred, const Range &range) {
   const std::string matches = std::string(" FROM song_marks WHERE \"user\" = ?1") +
                               (starred ? " AND time_starred <> 0" : "");
-  const Moment moment(database_, 2);
-  Page<SongMark> page;
   Statement count(database_, "SELECT count(*)" + matches);
-  count.Bind(1, int64_t{user}).Step();
-  page.total = count.Int64(0);
   Statement list(database_,
                  "SELECT song, " VEXO_MARK_COLUMNS + matches + " ORDER BY song LIMIT ?2 OFFSET ?3");
+  count.Bind(1, int64_t{user});
   list.Bind(1, int64_t{user}).Bind(2, range.limit).Bind(3, range.offset);
-  while (list.Step()) {
-    page.items.push_back(ReadSongMark(list));
-  }
+  Page<SongMark> page;
+  database_.ReadAtOnce([&] {
+    const Reading reading_count(count);
+    const Reading reading_list(list);
+    page = {count.Step() ? count.Int64(0) : 0, {}};
+    while (list.Step()) {
+      page.items.push_back(ReadSongMark(list));
+    }
+  });
   return page;
 }
 

@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <charconv>
 #include <chrono>
 #include <thread>
 
@@ -26,108 +24,16 @@ void WaitBeforeAttempt(int attempt) {
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds(generator)));
 }
 
-/// Values stand in the places $1, $2, ...
-std::string Translate(std::string_view sql) {
-  std::string translated(sql);
-  std::replace(translated.begin(), translated.end(), '?', '$');
-  return translated;
-}
-
-/// A statement, as it is sent each time that it runs.
-class PostgresCursor : public Cursor {
-public:
-  PostgresCursor(PostgresDatabase &database, std::string_view sql)
-      : database_(database), query_{Translate(sql)} {}
-  /// The rows of an answer that has come.
-  PostgresCursor(PostgresDatabase &database, PostgresResult result)
-      : database_(database), result_(std::move(result)) {}
-
-  void Bind(int parameter, int64_t value) override { At(parameter) = ToValue(value); }
-  void Bind(int parameter, double value) override { At(parameter) = ToValue(value); }
-  void Bind(int parameter, std::string_view text) override { At(parameter) = ToValue(text); }
-  void BindBytes(int parameter, std::string_view bytes) override { Bind(parameter, bytes); }
-  bool Step() override;
-  void Run() override { database_.Post(query_); }
-  int32_t Insert() override { return database_.Insert(query_); }
-  int64_t Change() override;
-  void Reset() override { Abandon(); }
-  void Abandon() noexcept override {
-    result_.reset();
-    row_ = -1;
-  }
-  [[nodiscard]] int64_t Int64(int column) const override;
-  [[nodiscard]] double Double(int column) const override;
-  [[nodiscard]] std::string_view View(int column) const override;
-
-private:
-  PostgresValue &At(int parameter);
-  PostgresDatabase &database_;
-  PostgresQuery query_;
-  PostgresResult result_;
-  int row_ = -1;
-};
-
-PostgresValue &PostgresCursor::At(int parameter) {
-  const auto position = static_cast<std::size_t>(parameter);
-  if (query_.parameters.size() < position) {
-    query_.parameters.resize(position, ToValue(int64_t{0}));
-  }
-  return query_.parameters[position - 1];
-}
-
-bool PostgresCursor::Step() {
-  if (!result_) {
-    result_ = database_.Read(query_);
-  }
-  return ++row_ < PQntuples(result_.get());
-}
-
-int64_t PostgresCursor::Change() {
-  const PostgresResult result = database_.Write(query_);
-  const std::string_view count = PQcmdTuples(result.get());
-  int64_t rows = 0;
-  std::from_chars(count.data(), count.data() + count.size(), rows);
-  return rows;
-}
-
-std::string_view BytesOf(const PostgresResult &result, int row, int column) {
-  return {PQgetvalue(result.get(), row, column),
-          static_cast<std::size_t>(PQgetlength(result.get(), row, column))};
-}
-
-uint64_t BigEndian(std::string_view bytes) {
-  uint64_t number = 0;
-  for (const char c : bytes) {
-    number = number << 8 | static_cast<unsigned char>(c);
-  }
-  return number;
-}
-
-/// Numbers of every size, and truth values.
-int64_t NumberOf(std::string_view bytes) {
-  const uint64_t number = BigEndian(bytes);
-  return bytes.size() == sizeof(int32_t) ? static_cast<int32_t>(static_cast<uint32_t>(number))
-                                         : static_cast<int64_t>(number);
-}
-
-int64_t PostgresCursor::Int64(int column) const { return NumberOf(View(column)); }
-
-double PostgresCursor::Double(int column) const {
-  return std::bit_cast<double>(BigEndian(View(column)));
-}
-
-std::string_view PostgresCursor::View(int column) const { return BytesOf(result_, row_, column); }
-
 template <typename Key>
 void LookUp(PostgresDatabase &database, const Lookup &lookup, std::span<const Key> keys,
             const RowVisitor &read) {
   if (keys.empty()) {
     return;
   }
-  PostgresQuery query{Translate("SELECT " + lookup.columns +
-                                " FROM unnest(?2) WITH ORDINALITY AS keys(column1, position) "
-                                "CROSS JOIN " +
-                                lookup.from + " ORDER BY position")};
+  PostgresQuery query{ToPostgres("SELECT " + lookup.columns +
+                                 " FROM unnest(?2) WITH ORDINALITY AS keys(column1, position) "
+                                 "CROSS JOIN " +
+                                 lookup.from + " ORDER BY position")};
   if (lookup.tie != nullptr) {
     query.sql += std::string(", ") + lookup.tie;
   }
@@ -148,6 +54,18 @@ PostgresDatabase::PostgresDatabase(std::string url, int busy_milliseconds,
 
 PostgresDatabase::~PostgresDatabase() = default;
 
+namespace {
+
+/// Also by what the index of paths has of them.
+std::string PathBetween(const std::string &first, const std::string &end,
+                        const std::string &owner) {
+  const auto start = [](const std::string &path) { return "substr(" + path + ", 1, 500)"; };
+  return "owner = " + owner + " AND " + start("path") + " >= " + start(first) + " AND " +
+         start("path") + " <= " + start(end) + " AND path >= " + first + " AND path < " + end;
+}
+
+} // namespace
+
 const Dialect &PostgresDatabase::dialect() const {
   static constexpr Dialect kDialect{[](const std::string &column) { return "folded_" + column; },
                                     [](const std::string &text, const std::string &part) {
@@ -158,6 +76,7 @@ const Dialect &PostgresDatabase::dialect() const {
                                              ") - length(" + part + ") + 1)) = " + part;
                                     },
                                     [](const std::string &text) { return "sha256(" + text + ")"; },
+                                    PathBetween,
                                     "trunc(duration)",
                                     true};
   return kDialect;
@@ -331,7 +250,7 @@ int32_t PostgresDatabase::Insert(PostgresQuery query) {
   const std::string table = query.sql.substr(kHead.size(), columns - 1 - kHead.size());
   if (state_ == State::kAlone || ids_.try_emplace(table).second) {
     query.sql += " RETURNING id";
-    return static_cast<int32_t>(NumberOf(BytesOf(Write(std::move(query)), 0, 0)));
+    return static_cast<int32_t>(NumberIn(Write(std::move(query)), 0, 0));
   }
   const int32_t id = TakeId(table);
   query.parameters.push_back(ToValue(int64_t{id}));
@@ -351,7 +270,7 @@ int32_t PostgresDatabase::TakeId(const std::string &table) {
         Read({"SELECT nextval('" + SequenceOf(table) + "') FROM generate_series(1, " +
               std::to_string(ids.at_once) + ")"});
     for (int row = PQntuples(result.get()); row > 0; --row) {
-      ids.left.push_back(static_cast<int32_t>(NumberOf(BytesOf(result, row - 1, 0))));
+      ids.left.push_back(static_cast<int32_t>(NumberIn(result, row - 1, 0)));
     }
   }
   const int32_t id = ids.left.back();
@@ -437,29 +356,34 @@ void PostgresDatabase::AbandonTransaction() noexcept {
   is_begun_ = false;
 }
 
-void PostgresDatabase::Transact(Lock lock, MediaIndex::Durable durable,
-                                const std::function<void()> &work) {
+/// Until it succeeds, or neither others nor the way to the server are the cause.
+void PostgresDatabase::TryAgain(const std::function<void()> &attempt) {
   const Clock::time_point begin = Clock::now();
-  for (int attempt = 1;; ++attempt) {
+  for (int number = 1;; ++number) {
     try {
-      return Attempt(lock, durable, work);
+      return attempt();
     } catch (const PostgresError &error) {
       AbandonTransaction();
-      if (!error.IsConflict() || !MayTryAgain(attempt, begin)) {
+      if (!error.IsConflict() || !MayTryAgain(number, begin)) {
         throw;
       }
     } catch (const ConnectionLost &) {
       AbandonTransaction();
       ForgetConnection();
-      if (!MayTryAgain(attempt, begin)) {
+      if (!MayTryAgain(number, begin)) {
         throw;
       }
     } catch (...) {
       AbandonTransaction();
       throw;
     }
-    WaitBeforeAttempt(attempt);
+    WaitBeforeAttempt(number);
   }
+}
+
+void PostgresDatabase::Transact(Lock lock, MediaIndex::Durable durable,
+                                const std::function<void()> &work) {
+  TryAgain([&] { Attempt(lock, durable, work); });
 }
 
 bool PostgresDatabase::BeginMoment() {
@@ -484,6 +408,17 @@ void PostgresDatabase::EndMoment() noexcept {
   } catch (const std::exception &) {
     ForgetConnection();
   }
+}
+
+void PostgresDatabase::ReadAtOnce(const std::function<void()> &read) {
+  if (state_ != State::kAlone) {
+    return read();
+  }
+  TryAgain([&] {
+    BeginMoment();
+    read();
+    EndMoment();
+  });
 }
 
 } // namespace vexo::index

@@ -5,6 +5,7 @@
 #include "index/database.h"
 #include "index/postgres_batch.h"
 #include "index/postgres_connection.h"
+#include "index/postgres_cursor.h"
 #include <chrono>
 #include <map>
 #include <optional>
@@ -13,7 +14,7 @@
 
 namespace vexo::index {
 
-class PostgresDatabase : public Database {
+class PostgresDatabase : public Database, public PostgresSession {
 public:
   /// How long a lock of another process is waited for. Who holds one, and says nothing for three
   /// times as long, loses it.
@@ -42,16 +43,12 @@ public:
   [[nodiscard]] const char *HoldingRows() const override { return " FOR UPDATE"; }
   bool BeginMoment() override;
   void EndMoment() noexcept override;
+  void ReadAtOnce(const std::function<void()> &read) override;
 
-  /// Asks for rows.
-  PostgresResult Read(PostgresQuery query);
-  /// Changes something, and gives the answer.
-  PostgresResult Write(PostgresQuery query);
-  /// Changes something; inside a transaction, at any time before its end.
-  void Post(PostgresQuery query);
-  /// Adds a row, which gets an id. The second one of a transaction and those behind it may be
-  /// written at any time before its end.
-  int32_t Insert(PostgresQuery query);
+  PostgresResult Read(PostgresQuery query) override;
+  PostgresResult Write(PostgresQuery query) override;
+  void Post(PostgresQuery query) override;
+  int32_t Insert(PostgresQuery query) override;
 
 private:
   enum class State { kAlone, kMoment, kTransaction };
@@ -69,6 +66,7 @@ private:
   int32_t TakeId(const std::string &table);
   void Attempt(Lock lock, MediaIndex::Durable durable, const std::function<void()> &work);
   void Commit();
+  void TryAgain(const std::function<void()> &attempt);
   void AddLock(Lock lock);
   PostgresResult Alone(bool is_read);
   PostgresResult SendQueue();

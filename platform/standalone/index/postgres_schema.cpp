@@ -146,6 +146,11 @@ CREATE TABLE lost_marks(
   time_played bigint NOT NULL);
 CREATE UNIQUE INDEX lost_marks_path ON lost_marks(owner, sha256(path), "user");
 )sql",
+    // The songs below a folder.
+    R"sql(
+DROP INDEX songs_owner;
+CREATE INDEX songs_path_start ON songs(owner, substr(path, 1, 500));
+)sql",
 };
 
 /// What happens when several make the same table, or the same row, at the same moment.

@@ -27,7 +27,7 @@ void BindFileStatus(Statement &statement, const Song &song) {
 /// Whether the catalog knows the song: every one of those has a folder.
 bool IsCatalogued(const CatalogSong &song) { return song.groups.folder != 0; }
 
-constexpr int kAddColumns = 30, kUpdateColumns = 21;
+constexpr int kAddColumns = 30, kGroupColumns = 7;
 
 /// The texts of a song that rules and orders look at without letter case.
 constexpr std::array kFoldedColumns = {"title",    "artist",  "album", "album_artist", "genre",
@@ -64,12 +64,18 @@ std::string AddSql(const Dialect &dialect) {
          ")";
 }
 
-std::string UpdateSql(const Dialect &dialect) {
+std::string UpdateSql() {
   return "UPDATE songs SET path = ?2, title = ?3, artist = ?4, album = ?5, genre = ?6, "
          "album_artist = ?7, composer = ?8, comment = ?9, type = ?10, duration = ?11, "
          "track = ?12, disc = ?13, year = ?14, bitrate = ?15, sample_rate = ?16, channels = ?17, "
-         "size = ?18, compilation = ?19, time_modified = ?20, time_changed = ?21" +
-         ForFolded(dialect, kUpdateColumns,
+         "size = ?18, compilation = ?19, time_modified = ?20, time_changed = ?21 WHERE id = ?1";
+}
+
+/// What is made of the columns that the song's file tells.
+std::string UpdateMadeSql(const Dialect &dialect) {
+  return "UPDATE songs SET album_id = ?2, artist_id = ?3, album_artist_id = ?4, genre_id = ?5, "
+         "composer_id = ?6, folder_id = ?7" +
+         ForFolded(dialect, kGroupColumns,
                    [](const std::string &column, const std::string &value) {
                      return column + " = " + value;
                    }) +
@@ -84,10 +90,8 @@ SongWriter::SongWriter(Database &database)
       marks_(database), read_(database, "SELECT " VEXO_SONG_COLUMNS ", " VEXO_SONG_GROUP_COLUMNS
                                         " FROM songs WHERE id = ?1"),
       remove_(database, "DELETE FROM songs WHERE id = ?1"),
-      add_(database, AddSql(database.dialect())), update_(database, UpdateSql(database.dialect())),
-      write_groups_(database, "UPDATE songs SET album_id = ?2, artist_id = ?3, "
-                              "album_artist_id = ?4, genre_id = ?5, composer_id = ?6, "
-                              "folder_id = ?7 WHERE id = ?1") {}
+      add_(database, AddSql(database.dialect())), update_(database, UpdateSql()),
+      update_made_(database, UpdateMadeSql(database.dialect())) {}
 
 /// Runs `run` with the folded texts of a song behind the other parameters.
 template <typename Run>
@@ -157,7 +161,7 @@ void SongWriter::Add(Song song) {
 
 void SongWriter::Update(const CatalogSong &old, const Song &song) {
   BindFileStatus(update_.Bind(1, int64_t{song.id}), song);
-  WithFolded(update_, kUpdateColumns, song, [](Statement &update) { update.Run(); });
+  update_.Run();
   const auto texts = [](const Song &s) { return std::tie(s.title, s.artist, s.album, s.genre); };
   if (texts(old.song) != texts(song)) {
     texts_->RemoveSong(old.song);
@@ -167,7 +171,7 @@ void SongWriter::Update(const CatalogSong &old, const Song &song) {
   now.owner = old.song.owner;
   now.time_added = old.song.time_added;
   const SongGroups groups = catalog_.Resolve(now);
-  WriteGroups(now.id, groups);
+  WriteMade(now, groups);
   if (IsCatalogued(old)) {
     catalog_.Replace(old.song, old.groups, now, groups);
   } else {
@@ -179,15 +183,15 @@ void SongWriter::Update(const CatalogSong &old, const Song &song) {
 void SongWriter::Complete(int32_t id) {
   if (const std::optional<CatalogSong> song = Read(id); song && !IsCatalogued(*song)) {
     const SongGroups groups = catalog_.Resolve(song->song);
-    WriteGroups(id, groups);
+    WriteMade(song->song, groups);
     catalog_.Enter(song->song, groups);
     changed_ = true;
   }
 }
 
-void SongWriter::WriteGroups(int32_t id, const SongGroups &groups) {
-  BindGroups(write_groups_.Bind(1, int64_t{id}), 2, groups);
-  write_groups_.Run();
+void SongWriter::WriteMade(const Song &song, const SongGroups &groups) {
+  BindGroups(update_made_.Bind(1, int64_t{song.id}), 2, groups);
+  WithFolded(update_made_, kGroupColumns, song, [](Statement &update) { update.Run(); });
 }
 
 void SongWriter::Flush() {

@@ -23,7 +23,7 @@ private:
   std::optional<CatalogSong> Read(int32_t id);
   void Add(Song song);
   void Update(const CatalogSong &old, const Song &song);
-  void WriteGroups(int32_t id, const SongGroups &groups);
+  void WriteMade(const Song &song, const SongGroups &groups);
 
   template <typename Run>
   auto WithFolded(Statement &statement, int last, const Song &song, Run run);
@@ -33,7 +33,7 @@ private:
   std::unique_ptr<TextWriter> texts_;
   CatalogWriter catalog_;
   MarkKeeper marks_;
-  Statement read_, remove_, add_, update_, write_groups_;
+  Statement read_, remove_, add_, update_, update_made_;
   bool changed_ = false;
 };
 

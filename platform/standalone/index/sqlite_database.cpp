@@ -248,6 +248,10 @@ const Dialect &SqliteDatabase::dialect() const {
         return "substr(" + text + ", -length(" + part + ")) = " + part;
       },
       [](const std::string &text) { return text; },
+      [](const std::string &first, const std::string &end, const std::string &owner) {
+        // The plus keeps it from going through all songs of the owner, by the index of owners.
+        return "path >= " + first + " AND path < " + end + " AND +owner = " + owner;
+      },
       "CAST(duration AS INTEGER)",
       false};
   return kDialect;
@@ -321,6 +325,12 @@ bool SqliteDatabase::BeginMoment() {
 
 void SqliteDatabase::EndMoment() noexcept {
   sqlite3_exec(handle_, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void SqliteDatabase::ReadAtOnce(const std::function<void()> &read) {
+  constexpr std::size_t kSeveral = 2;
+  const Moment moment(*this, kSeveral);
+  read();
 }
 
 } // namespace vexo::index

@@ -35,6 +35,7 @@ public:
   [[nodiscard]] const char *HoldingRows() const override { return ""; }
   bool BeginMoment() override;
   void EndMoment() noexcept override;
+  void ReadAtOnce(const std::function<void()> &read) override;
 
   [[nodiscard]] sqlite3 *get() const { return handle_; }
   [[nodiscard]] int busy_milliseconds() const { return busy_milliseconds_; }

@@ -49,7 +49,7 @@ protected:
 };
 
 #define VEXO_FOR_EACH_ENGINE(suite)                                                                \
-  INSTANTIATE_TEST_SUITE_P(Engines, suite, ::testing::ValuesIn(Engines()),                         \
+  INSTANTIATE_TEST_SUITE_P(Engines, suite, ::testing::ValuesIn(vexo::index::Engines()),            \
                            [](const auto &test) { return test.param.name; })
 
 inline Song MakeSong(const std::string &path, int owner = 0) {

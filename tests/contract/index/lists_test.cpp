@@ -268,6 +268,9 @@ TEST_P(Lists, SongsBelowAFolderAreThoseOfItsFoldersToo) {
   EXPECT_THAT(below("/m/a/b"), ElementsAre("/m/a/b/c/2"));
   EXPECT_THAT(below("/m/a", 5), ElementsAre("/m/a/5"));
   EXPECT_THAT(below("/"), ElementsAre("/m/a/1", "/m/a/b/c/2", "/m/a b/3", "/m/a0"));
+  const std::string long_folder = "/m/" + std::string(900, 'x');
+  Write({Track(long_folder + "a/6", "6"), Track(long_folder + "b/7", "7")});
+  EXPECT_THAT(below(long_folder + "a"), ElementsAre(long_folder + "a/6"));
   SongList list = SortedBy({Field::kTitle});
   list.below = index().GroupNamed(0, GroupKind::kFolder, "/m/a");
   list.groups.folder = index().GroupNamed(0, GroupKind::kFolder, "/m/a/b/c");

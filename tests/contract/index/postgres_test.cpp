@@ -5,8 +5,11 @@
 #include "index/postgres_schema.h"
 #include "support/processes.h"
 
+#include <atomic>
+#include <barrier>
 #include <csignal>
 #include <gmock/gmock.h>
+#include <thread>
 
 namespace vexo::index {
 namespace {
@@ -25,15 +28,35 @@ protected:
             "WHERE datname = current_database() AND pid <> pg_backend_pid()");
   }
 
-  /// Lets so many next rows of playlists fail as if others had undone them.
-  void FailPlaylists(int times) {
-    Execute("CREATE SEQUENCE failures;"
-            "CREATE FUNCTION fail() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN "
-            "IF nextval('failures') <= " +
-            std::to_string(times) +
-            " THEN RAISE EXCEPTION 'undone' USING ERRCODE = '40001'; END IF; RETURN NEW; END $$;"
-            "CREATE TRIGGER fail BEFORE INSERT ON playlists FOR EACH ROW EXECUTE FUNCTION fail()");
+  /// Lets so many next rows of playlists do this, when they are added or at COMMIT.
+  void AtNextPlaylists(int times, const std::string &what, const std::string &trigger = "TRIGGER",
+                       const std::string &when = "BEFORE") {
+    Execute("CREATE SEQUENCE times;"
+            "CREATE FUNCTION happen() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN "
+            "IF nextval('times') <= " +
+            std::to_string(times) + " THEN " + what +
+            "; END IF; RETURN NEW; END $$;"
+            "CREATE " +
+            trigger + " happen " + when + " INSERT ON playlists " +
+            (when == "AFTER" ? "DEFERRABLE INITIALLY DEFERRED " : "") +
+            "FOR EACH ROW EXECUTE FUNCTION happen()");
   }
+  void AtNextCommits(int times, const std::string &what) {
+    AtNextPlaylists(times, what, "CONSTRAINT TRIGGER", "AFTER");
+  }
+
+  /// Adds a playlist in a transaction; gives how often that was tried.
+  static int AddInTransaction(MediaIndex &index, const std::string &path) {
+    int calls = 0;
+    index.InTransaction(MediaIndex::Durable::kNow, [&] {
+      ++calls;
+      index.AddPlaylist(MakePlaylist(path));
+    });
+    return calls;
+  }
+
+  static constexpr const char *kConflict = "RAISE EXCEPTION 'undone' USING ERRCODE = '40001'";
+  static constexpr const char *kBreak = "PERFORM pg_terminate_backend(pg_backend_pid())";
 
   std::string url_ = PostgresServer::Get().MakeDatabase("alone");
 };
@@ -69,11 +92,11 @@ TEST_F(PostgresServerTest, AServerThatIsNotThereIsAnErrorThatSaysSo) {
 TEST_F(PostgresServerTest, WhatOthersUndidIsDoneAgain) {
   const auto index = OpenPostgresIndex(url_);
   EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
-  FailPlaylists(3);
+  AtNextPlaylists(3, kConflict);
   int calls = 0;
   index->AddPlaylist(MakePlaylist("/a"));
   index->RemovePlaylist(0, index->PlaylistByPath(0, "/a")->id);
-  Execute("SELECT setval('failures', 1)");
+  Execute("SELECT setval('times', 1)");
   index->InTransaction(MediaIndex::Durable::kNow, [&] {
     ++calls;
     index->AddPlaylist(MakePlaylist("/b"));
@@ -85,7 +108,7 @@ TEST_F(PostgresServerTest, WhatOthersUndidIsDoneAgain) {
 TEST_F(PostgresServerTest, AConflictThatDoesNotEndIsAnError) {
   const auto index = OpenPostgresIndex(url_);
   EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
-  FailPlaylists(1'000'000);
+  AtNextPlaylists(1'000'000, kConflict);
   EXPECT_THROW(index->AddPlaylist(MakePlaylist("/a")), IndexError);
   EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
 }
@@ -111,6 +134,92 @@ TEST_F(PostgresServerTest, ATransactionWhoseConnectionBreaksIsDoneAgainFromItsBe
   });
   EXPECT_EQ(calls, 2);
   EXPECT_THAT(index->AllPlaylists(0), SizeIs(2));
+}
+
+TEST_F(PostgresServerTest, ATransactionThatOthersUndoAtItsEndIsDoneAgain) {
+  const auto index = OpenPostgresIndex(url_);
+  EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
+  AtNextCommits(2, kConflict);
+  EXPECT_EQ(AddInTransaction(*index, "/a"), 3);
+  EXPECT_THAT(index->AllPlaylists(0), SizeIs(1));
+}
+
+TEST_F(PostgresServerTest, AStatementWhoseConnectionBreaksInATransactionIsDoneAgainWithIt) {
+  const auto index = OpenPostgresIndex(url_);
+  EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
+  AtNextPlaylists(2, kBreak);
+  EXPECT_EQ(AddInTransaction(*index, "/a"), 3);
+  EXPECT_THAT(index->AllPlaylists(0), SizeIs(1));
+}
+
+TEST_F(PostgresServerTest, AConnectionThatBreaksAtTheEndIsAnErrorAndNothingIsDoneTwice) {
+  const auto index = OpenPostgresIndex(url_);
+  EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
+  AtNextCommits(1, kBreak);
+  EXPECT_THROW(AddInTransaction(*index, "/a"), IndexError);
+  EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
+  EXPECT_EQ(AddInTransaction(*index, "/a"), 1);
+}
+
+TEST_F(PostgresServerTest, AChangeAloneWhoseConnectionBreaksIsAnError) {
+  const auto index = OpenPostgresIndex(url_);
+  EXPECT_THAT(index->AllPlaylists(0), IsEmpty());
+  AtNextPlaylists(1, kBreak);
+  EXPECT_THROW(index->AddPlaylist(MakePlaylist("/a")), IndexError);
+  index->AddPlaylist(MakePlaylist("/a"));
+  EXPECT_THAT(index->AllPlaylists(0), SizeIs(1));
+}
+
+TEST_F(PostgresServerTest, WhatIsReadIsReadAgainWhenTheConnectionBreaks) {
+  Execute("CREATE SEQUENCE times;"
+          "CREATE FUNCTION seven() RETURNS bigint LANGUAGE plpgsql AS $$ BEGIN "
+          "IF nextval('times') <= 2 THEN PERFORM pg_terminate_backend(pg_backend_pid()); END IF; "
+          "RETURN 7; END $$");
+  PostgresDatabase database(url_);
+  EXPECT_EQ(database.Number("SELECT seven()"), 7);
+  int calls = 0;
+  database.ReadAtOnce([&] {
+    ++calls;
+    const int64_t begin = database.Number("SELECT extract(epoch FROM now())::bigint");
+    if (calls == 1) {
+      Disconnect();
+    }
+    EXPECT_EQ(database.Number("SELECT extract(epoch FROM now())::bigint"), begin);
+  });
+  EXPECT_EQ(calls, 2);
+}
+
+TEST_F(PostgresServerTest, OfTwoThatWaitForEachOtherOneBeginsAgain) {
+  EXPECT_EQ(PostgresDatabase(url_).Number("SELECT count(*) FROM locks"), 3);
+  std::barrier both(2);
+  std::atomic<int> calls = 0;
+  const auto take = [&](Lock first, int second) {
+    PostgresDatabase database(url_);
+    bool is_first = true;
+    database.Transact(first, [&] {
+      ++calls;
+      EXPECT_EQ(database.Number("SELECT 1"), 1); // it has the first lock
+      if (std::exchange(is_first, false)) {
+        both.arrive_and_wait();
+      }
+      database.Number(
+          ("SELECT id FROM locks WHERE id = " + std::to_string(second) + " FOR UPDATE").c_str());
+    });
+  };
+  std::thread other([&] { take(Lock::kSongs, static_cast<int>(Lock::kPlaylists)); });
+  take(Lock::kPlaylists, static_cast<int>(Lock::kSongs));
+  other.join();
+  EXPECT_EQ(calls, 3);
+}
+
+TEST_F(PostgresServerTest, AnOlderIndexIsBroughtUpToDate) {
+  OpenPostgresIndex(url_)->WriteSongs({MakeSong("/a/b")}, {});
+  Execute("DROP INDEX songs_path_start; CREATE INDEX songs_owner ON songs(owner);"
+          "UPDATE schema_version SET version = 1");
+  EXPECT_THAT(OpenPostgresIndex(url_)->SongFiles(0), SizeIs(1));
+  PostgresDatabase database(url_);
+  EXPECT_EQ(database.Number("SELECT version FROM schema_version"), PostgresSchemaVersion());
+  EXPECT_EQ(database.Number("SELECT count(*) FROM pg_class WHERE relname = 'songs_path_start'"), 1);
 }
 
 TEST_F(PostgresServerTest, RowsThatAreSentTogetherKeepTheirPlaceAmongOtherStatements) {
@@ -217,13 +326,17 @@ TEST_F(PostgresServerTest, PathsAreAnyBytes) {
 TEST_F(PostgresServerTest, ASearchThatIsBrokenIsFoundAndBuiltAnew) {
   const auto index = OpenPostgresIndex(url_);
   index->WriteSongs({MakeSong("/green")}, {});
-  Execute("DELETE FROM texts; DELETE FROM entries");
+  Execute("DELETE FROM texts; DELETE FROM entries; UPDATE songs SET folded_title = ''");
   EXPECT_THAT(index->FindDamage(), testing::Not(IsEmpty()));
   index->RepairDamage();
   EXPECT_THAT(index->FindDamage(), IsEmpty());
   SongList list;
   list.words = "green";
   EXPECT_EQ(index->ListSongs(list, {0, 10}).total, 1);
+  Search search;
+  search.field = 1; // the title
+  search.keyword = "Green";
+  EXPECT_THAT(index->SearchSongs(0, search), SizeIs(1));
   index->Optimize();
 }
 

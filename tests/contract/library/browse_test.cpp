@@ -1,6 +1,7 @@
 // What a user finds when going through the libraries.
 #include "accounts/libraries.h"
 #include "catalog/browse.h"
+#include "contract/index/engine.h"
 #include "support/temporary_folder.h"
 #include "system/paths.h"
 #include <filesystem>
@@ -14,7 +15,7 @@ using index::GroupKind;
 using ::testing::ElementsAre;
 
 /// An index of this test's own, and a user with a personal library and one without.
-class Browse : public ::testing::Test {
+class Browse : public ::testing::TestWithParam<index::Engine> {
 protected:
   Browse() {
     std::filesystem::create_directories(folder_ / "shared");
@@ -25,7 +26,7 @@ protected:
     anna_.personal_library = true;
     anna_.personal_folder = folder_ / "anna";
     ben_.id = 8;
-    index::SetProcessIndex(index::OpenSqliteIndex(folder_ / "index.db"));
+    index::SetProcessIndex(GetParam().open(folder_.path()));
   }
   ~Browse() override {
     index::SetProcessIndex(nullptr);
@@ -67,8 +68,9 @@ protected:
   TemporaryFolder folder_;
   accounts::Account anna_, ben_;
 };
+VEXO_FOR_EACH_ENGINE(Browse);
 
-TEST_F(Browse, ALibraryIsCounted) {
+TEST_P(Browse, ALibraryIsCounted) {
   Add("a/1", 0, "Blue");
   Add("b/2", 0, "Red");
   Add("3", 7, "Blue");
@@ -81,12 +83,12 @@ TEST_F(Browse, ALibraryIsCounted) {
   EXPECT_EQ(CountLibrary(LibraryOf(anna_, 7)).songs, 1);
 }
 
-TEST_F(Browse, AnEmptyLibraryHasNothing) {
+TEST_P(Browse, AnEmptyLibraryHasNothing) {
   EXPECT_FALSE(TopFolder(LibraryOf(anna_, 0)));
   EXPECT_EQ(CountLibrary(LibraryOf(anna_, 0)).songs, 0);
 }
 
-TEST_F(Browse, AFolderHasParentsUpToTheLibrarys) {
+TEST_P(Browse, AFolderHasParentsUpToTheLibrarys) {
   Add("a/b/c/1", 0, "");
   const Library library = LibraryOf(anna_, 0);
   std::vector<std::string> paths;
@@ -101,7 +103,7 @@ TEST_F(Browse, AFolderHasParentsUpToTheLibrarys) {
   EXPECT_THAT(paths, ElementsAre("", "a", "a/b"));
 }
 
-TEST_F(Browse, AFolderIsReadFoldersFirst) {
+TEST_P(Browse, AFolderIsReadFoldersFirst) {
   for (const auto *const path : {"b/1", "a/2", "a/x/3", "song 2", "song 1"}) {
     Add(path, 0, "");
   }
@@ -121,7 +123,7 @@ TEST_F(Browse, AFolderIsReadFoldersFirst) {
   EXPECT_EQ(PathInLibrary(ReadFolder(top, {0, 1}).folders.at(0), LibraryOf(anna_, 0)), "a");
 }
 
-TEST_F(Browse, FoldersAboveALibraryAreNobodys) {
+TEST_P(Browse, FoldersAboveALibraryAreNobodys) {
   Add("a/1", 0, "");
   const Group top = Top(0);
   EXPECT_TRUE(FindGroup(anna_, GroupKind::kFolder, top.id));
@@ -129,7 +131,7 @@ TEST_F(Browse, FoldersAboveALibraryAreNobodys) {
   EXPECT_FALSE(FindGroup(anna_, GroupKind::kFolder, top.parent_id));
 }
 
-TEST_F(Browse, AnotherUsersLibraryDoesNotExist) {
+TEST_P(Browse, AnotherUsersLibraryDoesNotExist) {
   Add("1", 7, "Blue");
   const int32_t song = index::ProcessIndex().SongFiles(7).at(0).id;
   const int32_t album = index::ProcessIndex().FindSong(7, song)->groups.album;
@@ -143,7 +145,7 @@ TEST_F(Browse, AnotherUsersLibraryDoesNotExist) {
   EXPECT_FALSE(GroupMeant(anna_, GroupKind::kArtist, "Artist", 0)) << "not in the shared library";
 }
 
-TEST_F(Browse, AGroupIsMeantByIdOrName) {
+TEST_P(Browse, AGroupIsMeantByIdOrName) {
   Add("a/1", 0, "Blue");
   const Group artist = GroupMeant(ben_, GroupKind::kArtist, "artist", 0).value();
   EXPECT_EQ(GroupMeant(ben_, GroupKind::kArtist, std::to_string(artist.id), std::nullopt), artist);
@@ -153,7 +155,7 @@ TEST_F(Browse, AGroupIsMeantByIdOrName) {
   EXPECT_FALSE(GroupMeant(ben_, GroupKind::kAlbum, "Blue", std::nullopt)) << "many have that name";
 }
 
-TEST_F(Browse, AnAlbumsSongsComeByDiscAndTrack) {
+TEST_P(Browse, AnAlbumsSongsComeByDiscAndTrack) {
   Add("a/CD 2/1", 0, "Blue", 1);
   Add("a/CD 1/2", 0, "Blue", 2);
   Add("a/CD 1/1", 0, "Blue", 1);
