@@ -20,7 +20,7 @@ class FullDisk(ServerTest):
     def setUpClass(cls):
         super().setUpClass()
         cls.disk = IN_MEMORY / "vexo-full"
-        cls.disk.mkdir()
+        cls.disk.mkdir(exist_ok=True)
         mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={cls.SIZE}", "tmpfs", cls.disk],
                                  stderr=subprocess.DEVNULL, check=False)
         if mounted.returncode:
