@@ -1,5 +1,6 @@
 """Three machines on one collection."""
 
+import fcntl
 import os
 import random
 import re
@@ -13,7 +14,7 @@ from api import Api
 from machines import MachinesTest, Proxy
 from mixed_edits import edit_all_at_once
 from openapi import Mismatch
-from server import ANNA, BUILD, PASSWORD, SHARED, SOURCE, Client, free_port, songs_of, wait_until
+from server import ANNA, BUILD, PASSWORD, ROOT, SHARED, SOURCE, Client, free_port, songs_of, wait_until
 from test_concurrency import Storm, Storms
 
 
@@ -54,6 +55,25 @@ class Machines(BehindAProxy):
         self.assertEqual(Api(others[1].server, cookie=cookie).get("/session").status, 401)
         body["password"] = "next"
         self.assertEqual(Api(first.server, None).post("/session", body).status, 200)
+
+    def test_wrong_passwords_count_for_all(self):
+        body = {"name": "nobody", "password": "wrong"}
+        nobodies = [Api(machine.server, None) for machine in self.machines]
+        statuses = [nobodies[number % 3].post("/session", body).status for number in range(6)]
+        self.assertEqual(statuses, [401] * 5 + [429])
+
+    def test_one_scan_is_at_work(self):
+        first, second, _ = self.machines
+        with open(ROOT / "var/lib/vexo/preferences/.index.db.scan", "ab") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            for machine in (first, second):
+                self.assertTrue(Api(machine.server).get("/scan").json["running"])
+                with self.assertRaisesRegex(AssertionError, "another scan is at work"):
+                    machine.playlistctl("scan")
+        first.playlistctl("scan")
+        states = [Api(machine.server).get("/scan").json for machine in self.machines]
+        self.assertEqual(states, [states[0]] * 3)
+        self.assertTrue(states[0]["complete"], states[0])
 
     def logged(self):
         """The addresses and users of log-ins that failed, on any machine."""

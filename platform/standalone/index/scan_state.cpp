@@ -2,7 +2,7 @@
 
 #include "files/file_io.h"
 #include "system/log.h"
-#include "system/paths.h"
+#include "system/shared_state.h"
 #include "text/numbers.h"
 #include <array>
 #include <cerrno>
@@ -20,7 +20,7 @@ constexpr const char *kHead = "scan 1\n";
 constexpr std::size_t kMostBytes = 4096;
 constexpr mode_t kMode = 0640;
 
-std::string LockPath() { return std::string(system::kIndexFile) + ".scan"; }
+std::string LockPath() { return system::SharedStatePath("index.db.scan"); }
 std::string StatePath() { return LockPath() + ".state"; }
 
 /// The numbers of a state in the order of the file, a line each; the library's name follows.

@@ -20,8 +20,7 @@ inline constexpr const char *kAccountsFile = DEVICE_ROOT "/etc/vexo/accounts";
 inline constexpr const char *kPasswordFile = DEVICE_ROOT "/etc/vexo/passwords";
 /// What sessions are signed with.
 inline constexpr const char *kSessionKey = DEVICE_ROOT "/etc/vexo/session_key";
-/// How often passwords were tried in vain.
-inline constexpr const char *kLoginAttempts = DEVICE_ROOT "/var/lib/vexo/login_attempts";
+inline constexpr const char *kState = DEVICE_ROOT "/var/lib/vexo";
 inline constexpr const char *kIndexFile = DEVICE_ROOT "/var/lib/vexo/index.db";
 /// Passwords for the server that has the index instead, where it wants any: see pgpass in
 /// PostgreSQL's documentation.

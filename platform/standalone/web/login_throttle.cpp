@@ -4,7 +4,7 @@
 #include "files/file_descriptor.h"
 #include "files/folder.h"
 #include "files/temporary_file.h"
-#include "system/paths.h"
+#include "system/shared_state.h"
 #include "web/keyed_hash.h"
 #include <algorithm>
 #include <arpa/inet.h>
@@ -30,19 +30,25 @@ static_assert(sizeof(Failures) == 16);
 /// Half of the places are for accounts, half for addresses.
 constexpr uint32_t kPlaces = 4096;
 
+/// How often passwords were tried in vain, on any machine.
+const std::string &AttemptsPath() {
+  static const std::string path = system::SharedStatePath("login_attempts");
+  return path;
+}
+
 [[noreturn]] void Fail() {
-  throw std::system_error(errno, std::generic_category(), system::kLoginAttempts);
+  throw std::system_error(errno, std::generic_category(), AttemptsPath());
 }
 
 /// The counts, locked for as long as this lives.
 class Counts {
 public:
-  Counts() : file_(open(system::kLoginAttempts, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600)) {
+  Counts() : file_(open(AttemptsPath().c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600)) {
     if (!file_) {
       Fail();
     }
-    files::LockExclusively(file_.get(), system::kLoginAttempts);
-    accounts::InheritOwner(system::kLoginAttempts);
+    files::LockExclusively(file_.get(), AttemptsPath());
+    accounts::InheritOwner(AttemptsPath());
   }
 
   [[nodiscard]] Failures Read(uint32_t place) const {

@@ -1,7 +1,7 @@
 #pragma once
 // How often a password may be tried. Failures are counted by account, whether there is one of the
 // name or not, and by address; beyond some, each makes the next try wait twice as long. The counts
-// stand in kLoginAttempts, a file of 128 KiB at most: a name or address has one place in it, found
+// stand in login_attempts, a file of 128 KiB at most: a name or address has one place in it, found
 // by the server's key, so that nobody can choose whose place to share. An hour after the last
 // failure they are forgotten.
 
