@@ -7,14 +7,16 @@ import subprocess
 from pathlib import Path
 
 from api import Api
-from server import ANNA, PASSWORD, ROOT, ServerTest
-from server import playlistctl
+from server import ANNA, PASSWORD, ROOT, Index, ServerTest, playlistctl, run
 
 INDEX = ROOT / "var/lib/vexo/index.db"
 
 
 def song_ids():
     """The id of each song that the index knows, by its path as bytes."""
+    if Index.url:
+        rows = run("psql", "-At", Index.url, "-c", "SELECT id, encode(path, 'hex') FROM songs").split()
+        return {bytes.fromhex(path): int(number) for number, path in (row.split("|") for row in rows)}
     with sqlite3.connect(INDEX) as index:
         index.text_factory = bytes
         return {path: number for number, path in index.execute("SELECT id, path FROM songs")}

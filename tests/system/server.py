@@ -101,11 +101,21 @@ def examine():
     return done.stdout if done.returncode else ""
 
 
+class Index:
+    """Where the index of a new root lies. `new`: gives the URL of an empty one; None: a file of the root."""
+
+    new = None
+    url = ""
+
+
 def lay_root():
     """An empty device root with an empty shared library, ANNA and BEN."""
     shutil.rmtree(ROOT, ignore_errors=True)
     LIBRARY.mkdir(parents=True)
     run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
+    if Index.new:
+        Index.url = Index.new()
+        CONFIG.write_text(f"[index]\nurl = {Index.url}\n")
     add_account(ANNA, "--personal", "on")
     add_account(BEN)
 

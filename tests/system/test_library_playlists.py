@@ -314,7 +314,7 @@ class AnExport(PlaylistTest):
         conf = ROOT / "etc/vexo/playlist.conf"
         before = conf.read_text() if conf.exists() else None
         self.addCleanup(lambda: conf.unlink() if before is None else conf.write_text(before))
-        conf.write_text("[texts]\ncode_page = 1252\n")
+        conf.write_text((before or "") + "[texts]\ncode_page = 1252\n")
         body = self.export("m3u").body
         self.assertIn(self.location.encode("cp1252", "replace").replace(b"?", b"_"), body)
         self.assertIn(b"Live \xc5_", body)

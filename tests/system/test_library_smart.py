@@ -177,12 +177,12 @@ class ARule(SmartTest):
         marker = ROOT / "tmp/restarted"
         before = CONF.read_text() if CONF.exists() else None
         self.addCleanup(lambda: CONF.unlink() if before is None else CONF.write_text(before))
-        CONF.write_text(f"[daap]\nrestart = /usr/bin/touch {marker}\n")
+        CONF.write_text((before or "") + f"[daap]\nrestart = /usr/bin/touch {marker}\n")
         self.make("Told own", "year > 1", "personal")
         self.assertFalse(marker.exists())
         self.make("Told", "year > 1")
         self.assertTrue(marker.exists())
-        CONF.write_text("[daap]\nrestart = /bin/false\n")
+        CONF.write_text((before or "") + "[daap]\nrestart = /bin/false\n")
         self.make("Told in vain", "year > 1")
 
     def test_bodies_of_another_form_are_refused(self):
