@@ -8,8 +8,8 @@ import os
 import sys
 from pathlib import Path
 
-NAMES = ["startup", "floor", "add", "search", "edit", "library", "lists", "player", "download", "stream",
-         "client"]
+NAMES = ["startup", "floor", "add", "search", "edit", "library", "lists", "postgresql", "player", "download",
+         "stream", "client"]
 
 
 def main(build, *chosen):
