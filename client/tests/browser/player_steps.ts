@@ -18,11 +18,12 @@ export const notice = (page: Page, text: string | RegExp) =>
 /** Until the bar tells of this song. */
 export const shows = (page: Page, title: string) => bar(page).getByText(title, { exact: true }).waitFor();
 
-/** Until the song has come so far. */
+/** Until the song has come so far. (Looked for in each frame, it would be frames that a test pays for.) */
 export async function hear(page: Page, seconds = 0.5) {
   await page.waitForFunction(
     (least) => Number(document.querySelector<HTMLInputElement>(".seek input")?.value) >= least,
     seconds,
+    { polling: 100 },
   );
 }
 
@@ -52,12 +53,13 @@ export async function titlesAtServer(house: House, user: User = "anna") {
   return queue.items.map(({ song }) => song?.title);
 }
 
-/** A song that can be heard, below the library. */
+/** A song that can be heard, below the library; half an hour of it takes half a second to make. */
 export async function record(house: House, path: string, seconds: number, tags: Record<string, string>) {
   const file = join(house.places.library, path);
   mkdirSync(dirname(file), { recursive: true });
   const metadata = Object.entries(tags).flatMap(([name, value]) => ["-metadata", `${name}=${value}`]);
-  const sound = `sine=frequency=330:sample_rate=44100:duration=${seconds}`;
-  execFileSync("ffmpeg", ["-v", "error", "-f", "lavfi", "-i", sound, ...metadata, file]);
+  const sound = `sine=frequency=330:sample_rate=8000:duration=${seconds}`;
+  const quick = ["-compression_level", "0"];
+  execFileSync("ffmpeg", ["-v", "error", "-f", "lavfi", "-i", sound, ...quick, ...metadata, file]);
   await house.scan();
 }
