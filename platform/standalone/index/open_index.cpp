@@ -22,7 +22,7 @@ std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url, std::chrono::sec
   return OpenPostgresIndex(url, patience);
 #else
   (void)patience;
-  throw IndexError("this program was built without a way to the server of " + url);
+  throw IndexError("this program was built without a way to a PostgreSQL server");
 #endif
 }
 

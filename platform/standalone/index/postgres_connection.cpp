@@ -53,6 +53,23 @@ PostgresError ErrorOf(const PGresult *result, const std::string &sql, std::size_
           state == nullptr ? "" : state, position};
 }
 
+/// libpq quotes what it cannot read of a URL, or takes for a host or a port: a password must not
+/// get so into logs.
+void RequireReadable(std::string_view url) {
+  constexpr std::string_view kScheme = "://";
+  const std::string_view place = url.substr(0, url.find('?'));
+  const std::size_t begin = place.find(kScheme), end = place.rfind('@');
+  const bool names_user = begin != std::string_view::npos && end != std::string_view::npos;
+  const std::string_view user =
+      names_user ? place.substr(0, end).substr(begin + kScheme.size()) : "";
+  const std::unique_ptr<PQconninfoOption, decltype(&PQconninfoFree)> options(
+      PQconninfoParse(std::string(url).c_str(), nullptr), &PQconninfoFree);
+  if (!options || user.find_first_of("/@") != std::string_view::npos) {
+    throw IndexError("the URL of the index's server cannot be read; in user, password and database "
+                     "signs like % / ? @ are written as %25 %2F %3F %40");
+  }
+}
+
 bool IsError(const PGresult *result) {
   const ExecStatusType status = PQresultStatus(result);
   return status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK;
@@ -107,6 +124,7 @@ PostgresValue PostgresArray::Finish() && {
 
 PostgresConnection::PostgresConnection(const std::string &url, std::chrono::seconds patience)
     : patience_(patience) {
+  RequireReadable(url);
   // What the URL says itself holds, as it comes last.
   const std::array keywords = {
       "fallback_application_name", "connect_timeout", "passfile",

@@ -266,6 +266,26 @@ TEST_F(PostgresServerTest, ALockOfAnotherProcessIsWaitedForNotLongerThanItsTime)
   });
 }
 
+/// What is said of a connection to this URL that cannot be made.
+std::string FailureOf(const std::string &url) {
+  try {
+    const PostgresConnection connection(url);
+  } catch (const IndexError &error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(PostgresUrl, APasswordIsNotTold) {
+  for (const char *place :
+       {"geheim%zz@127.0.0.1:1", "geheim%00@127.0.0.1:1", "geheim@[::1", "geheim/1@127.0.0.1:1",
+        "a@geheim@127.0.0.1:1", "geheim@127.0.0.1:1/x?y=z", "geheim@127.0.0.1:1"}) {
+    const std::string failure = FailureOf(std::string("postgresql://vexo:") + place);
+    EXPECT_THAT(failure, HasSubstr("index's server"));
+    EXPECT_THAT(failure, ::testing::Not(HasSubstr("geheim")));
+  }
+}
+
 TEST_F(PostgresServerTest, AServerThatKeepsSilentIsGivenUpAndLeftAloneForAWhile) {
   PostgresDatabase database(url_, 20, std::chrono::seconds(1));
   const auto server = static_cast<pid_t>(database.Number("SELECT pg_backend_pid()"));
