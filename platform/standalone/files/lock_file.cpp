@@ -26,11 +26,16 @@ bool KeepsFolderLocksToItself(int fd) {
   return type == kNfs || type == kFuse || type == kCifs || type == kSmb2;
 }
 
-/// A new lock file is for those whom the folder is for.
+FileDescriptor OpenLockFile(int folder) {
+  return FileDescriptor(openat(folder, kLockFile, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// A new lock file is for those whom the folder is for. Nothing when there is one by now: that may
+/// be a link to a file of somebody else, who must not lose it to the folder's owner.
 FileDescriptor MakeLockFile(int folder) {
   constexpr mode_t kOwnOnly = 0600;
   FileDescriptor file(
-      openat(folder, kLockFile, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kOwnOnly));
+      openat(folder, kLockFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnOnly));
   struct stat status {};
   if (file && fstat(folder, &status) == 0) {
     if (fchown(file.get(), status.st_uid, status.st_gid) != 0) {
@@ -45,9 +50,12 @@ FileDescriptor MakeLockFile(int folder) {
 } // namespace
 
 bool ReplaceByLockFile(int folder) noexcept {
-  FileDescriptor file(openat(folder, kLockFile, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+  FileDescriptor file = OpenLockFile(folder);
   if (!file && errno == ENOENT) {
     file = MakeLockFile(folder);
+  }
+  if (!file && errno == EEXIST) {
+    file = OpenLockFile(folder);
   }
   return file && dup3(file.get(), folder, O_CLOEXEC) == folder;
 }

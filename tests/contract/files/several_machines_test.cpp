@@ -51,6 +51,16 @@ TEST_F(Files, WhereALockFileCannotBeOpenedThereIsNoLock) {
   EXPECT_TRUE(S_ISDIR(ModeOf(folder)));
 }
 
+TEST_F(Files, ALockFileThatSomebodyElseMadeMeanwhileStaysAsItIs) {
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0775), 0);
+  WriteBytes(folder_ / kLockFile, "");
+  ASSERT_EQ(chmod((folder_ / kLockFile).c_str(), 0600), 0);
+  const FileDescriptor folder = OpenFolder(folder_.path());
+  const faults::Fault fault(Call::kOpen, 1, ENOENT);
+  EXPECT_TRUE(ReplaceByLockFile(folder.get()));
+  EXPECT_EQ(ModeOf(folder), S_IFREG | 0600U);
+}
+
 TEST_F(Files, ALocalFolderIsLockedItself) {
   const FileDescriptor folder = OpenFolder(folder_.path());
   EXPECT_TRUE(LeadToLockFile(folder.get()));
