@@ -10,6 +10,7 @@ import { unsaved } from "../editor/open_documents.ts";
 import { type Item, itemOf, referenceOf } from "../list/items.ts";
 import { t } from "../text/index.ts";
 import { giveNewId, idNow, record } from "../ui/history.ts";
+import { Refusal } from "../ui/notices.tsx";
 import { canWait, carry, post, postLater, withdraw } from "../ui/outbox.ts";
 import { goTo, linkTo, route } from "../ui/router.ts";
 import { freeName } from "./order.ts";
@@ -34,6 +35,9 @@ export interface Snapshot {
 
 /** A list as it is named to who sends something about it later. */
 type Named = Pick<Playlist, "id" | "kind" | "library" | "name">;
+
+/** One that is deleted later. Its `version` is what was seen of it; none where edits of one's own were to come. */
+type Unwanted = Named & Pick<Playlist, "version">;
 
 const MOST_NAMES_TRIED = 20;
 /** How often something is deleted that others edit meanwhile. */
@@ -116,12 +120,16 @@ async function removeOne({ id, kind }: Pick<Playlist, "id" | "kind">, version?: 
 /** What was deleted, by the ids that it had. */
 const taken = new Map<string, Snapshot>();
 
-/** Deletes it as it was read, so that nothing is lost that undoing would not bring back. */
-async function takeAway(playlist: Playlist, stop?: AbortSignal): Promise<Snapshot> {
+/**
+ * Deletes it as it was read, so that nothing is lost that undoing would not bring back. With `seen`, a version, only if
+ * it is that one.
+ */
+async function takeAway(playlist: Playlist, stop?: AbortSignal, seen?: string): Promise<Snapshot> {
   const { id, name, library, kind } = playlist;
   if (kind === "list") await sendEdits(id);
   for (let tries = 1; ; tries++) {
     const { content, version } = await contentOf(playlist, stop);
+    if (seen !== undefined && version !== seen) throw new Refusal(t("playlists.changed_meanwhile"));
     const snapshot = { id, name, library, content };
     taken.set(id, snapshot); // the answer may be lost
     try {
@@ -304,16 +312,19 @@ export interface Deleted {
 /** Those whose deletion has had to wait since this page was opened, which so knows how to undo it. */
 const left = new Set<string>();
 
-function leaveLater({ id, kind, library, name }: Playlist) {
+function leaveLater({ id, kind, library, name, version }: Playlist) {
   left.add(id);
-  const content: Named = { id, kind, library, name };
+  const content: Unwanted = { id, kind, library, name, ...(unsaved.peek() === 0 && { version }) };
   postLater({ kind: "delete", key: deletionOf(id), label: t("playlists.deleted", { name }), content });
 }
 
-/** Of one that has gone meanwhile, all is done. */
-async function sendDeletion(list: Named) {
+/**
+ * Of one that has gone meanwhile, all is done. One that others have changed stays: hours may have passed, and it may be
+ * another list that somebody made by that name.
+ */
+async function sendDeletion({ version, ...list }: Unwanted) {
   try {
-    await takeAway({ ...list, id: idNow(list.id) });
+    await takeAway({ ...list, id: idNow(list.id) }, undefined, version);
   } catch (error) {
     if (!(error instanceof RequestError) || error.status !== 404) throw error;
   }

@@ -278,6 +278,7 @@ export const de: Catalogue = {
     "Was sie enthält, kann nicht gelesen werden; das lässt sich nicht rückgängig machen.",
   "playlists.deleted": "„{name}“ gelöscht",
   "playlists.deleted_several": { one: "{count} Playlist gelöscht", other: "{count} Playlists gelöscht" },
+  "playlists.changed_meanwhile": "Jemand anders hat diese Playlist inzwischen geändert.",
   "playlists.deleting": { one: "{count} Playlist wird gelöscht", other: "{count} Playlists werden gelöscht" },
   "playlists.not_deleted": "„{name}“ wurde nicht gelöscht.",
   "playlists.not_deleted_several": {

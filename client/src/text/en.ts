@@ -185,6 +185,7 @@ export const en = {
   "playlists.cannot_come_back": "What it holds cannot be read, so this cannot be undone.",
   "playlists.deleted": "Deleted “{name}”",
   "playlists.deleted_several": { one: "Deleted {count} playlist", other: "Deleted {count} playlists" },
+  "playlists.changed_meanwhile": "Somebody else has changed this playlist meanwhile.",
   "playlists.deleting": { one: "Deleting {count} playlist", other: "Deleting {count} playlists" },
   "playlists.not_deleted": "“{name}” was not deleted.",
   "playlists.not_deleted_several": {

@@ -137,6 +137,26 @@ test("a deletion that an earlier page has left is sent, and can be undone", asyn
   });
 });
 
+test("a deletion that waited leaves a list that somebody else has changed meanwhile", async () => {
+  const id = await makeList(house, "Still used", 3);
+  await house.visit({ errors: FAILED }, async (page) => {
+    await item(page, "Still used").focus();
+    await page.keyboard.press("F2"); // fetches what deletes, too
+    await page.getByRole("dialog").waitFor();
+    await page.keyboard.press("Escape");
+    await page.getByRole("dialog").waitFor({ state: "detached" });
+    await page.context().setOffline(true);
+    await item(page, "Still used").focus();
+    await page.keyboard.press("Delete");
+    await page.getByText("Not sent yet: Deleted “Still used”").waitFor();
+    await house.act({ action: "removesongs", playlist: id, seq_list: "1" });
+    await page.context().setOffline(false);
+    await page.getByText("Not done: Deleted “Still used”. Somebody else has changed").waitFor();
+    await item(page, "Still used").waitFor();
+    assert.equal(await idOf(house, "Still used"), id);
+  });
+});
+
 test("without a connection a copy waits, and is made when it is back", async () => {
   await makeList(house, "Copied later", 3);
   await house.visit({ errors: FAILED }, async (page) => {
