@@ -4,6 +4,7 @@
 #include "files/temporary_file.h"
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 
@@ -107,6 +108,10 @@ FileSetAside::FileSetAside(const std::string &path) : path_(path), aside_(NewTem
   name_ = folder.name();
   if (SetAside(folder, aside_.c_str()) != 0) {
     ThrowErrno("cannot take away", path);
+  }
+  lock_ = OpenForLock(folder.fd(), aside_.c_str());
+  if (flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
+    errno = 0; // this process has it locked itself, or who edits it and will find it gone
   }
   try {
     folder.Sync();

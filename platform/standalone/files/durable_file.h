@@ -44,7 +44,7 @@ void EditOrCreateDurably(const std::string &path, const Edit &edit,
 
 /// A file taken away: it has a temporary name, and nothing stands where it stood. Commit() removes
 /// it for good; a destructor that comes first puts it back, unless something else stands there by
-/// then.
+/// then. It is locked meanwhile, or it would count as left over when that takes long.
 class FileSetAside {
 public:
   /// Fails with ENOENT when nothing stands at `path`. A link is taken away itself.
@@ -57,7 +57,7 @@ public:
   void Commit();
 
 private:
-  FileDescriptor folder_;
+  FileDescriptor folder_, lock_;
   std::string path_, name_, aside_; ///< `aside_` is empty once there is nothing to put back
 };
 

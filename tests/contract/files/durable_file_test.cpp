@@ -4,6 +4,7 @@
 #include "support/faults.h"
 #include <fcntl.h>
 #include <sstream>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -301,6 +302,19 @@ TEST_F(Files, AFileSetAsideIsGoneAndComesBackUnlessItIsRemoved) {
   FileSetAside(path_).Commit();
   EXPECT_EQ(Names(), Set{});
   EXPECT_EQ(ErrorOf([&] { FileSetAside aside(path_); }), ENOENT);
+}
+
+TEST_F(Files, AFileSetAsideIsLockedAsLongAsItMayComeBack) {
+  WriteBytes(path_, "abc");
+  const FileDescriptor other = OpenForLock(AT_FDCWD, path_.c_str());
+  {
+    const FileSetAside aside(path_);
+    EXPECT_NE(flock(other.get(), LOCK_EX | LOCK_NB), 0);
+    EXPECT_EQ(errno, EWOULDBLOCK);
+  }
+  EXPECT_EQ(flock(other.get(), LOCK_EX | LOCK_NB), 0);
+  const FileSetAside locked_by_another(path_);
+  EXPECT_FALSE(std::filesystem::exists(path_));
 }
 
 TEST_F(Files, AFileSetAsideDoesNotReplaceWhatCameMeanwhile) {
