@@ -14,9 +14,8 @@ from postgres import Postgres
 from server import Index, run
 
 MODULES = (test_library_browse, test_library_marks, test_library_queue)
-# Of the others, rules and exports are parsed and written alike, other scans hold the file's lock, and an
-# import asks the server once for each name, which takes long.
-CLASSES = (test_library_import.Missing, test_library_playlists.ThePlaylists,
+# Of the others, rules and exports are parsed and written alike, and other scans hold the file's lock.
+CLASSES = (test_library_import.AnImport, test_library_import.Missing, test_library_playlists.ThePlaylists,
            test_library_playlists.APlaylist, test_library_smart.APreview, test_library_scan.Scan)
 
 

@@ -157,6 +157,11 @@ public:
   virtual int64_t LastId(const std::string &table) = 0;
   virtual void SetLastId(const std::string &table, int64_t id) = 0;
 
+  /// The ids that a list has for any of these keys; of more than `most_of_each` for one key, so
+  /// many. In no promised order.
+  virtual std::vector<int32_t> EntriesOf(int64_t list, std::span<const std::string> keys,
+                                         int most_of_each) = 0;
+
   // Rows of a transaction, in as few statements as the engine can; those that go are there.
   virtual void AddEntries(const EntryRows &rows) = 0;
   virtual void RemoveEntries(const EntryRows &rows) = 0;

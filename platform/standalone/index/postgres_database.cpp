@@ -1,4 +1,5 @@
 #include "index/postgres_database.h"
+#include "index/ids.h"
 #include "index/postgres_schema.h"
 #include "index/postgres_texts.h"
 #include "index/random_generator.h"
@@ -118,6 +119,17 @@ int64_t PostgresDatabase::LastId(const std::string &table) {
 void PostgresDatabase::SetLastId(const std::string &table, int64_t id) {
   Post({"SELECT setval(CAST(convert_from($1, 'UTF8') AS regclass), greatest(1, $2), $2 > 0)",
         {ToValue(std::string_view(SequenceOf(table))), ToValue(id)}});
+}
+
+std::vector<int32_t> PostgresDatabase::EntriesOf(int64_t list, std::span<const std::string> keys,
+                                                 int most_of_each) {
+  const std::vector<std::string_view> views(keys.begin(), keys.end());
+  Statement entries(std::make_unique<PostgresCursor>(
+      *this,
+      Read({"SELECT found.id FROM unnest($2) AS wanted(key) CROSS JOIN LATERAL (SELECT id FROM "
+            "entries WHERE list = $1 AND entries.key = wanted.key LIMIT $3) AS found",
+            {ToValue(list), ToValue(std::span(views)), ToValue(int64_t{most_of_each})}})));
+  return ReadIds(entries);
 }
 
 void PostgresDatabase::AddEntries(const EntryRows &rows) {

@@ -35,6 +35,8 @@ public:
                   const RowVisitor &read) override;
   int64_t LastId(const std::string &table) override;
   void SetLastId(const std::string &table, int64_t id) override;
+  std::vector<int32_t> EntriesOf(int64_t list, std::span<const std::string> keys,
+                                 int most_of_each) override;
   void AddEntries(const EntryRows &rows) override;
   void RemoveEntries(const EntryRows &rows) override;
   void Transact(Lock lock, MediaIndex::Durable durable, const std::function<void()> &work) override;

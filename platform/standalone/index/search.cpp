@@ -12,6 +12,7 @@
 #include "text/case_folding.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace vexo::index {
 namespace {
@@ -71,16 +72,10 @@ std::vector<Song> SqlIndex::SongsNamed(int owner, SongName kind,
                                        const std::vector<std::string> &names, int most_of_each) {
   const int order = kind == SongName::kTitle ? kSongsByTitle.number : kSongsByFileName;
   const int64_t list = ListNumber(owner, order);
-  Statement entries(database_, "SELECT id FROM entries WHERE list = ?1 AND key = ?2 LIMIT ?3");
-  IdSet ids;
-  for (const std::string &name : names) {
-    const std::string key = NameKey(name);
-    const IdSet found =
-        ReadIds(entries.Bind(1, list).BindBytes(2, key).Bind(3, int64_t{most_of_each}));
-    ids.insert(ids.end(), found.begin(), found.end());
-    entries.Reset();
-  }
-  return SongsById(owner, ToSet(std::move(ids)));
+  std::vector<std::string> keys;
+  keys.reserve(names.size());
+  std::transform(names.begin(), names.end(), std::back_inserter(keys), NameKey);
+  return SongsById(owner, ToSet(database_.EntriesOf(list, keys, most_of_each)));
 }
 
 std::vector<Song> SqlIndex::QuerySongs(int owner, const SongQuery &query) {

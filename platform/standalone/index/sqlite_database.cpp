@@ -1,4 +1,5 @@
 #include "index/sqlite_database.h"
+#include "index/ids.h"
 #include "index/sqlite_texts.h"
 #include "index/texts.h"
 
@@ -294,6 +295,19 @@ void SqliteDatabase::SetLastId(const std::string &table, int64_t id) {
   Statement(*this, "DELETE FROM sqlite_sequence WHERE name = ?1").Bind(1, table).Run();
   Statement add(*this, "INSERT INTO sqlite_sequence(name, seq) VALUES(?1, ?2)");
   add.Bind(1, table).Bind(2, id).Run();
+}
+
+std::vector<int32_t> SqliteDatabase::EntriesOf(int64_t list, std::span<const std::string> keys,
+                                               int most_of_each) {
+  Statement entries(*this, "SELECT id FROM entries WHERE list = ?1 AND key = ?2 LIMIT ?3");
+  IdSet ids;
+  for (const std::string &key : keys) {
+    const IdSet found =
+        ReadIds(entries.Bind(1, list).BindBytes(2, key).Bind(3, int64_t{most_of_each}));
+    ids.insert(ids.end(), found.begin(), found.end());
+    entries.Reset();
+  }
+  return ids;
 }
 
 void SqliteDatabase::AddEntries(const EntryRows &rows) {
