@@ -14,6 +14,7 @@ BOUNCER = """[databases]
 [pgbouncer]
 listen_addr =
 unix_socket_dir = {folder}
+unix_socket_mode = 0700
 listen_port = 6432
 auth_type = trust
 auth_file = {folder}/users

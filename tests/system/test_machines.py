@@ -37,6 +37,11 @@ class Machines(BehindAProxy):
         self.assertEqual(Api(third).get(f"/playlists/{made.id}").json["total"], 2)
         self.assertEqual([machine.examine() for machine in self.machines], [""] * 3)
 
+    def test_the_way_to_the_index_is_for_no_other_user(self):
+        for machine in self.machines:
+            mode = (machine.folder / "run/.s.PGSQL.6432").stat().st_mode
+            self.assertEqual(mode & 0o077, 0, oct(mode))
+
     def test_a_session_holds_on_all(self):
         body = {"name": ANNA, "password": PASSWORD}
         answers = [Api(machine.server, None).post("/session", body) for machine in self.machines]
