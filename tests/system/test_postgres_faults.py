@@ -114,6 +114,7 @@ class Silence(ServerTest):
         refused = self.server.add(INDEXED[0], "list", objects(*NEW), overwrite="true")
         self.assertEqual(refused.error, "common/error_system")
         self.assertEqual(Api(self.server).get(f"/playlists/{answer.id}").status, 500)
+        self.assertEqual(Api(self.server).get("/health").status, 500)
         self.assertEqual(songs_of(INDEXED[0].file("list")), OLD)
         self.cluster.signal(signal.SIGCONT)
         self.assertTrue(self.server.add(INDEXED[0], "list", objects(*NEW), overwrite="true").success)

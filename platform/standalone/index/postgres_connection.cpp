@@ -129,8 +129,10 @@ PostgresConnection::PostgresConnection(const std::string &url, std::chrono::seco
   const std::array keywords = {
       "fallback_application_name", "connect_timeout", "passfile",
       "client_encoding",           "dbname",          static_cast<const char *>(nullptr)};
-  const std::array values = {"vexo", "10",        system::kDatabasePasswords,
-                             "UTF8", url.c_str(), static_cast<const char *>(nullptr)};
+  constexpr std::chrono::seconds kMostToConnect{10};
+  const std::string timeout = std::to_string(std::min(kMostToConnect, patience).count());
+  const std::array values = {"vexo", timeout.c_str(), system::kDatabasePasswords,
+                             "UTF8", url.c_str(),     static_cast<const char *>(nullptr)};
   constexpr std::chrono::seconds kLongestRefusal{2};
   const Clock::time_point silent_from = Clock::now() + kLongestRefusal;
   connection_.reset(PQconnectdbParams(keywords.data(), values.data(), 1));

@@ -84,9 +84,9 @@ using PostgresResult = std::unique_ptr<PGresult, ClearResult>;
 
 class PostgresConnection {
 public:
-  /// Connects, within 10 s a host where the URL does not say otherwise; throws ConnectionLost, or
-  /// another IndexError where the URL cannot be read. For the answer to what is sent at once it
-  /// waits `patience`, and throws ServerSilent then.
+  /// Connects, within 10 s and `patience` a host where the URL does not say otherwise; throws
+  /// ConnectionLost, or another IndexError where the URL cannot be read. For the answer to what is
+  /// sent at once it waits `patience`, and throws ServerSilent then.
   explicit PostgresConnection(const std::string &url,
                               std::chrono::seconds patience = kRequestPatience);
 
