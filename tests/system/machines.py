@@ -51,7 +51,9 @@ class Machine:
             raise
 
     def _start_servers(self):
-        self.enter = ("nsenter", "--mount", "--pid", "--target", str(child_of(self.process)))
+        # Its root, too: these tests may run in a changed one, which its mounts alone do not lead to.
+        self.enter = ("nsenter", "--mount", "--pid", "--root", "--target",
+                      str(child_of(self.process)))
         self.run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
         self.bouncer = Bouncer(self.folder / "run", self.postgres_folder, self.enter, ROOT / "run")
         self.started.append(self.bouncer.process)
