@@ -205,7 +205,9 @@ export function ListView<T>(props: ListViewProps<T>) {
         aria-busy={source.total.value === undefined && !source.error.value}
         tabIndex={total === 0 ? 0 : -1}
         onKeyDown={(event) => {
-          if (act.onKey(event, active, viewport.pageRows)) focusNow.current = true;
+          // A second key may come before what the first one did is drawn.
+          const activeNow = Math.min(selection.active.peek(), Math.max(0, total - 1));
+          if (act.onKey(event, activeNow, viewport.pageRows)) focusNow.current = true;
         }}
         onPointerOver={tellWhole}
         onFocusOut={(event) => {

@@ -312,7 +312,6 @@ async function dragTo(page: Page, from: ReturnType<Page["locator"]>, to: ReturnT
 
 test("songs are dropped on a list, and on a group as a new one", async () => {
   const id = await make("Dropped on", "shared", []);
-  await make("Dragged", "personal", ["3", "2"]);
   await house.visit({ size: TALL, at: addressOf("musiclib_random") }, async (page) => {
     const row = page.getByRole("grid", { name: "Random" }).getByRole("row").nth(1);
     await row.waitFor();
@@ -321,10 +320,15 @@ test("songs are dropped on a list, and on a group as a new one", async () => {
     await takePicture(page, "drop-on-list");
     await page.mouse.up();
     await item(page, "Dropped on").filter({ hasText: "1" }).waitFor();
+    const [chance] = await entriesOf(id);
+    const others = [4, 3, 2].filter((song) => song !== chance).slice(0, 2);
+    await make("Dragged", "personal", others.map(String));
+    await page.reload();
+    await row.waitFor();
     await dragTo(page, item(page, "Dragged"), item(page, "Dropped on"));
     await page.mouse.up();
     await item(page, "Dropped on").filter({ hasText: "3" }).waitFor();
-    assert.deepEqual((await entriesOf(id)).slice(1), [3, 2]);
+    assert.deepEqual((await entriesOf(id)).slice(1), others);
     assert.equal(await editor(page).count(), 0);
 
     await dragTo(page, row, tree(page).getByRole("treeitem", { name: /^Mine/ }));
