@@ -221,7 +221,11 @@ class ForALook(unittest.TestCase):
         shown = subprocess.Popen([SOURCE / "scripts/three_machines", f"--port={port}"], text=True,
                                  env={**os.environ, "VEXO_BUILD": str(BUILD)},
                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        output = "".join(iter(shown.stdout.readline, "Ctrl-C ends it.\n"))
+        output = ""
+        while not output.endswith("Ctrl-C ends it.\n"):
+            line = shown.stdout.readline()
+            self.assertTrue(line, f"it has ended: {output}")
+            output += line
         password = re.search("password (.*)", output).group(1)
         for _ in range(2):
             for _ in range(6):
