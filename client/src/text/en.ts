@@ -140,6 +140,8 @@ export const en = {
   "playlists.by_changed": "Last changed first",
   "playlists.by_own": "My own order (drag them, or Alt and arrows)",
   "playlists.by_own_touch": "My own order (by the lists’ menus)",
+  "playlists.move_up": "Move up",
+  "playlists.move_down": "Move down",
   "playlists.moved": "{name} is at place {place} of {count}.",
   "playlists.more": "More for {name}",
   "playlists.new": "New playlist",

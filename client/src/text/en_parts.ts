@@ -374,8 +374,6 @@ export const parts = {
   "smart.fault_end": "Only “and”, “or”, “order by” or “limit” may follow here.",
   "smart.and_more": { one: "and {count} more", other: "and {count} more" },
   // Queue
-  "playlists.move_up": "Move up",
-  "playlists.move_down": "Move down",
   "queue.duration": "Time",
   "queue.star": "Favourite",
   "queue.saved": "Saved as “{name}”",
