@@ -10,7 +10,8 @@
 namespace vexo::web {
 namespace {
 
-const std::string kAttempts = system::SharedStatePath("login_attempts");
+/// Not a constant: the configuration, which tells it, is read once, and other tests write it first.
+std::string Attempts() { return system::SharedStatePath("login_attempts"); }
 
 constexpr int64_t kStart = 1'800'000'000;
 
@@ -128,7 +129,7 @@ TEST_F(LoginThrottle, MakesNobodyWaitLongerWhenTheClockIsSetBack) {
 TEST_F(LoginThrottle, LetsEverybodyInWithinItsWaitsWhateverItsFileHolds) {
   CountLogin("alice", "192.0.2.1", kStart);
   for (const char byte : {'\x7F', '\x80', '\xFF', 'x'}) {
-    std::ofstream(kAttempts, std::ios::trunc) << std::string(131'072, byte);
+    std::ofstream(Attempts(), std::ios::trunc) << std::string(131'072, byte);
     const int64_t wait = CountLogin("alice", "192.0.2.1", kStart);
     EXPECT_LE(wait, kPatienceWithAddress.longest_wait_seconds);
     EXPECT_EQ(CountLogin("alice", "192.0.2.1", kStart + wait + 1), 0) << int{byte};
@@ -155,17 +156,17 @@ TEST_F(LoginThrottle, KeepsASmallFileOfItsOwnerAlone) {
   for (uint32_t i = 0; i < 20000; ++i) {
     CountLogin("user" + std::to_string(i), AddressOf(i), kStart);
   }
-  EXPECT_LE(std::filesystem::file_size(kAttempts), 128U << 10U);
-  EXPECT_EQ(std::filesystem::status(kAttempts).permissions(), std::filesystem::perms(0600));
+  EXPECT_LE(std::filesystem::file_size(Attempts()), 128U << 10U);
+  EXPECT_EQ(std::filesystem::status(Attempts()).permissions(), std::filesystem::perms(0600));
 }
 
 TEST_F(LoginThrottle, LetsNobodyInWhenItCannotCount) {
-  std::filesystem::create_directory(kAttempts);
+  std::filesystem::create_directory(Attempts());
   EXPECT_THROW(CountLogin("alice", "192.0.2.1", kStart), std::system_error);
 }
 
 TEST_F(LoginThrottle, ReadsAFileThatWasCutShort) {
-  WriteBytes(kAttempts, "abc");
+  WriteBytes(Attempts(), "abc");
   EXPECT_EQ(CountLogin("alice", "192.0.2.1", kStart), 0);
 }
 
