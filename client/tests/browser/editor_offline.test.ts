@@ -9,6 +9,9 @@ const FAILED = /Failed to load resource|ERR_/;
 
 const isAction = (url: URL) => url.pathname.endsWith("audio_playlist.cgi");
 
+// A request that is at its handler would be sent once more by the browser when nobody intercepts any longer.
+const stopLosing = (page: Page) => page.unrouteAll({ behavior: "wait" });
+
 /** Does to the server what is asked, and loses the answer. It tells when that has happened once. */
 async function loseAnswers(page: Page) {
   await page.route(isAction, async (route) => {
@@ -81,7 +84,7 @@ test("an edit whose answer was lost is not done twice", async () => {
     await lost();
     await add(5); // while nobody knows what became of the first
     await panel.getByText("4 songs").waitFor();
-    await page.unroute(isAction);
+    await stopLosing(page);
     await saved();
     assert.deepEqual(
       await titlesOf(house, id),
@@ -111,7 +114,7 @@ test("a lost answer and somebody else's edit after it", async () => {
     await rows.filter({ hasText: songs[2]?.title ?? "" }).click();
     await house.act({ action: "removesongs", playlist: id, seq_list: "0" });
     await page.keyboard.press("Delete");
-    await page.unroute(isAction);
+    await stopLosing(page);
     await panel.getByText("Somebody changed this list: 1 removed.").waitFor();
     await saved();
     assert.deepEqual(await titlesOf(house, id), [songs[1]?.title, songs[4]?.title]);
@@ -138,7 +141,7 @@ test("edits that wait survive a reload, and leaving asks", async () => {
     await panel.getByText("Not saved: no connection. Will try again.").waitFor();
     assert.deepEqual(await titles(), wanted);
     assert.deepEqual(await titlesOf(house, id), before);
-    await page.unroute(isAction);
+    await stopLosing(page);
     await panel.getByRole("button", { name: "Try again" }).click();
     await panelOf(page).saved();
     assert.deepEqual(await titlesOf(house, id), wanted);
@@ -163,7 +166,7 @@ test("an edit that was done, but whose answer was lost with the page, is not don
     await page.keyboard.press("a");
     await lost();
     page.once("dialog", (dialog) => void dialog.accept());
-    await page.unroute(isAction);
+    await stopLosing(page);
     await page.reload();
     await panelOf(page).saved();
     await panel.getByText("3 songs").waitFor();
@@ -241,7 +244,7 @@ test("edits of a list that is not open wait visibly, and are told when they are 
     await answer(page, 503);
     await add("Seed");
     await page.getByText("Not sent yet: changes of “Closed”.").waitFor();
-    await page.unroute(isAction);
+    await stopLosing(page);
     await page.getByText("Not sent yet").waitFor({ state: "detached" });
     assert.equal((await titlesOf(house, id)).length, 1);
     await answer(page, 403);
@@ -249,7 +252,7 @@ test("edits of a list that is not open wait visibly, and are told when they are 
     const told = page.getByRole("alert").filter({ hasText: "Changes of “Closed” were not saved." });
     await told.waitFor();
     await examine(page, "not-saved", ".unsent");
-    await page.unroute(isAction);
+    await stopLosing(page);
     await told.getByRole("link", { name: "Show the list" }).click();
     await page.getByRole("main").getByRole("button", { name: "Try again" }).click();
     await page.getByRole("main").getByText("Saved", { exact: true }).waitFor();
