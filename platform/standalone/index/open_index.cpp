@@ -1,21 +1,14 @@
 #include "index/media_index.h"
 #include "system/config.h"
 #include "system/paths.h"
+#include "system/shared_state.h"
 
 #include <unistd.h>
 
 namespace vexo::index {
 
-namespace {
-
-bool IsServer(std::string_view url) {
-  return url.starts_with("postgresql://") || url.starts_with("postgres://");
-}
-
-} // namespace
-
 std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url, std::chrono::seconds patience) {
-  if (!IsServer(url)) {
+  if (!system::IsServerUrl(url)) {
     return OpenSqliteIndex(url);
   }
 #ifdef VEXO_HAS_POSTGRES
@@ -28,7 +21,9 @@ std::unique_ptr<MediaIndex> OpenIndexAt(const std::string &url, std::chrono::sec
 
 std::string MediaIndexUrl() { return system::Setting("index", "url").value_or(system::kIndexFile); }
 
-std::string IndexFileOf(const std::string &url) { return IsServer(url) ? std::string() : url; }
+std::string IndexFileOf(const std::string &url) {
+  return system::IsServerUrl(url) ? std::string() : url;
+}
 
 std::unique_ptr<MediaIndex> OpenMediaIndex() { return OpenIndexAt(MediaIndexUrl()); }
 

@@ -5,9 +5,13 @@
 
 namespace vexo::system {
 
+bool IsServerUrl(std::string_view url) {
+  return url.starts_with("postgresql://") || url.starts_with("postgres://");
+}
+
 std::string SharedStatePath(const std::string &name) {
-  const bool has_server = Setting("index", "url").value_or("").find("://") != std::string::npos;
-  return has_server ? kPreferences + ("/." + name) : kState + ("/" + name);
+  return IsServerUrl(Setting("index", "url").value_or("")) ? kPreferences + ("/." + name)
+                                                           : kState + ("/" + name);
 }
 
 } // namespace vexo::system
