@@ -202,9 +202,9 @@ private:
 /// While it lives, all that is read is of one moment.
 class Moment {
 public:
-  /// One statement alone is of one moment by itself.
-  Moment(Database &database, std::size_t statements)
-      : database_(statements > 1 && database.BeginMoment() ? &database : nullptr) {}
+  /// One statement alone is of one moment by itself, and needs none.
+  explicit Moment(Database &database, bool is_needed = true)
+      : database_(is_needed && database.BeginMoment() ? &database : nullptr) {}
   ~Moment() {
     if (database_ != nullptr) {
       database_->EndMoment();

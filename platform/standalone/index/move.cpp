@@ -334,7 +334,7 @@ void CopyIndex(MediaIndex &from, MediaIndex &to, const MoveProgress &progress) {
   from.CompleteCatalog();
   Database &source = DatabaseOf(from);
   Database &target = DatabaseOf(to);
-  const Moment moment(source, kTables.size());
+  const Moment moment(source);
   target.Transact(Lock::kSongs, [&] {
     RequireEmpty(target);
     for (const MovedTable &table : kTables) {

@@ -5,11 +5,11 @@
 namespace vexo::index {
 namespace {
 
-constexpr std::string_view kValues = "VALUES(";
+constexpr std::string_view kInsert = "INSERT INTO ", kValues = "VALUES(";
 
 bool AddsARow(const PostgresQuery &query) {
-  return !query.parameters.empty() && query.sql.starts_with("INSERT INTO ") &&
-         query.sql.ends_with(')') && query.sql.find(kValues) != std::string::npos;
+  return !query.parameters.empty() && query.sql.starts_with(kInsert) && query.sql.ends_with(')') &&
+         query.sql.find(kValues) != std::string::npos;
 }
 
 /// The same INSERT, of all rows whose columns are the parameters.
@@ -44,6 +44,18 @@ bool HaveSameTypes(const PostgresQuery &left, const PostgresQuery &right) {
 }
 
 } // namespace
+
+std::string TableOf(const PostgresQuery &insert) {
+  return insert.sql.substr(kInsert.size(), insert.sql.find('(') - kInsert.size());
+}
+
+PostgresQuery WithId(PostgresQuery insert, int32_t id) {
+  insert.parameters.push_back(ToValue(int64_t{id}));
+  insert.sql.insert(insert.sql.find(kValues) + kValues.size(),
+                    "$" + std::to_string(insert.parameters.size()) + ", ");
+  insert.sql.insert(insert.sql.find('(') + 1, "id, ");
+  return insert;
+}
 
 void PostgresBatch::Add(PostgresQuery query) {
   for (const PostgresValue &value : query.parameters) {

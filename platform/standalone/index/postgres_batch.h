@@ -3,12 +3,19 @@
 
 #include "index/postgres_connection.h"
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace vexo::index {
+
+/// The table that "INSERT INTO table(columns) VALUES(...)" adds to.
+std::string TableOf(const PostgresQuery &insert);
+
+/// The same INSERT of a row, which gets this id.
+PostgresQuery WithId(PostgresQuery insert, int32_t id);
 
 /// Statements in their order, but for rows: those that one INSERT adds after another become one
 /// statement, also when INSERTs into other tables stand between them. The server reads and plans a

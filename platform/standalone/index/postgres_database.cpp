@@ -257,19 +257,13 @@ void PostgresDatabase::Post(PostgresQuery query) {
 /// Ids are taken from the server in advance only where one transaction adds several rows: those
 /// that it does not use are lost.
 int32_t PostgresDatabase::Insert(PostgresQuery query) {
-  constexpr std::string_view kHead = "INSERT INTO ", kValues = "VALUES(";
-  const std::size_t columns = query.sql.find('(') + 1;
-  const std::string table = query.sql.substr(kHead.size(), columns - 1 - kHead.size());
+  const std::string table = TableOf(query);
   if (state_ == State::kAlone || ids_.try_emplace(table).second) {
     query.sql += " RETURNING id";
     return static_cast<int32_t>(NumberIn(Write(std::move(query)), 0, 0));
   }
   const int32_t id = TakeId(table);
-  query.parameters.push_back(ToValue(int64_t{id}));
-  query.sql.insert(query.sql.find(kValues) + kValues.size(),
-                   "$" + std::to_string(query.parameters.size()) + ", ");
-  query.sql.insert(columns, "id, ");
-  Post(std::move(query));
+  Post(WithId(std::move(query), id));
   return id;
 }
 

@@ -170,12 +170,12 @@ std::string TableOfKeys(std::size_t count) {
 template <typename Key>
 void LookUp(SqliteDatabase &database, const Lookup &lookup, std::span<const Key> keys,
             const RowVisitor &read) {
-  constexpr std::size_t kMostAtOnce = 64;
-  const std::size_t at_once = std::min(keys.size(), kMostAtOnce);
-  const Moment moment(database, at_once == 0 ? 0 : (keys.size() + at_once - 1) / at_once);
-  if (at_once == 0) {
+  if (keys.empty()) {
     return;
   }
+  constexpr std::size_t kMostAtOnce = 64;
+  const std::size_t at_once = std::min(keys.size(), kMostAtOnce);
+  const Moment moment(database, keys.size() > at_once);
   // CROSS JOIN: the keys are the outer loop.
   auto owned = std::make_unique<SqliteCursor>(database, "SELECT " + lookup.columns + " FROM " +
                                                             TableOfKeys(at_once) + " CROSS JOIN " +
@@ -342,8 +342,7 @@ void SqliteDatabase::EndMoment() noexcept {
 }
 
 void SqliteDatabase::ReadAtOnce(const std::function<void()> &read) {
-  constexpr std::size_t kSeveral = 2;
-  const Moment moment(*this, kSeveral);
+  const Moment moment(*this);
   read();
 }
 
