@@ -147,10 +147,6 @@ std::string ReadFile(int fd, std::string_view name, std::size_t max_bytes) {
   return content;
 }
 
-} // namespace
-
-namespace {
-
 std::optional<std::string> TryReadWholeFile(const std::string &path, std::size_t max_bytes) {
   const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!fd && (errno == ENOENT || errno == ENOTDIR)) {

@@ -39,8 +39,7 @@ FileDescriptor MakeLockFile(int folder) {
   struct stat status {};
   if (file && fstat(folder, &status) == 0) {
     if (fchown(file.get(), status.st_uid, status.st_gid) != 0) {
-      errno =
-          0; // only a privileged process may; another user's folder tells by its mode who may what
+      errno = 0; // only a privileged process may; then the folder's mode tells who may what
     }
     fchmod(file.get(), (status.st_mode & 0666U) | kOwnOnly);
   }
