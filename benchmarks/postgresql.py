@@ -16,11 +16,11 @@ def medians_on(urls, work):
     """The median seconds of the work on each of the indexes, which take turns."""
     from statistics import median
 
-    from server import CONFIG
+    from server import use_index
     times = {url: [] for url in urls}
     for number in range(-1, ROUNDS):
         for url, found in times.items():
-            CONFIG.write_text(f"[index]\nurl = {url}\n")
+            use_index(url)
             taken = seconds(lambda: work(number))
             if number >= 0:  # the first one wakes everything
                 found.append(taken)

@@ -53,6 +53,16 @@ private:
   std::vector<pid_t> children_;
 };
 
+/// The number of a process that has ended.
+inline pid_t EndedProcess() {
+  const pid_t child = fork();
+  if (child == 0) {
+    _exit(0);
+  }
+  EXPECT_EQ(waitpid(child, nullptr, 0), child);
+  return child;
+}
+
 /// Runs `work` in `count` processes at once, each with its number, and tells how many ended with 0.
 inline int RunAtOnce(int count, const std::function<int(int)> &work) {
   return WaitingProcesses(count, work).Run();

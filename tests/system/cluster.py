@@ -8,6 +8,7 @@ import subprocess
 import tempfile
 from pathlib import Path
 
+from postgres import as_user
 from server import listens, run, wait_until
 
 PROGRAMS = max(Path("/usr/lib/postgresql").glob("*/bin"))
@@ -20,13 +21,6 @@ fsync = {fsync}
 shared_buffers = 16MB
 max_connections = 100
 """
-
-
-def as_user():
-    """No server runs as root."""
-    if os.geteuid() != 0:
-        return []
-    return ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"]
 
 
 class Cluster:

@@ -9,10 +9,6 @@ from server import ANNA, ROOT, ServerTest, encode, wait_until
 PLAYLISTS = ["playlist.m3u", "playlist.m3u8"]
 
 
-def objects(*paths):
-    return [{"res": str(path)} for path in paths]
-
-
 def working_folders():
     return [entry for entry in (ROOT / "tmp").iterdir() if entry.name.startswith("audiodl")]
 

@@ -6,16 +6,12 @@ import itertools
 import threading
 
 from api import Api
-from server import ANNA, CONFIG, SHARED, examine, playlistctl, songs_of, wait_until
+from server import ANNA, SHARED, examine, objects, playlistctl, songs_of, use_index, wait_until
 
 
 # What the doctor finds of requests that could not end what they did.
 HALF_DONE = ("has no row$|does not tell its file's size, time or identity$|has no file: |"
              "was renamed, its row has the path |a writer that is gone has left ")
-
-
-def objects(*songs):
-    return [{"res": song} for song in songs]
 
 
 class Editor(threading.Thread):
@@ -137,7 +133,7 @@ class Editors:
     def weather(self, url, *faults):
         """Edits go on while each of the faults, a function that ends something and one that brings it
         back, happens to them."""
-        CONFIG.write_text(f"[index]\nurl = {url}\n")
+        use_index(url)
         with self.editing([self.server] * self.EDITORS) as editors:
             for end, bring_back in faults:
                 self.wait_for(editors, "done", 10)

@@ -8,7 +8,7 @@ import itertools
 import signal
 
 import faults
-from server import KINDS, LIBRARY, LONG, PREFERENCE, SHARED, RootTest, cgi, examine, playlistctl
+from server import KINDS, LIBRARY, LONG, PREFERENCE, SHARED, RootTest, cgi, examine, objects, playlistctl
 
 # One of them is a file that is not there.
 OLD = ["http://old/1", f"{LIBRARY}/gone.mp3", "http://old/3"]
@@ -20,10 +20,6 @@ WALKED = KINDS if LONG else (SHARED, PREFERENCE)
 ASKING = frozenset("""arch_prctl brk faccessat2 fstatfs getegid geteuid getgid getpid getrandom getuid lseek
     mprotect newfstatat pread64 prlimit64 read readlink rseq rt_sigaction set_robust_list
     set_tid_address statx""".split())
-
-
-def objects(*songs):
-    return [{"res": song} for song in songs]
 
 
 def kill_points(counts):

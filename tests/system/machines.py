@@ -17,6 +17,7 @@ from pathlib import Path
 from places import BUILD, SOURCE
 from postgres import Bouncer, Postgres
 from server import BIN, LIBRARY, ROOT, Client, RootTest, Server, free_port, playlistctl, run, start
+from server import use_index
 
 SHARED = ("library", "etc/vexo", "var/services/homes", "var/lib/vexo/preferences")
 
@@ -132,8 +133,7 @@ class Machines:
         self.postgres = Postgres()
         try:
             playlistctl("index", "move", "--to", self.postgres.url)
-            url = f"postgresql://vexo@/postgres?host={ROOT}/run&port=6432"
-            (ROOT / "etc/vexo/playlist.conf").write_text(f"[index]\nurl = {url}\n")
+            use_index(f"postgresql://vexo@/postgres?host={ROOT}/run&port=6432")
             for number in range(count):
                 self.all.append(Machine(number, self.postgres.folder, under))
         except BaseException:

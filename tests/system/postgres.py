@@ -24,6 +24,13 @@ query_wait_timeout = 5
 """
 
 
+def as_user():
+    """No server runs as root."""
+    if os.geteuid() != 0:
+        return []
+    return ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"]
+
+
 class Bouncer:
     """A pgbouncer that listens on a socket in `folder`, which is made, for the server whose socket is in
     the folder `server`. Runs until stop(). `seen_at`: the place of the folder where the command `enter`
@@ -31,15 +38,13 @@ class Bouncer:
 
     def __init__(self, folder, server, enter=(), seen_at=None):
         folder.mkdir(exist_ok=True)
-        as_user = ()
         if os.geteuid() == 0:
-            as_user = ("setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups")
             shutil.chown(folder, "nobody")
         seen_at = seen_at or folder
         (folder / "users").write_text('"vexo" ""\n')
         (folder / "pgbouncer.ini").write_text(BOUNCER.format(folder=seen_at, server=server))
         socket = folder / ".s.PGSQL.6432"
-        self.process = start([*enter, *as_user, "/usr/sbin/pgbouncer", "-q", seen_at / "pgbouncer.ini"],
+        self.process = start([*enter, *as_user(), "/usr/sbin/pgbouncer", "-q", seen_at / "pgbouncer.ini"],
                              folder / "pgbouncer.log", lambda: listens(socket))
         self.url = f"postgresql://vexo@/postgres?host={seen_at}&port=6432"
 

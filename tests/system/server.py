@@ -101,6 +101,16 @@ def examine():
     return done.stdout if done.returncode else ""
 
 
+def use_index(url):
+    """The index is there from now on."""
+    CONFIG.write_text(f"[index]\nurl = {url}\n")
+
+
+def move_index(to):
+    playlistctl("index", "move", "--to", to)
+    use_index(to)
+
+
 class Index:
     """Where the index of a new root lies. `new`: gives the URL of an empty one; None: a file of the root."""
 
@@ -115,7 +125,7 @@ def lay_root():
     run(SOURCE / "scripts/lay_root", ROOT, BIN, LIBRARY)
     if Index.new:
         Index.url = Index.new()
-        CONFIG.write_text(f"[index]\nurl = {Index.url}\n")
+        use_index(Index.url)
     add_account(ANNA, "--personal", "on")
     add_account(BEN)
 
@@ -284,6 +294,11 @@ def tree(*folders):
             else:
                 found[str(path)] = path.read_bytes() if path.is_file() else "folder"
     return found
+
+
+def objects(*songs):
+    """Songs by their paths or addresses, as actions take them."""
+    return [{"res": str(song)} for song in songs]
 
 
 class RootTest(unittest.TestCase):

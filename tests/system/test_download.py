@@ -9,8 +9,8 @@ import time
 import unittest
 from pathlib import Path
 
-from downloads import PLAYLISTS, DownloadTest, objects, working_folders
-from server import ANNA, BEN, LIBRARY, PASSWORD, ROOT, encode, playlistctl, wait_until
+from downloads import PLAYLISTS, DownloadTest, working_folders
+from server import ANNA, BEN, LIBRARY, PASSWORD, ROOT, encode, objects, playlistctl, wait_until
 
 OLD_BROWSER = "Mozilla/4.0 (compatible; MSIE 6.0; Windows NT 5.1)"
 

@@ -6,8 +6,8 @@ import unittest
 import zipfile
 from pathlib import Path
 
-from downloads import PLAYLISTS, DownloadTest, objects
-from server import ANNA, BEN, LIBRARY, ROOT, add_account, playlistctl
+from downloads import PLAYLISTS, DownloadTest
+from server import ANNA, BEN, LIBRARY, ROOT, add_account, objects, playlistctl
 
 CARL = "carl"
 OWN = ROOT / "var/services/homes/anna/music"

@@ -8,7 +8,7 @@ import subprocess
 import unittest
 
 import faults
-from server import KINDS, LIBRARY, ROOT, SHARED, RootTest, cgi, playlistctl, run, songs_of
+from server import KINDS, LIBRARY, ROOT, SHARED, RootTest, cgi, objects, playlistctl, run, songs_of
 
 INDEX = ROOT / "var/lib/vexo/index.db"
 OLD, NEW = ["http://old/1", "http://old/2"], ["http://new/1", "http://new/2", "http://new/3"]
@@ -18,13 +18,9 @@ WRITING = {"write", "writev", "pwrite64", "fsync", "fdatasync", "openat", "ftrun
 POWERLESS = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.geteuid() == 0 else []
 
 
-def objects(songs):
-    return [{"res": song} for song in songs]
-
-
 def add(kind, name, songs, wrapper=(), **parameters):
     _, answer = cgi(kind.user, wrapper, action="add", name=name, type=kind.type,
-                    id_info_list=objects(songs), **parameters)
+                    id_info_list=objects(*songs), **parameters)
     return answer
 
 
@@ -48,7 +44,7 @@ class FailingDisk(RootTest):
         for kind in KINDS:
             self.assertTrue(add(kind, error, OLD).success)
             request = {"action": "add", "name": error, "type": kind.type, "overwrite": "true",
-                       "id_info_list": objects(NEW)}
+                       "id_info_list": objects(*NEW)}
             counts = faults.system_calls(kind.user, **request)
             failed = 0
             for call, number in faults.steps(counts, WRITING):

@@ -2,8 +2,8 @@
 
 import unittest
 
-from killed import OLD, WALKED, KillTest, objects
-from server import cgi, songs_of
+from killed import OLD, WALKED, KillTest
+from server import cgi, objects, songs_of
 
 
 class Add(KillTest):

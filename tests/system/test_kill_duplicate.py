@@ -3,8 +3,8 @@
 import unittest
 
 import faults
-from killed import OLD, KillTest, kill_points, objects
-from server import ANNA, BEN, LONG, PERSONAL, PREFERENCE, SHARED, cgi, songs_of
+from killed import OLD, KillTest, kill_points
+from server import ANNA, BEN, LONG, PERSONAL, PREFERENCE, SHARED, cgi, objects, songs_of
 
 
 class Duplicate(KillTest):

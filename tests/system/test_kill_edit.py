@@ -2,8 +2,8 @@
 
 import unittest
 
-from killed import OLD, WALKED, KillTest, objects
-from server import songs_of
+from killed import OLD, WALKED, KillTest
+from server import objects, songs_of
 
 # action, its parameters for a playlist's id, the songs afterwards.
 EDITS = [

@@ -4,7 +4,7 @@ import unittest
 
 from api import Api
 from openapi import DOCUMENT, EVERY_OPERATION
-from server import ANNA, BEN, LIBRARY, ROOT, ServerTest
+from server import ANNA, BEN, CONFIG, LIBRARY, ROOT, ServerTest, use_index
 
 
 def with_every_response(part):
@@ -51,10 +51,9 @@ class EveryResource(ServerTest):
         away = LIBRARY.rename(ROOT / "away")
         self.problem(nobody.get("/health"), 503)
         away.rename(LIBRARY)
-        config = ROOT / "etc/vexo/playlist.conf"
-        config.write_text("[index]\nurl = postgresql://vexo@/vexo?host=/nowhere\n")
+        use_index("postgresql://vexo@/vexo?host=/nowhere")
         self.problem(nobody.get("/health"), 500)
-        config.unlink()
+        CONFIG.unlink()
         self.assertEqual(nobody.get("/health").status, 204)
 
     def test_a_head_has_no_body(self):

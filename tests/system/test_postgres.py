@@ -6,9 +6,9 @@ from concurrent.futures import ThreadPoolExecutor
 
 from api import Api
 from postgres import Postgres
-from server import ROOT, SHARED, ServerTest, examine, playlistctl, songs_of
+from server import CONFIG, ROOT, SHARED, ServerTest, examine, move_index, playlistctl, songs_of
+from server import use_index
 
-CONFIG = ROOT / "etc/vexo/playlist.conf"
 OTHER = 65534 if os.geteuid() == 0 else os.geteuid()  # who may not give files away
 
 
@@ -19,16 +19,12 @@ class OnAServer(ServerTest):
         cls.postgres = Postgres()
         cls.addClassCleanup(cls.postgres.stop)
 
-    def move(self, to):
-        playlistctl("index", "move", "--to", to)
-        CONFIG.write_text(f"[index]\nurl = {to}\n")
-
     def moved_to_a_file(self):
         """Which is there for those who answer requests, as its folder is."""
         folder = ROOT / "var/lib/again"
         folder.mkdir()
         os.chown(folder, OTHER, OTHER)
-        self.move(folder / "index.db")
+        move_index(folder / "index.db")
         return os.stat(folder / "index.db")
 
     def seen(self):
@@ -52,7 +48,7 @@ class OnAServer(ServerTest):
         self.edit("before")
         before = self.seen()
         self.assertEqual(before[0]["total"], len(self.tracks))
-        self.move(self.postgres.bouncer_url)
+        move_index(self.postgres.bouncer_url)
         self.addCleanup(CONFIG.unlink)
         self.assertEqual(self.seen(), before)
         with ThreadPoolExecutor(8) as pool:
@@ -66,7 +62,7 @@ class OnAServer(ServerTest):
         self.assertEqual(examine(), "")
 
     def test_a_server_that_is_gone_is_said_to_be_so(self):
-        CONFIG.write_text("[index]\nurl = postgresql://vexo@/vexo?host=/nowhere\n")
+        use_index("postgresql://vexo@/vexo?host=/nowhere")
         self.addCleanup(CONFIG.unlink)
         self.assertIn("/nowhere", examine())
         self.assertFalse(self.server.add(SHARED, "nowhere").success)

@@ -6,7 +6,7 @@ import unittest
 from cluster import Cluster
 from editors import Editors
 from postgres import Bouncer
-from server import CONFIG, SHARED, ServerTest, examine, playlistctl, songs_of, wait_until
+from server import SHARED, ServerTest, examine, playlistctl, songs_of, use_index, wait_until
 
 STANDBY = "cluster_name = 'standby'\n"
 
@@ -67,7 +67,7 @@ class FailOver(Editors, ServerTest):
     def test_a_standby_that_was_behind_lacks_rows_and_the_doctor_makes_them(self):
         old, standby = self.primary, self.add_standby(is_synchronous=False)
         self.addCleanup(old.stop)
-        CONFIG.write_text(f"[index]\nurl = {both(old, standby)}\n")
+        use_index(both(old, standby))
         kept, renamed, removed = [self.server.add(SHARED, f"{name} before", [{"res": "http://a/1"}]).id
                                   for name in ("kept", "renamed", "removed")]
         wait_until(lambda: standby.ask("SELECT count(*) FROM playlists") ==

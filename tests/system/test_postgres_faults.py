@@ -6,8 +6,9 @@ import unittest
 
 from api import Api
 from cluster import Cluster, IN_MEMORY
-from editors import HALF_DONE, objects
-from server import CONFIG, KINDS, ServerTest, examine, playlistctl, run, songs_of, wait_until
+from editors import HALF_DONE
+from server import KINDS, ServerTest, examine, move_index, objects, playlistctl, run, songs_of
+from server import use_index, wait_until
 
 OLD, NEW = ["http://old/1", "http://old/2"], ["http://new/1"]
 INDEXED = [kind for kind in KINDS if kind.indexed]
@@ -29,8 +30,7 @@ class FullDisk(ServerTest):
         cls.cluster = Cluster(folder=cls.disk, settings="full_page_writes = off\n")
         cls.addClassCleanup(cls.cluster.stop)
         cls.cluster.start()
-        playlistctl("index", "move", "--to", cls.cluster.url)
-        CONFIG.write_text(f"[index]\nurl = {cls.cluster.url}\n")
+        move_index(cls.cluster.url)
 
     def fill(self):
         with open(self.disk / "fill", "wb", 0) as rest, self.assertRaises(OSError):
@@ -105,7 +105,7 @@ class Silence(ServerTest):
         cls.addClassCleanup(cls.cluster.stop)
         cls.cluster.start()
         playlistctl("index", "move", "--to", cls.cluster.url)
-        CONFIG.write_text(f"[index]\nurl = {cls.cluster.url}&connect_timeout=2\n")
+        use_index(cls.cluster.url + "&connect_timeout=2")
 
     def test_a_server_that_keeps_silent_is_an_error(self):
         answer = self.server.add(INDEXED[0], "list", objects(*OLD))

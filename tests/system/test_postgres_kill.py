@@ -3,10 +3,10 @@
 import unittest
 
 from editors import Editors
-from killed import OLD, KillTest, objects
+from killed import OLD, KillTest
 from machines import MachinesTest
 from postgres import Postgres
-from server import CONFIG, SHARED, cgi, playlistctl, songs_of
+from server import SHARED, cgi, objects, playlistctl, songs_of, use_index
 
 
 class Kills(KillTest):
@@ -16,7 +16,7 @@ class Kills(KillTest):
         cls.postgres = Postgres()
         cls.addClassCleanup(cls.postgres.stop)
         playlistctl("index", "move", "--to", cls.postgres.url)
-        CONFIG.write_text(f"[index]\nurl = {cls.postgres.bouncer_url}\n")
+        use_index(cls.postgres.bouncer_url)
 
     def walk(self, parameters_of):
         """Yields the name of each list and its id. Another request writes rows at once, wherever this

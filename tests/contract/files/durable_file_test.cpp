@@ -2,11 +2,11 @@
 #include "files/file_io.h"
 #include "files/temporary_file.h"
 #include "support/faults.h"
+#include "support/processes.h"
 #include <fcntl.h>
 #include <sstream>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vexo::files {
@@ -347,17 +347,8 @@ std::string TemporaryNameOf(pid_t process) {
   return name.str();
 }
 
-pid_t DeadProcess() {
-  const pid_t child = fork();
-  if (child == 0) {
-    _exit(0);
-  }
-  EXPECT_EQ(waitpid(child, nullptr, 0), child);
-  return child;
-}
-
 TEST_F(Files, ATemporaryFileIsRemovedOnlyWhenItsWriterIsGone) {
-  const std::string living = TemporaryNameOf(getpid()), dead = TemporaryNameOf(DeadProcess());
+  const std::string living = TemporaryNameOf(getpid()), dead = TemporaryNameOf(EndedProcess());
   for (const std::string &name : {living, dead, std::string("list.m3u")}) {
     WriteBytes(folder_ / name, "");
     EXPECT_EQ(RemoveAbandonedTemporary(folder_ / name), name == dead) << name;

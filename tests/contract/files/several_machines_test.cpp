@@ -7,10 +7,10 @@
 #include "files/lock_file.h"
 #include "files/temporary_file.h"
 #include "support/faults.h"
+#include "support/processes.h"
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 namespace vexo::files {
 namespace {
@@ -111,16 +111,6 @@ TEST_F(Files, AFileThatAnotherMachineReplacedIsTakenAnew) {
   const faults::Fault fault(Call::kOpen, 1, ESTALE);
   EXPECT_EQ(ReadWholeFile(path_), "abcx");
   EXPECT_TRUE(faults::Fault::Happened());
-}
-
-/// The number of a process that has ended.
-pid_t EndedProcess() {
-  const pid_t child = fork();
-  if (child == 0) {
-    _exit(0);
-  }
-  EXPECT_EQ(waitpid(child, nullptr, 0), child);
-  return child;
 }
 
 TEST_F(Files, AnotherMachinesProcessIsNotLookedForHere) {

@@ -5,13 +5,13 @@
 #include "playlistctl/scan/library.h"
 #include "playlistctl/scan/playlist_rows.h"
 #include "support/device_root.h"
+#include "support/processes.h"
 
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vexo::tools {
@@ -75,13 +75,8 @@ protected:
 
   /// The number of a process that is no more.
   static std::string DeadProcess() {
-    const pid_t process = fork();
-    if (process == 0) {
-      _exit(0);
-    }
-    waitpid(process, nullptr, 0);
     std::ostringstream text;
-    text << std::hex << process;
+    text << std::hex << EndedProcess();
     return text.str();
   }
 
