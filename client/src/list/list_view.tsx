@@ -87,7 +87,8 @@ export function ListView<T>(props: ListViewProps<T>) {
   const slots = useMemo(() => new Slots(), []);
   const ownSelection = useMemo(() => new Selection(), []);
   const selection = props.selection ?? ownSelection;
-  const active = Math.min(selection.active.value, Math.max(0, total - 1));
+  const activeOf = (row: number) => Math.min(row, Math.max(0, total - 1));
+  const active = activeOf(selection.active.value);
   const focusNow = useRef(false);
   const body = useRef<HTMLDivElement>(null);
   const dropAt = useSignal<number | undefined>(undefined);
@@ -206,8 +207,8 @@ export function ListView<T>(props: ListViewProps<T>) {
         tabIndex={total === 0 ? 0 : -1}
         onKeyDown={(event) => {
           // A second key may come before what the first one did is drawn.
-          const activeNow = Math.min(selection.active.peek(), Math.max(0, total - 1));
-          if (act.onKey(event, activeNow, viewport.pageRows)) focusNow.current = true;
+          const now = activeOf(selection.active.peek());
+          if (act.onKey(event, now, viewport.pageRows)) focusNow.current = true;
         }}
         onPointerOver={tellWhole}
         onFocusOut={(event) => {

@@ -1,8 +1,8 @@
-// Long lists: what is moved, removed and undone in them at once, and what of them is loaded.
+// Long lists: what is selected, moved, removed and undone in them at once, and what of them is loaded.
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import type { Page } from "playwright-core";
-import { openInPanel, type ShownEntry } from "./editor_support.ts";
+import type { Locator, Page } from "playwright-core";
+import { makeList, openInPanel, type ShownEntry, songsOf } from "./editor_support.ts";
 import { openHouse, takePicture } from "./fixture.ts";
 
 const house = openHouse();
@@ -125,5 +125,58 @@ test("rows that are scrolled away show those that come, which stand in order whe
     assert.equal(await page.evaluate(() => (document.activeElement as HTMLElement).dataset.index), "40");
     await page.keyboard.press("ArrowDown");
     await row(41).and(page.locator(":focus")).waitFor();
+  });
+});
+
+/** In a row of the panel, beside what it says. */
+async function besideText(row: Locator) {
+  const box = await row.boundingBox();
+  if (!box) throw new Error("it is not to be seen");
+  return { x: box.x + box.width - 62, y: box.y + box.height / 2 };
+}
+
+test("a frame beside what rows say selects them, scrolls at the edge, and is given up by Escape", async () => {
+  const ids = (await songsOf(house)).map(({ id }) => id);
+  const id = await makeList(
+    house,
+    "Framed",
+    Array.from({ length: 60 }, (_, at) => ids[at % ids.length] ?? 0),
+  );
+  await house.visit({}, async (page) => {
+    const { panel, row } = await openInPanel(page, id);
+    const selected = () =>
+      panel
+        .locator("[aria-selected=true]")
+        .evaluateAll((rows) => rows.map((one) => Number((one as HTMLElement).dataset.index)).sort());
+    const press = async (from: number, to: number) => {
+      const [start, end] = [await besideText(row(from)), await besideText(row(to))];
+      await page.mouse.move(start.x, start.y);
+      await page.mouse.down();
+      await page.mouse.move(end.x - 40, end.y, { steps: 4 });
+      await page.locator(".selection-frame").waitFor();
+    };
+    await press(1, 3);
+    assert.deepEqual(await selected(), [1, 2, 3]);
+    await takePicture(page, "editor-framing");
+    await page.mouse.up();
+    await page.locator(".selection-frame").waitFor({ state: "detached" });
+    assert.deepEqual(await selected(), [1, 2, 3]);
+    assert.equal(await page.evaluate(() => document.activeElement?.getAttribute("data-index")), "3");
+
+    await page.keyboard.down("Control");
+    await press(6, 5);
+    assert.deepEqual(await selected(), [1, 2, 3, 5, 6]);
+    await page.keyboard.up("Control");
+    await page.keyboard.press("Escape");
+    await page.locator(".selection-frame").waitFor({ state: "detached" });
+    await page.mouse.up();
+    assert.deepEqual(await selected(), [1, 2, 3]);
+
+    await press(8, 10);
+    const view = await panel.locator("[data-scroller]").boundingBox();
+    await page.mouse.move((view?.x ?? 0) + 100, (view?.y ?? 0) + (view?.height ?? 0) - 4);
+    await row(59).and(page.locator("[aria-selected=true]")).waitFor();
+    await page.mouse.up();
+    await panel.getByText("52 selected").waitFor();
   });
 });

@@ -468,35 +468,6 @@ test("what others do is seen when one looks again", () =>
     await item(page, "Of somebody else").waitFor();
   }));
 
-test("a list of which nothing changed is not sent again", () =>
-  house.visit({ size: TALL }, async (page) => {
-    await tree(page).getByRole("treeitem").first().waitFor();
-    const session = await page.context().newCDPSession(page);
-    await session.send("Network.enable");
-    const status = new Promise<number>((resolve) => {
-      let asked = "";
-      session.on("Network.requestWillBeSent", ({ requestId, request }) => {
-        if (request.url.includes("/api/playlists?")) asked = requestId;
-      });
-      session.on("Network.responseReceivedExtraInfo", ({ requestId, statusCode }) => {
-        if (requestId === asked) resolve(statusCode);
-      });
-    });
-    await page.evaluate("window.dispatchEvent(new Event('focus'))");
-    assert.equal(await status, 304);
-  }));
-
-test("without the server the tree says so, and asks again", () =>
-  house.visit({ size: TALL, errors: /Failed to load/ }, async (page) => {
-    await page.route("**/api/playlists?*", (route) => route.abort());
-    await page.reload();
-    const alert = page.getByRole("navigation").getByRole("alert");
-    await alert.getByText("No connection to the server.").waitFor();
-    await page.unroute("**/api/playlists?*");
-    await alert.getByRole("button", { name: "Try again" }).click();
-    await tree(page).getByRole("treeitem").first().waitFor();
-  }));
-
 test("two thousand lists are a few rows", async () => {
   const folder = join(house.places.library, "playlists");
   for (let number = 0; number < 2000; number++) {

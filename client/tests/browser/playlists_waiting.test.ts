@@ -1,4 +1,4 @@
-// What is done to playlists that cannot be sent at once: new names, deletions, copies.
+// What is asked and told of playlists: what cannot be sent at once (new names, deletions, copies), and what need not be.
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { Page } from "playwright-core";
@@ -11,6 +11,15 @@ const FAILED = /ERR_|Failed to load/;
 const item = (page: Page, name: string) =>
   page.getByRole("tree", { name: "Playlists" }).getByRole("treeitem", { name: new RegExp(`^${name}`) });
 
+/** The part of the page that asks for names, and deletes. */
+async function fetchCommands(page: Page, name: string) {
+  await item(page, name).focus();
+  await page.keyboard.press("F2");
+  await page.getByRole("dialog").waitFor();
+  await page.keyboard.press("Escape");
+  await page.getByRole("dialog").waitFor({ state: "detached" });
+}
+
 async function rename(page: Page, from: string, to: string) {
   await item(page, from).focus();
   await page.keyboard.press("F2");
@@ -22,11 +31,7 @@ async function rename(page: Page, from: string, to: string) {
 test("without a connection a new name waits, visibly, and is sent when it is back", async () => {
   const id = await makeList(house, "Called one", 3);
   await house.visit({ errors: FAILED }, async (page) => {
-    await item(page, "Called one").focus();
-    await page.keyboard.press("F2"); // fetches the part of the page that asks for a name
-    await page.getByRole("dialog").waitFor();
-    await page.keyboard.press("Escape");
-    await page.getByRole("dialog").waitFor({ state: "detached" });
+    await fetchCommands(page, "Called one");
     await page.context().setOffline(true);
     await rename(page, "Called one", "Called two");
     await page.getByText("Not sent yet: Renamed “Called one” to “Called two”").waitFor();
@@ -92,11 +97,7 @@ const isThere = async (name: string) =>
 test("without a connection a deletion waits, is undone before it is sent and after it", async () => {
   const before = await titlesOf(house, await makeList(house, "Leaves", 3));
   await house.visit({ errors: FAILED }, async (page) => {
-    await item(page, "Leaves").focus();
-    await page.keyboard.press("F2"); // fetches what deletes, too
-    await page.getByRole("dialog").waitFor();
-    await page.keyboard.press("Escape");
-    await page.getByRole("dialog").waitFor({ state: "detached" });
+    await fetchCommands(page, "Leaves");
     await page.context().setOffline(true);
     const deletes = async () => {
       await item(page, "Leaves").focus();
@@ -140,11 +141,7 @@ test("a deletion that an earlier page has left is sent, and can be undone", asyn
 test("a deletion that waited leaves a list that somebody else has changed meanwhile", async () => {
   const id = await makeList(house, "Still used", 3);
   await house.visit({ errors: FAILED }, async (page) => {
-    await item(page, "Still used").focus();
-    await page.keyboard.press("F2"); // fetches what deletes, too
-    await page.getByRole("dialog").waitFor();
-    await page.keyboard.press("Escape");
-    await page.getByRole("dialog").waitFor({ state: "detached" });
+    await fetchCommands(page, "Still used");
     await page.context().setOffline(true);
     await item(page, "Still used").focus();
     await page.keyboard.press("Delete");
@@ -170,3 +167,32 @@ test("without a connection a copy waits, and is made when it is back", async () 
     await item(page, "Copied later").nth(1).waitFor();
   });
 });
+
+test("a list of which nothing changed is not sent again", () =>
+  house.visit({}, async (page) => {
+    await item(page, "").first().waitFor();
+    const session = await page.context().newCDPSession(page);
+    await session.send("Network.enable");
+    const status = new Promise<number>((resolve) => {
+      let asked = "";
+      session.on("Network.requestWillBeSent", ({ requestId, request }) => {
+        if (request.url.includes("/api/playlists?")) asked = requestId;
+      });
+      session.on("Network.responseReceivedExtraInfo", ({ requestId, statusCode }) => {
+        if (requestId === asked) resolve(statusCode);
+      });
+    });
+    await page.evaluate("window.dispatchEvent(new Event('focus'))");
+    assert.equal(await status, 304);
+  }));
+
+test("without the server the tree says so, and asks again", () =>
+  house.visit({ errors: /Failed to load/ }, async (page) => {
+    await page.route("**/api/playlists?*", (route) => route.abort());
+    await page.reload();
+    const alert = page.getByRole("navigation").getByRole("alert");
+    await alert.getByText("No connection to the server.").waitFor();
+    await page.unroute("**/api/playlists?*");
+    await alert.getByRole("button", { name: "Try again" }).click();
+    await item(page, "").first().waitFor();
+  }));
